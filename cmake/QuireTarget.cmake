@@ -1,0 +1,27 @@
+# What all targets of the project share.
+
+find_program(CCACHE ccache)
+if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+if(QUIRE_SANITIZE)
+  add_compile_options(-fsanitize=${QUIRE_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${QUIRE_SANITIZE})
+endif()
+
+# quire_target(<target> [STANDARD <17|20>]): warnings, standard and visibility.
+function(quire_target target)
+  cmake_parse_arguments(ARG "" "STANDARD" "" ${ARGN})
+  if(NOT ARG_STANDARD)
+    set(ARG_STANDARD 20)
+  endif()
+  set_target_properties(${target} PROPERTIES
+    CXX_STANDARD ${ARG_STANDARD} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wcast-align -Wformat=2)
+endfunction()

@@ -1,0 +1,52 @@
+#ifndef SALTMOOR_UTILITIES_HTTP_REQUEST_H_
+#define SALTMOOR_UTILITIES_HTTP_REQUEST_H_
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace saltmoor::utilities {
+
+/// One HTTP request, before it is performed: a method, an address and parameters. A plain value;
+/// an object belongs on one thread at a time. HttpRequestRunner performs it.
+class HttpRequest {
+ public:
+  /// Names and values, in the order in which they were added; a name may occur more than once.
+  using Parameters = std::vector<std::pair<std::string, std::string>>;
+
+  /// \param method  "GET" or "POST".
+  /// \param url  absolute, http or https. It is not checked here: performing a bad one fails.
+  HttpRequest(const std::string& method, const std::string& url);
+
+  /// Adds a field of the query string. It is encoded when the request is performed.
+  void AddGetParam(const std::string& key, const std::string& value);
+  /// The same for a number, as its decimal digits.
+  void AddGetParam(const std::string& key, int value);
+
+  /// Adds a field of the form that is the request's body. It is encoded when the request is
+  /// performed.
+  void AddPostParam(const std::string& key, const std::string& value);
+  /// The same for a number, as its decimal digits.
+  void AddPostParam(const std::string& key, int value);
+
+  /// Whether the runner follows redirects. Off by default.
+  void SetFollowRedirects(bool on);
+
+  const std::string& GetMethod() const;
+  /// The address without the fields added with AddGetParam.
+  const std::string& GetUrl() const;
+  bool GetFollowRedirects() const;
+  const Parameters& GetGetParams() const;
+  const Parameters& GetPostParams() const;
+
+ private:
+  std::string method_;
+  std::string url_;
+  Parameters get_params_;
+  Parameters post_params_;
+  bool follow_redirects_ = false;
+};
+
+}  // namespace saltmoor::utilities
+
+#endif  // SALTMOOR_UTILITIES_HTTP_REQUEST_H_
