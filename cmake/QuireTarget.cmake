@@ -23,5 +23,5 @@ function(quire_target target)
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
-    -Woverloaded-virtual -Wcast-align -Wformat=2)
+    -Woverloaded-virtual -Wcast-align -Wformat=2 -Wno-format-nonliteral)
 endfunction()

@@ -23,15 +23,15 @@ class QUIRE_EXPORT Book {
   /// Properties kept as the server's text, numbers and flags included. The values are fixed; no
   /// JSON key reaches the reserved ones.
   enum StringProps {
-    kEan = 0,             ///< the title's identity
+    kEan = 0,  ///< the title's identity
     kTitle = 1,
     kAuthor = 2,
-    kThumbnail = 3,       ///< address of a small cover image
+    kThumbnail = 3,  ///< address of a small cover image
     kReserved4 = 4,
-    kEbookFormat = 5,     ///< a file extension such as "epub", or the server's text if it is no
-                          ///< known MIME type
-    kDate = 6,            ///< for display, broken into two lines or parts
-    kEbookLink = 7,       ///< address of the file
+    kEbookFormat = 5,  ///< a file extension such as "epub", or the server's text if it is no
+                       ///< known MIME type
+    kDate = 6,         ///< for display, broken into two lines or parts
+    kEbookLink = 7,    ///< address of the file
     kAvailability = 8,
     kProductPageUrl = 9,
     kEbookDrm = 10,

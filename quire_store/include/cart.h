@@ -66,11 +66,12 @@ class QUIRE_EXPORT Cart {
   std::string GetTotalPriceFormatted() const;
 
   std::vector<Book> orderItems;
-  std::string orderId;         ///< the server's number of the order
-  std::string opdsSessionId;   ///< the session that the cart came with
+  std::string orderId;        ///< the server's number of the order
+  std::string opdsSessionId;  ///< the session that the cart came with
   std::string userID;
-  std::string cartLastChange;  ///< the server's time of the last change; not read back from the file
-  double orderAmount = 0.0;    ///< the server's total in currency units; not read back from the file
+  std::string
+      cartLastChange;        ///< the server's time of the last change; not read back from the file
+  double orderAmount = 0.0;  ///< the server's total in currency units; not read back from the file
 };
 
 /// Splits the server's timestamp for display.

@@ -34,7 +34,8 @@ class QUIRE_EXPORT ServerApi {
   };
 
   struct Result {
-    Result(int code = kOk, std::string message = std::string())  // NOLINT(google-explicit-constructor)
+    Result(int code = kOk,
+           std::string message = std::string())  // NOLINT(google-explicit-constructor)
         : code_(code), message_(std::move(message)) {}
 
     int code_;             ///< kOk or kFailed

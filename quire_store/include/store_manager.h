@@ -33,7 +33,7 @@ class QUIRE_EXPORT StoreManager {
   StoreManager(const StoreManager&) = delete;
   StoreManager& operator=(const StoreManager&) = delete;
 
-  // Start and session ------------------------------------------------------------------------------
+  // Start and session.
 
   /// Brings the manager up, once: the shop's configuration from its cache (at most 30 minutes old)
   /// or the configuration service, the stored session, a log-in with the stored credentials, the
@@ -74,7 +74,7 @@ class QUIRE_EXPORT StoreManager {
   /// Reserved. Does nothing and returns 0.
   int RegisterPushNotification();
 
-  // Account ------------------------------------------------------------------------------------------
+  // Account.
 
   /// Logs in, and on success stores the credentials and loads the bought books.
   /// \return kFailed with the server's text when it refused, with an empty message when it could
@@ -95,7 +95,7 @@ class QUIRE_EXPORT StoreManager {
   /// Fetches the bought books. A failure gives an empty list.
   std::vector<Book> LoadPurchased();
 
-  // Cart ---------------------------------------------------------------------------------------------
+  // Cart.
 
   /// Puts a book into the local cart unless its EAN is there, and saves the cart. Always kOk.
   ServerApi::Result AddToCart(const Book& book);
@@ -106,7 +106,7 @@ class QUIRE_EXPORT StoreManager {
   /// Takes the book at a position out of the local cart and saves the cart. Always 0.
   int RemoveFromCart(unsigned int index);
 
-  // Checkout and payment -------------------------------------------------------------------------------
+  // Checkout and payment.
 
   /// Sends the local cart to the server and takes over the server's cart, priced. The cart file is
   /// not written.
@@ -132,7 +132,7 @@ class QUIRE_EXPORT StoreManager {
   /// \return 0 when the shop answered, whatever it said; -1 when not, or when no order is pending.
   int CheckOrderIfNeeded();
 
-  // Books and downloads --------------------------------------------------------------------------------
+  // Books and downloads.
 
   /// What a book is to the user.
   /// \param id  an EAN, or a path or address that ends in one.
@@ -153,7 +153,7 @@ class QUIRE_EXPORT StoreManager {
   /// \return 1 when a download ran at the time of the call, 0 when none did.
   int CheckDownloadState();
 
-  // What the manager holds -----------------------------------------------------------------------------
+  // What the manager holds.
 
   /// The local cart; valid for the life of the manager, changed by its calls.
   const Cart& GetCart() const;

@@ -14,8 +14,8 @@ using AttributeMap = boost::unordered_map<std::string, std::string>;
 /// Base of every element of a catalogue. An element belongs on one thread at a time.
 class Object {
  public:
-  /// \param kind  the element's kind code; each class has its own.
-  explicit Object(std::int32_t kind) : kind(kind) {}
+  /// \param code  the element's kind code; each class has its own.
+  explicit Object(std::int32_t code) : kind(code) {}
 
   std::int32_t kind;
 

@@ -1,0 +1,119 @@
+#include "book.h"
+
+#include <cmath>
+#include <cstdint>
+
+#include "book_properties.h"
+#include "decimal_text.h"
+#include "file_names.h"
+#include "json_access.h"
+#include "json_text.h"
+
+namespace saltmoor::quire {
+namespace {
+
+constexpr char kPriceKey[] = "orderItemPrice";
+
+std::int64_t CentsFromText(const std::string& text) {
+  constexpr double kBeyondInt64 = 9223372036854775808.0;
+  const double cents = NumberFromText(text) * 100.0;
+  return std::abs(cents) < kBeyondInt64 ? std::llround(cents) : 0;
+}
+
+// Breaks a timestamp between day and time, or marks the gap of another date, for display.
+std::string DateForDisplay(std::string date) {
+  const std::size_t colon = date.find(':');
+  const std::size_t before_time =
+      colon == std::string::npos ? std::string::npos : date.rfind(' ', colon);
+  if (before_time != std::string::npos) return date.replace(before_time, 1, "\n");
+  const std::size_t gap = date.find(' ');
+  if (gap != std::string::npos) date.insert(gap + 1, "| ");
+  return date;
+}
+
+}  // namespace
+
+std::map<std::string, Book::StringProps> Book::s_book_string_map{
+    {"orderItemEAN", kEan},
+    {"orderItemEan", kEan},
+    {"orderItemTitle", kTitle},
+    {"orderItemAuthor", kAuthor},
+    {"orderItemThumbnail", kThumbnail},
+    {"orderItemEbookCover", kThumbnail},
+    {"orderItemEbookType", kEbookFormat},
+    {"orderItemEbookFormat", kEbookFormat},
+    {"orderItemDate", kDate},
+    {"orderItemEbookLink", kEbookLink},
+    {"orderItemAvailabilityNumber", kAvailability},
+    {"productPageURL", kProductPageUrl},
+    {"orderItemEbookDrm", kEbookDrm},
+    {"orderItemId", kItemId},
+    {"orderItemQuantity", kQuantity},
+    {"orderItemIsEbook", kIsEbook},
+    {"orderId", kOrderId},
+    {"currency", kCurrency},
+    {"orderImageUrl", kImageUrl},
+};
+
+std::map<std::string, Book::IntProps> Book::s_book_int_map;
+
+Book& Book::operator=(Book&& other) {
+  int_props = std::move(other.int_props);
+  string_props = std::move(other.string_props);
+  cover = other.cover;
+  aux_word = other.aux_word;
+  return *this;
+}
+
+Book Book::FromJson(const Json::Value& json) {
+  Book book;
+  if (!json.isObject()) return book;
+
+  for (const auto& [key, property] : s_book_int_map) {
+    if (const Json::Value* const value = FindMember(json, key)) {
+      book.int_props[property] = SignedInteger(*value).value_or(0);
+    }
+  }
+  // Of two keys of one property the later in byte order wins: meant so.
+  for (const auto& [key, property] : s_book_string_map) {
+    if (const Json::Value* const value = FindMember(json, key)) {
+      book.string_props[property] = ToString(*value);
+    }
+  }
+  if (const Json::Value* const price = FindMember(json, kPriceKey)) {
+    book.int_props[kPrice] = CentsFromText(ToString(*price));
+  }
+
+  std::string& date = book.string_props[kDate];
+  date = DateForDisplay(date);
+  std::string& format = book.string_props[kEbookFormat];
+  if (std::string extension = ExtentionByMime(format); !extension.empty()) {
+    format = std::move(extension);
+  }
+  return book;
+}
+
+Json::Value Book::ToJson() const {
+  Json::Value json(Json::objectValue);
+  for (const auto& [key, property] : s_book_int_map) {
+    const auto value = int_props.find(property);
+    if (value != int_props.end()) json[key] = static_cast<Json::Int64>(value->second);
+  }
+  for (const auto& [key, property] : s_book_string_map) {
+    const auto value = string_props.find(property);
+    if (value != string_props.end()) json[key] = value->second;
+  }
+  // Six significant digits lose the cents of a large price: meant so, the cart file's form.
+  const auto price = int_props.find(kPrice);
+  const std::int64_t cents = price != int_props.end() ? price->second : 0;
+  json[kPriceKey] = TextFromNumber(static_cast<double>(cents) / 100.0);
+  return json;
+}
+
+const std::string& TextOf(const Book& book, Book::StringProps property) {
+  static const std::string kNone;
+  const auto text = book.string_props.find(property);
+  return text != book.string_props.end() ? text->second : kNone;
+}
+
+}  // namespace saltmoor::quire

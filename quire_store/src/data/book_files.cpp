@@ -1,0 +1,51 @@
+#include "book_files.h"
+
+#include <unistd.h>
+
+#include "book_properties.h"
+#include "device_paths.h"
+#include "file_names.h"
+#include "saltmoor/utilities/to_lower.h"
+
+namespace saltmoor::quire {
+namespace {
+
+constexpr unsigned kMaxNameChars = 255;
+
+bool Exists(const std::string& path) {
+  return access(path.c_str(), F_OK) == 0;
+}
+
+}  // namespace
+
+std::string GenerateBookShortFileName(const Book& book) {
+  std::string name = TextOf(book, Book::kAuthor) + " - " + TextOf(book, Book::kTitle);
+  const std::string& format = TextOf(book, Book::kEbookFormat);
+  if (!format.empty()) name += "." + utilities::ToLower(format);
+  return VerifyFilename(name.c_str(), kMaxNameChars, true);
+}
+
+std::string GenerateBookFileName(const Book& book) {
+  return std::string(paths::kDownloads) + "/" + GenerateBookShortFileName(book);
+}
+
+std::string GetBookFile(const Book& book) {
+  const std::string path = GenerateBookFileName(book);
+  if (Exists(path)) return path;
+
+  // A dot in the author's name cuts a name without extension short here: meant so.
+  const std::string name = std::get<0>(ParseToNameExtention(path));
+  for (const char* const extension : {".epub", ".pdf", ".acsm"}) {
+    if (Exists(name + extension)) return name + extension;
+  }
+
+  const std::string title = TextOf(book, Book::kTitle);
+  const std::string edition = std::string(paths::kDigitalEditions) + "/" +
+                              VerifyFilename(title.c_str(), kMaxNameChars, true);
+  for (const char* const extension : {".epub", ".pdf"}) {
+    if (Exists(edition + extension)) return edition + extension;
+  }
+  return {};
+}
+
+}  // namespace saltmoor::quire

@@ -1,0 +1,156 @@
+#include "cart.h"
+
+#include <json/writer.h>
+#include <time.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+
+#include "book_properties.h"
+#include "decimal_text.h"
+#include "device_paths.h"
+#include "json_access.h"
+#include "json_text.h"
+#include "whole_file.h"
+
+namespace saltmoor::quire {
+namespace {
+
+std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& items,
+                                            const std::string& ean) {
+  return std::find_if(items.begin(), items.end(),
+                      [&](const Book& item) { return TextOf(item, Book::kEan) == ean; });
+}
+
+// Quantities do not count, and the sum wraps at 32 bits: both are meant so.
+std::int32_t SumInCents(const std::vector<Book>& items) {
+  std::uint32_t sum = 0;
+  for (const Book& item : items) {
+    const auto price = item.int_props.find(Book::kPrice);
+    if (price != item.int_props.end()) sum += static_cast<std::uint32_t>(price->second);
+  }
+  return static_cast<std::int32_t>(sum);
+}
+
+std::string Formatted(const tm& time, const char* format) {
+  char buffer[255];
+  return std::string(buffer, strftime(buffer, sizeof buffer, format, &time));
+}
+
+}  // namespace
+
+void Cart::Load() {
+  orderItems.clear();
+  const auto content = ReadWholeFile(paths::kCart);
+  if (!content) return;
+  Json::Value json;
+  ParseJson(*content, json);  // of a torn file, what can be read counts
+  FromJson(json);
+}
+
+void Cart::Save() {
+  ReplaceWholeFile(paths::kCart, Json::StyledWriter().write(ToJson()));
+}
+
+void Cart::Clear() {
+  orderItems.clear();
+  Save();
+}
+
+void Cart::AddToCart(const Book& book) {
+  if (IsContain(TextOf(book, Book::kEan))) return;
+  orderItems.push_back(book);
+  Save();
+}
+
+bool Cart::IsContain(std::string ean) const {
+  return FindByEan(orderItems, ean) != orderItems.end();
+}
+
+void Cart::RemoveFromCart(unsigned int index) {
+  if (index >= GetSize()) return;
+  orderItems.erase(orderItems.begin() + index);
+  Save();
+}
+
+void Cart::RemoveFromCart(const Book& book) {
+  const auto item = FindByEan(orderItems, TextOf(book, Book::kEan));
+  if (item == orderItems.end()) return;
+  orderItems.erase(item);
+  Save();
+}
+
+const Book& Cart::GetItem(unsigned int index) const {
+  static const Book kNone;
+  return index < GetSize() ? orderItems[index] : kNone;
+}
+
+unsigned int Cart::GetSize() const {
+  return static_cast<unsigned int>(orderItems.size());
+}
+
+void Cart::SetItemsCurrency(const std::string& currency) {
+  for (Book& item : orderItems) item.string_props[Book::kCurrency] = currency;
+}
+
+void Cart::FromJson(const Json::Value& json) {
+  orderItems.clear();
+  if (!json.isObject()) return;
+
+  const Json::Value& items = Member(json, "orderItems");
+  if (items.isArray()) {
+    for (const Json::Value& item : items) orderItems.push_back(Book::FromJson(item));
+  }
+  opdsSessionId = ToString(Member(json, "opdsSessionId"));
+  const Json::Value& order = Member(json, "order");
+  if (!order.isObject()) return;
+  orderId = ToString(Member(order, "orderId"));
+  userID = ToString(Member(order, "userID"));
+  // The server's key; the cart file has another, and so does not give the time back: meant so.
+  cartLastChange = ToString(Member(order, "lastUpdated"));
+  orderAmount = NumberFromText(ToString(Member(order, "orderAmount")));
+}
+
+Json::Value Cart::ToJson() const {
+  Json::Value order(Json::objectValue);
+  order["cartLastChange"] = cartLastChange;
+  order["orderAmount"] = orderAmount;  // a real number, which reads back as none: meant so
+  order["orderId"] = orderId;
+  order["userID"] = userID;
+
+  Json::Value items(Json::arrayValue);
+  for (const Book& item : orderItems) items.append(item.ToJson());
+
+  Json::Value json(Json::objectValue);
+  json["opdsSessionId"] = opdsSessionId;
+  json["order"] = std::move(order);
+  json["orderItems"] = std::move(items);
+  return json;
+}
+
+double Cart::GetTotalPrice() const {
+  return SumInCents(orderItems) / 100.0;
+}
+
+std::string Cart::GetTotalPriceFormatted() const {
+  if (orderItems.empty()) return "0";
+  const std::int32_t cents = SumInCents(orderItems);
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out << cents / 100 << ',' << std::setw(2) << std::setfill('0') << cents % 100 << ' '
+      << TextOf(orderItems.front(), Book::kCurrency);
+  return out.str();
+}
+
+bool ConvertDateTime(const std::string& input, std::string& date, std::string& time) {
+  tm parsed{};
+  if (strptime(input.c_str(), "%Y-%m-%d %H:%M:%S", &parsed) == nullptr) return false;
+  date = Formatted(parsed, "%d.%m.%Y");
+  time = Formatted(parsed, "%H:%M");
+  return true;
+}
+
+}  // namespace saltmoor::quire

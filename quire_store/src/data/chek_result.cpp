@@ -1,0 +1,22 @@
+#include "chek_result.h"
+
+#include <map>
+#include <string>
+
+#include "json_access.h"
+#include "json_text.h"
+
+namespace saltmoor::quire {
+
+void ChekResult::FromJson(const Json::Value& json) {
+  static const std::map<std::string, Status> kStatusByText{
+      {"In Progress", kInProgress},
+      {"Pending", kPending},
+      {"Failure", kFailure},
+      {"Success", kSuccess},
+  };
+  const auto known = kStatusByText.find(ToString(Member(json, "paymentStatus")));
+  status = known != kStatusByText.end() ? known->second : kFailure;
+}
+
+}  // namespace saltmoor::quire

@@ -1,0 +1,158 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <utility>
+
+#include "base_name.h"
+#include "book_files.h"
+#include "book_properties.h"
+#include "device_paths.h"
+#include "file_names.h"
+#include "log.h"
+#include "store_manager.h"
+#include "tabulet.h"
+
+namespace saltmoor::quire {
+namespace {
+
+constexpr LogPlace kFinishing{"quire_store/src/data/store_manager", 512,
+                              "int saltmoor::quire::StoreManager::CheckDownloadState()"};
+
+constexpr int kErrorIcon = 4;
+constexpr int kErrorShownMs = 7000;
+constexpr int kScanRequest = 84;
+constexpr int kScanTimeoutMs = 2000;
+constexpr useconds_t kScanPauseUs = 200'000;
+
+std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& books,
+                                            const std::string& ean) {
+  return std::find_if(books.begin(), books.end(),
+                      [&](const Book& book) { return TextOf(book, Book::kEan) == ean; });
+}
+
+void ShowDownloadError() {
+  Message(kErrorIcon, "@DownloadError", "@DownloadError", kErrorShownMs);
+}
+
+void TellScanner() {
+  const int scanner = FindTaskByAppName(paths::kScanner);
+  if (scanner == -1) return;
+  const std::string request = std::string("-scan:") + paths::kDownloads;
+  SendRequestTo(scanner, kScanRequest, request.data(), static_cast<int>(request.size()), 0,
+                kScanTimeoutMs);
+  usleep(kScanPauseUs);
+}
+
+std::string ExtensionOf(const std::string& path) {
+  return std::get<1>(ParseToNameExtention(path));
+}
+
+// Gives the file the extension that its content type calls for.
+std::string NameByContentType(const std::string& file, const std::string& content_type) {
+  if (content_type.rfind("application/force-download", 0) == 0) return file;
+  const std::string extension = ExtentionByMime(content_type);
+  if (extension.empty()) return file;
+  const std::string renamed = std::get<0>(ParseToNameExtention(file)) + "." + extension;
+  std::rename(file.c_str(), renamed.c_str());
+  return renamed;
+}
+
+bool IsOpenable(const std::string& file) {
+  const std::string extension = ExtensionOf(file);
+  for (const tb_file_type* type = GetSupportedFileTypes(); type->extension != nullptr; ++type) {
+    if (extension == type->extension) return true;
+  }
+  // Any one of these characters anywhere will do, so that nearly every file passes: meant so.
+  return file.find_last_of("fb2.zip") != std::string::npos;
+}
+
+// Makes the file at home on the device, or removes what is no book: a page that the shop served
+// instead of one.
+void TakeIn(std::string file, const std::string& content_type) {
+  Log(kLogTrace, kFinishing, "filename [" + file + "]");
+  file = NameByContentType(file, content_type);
+  const std::string extension = ExtensionOf(file);
+  if (IsOpenable(file) && extension != "htm" && extension != "html") {
+    TellScanner();
+  } else {
+    ShowDownloadError();
+    tb_unlink(file.c_str());
+  }
+}
+
+// Nothing that a download throws may reach the application: it is a failed download.
+int Outcome(std::future<int> ended) {
+  try {
+    return ended.get();
+  } catch (const std::exception&) {
+    return -1;
+  }
+}
+
+}  // namespace
+
+BookStatus StoreManager::GetBookStatusById(const std::string& id) {
+  return GetBookStatus(BaseName(id));
+}
+
+BookStatus StoreManager::GetBookStatus(const std::string& ean) {
+  if (cart_.IsContain(ean)) return {BookStatus::kInCart, {}, 0};
+  const auto book = FindByEan(purchased_, ean);
+  if (book == purchased_.end()) return {BookStatus::kNotPurchased, {}, 0};
+  if (std::string path = GetBookFile(*book); !path.empty()) {
+    return {BookStatus::kDownloaded, std::move(path), 0};
+  }
+  if (downloading_book_.string_props[Book::kEan] != ean) return {BookStatus::kPurchased, {}, 0};
+
+  bool active = false;
+  std::string name;
+  int total = 0;
+  int done = 0;
+  downloader_.GetProgress(&active, &name, &total, &done);
+  const std::int64_t percent = active && total >= 1 ? std::int64_t{done} * 100 / total : 0;
+  return {BookStatus::kDownloading, {}, static_cast<std::int32_t>(percent)};
+}
+
+int StoreManager::DownloadBookById(const std::string& id) {
+  const auto book = FindByEan(purchased_, BaseName(id));
+  if (book == purchased_.end()) return 0;
+  download_queue_.push_back(*book);
+  return CheckDownloadState();
+}
+
+int StoreManager::CheckDownloadState() {
+  const int had_download = download_future_.valid() ? 1 : 0;
+  if (had_download != 0 &&
+      download_future_.wait_for(std::chrono::milliseconds(0)) == std::future_status::ready) {
+    if (Outcome(std::move(download_future_)) == 0) {
+      TakeIn(downloader_.GetSavedPath(), downloader_.GetStatusInfo().content_type);
+    } else {
+      ShowDownloadError();
+    }
+    downloading_book_ = Book();
+  }
+
+  if (download_queue_.empty()) return had_download;
+  downloading_book_ = std::move(download_queue_.front());
+  download_queue_.erase(download_queue_.begin());
+  // While another download runs this book is taken off the queue all the same, and forgotten:
+  // meant so.
+  if (download_future_.valid()) return had_download;
+  try {
+    download_future_ =
+        std::async(std::launch::async, [this, url = TextOf(downloading_book_, Book::kEbookLink),
+                                        name = GenerateBookShortFileName(downloading_book_)] {
+          return downloader_.DownloadResource(url, name, std::function<void(int)>());
+        });
+  } catch (const std::exception&) {  // no thread to be had: a failed download like any other
+    ShowDownloadError();
+    downloading_book_ = Book();
+  }
+  return had_download;
+}
+
+}  // namespace saltmoor::quire
