@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 #include <utility>
 
 namespace saltmoor::quire {
@@ -74,7 +74,9 @@ std::string Resolved(const char* path) {
 std::optional<std::string> ReadWholeFile(const char* path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  std::ostringstream content;
+  content << file.rdbuf();  // unlike an iterator, throws nothing when the disk fails
+  return content.str();
 }
 
 bool ReplaceWholeFile(const char* path, const std::string& content) {
