@@ -1,0 +1,138 @@
+#include "auth.h"
+
+#include <dlfcn.h>
+
+#include <thread>
+
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+const std::string kRunLog =
+    " int saltmoor::quire::Auth::Run(const std::string &, const std::string &): ";
+const std::string kFailedToLogIn =
+    "log 2 quire_store/src/data/auth:45" + kRunLog + "Failed to log it";
+const std::string kMarker = "http://" QUIRE_RETURN_HOST "/QUIRESaltmoor?status=";
+
+std::string Visited(const std::string& url) {
+  return "log 4 quire_store/src/data/auth:66 virtual void "
+         "saltmoor::quire::Auth::UrlChanged(const std::string &): Auth::UrlChanged. url_string = "
+         "[" +
+         url + "]";
+}
+
+class AuthOnDevice : public OnDevice {};
+
+TEST_F(AuthOnDevice, MethodChoosesTheArguments) {
+  const struct {
+    const char* method;
+    bool has_logo;
+    const char* arguments;
+  } rows[] = {{"PAYPAL", true, " --paypal -img /tmp/quire_browser_logo.bmp"},
+              {"PAYPAL", false, " --paypal"},
+              {"CCARD", true, " -wirecard"},
+              {"CCARD", false, " -wirecard"},
+              {"paypal", true, ""},
+              {"", true, ""}};
+  for (const auto& row : rows) {
+    device.has_logo = row.has_logo;
+    device.ForgetJournal();
+    Auth().Run("https://pay/", row.method);
+    Lines expected = {"browser session quire", "resource browser_quire"};
+    if (row.has_logo && row.method == std::string("PAYPAL")) {
+      expected.push_back("bitmap /tmp/quire_browser_logo.bmp");
+    }
+    expected.push_back(std::string("browser run /ebrmain/bin/browser.app") + row.arguments +
+                       " https://pay/");
+    EXPECT_EQ(device.Journal({"browser", "resource", "bitmap"}), expected);
+  }
+}
+
+TEST_F(AuthOnDevice, EveryResultButMinusOne_IsLogged) {
+  for (const int result : {0, 1, -2}) {
+    device.ForgetJournal();
+    device.browser.result = result;
+    EXPECT_EQ(Auth().Run("https://pay/", "CCARD"), result);
+    EXPECT_EQ(device.Journal({"log"}),
+              Lines{"log 2 quire_store/src/data/auth:40" + kRunLog + "err:[" +
+                    std::to_string(result) + "] Authorize - failed"});
+  }
+}
+
+// With a result of -1 the log tells whether the payment was taken as a success.
+TEST_F(AuthOnDevice, AddressWithTheMarker_EndsTheSession_AndItsStatusCounts) {
+  const std::string other = "https://pay/next?%s%n=100%";
+  const struct {
+    std::string url;
+    bool ends, success;
+  } rows[] = {{kMarker + "success", true, true},
+              {kMarker + "success&x=1#y", true, true},
+              {kMarker + "cancel", true, false},
+              {kMarker + "SUCCESS", true, false},
+              {kMarker + "successful", true, false},
+              {"http://x/QUIRESaltmoor", true, false},
+              {"http://x/QUIRESaltmoor#?status=success", true, false},
+              {"https://pay/?back=QUIRESaltmoor&status=success", true, true},
+              {"http://x/quiresaltmoor?status=success", false, false},
+              {"http://x/?status=success", false, false},
+              {"QUIRESaltmoo", false, false},
+              {"", false, false}};
+  device.browser.result = -1;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.url);
+    device.ForgetJournal();
+    device.browser.visits = {other, row.url, other};
+    EXPECT_EQ(Auth().Run("https://pay/", "PAYPAL"), -1);
+    Lines expected = {Visited(other), Visited(row.url)};
+    if (!row.ends) expected.push_back(Visited(other));
+    if (!row.success) expected.push_back(kFailedToLogIn);
+    EXPECT_EQ(device.Journal({"log"}), expected);
+  }
+}
+
+TEST_F(AuthOnDevice, SecondRun_ForgetsTheFirstOnesSuccess) {
+  Auth auth;
+  device.browser.result = -1;
+  device.browser.visits = {kMarker + "success"};
+  auth.Run("https://pay/", "PAYPAL");
+  EXPECT_EQ(device.Journal({"log 2"}), Lines());
+  device.browser.visits = {};
+  auth.Run("https://pay/", "PAYPAL");
+  EXPECT_EQ(device.Journal({"log 2"}), Lines{kFailedToLogIn});
+}
+
+TEST_F(AuthOnDevice, IsWatchedAndEndedFromOtherThreads) {
+  Auth auth;
+  EXPECT_FALSE(auth.IsRunning());
+  device.browser.stays_open = true;
+  std::thread payment([&] { EXPECT_EQ(auth.Run("https://pay/", "CCARD"), 0); });
+  while (!auth.IsRunning()) std::this_thread::yield();
+  auth.SetFocus();
+  auth.BrowserClosed();
+  EXPECT_TRUE(auth.IsRunning());
+  auth.UrlChanged(kMarker + "cancel");
+  EXPECT_FALSE(auth.IsRunning());
+  payment.join();
+  EXPECT_EQ(device.Journal({"browser focus"}).size(), 1u);
+}
+
+TEST_F(AuthOnDevice, VirtualSlots_AreInTheContractsOrder) {
+  Auth auth;
+  utilities::BrowserAuthorization::IEventHandler* handler = &auth;
+  void* const* slots = *reinterpret_cast<void* const* const*>(handler);
+  const char* names[] = {
+      "_ZN8saltmoor5quire4Auth10UrlChanged",
+      "_ZN8saltmoor9utilities20BrowserAuthorization13IEventHandler12BrowserError",
+      "_ZN8saltmoor5quire4Auth13BrowserClosed",
+      "_ZN8saltmoor9utilities20BrowserAuthorization13IEventHandler10TimePassed"};
+  for (const char* name : names) {
+    Dl_info info{};
+    ASSERT_NE(dladdr(*slots++, &info), 0);
+    ASSERT_NE(info.dli_sname, nullptr);
+    EXPECT_TRUE(std::string(info.dli_sname).starts_with(name)) << info.dli_sname;
+  }
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

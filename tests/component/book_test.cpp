@@ -1,0 +1,178 @@
+#include "book.h"
+
+#include <cstdint>
+
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+const std::size_t kRowsBeforeMain = Book::s_book_string_map.size();
+
+std::string Prop(const Book& book, Book::StringProps prop) {
+  const auto entry = book.string_props.find(prop);
+  return entry == book.string_props.end() ? "(absent)" : entry->second;
+}
+
+std::int64_t PriceOf(const std::string& json) {
+  return Book::FromJson(Parsed(R"({"orderItemPrice":)" + json + "}")).int_props.at(Book::kPrice);
+}
+
+TEST(Book, TablesHoldTheServersKeys) {
+  const std::map<std::string, int> expected = {{"orderItemEAN", 0},
+                                               {"orderItemEan", 0},
+                                               {"orderItemTitle", 1},
+                                               {"orderItemAuthor", 2},
+                                               {"orderItemThumbnail", 3},
+                                               {"orderItemEbookCover", 3},
+                                               {"orderItemEbookType", 5},
+                                               {"orderItemEbookFormat", 5},
+                                               {"orderItemDate", 6},
+                                               {"orderItemEbookLink", 7},
+                                               {"orderItemAvailabilityNumber", 8},
+                                               {"productPageURL", 9},
+                                               {"orderItemEbookDrm", 10},
+                                               {"orderItemId", 11},
+                                               {"orderItemQuantity", 14},
+                                               {"orderItemIsEbook", 15},
+                                               {"orderId", 16},
+                                               {"currency", 17},
+                                               {"orderImageUrl", 18}};
+  EXPECT_EQ(kRowsBeforeMain, expected.size());
+  const auto& table = Book::s_book_string_map;
+  EXPECT_EQ((std::map<std::string, int>(table.begin(), table.end())), expected);
+  EXPECT_TRUE(Book::s_book_int_map.empty());
+}
+
+TEST(Book, OfNoObject_IsEmpty) {
+  for (const char* json : {"[1]", "[\"orderItemEan\"]", "[null]", "[[{}]]"}) {
+    const Book book = Book::FromJson(Parsed(json)[0]);
+    EXPECT_TRUE(book.int_props.empty() && book.string_props.empty()) << json;
+    EXPECT_EQ(book.ToJson(), Parsed(R"({"orderItemPrice":"0"})"));
+  }
+  const Book book = Book::FromJson(Parsed("{}"));
+  EXPECT_EQ(book.string_props, (std::map<Book::StringProps, std::string>{{Book::kEbookFormat, ""},
+                                                                         {Book::kDate, ""}}));
+  EXPECT_TRUE(book.int_props.empty());
+  EXPECT_EQ(book.ToJson(), Parsed(R"({"orderItemDate":"","orderItemEbookFormat":"",
+                                    "orderItemEbookType":"","orderItemPrice":"0"})"));
+}
+
+TEST(Book, KeysOfOneProperty_HaveAnOrder) {
+  const Book book = Book::FromJson(Parsed(
+      R"({"orderItemEan":"low","orderItemEAN":"CAPITALS","orderItemThumbnail":"small",
+          "orderItemEbookCover":"cover","orderItemEbookType":"type","orderItemEbookFormat":"form",
+          "orderItemQuantity":2,"orderItemIsEbook":true,"orderItemId":9781234567897,
+          "orderItemTitle":1.5,"orderItemAuthor":null,"currency":["EUR"]})"));
+  EXPECT_EQ(Prop(book, Book::kEan), "low");
+  EXPECT_EQ(Prop(book, Book::kThumbnail), "small");
+  EXPECT_EQ(Prop(book, Book::kEbookFormat), "type");
+  EXPECT_EQ(Prop(book, Book::kQuantity), "2");
+  EXPECT_EQ(Prop(book, Book::kIsEbook), "true");
+  EXPECT_EQ(Prop(book, Book::kItemId), "9781234567897");
+  for (const auto prop : {Book::kTitle, Book::kAuthor, Book::kCurrency}) {
+    EXPECT_EQ(Prop(book, prop), "");
+  }
+  EXPECT_EQ(Prop(book, Book::kOrderId), "(absent)");
+  const Json::Value json = book.ToJson();
+  EXPECT_EQ(json["orderItemEAN"], "low");
+  EXPECT_EQ(json["orderItemEan"], "low");
+  EXPECT_EQ(json["orderItemQuantity"], "2");
+  EXPECT_FALSE(json.isMember("orderId"));
+}
+
+TEST(Book, PriceIsReadInCents_AndWrittenInSixDigits) {
+  const std::pair<const char*, std::int64_t> read[] = {
+      {R"("12.99")", 1299}, {R"("5")", 500},      {R"("0.125")", 13},    {R"("-0.125")", -13},
+      {R"("0.29")", 29},    {R"("1e3")", 100000}, {R"("abc")", 0},       {R"("")", 0},
+      {R"("12,99")", 1200}, {"12", 1200},         {"12.99", 0},          {"true", 0},
+      {"[1]", 0},           {"null", 0},          {R"("9.99 EUR")", 999}};
+  for (const auto& [json, cents] : read) EXPECT_EQ(PriceOf(json), cents) << json;
+
+  const std::pair<std::int64_t, const char*> written[] = {
+      {1299, "12.99"},      {500, "5"},        {5, "0.05"},          {0, "0"},
+      {1234567, "12345.7"}, {-1299, "-12.99"}, {100000000, "1e+06"}, {123456789000, "1.23457e+09"}};
+  for (const auto& [cents, text] : written) {
+    Book book;
+    book.int_props[Book::kPrice] = cents;
+    EXPECT_EQ(book.ToJson()["orderItemPrice"], text);
+  }
+  EXPECT_EQ(PriceOf(R"("12345.7")"), 1234570);
+}
+
+TEST(Book, DateIsRewrittenForDisplay) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"2021-03-15 14:30:00", "2021-03-15\n14:30:00"},
+      {"2021-03-15\n14:30:00", "2021-03-15\n14:30:00"},
+      {"on 15.03.2021 at 14:30", "on 15.03.2021 at\n14:30"},
+      {"14:30 15.03.2021", "14:30 | 15.03.2021"},
+      {"14:30", "14:30"},
+      {"15. March 2021", "15. | March 2021"},
+      {"Mon 15.03.2021", "Mon | 15.03.2021"},
+      {"15.03.2021", "15.03.2021"},
+      {" :", "\n:"},
+      {" ", " | "},
+      {"", ""}};
+  for (const auto& [sent, shown] : rows) {
+    Json::Value json;
+    json["orderItemDate"] = sent;
+    EXPECT_EQ(Prop(Book::FromJson(json), Book::kDate), shown);
+  }
+}
+
+TEST(Book, FormatIsAnExtensionWhereTheTypeIsKnown) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"application/epub+zip", "epub"},
+      {"text/html; charset=utf-8", "htm"},
+      {"EPUB", "EPUB"},
+      {"application/unknown", "application/unknown"}};
+  for (const auto& [sent, kept] : rows) {
+    Json::Value json;
+    json["orderItemEbookFormat"] = sent;
+    EXPECT_EQ(Prop(Book::FromJson(json), Book::kEbookFormat), kept);
+  }
+}
+
+TEST(Book, RowsThatAnApplicationAdds_TakeEffect) {
+  const auto pages = static_cast<Book::IntProps>(1);
+  Book::s_book_int_map["pages"] = pages;
+  const std::pair<Json::Value, std::int64_t> rows[] = {
+      {Parsed("[320]")[0], 320},
+      {Parsed("[-1]")[0], -1},
+      {Parsed("[2147483648]")[0], 2147483648},
+      {Parsed("[9781234567897]")[0], 9781234567897},
+      {Parsed("[9223372036854775807]")[0], INT64_MAX},
+      {Parsed("[9223372036854775808]")[0], 0},
+      {Parsed("[1.5]")[0], 0},
+      {"320", 0},
+      {true, 0},
+      {Json::Value(7u), 0},
+      {Json::Value(Json::arrayValue), 0}};
+  for (const auto& [value, expected] : rows) {
+    Json::Value json;
+    json["pages"] = value;
+    const Book book = Book::FromJson(json);
+    EXPECT_EQ(book.int_props.at(pages), expected) << value;
+    EXPECT_EQ(book.ToJson()["pages"].asInt64(), expected);
+  }
+  EXPECT_EQ(Book::FromJson(Parsed("{}")).int_props.count(pages), 0u);
+  Book::s_book_int_map.clear();
+}
+
+TEST(Book, IsCopiedAndMovedWhole) {
+  Book book = BookOf("1", "A", "T");
+  book.aux_word = 7;
+  book.int_props[Book::kPrice] = 5;
+  const Book copy(book);
+  Book moved;
+  moved = std::move(book);
+  for (const Book& other : {copy, moved}) {
+    EXPECT_EQ(other.ToJson(), copy.ToJson());
+    EXPECT_EQ(Prop(other, Book::kEan), "1");
+    EXPECT_EQ(other.aux_word, 7);
+  }
+  EXPECT_EQ(Book().aux_word, 0);
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

@@ -1,0 +1,170 @@
+#include "cart.h"
+
+#include <unistd.h>
+
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+class CartOnDevice : public OnDevice {
+ protected:
+  Cart cart;
+
+  /// Whether the cart file was written since it was last asked.
+  bool Saved() { return unlink(kCartPath.c_str()) == 0; }
+
+  void AddPriced(std::int64_t cents) {
+    Book book;
+    book.int_props[Book::kPrice] = cents;
+    book.string_props[Book::kCurrency] = "EUR";
+    cart.orderItems.push_back(book);
+  }
+};
+
+TEST_F(CartOnDevice, SavesAfterEachChange_AndOnlyThen) {
+  cart.AddToCart(BookOf("1"));
+  EXPECT_TRUE(Saved());
+  cart.AddToCart(BookOf("1", "another author"));
+  EXPECT_FALSE(Saved());
+  cart.AddToCart(Book());
+  EXPECT_TRUE(Saved());
+  cart.AddToCart(Book());
+  EXPECT_FALSE(Saved());
+  ASSERT_EQ(cart.GetSize(), 2u);
+  EXPECT_TRUE(cart.IsContain("1"));
+  EXPECT_TRUE(cart.IsContain(""));
+  EXPECT_FALSE(cart.IsContain("1 "));
+  EXPECT_FALSE(cart.IsContain("11"));
+
+  cart.RemoveFromCart(2);
+  cart.RemoveFromCart(BookOf("2"));
+  cart.SetItemsCurrency("EUR");
+  EXPECT_FALSE(Saved());
+  EXPECT_EQ(cart.GetItem(1).string_props.at(Book::kCurrency), "EUR");
+
+  cart.orderItems.insert(cart.orderItems.begin(), BookOf("1", "first"));
+  cart.RemoveFromCart(BookOf("1"));
+  EXPECT_TRUE(Saved());
+  ASSERT_EQ(cart.GetSize(), 2u);
+  EXPECT_EQ(cart.GetItem(0).string_props.at(Book::kAuthor), "");
+  cart.RemoveFromCart(0u);
+  EXPECT_TRUE(Saved());
+  EXPECT_EQ(cart.GetSize(), 1u);
+  cart.Clear();
+  EXPECT_TRUE(Saved());
+  EXPECT_EQ(cart.GetSize(), 0u);
+}
+
+TEST_F(CartOnDevice, ItemOutOfRange_IsOneEmptyRecord) {
+  EXPECT_EQ(&cart.GetItem(0), &cart.GetItem(7));
+  EXPECT_EQ(cart.GetItem(7).ToJson(), Parsed(R"({"orderItemPrice":"0"})"));
+  EXPECT_FALSE(cart.IsContain(""));
+}
+
+TEST_F(CartOnDevice, FileGivesBackTheItems_AndHalfOfTheHeader) {
+  cart.orderId = "O-1";
+  cart.opdsSessionId = kSession;
+  cart.userID = "U-1";
+  cart.cartLastChange = "2021-03-15 10:00:00";
+  cart.orderAmount = 20.0;
+  AddPriced(1299);
+  cart.Save();
+  EXPECT_EQ(ReadFile(kCartPath), Json::StyledWriter().write(cart.ToJson()));
+  EXPECT_EQ(cart.ToJson(), Parsed(R"({"opdsSessionId":")" + kSession + R"(",
+      "order":{"cartLastChange":"2021-03-15 10:00:00","orderAmount":20.0,"orderId":"O-1",
+               "userID":"U-1"},
+      "orderItems":[{"currency":"EUR","orderItemPrice":"12.99"}]})"));
+  EXPECT_EQ(Cart().ToJson()["orderItems"], Parsed("[]"));
+
+  Cart loaded;
+  loaded.Load();
+  EXPECT_EQ(loaded.orderId, "O-1");
+  EXPECT_EQ(loaded.opdsSessionId, kSession);
+  EXPECT_EQ(loaded.userID, "U-1");
+  EXPECT_EQ(loaded.cartLastChange, "");
+  EXPECT_EQ(loaded.orderAmount, 0.0);
+  ASSERT_EQ(loaded.GetSize(), 1u);
+  EXPECT_EQ(loaded.GetItem(0).int_props.at(Book::kPrice), 1299);
+}
+
+TEST_F(CartOnDevice, AnswerFillsTheHeader_WhereItHasOne) {
+  const std::pair<const char*, double> amounts[] = {
+      {R"("20.50")", 20.5}, {"20", 20.0}, {"20.5", 0.0}, {R"("x")", 0.0}, {"null", 0.0}};
+  for (const auto& [json, amount] : amounts) {
+    cart.FromJson(Parsed(std::string(R"({"opdsSessionId":5,"order":{"orderId":9781234567897,
+        "userID":"U","lastUpdated":"now","cartLastChange":"no","orderAmount":)") +
+                         json + "}}"));
+    EXPECT_EQ(cart.orderAmount, amount) << json;
+  }
+  EXPECT_EQ(cart.opdsSessionId, "5");
+  EXPECT_EQ(cart.orderId, "9781234567897");
+  EXPECT_EQ(cart.cartLastChange, "now");
+
+  AddPriced(1);
+  cart.FromJson(Parsed("[1]"));
+  EXPECT_EQ(cart.GetSize(), 0u);
+  EXPECT_EQ(cart.opdsSessionId, "5");
+  cart.FromJson(Parsed(R"({"order":[1],"orderItems":[1,{}]})"));
+  EXPECT_EQ(cart.opdsSessionId, "");
+  EXPECT_EQ(cart.userID, "U");
+  EXPECT_EQ(cart.GetSize(), 2u);
+}
+
+TEST_F(CartOnDevice, WithoutAReadableFile_IsEmptyAndKeepsItsHeader) {
+  for (const char* content : {"", "not json", "[]", "\"text\""}) {
+    cart.orderId = "O-1";
+    AddPriced(1);
+    if (*content != 0) WriteFile(kCartPath, content);
+    cart.Load();
+    EXPECT_EQ(cart.GetSize(), 0u) << content;
+    EXPECT_EQ(cart.orderId, "O-1") << content;
+  }
+}
+
+TEST_F(CartOnDevice, TotalIsSummedIn32Bits_AndAlwaysHasAComma) {
+  EXPECT_EQ(cart.GetTotalPrice(), 0.0);
+  EXPECT_EQ(cart.GetTotalPriceFormatted(), "0");
+  const struct {
+    std::vector<std::int64_t> cents;
+    double total;
+    const char* formatted;
+  } rows[] = {{{1299}, 12.99, "12,99 EUR"},
+              {{500}, 5.0, "5,00 EUR"},
+              {{5}, 0.05, "0,05 EUR"},
+              {{1299, 701}, 20.0, "20,00 EUR"},
+              {{123456789}, 1234567.89, "1234567,89 EUR"},
+              {{4294967296 + 1299}, 12.99, "12,99 EUR"},
+              {{2147483647, 1}, -21474836.48, "-21474836,-48 EUR"},
+              {{-5}, -0.05, "0,-5 EUR"}};
+  for (const auto& row : rows) {
+    cart.orderItems.clear();
+    for (const std::int64_t cents : row.cents) AddPriced(cents);
+    cart.orderItems[0].string_props[Book::kQuantity] = "3";
+    EXPECT_EQ(cart.GetTotalPrice(), row.total);
+    EXPECT_EQ(cart.GetTotalPriceFormatted(), row.formatted);
+  }
+  cart.orderItems = {Book(), BookOf("2")};
+  cart.orderItems[1].string_props[Book::kCurrency] = "EUR";
+  EXPECT_EQ(cart.GetTotalPriceFormatted(), "0,00 ");
+}
+
+TEST(ConvertDateTime, SplitsTheServersTimestamp) {
+  const struct {
+    const char *input, *date, *time;
+  } rows[] = {{"2021-03-05 07:08:09", "05.03.2021", "07:08"},
+              {"2021-12-31 23:59:59.123 CET", "31.12.2021", "23:59"},
+              {"05.03.2021", nullptr, nullptr},
+              {"2021-03-05", nullptr, nullptr},
+              {"2021-13-05 07:08:09", nullptr, nullptr},
+              {"", nullptr, nullptr}};
+  for (const auto& row : rows) {
+    std::string date = "kept", time = "kept";
+    EXPECT_EQ(ConvertDateTime(row.input, date, time), row.date != nullptr) << row.input;
+    EXPECT_EQ(date, row.date == nullptr ? "kept" : row.date);
+    EXPECT_EQ(time, row.time == nullptr ? "kept" : row.time);
+  }
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

@@ -1,0 +1,263 @@
+#include <unistd.h>
+
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+const std::string kManagerLog = "log 2 quire_store/src/data/store_manager:";
+const std::string kFunction = " ServerApi::Result saltmoor::quire::StoreManager::";
+const std::string kCheck = "POST /checkOrder orderId=O-1&storeId=&opdsSessionId=" + kSession;
+const std::string kSubmit = "POST /submitOrder orderId=O-1&storeId=&opdsSessionId=" + kSession;
+const std::string kList = "POST /getUserEbook opdsSessionId=" + kSession + "&storeId=";
+
+std::string Condition(const char* condition, const char* returned) {
+  return std::string(": Condition: \"") + condition + "\", return(\"" + returned + "\")]";
+}
+
+class Checkout : public OnDevice {
+ protected:
+  void SetUp() override {
+    OnDevice::SetUp();
+    ScriptStart();
+    manager();
+    device.ForgetJournal();
+  }
+
+  void AnswerStates(const Lines& states) {
+    for (const std::string& state : states) {
+      device.Answer("/checkOrder", R"({"response":{"paymentStatus":")" + state + R"("}})");
+    }
+  }
+
+  /// A cart priced by the server, with the order O-1, committed for payment.
+  void StartOrder(const std::string& pay_method) {
+    device.Answer("/addToCart", R"({"response":{"orderId":"O-1"}})");
+    device.Answer("/getCart", R"({"response":{"order":{"orderId":"O-1"},
+                                  "orderItems":[{"orderItemEAN":"1"}]}})");
+    device.Answer("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
+    manager().AddToCart(BookOf("1"));
+    manager().CheckOut();
+    EXPECT_EQ(manager().StartPayment(pay_method).code_, ServerApi::kOk);
+    device.ForgetJournal();
+  }
+
+  /// The order that the manager holds as pending; empty when none.
+  std::string Pending() {
+    device.ForgetJournal();
+    manager().CheckOrderIfNeeded();
+    const Lines asked = device.Journal({"POST /checkOrder orderId="});
+    return asked.empty() ? "" : asked[0].substr(25, asked[0].find('&') - 25);
+  }
+};
+
+TEST_F(Checkout, SendsEachBookOnce_TakesTheServersCart_AndListsWhatItLacks) {
+  Book book = BookOf("2");
+  book.string_props[Book::kCurrency] = "CHF";
+  manager().AddToCart(book);
+  manager().AddToCart(BookOf("10", "first"));
+  manager().AddToCart(Book());
+  // A second copy reaches the cart through its file only.
+  Json::Value file = Parsed(ReadFile(kCartPath));
+  file["orderItems"].append(BookOf("10", "second").ToJson());
+  WriteFile(kCartPath, file.toStyledString());
+  ASSERT_EQ(manager().Init(), 0);
+  const std::string saved = ReadFile(kCartPath);
+  device.ForgetJournal();
+  device.Answer("/addToCart", R"({"response":{"orderId":"O-1"}})");
+  device.Answer("/getCart", R"({"response":{"order":{"orderId":"O-1"},
+      "orderItems":[{"orderItemEAN":"2","orderItemPrice":"1.50","currency":"EUR"}]}})");
+
+  const auto [result, dropped] = manager().CheckOut();
+  EXPECT_EQ(result.code_, ServerApi::kOk);
+  const std::string ids = "opdsSessionId=" + kSession + "&storeId=4711";
+  EXPECT_EQ(device.Journal({"POST"}),
+            (Lines{"POST /login username=anna&password=" + kPassword + "&storeId=4711",
+                   "POST /addToCart " + ids +
+                       "&ean_0=&quantity_0=1&ean_1=10&quantity_1=1&ean_2=2&quantity_2=1",
+                   "POST /getCart " + ids + "&orderId=O-1"}));
+  ASSERT_EQ(dropped.size(), 3u);
+  EXPECT_EQ(dropped[0].string_props.at(Book::kAuthor), "first");
+  EXPECT_EQ(dropped[1].string_props.count(Book::kEan), 0u);
+  EXPECT_EQ(dropped[2].string_props.at(Book::kAuthor), "second");
+  EXPECT_EQ(manager().GetCart().GetTotalPriceFormatted(), "1,50 CHF");
+  EXPECT_EQ(ReadFile(kCartPath), saved);
+}
+
+TEST_F(Checkout, OfAnEmptyCart_LeavesTheServersWithoutCurrency) {
+  device.Answer("/getCart", R"({"response":{"orderItems":[{"currency":"EUR"}]}})");
+  const auto [result, dropped] = manager().CheckOut();
+  EXPECT_TRUE(dropped.empty());
+  EXPECT_EQ(manager().GetCart().GetTotalPriceFormatted(), "0,00 ");
+  EXPECT_EQ(device.Journal({"POST /addToCart", "POST /getCart"}),
+            (Lines{"POST /addToCart opdsSessionId=" + kSession + "&storeId=",
+                   "POST /getCart opdsSessionId=" + kSession + "&storeId=&orderId="}));
+}
+
+TEST_F(Checkout, WithoutTheServer_StillSucceeds_WithAllBooksDropped) {
+  device.ForgetAnswers();
+  manager().AddToCart(BookOf("1"));
+  const auto [result, dropped] = manager().CheckOut();
+  EXPECT_EQ(result.code_, ServerApi::kOk);
+  EXPECT_EQ(result.message_, "");
+  EXPECT_EQ(dropped.size(), 1u);
+  EXPECT_EQ(manager().GetCart().GetSize(), 0u);
+}
+
+TEST_F(Checkout, Payment_CommitsTheOrder_AndRunsTheBrowserForTwoMethodsOnly) {
+  StartOrder("PAYPAL");
+  const std::string started = "log 5 quire_store/src/data/store_manager:591" + kFunction +
+                              "StartPayment(const std::string &): Starting PrepareOrder";
+  const std::string browsing = "log 5 quire_store/src/data/store_manager:601" + kFunction +
+                               "StartPayment(const std::string &): Starting browser auth";
+  for (const std::string method : {"PAYPAL", "CCARD", "paypal", "INVOICE", ""}) {
+    SCOPED_TRACE(method);
+    device.ForgetJournal();
+    EXPECT_EQ(manager().StartPayment(method).code_, ServerApi::kOk);
+    const Lines lines = device.Journal({"log 5", "POST", "browser run"});
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines[0], started);
+    EXPECT_TRUE(lines[1].starts_with("POST /commitOrderForPayment opdsSessionId=" + kSession +
+                                     "&orderId=O-1&storeId=&paymethod=" + method));
+    if (method == "PAYPAL" || method == "CCARD") {
+      EXPECT_EQ(lines.size(), 4u);
+      EXPECT_EQ(lines[2], browsing);
+      EXPECT_TRUE(lines[3].starts_with("browser run /ebrmain/bin/browser.app -"));
+      EXPECT_TRUE(lines[3].ends_with(" https://pay/"));
+    } else {
+      EXPECT_EQ(lines.size(), 2u);
+    }
+  }
+}
+
+TEST_F(Checkout, PaymentThatFails_KeepsWhatWasReached) {
+  const std::string start = kFunction + "StartPayment(const std::string &)";
+  // Refused: no order becomes pending.
+  device.Answer("/commitOrderForPayment", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  ServerApi::Result result = manager().StartPayment("PAYPAL");
+  EXPECT_EQ(result.code_, ServerApi::kFailed);
+  EXPECT_EQ(result.message_, "no");
+  EXPECT_EQ(device.Journal({"log 2", "browser"}),
+            Lines{kManagerLog + "593" + start +
+                  Condition("ServerApi::kOk == commit_res.res.code_", "commit_res.res")});
+  EXPECT_EQ(Pending(), "");
+
+  // No address, then no browser: the order stays pending.
+  device.ForgetAnswers();
+  StartOrder("INVOICE");
+  device.ForgetAnswers();
+  device.Answer("/commitOrderForPayment", "{}");
+  result = manager().StartPayment("CCARD");
+  EXPECT_EQ(result.code_, ServerApi::kFailed);
+  EXPECT_EQ(result.message_, "");
+  EXPECT_EQ(device.Journal({"log 2", "browser"}),
+            Lines{kManagerLog + "599" + start +
+                  Condition("url.empty()", "ServerApi::Result(ServerApi::kFailed)")});
+  EXPECT_EQ(Pending(), "O-1");
+
+  device.Answer("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
+  for (const int browser_result : {-1, 5}) {
+    device.ForgetAnswers();
+    device.Answer("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
+    device.ForgetJournal();
+    device.browser.result = browser_result;
+    EXPECT_EQ(manager().StartPayment("PAYPAL").code_, ServerApi::kFailed);
+    EXPECT_EQ(device.Journal({kManagerLog.c_str()}),
+              Lines{kManagerLog + "605" + start +
+                    Condition("SM_OK == err", "ServerApi::Result(ServerApi::kFailed)")});
+    EXPECT_EQ(device.Journal({"log 2"}).size(), 2u);
+    EXPECT_EQ(Pending(), "O-1");
+  }
+}
+
+TEST_F(Checkout, PaymentResult_IsPolledWhilePending_ThenTheOrderIsSubmitted) {
+  StartOrder("PAYPAL");
+  AnswerStates({"Pending", "Pending", "Success"});
+  device.Answer("/submitOrder",
+                R"({"response":{"order":{"orderDatePlaced":"2026-01-02 03:04:05"}}})");
+  EXPECT_EQ(manager().CheckPaymentResult().code_, ServerApi::kOk);
+  const std::string query = "network query", sleep = "sleep 5000000";
+  EXPECT_EQ(device.Journal(), (Lines{query, kCheck, sleep, query, kCheck, sleep, query, kCheck,
+                                     sleep, kSubmit, kList}));
+  EXPECT_EQ(manager().GetOrderDatePlaced(), "2026-01-02 03:04:05");
+  EXPECT_EQ(manager().GetCart().GetSize(), 0u);
+  EXPECT_EQ(Parsed(ReadFile(kCartPath))["orderItems"], Parsed("[]"));
+  EXPECT_EQ(manager().GetPurchased().size(), 1u);
+  EXPECT_EQ(Pending(), "");
+}
+
+TEST_F(Checkout, PaymentResult_OfAnotherMethod_IsSubmittedAtOnce) {
+  StartOrder("INVOICE");
+  device.Answer("/submitOrder", "{}");
+  EXPECT_EQ(manager().CheckPaymentResult().code_, ServerApi::kOk);
+  EXPECT_EQ(device.Journal(), (Lines{kSubmit, kList}));
+}
+
+TEST_F(Checkout, PaymentResult_ThatFails_KeepsTheCartAndTheOrder) {
+  const std::string lost =
+      kFunction + "CheckPaymentResult()" + Condition("ServerApi::kOk == result.code_", "result");
+  const std::string refusal = R"({"error":"true","response":{"ErrorMsg":"no"}})";
+  StartOrder("CCARD");
+  for (const char* state : {"In Progress", "Failure", "pending", ""}) {
+    device.ForgetAnswers();
+    AnswerStates({state});
+    device.ForgetJournal();
+    const ServerApi::Result result = manager().CheckPaymentResult();
+    EXPECT_EQ(result.code_, ServerApi::kFailed) << state;
+    EXPECT_EQ(result.message_, "");
+    EXPECT_EQ(device.Journal(), (Lines{"network query", kCheck}));
+  }
+  device.ForgetAnswers();
+  device.Answer("/checkOrder", refusal);
+  device.ForgetJournal();
+  EXPECT_EQ(manager().CheckPaymentResult().message_, "no");
+  EXPECT_EQ(device.Journal({"log", "sleep", "POST /submit"}), Lines{kManagerLog + "624" + lost});
+
+  device.ForgetAnswers();
+  AnswerStates({"Success"});
+  device.Answer("/submitOrder", refusal);
+  device.ForgetJournal();
+  EXPECT_EQ(manager().CheckPaymentResult().message_, "no");
+  EXPECT_EQ(device.Journal({"log", "sleep", "POST /submit", "POST /getUser"}),
+            (Lines{"sleep 5000000", kSubmit + "&paymethod=CCARD", kManagerLog + "645" + lost}));
+  EXPECT_EQ(manager().GetCart().GetSize(), 1u);
+  EXPECT_EQ(manager().GetOrderDatePlaced(), "");
+  EXPECT_EQ(Pending(), "O-1");
+}
+
+TEST_F(Checkout, OrderIsAskedForOnce_WhateverItsState) {
+  EXPECT_EQ(manager().CheckOrderIfNeeded(), -1);
+  EXPECT_EQ(device.Journal(), Lines());
+  StartOrder("PAYPAL");
+  AnswerStates({"Failure"});
+  for (int times = 0; times < 2; ++times) {
+    device.ForgetJournal();
+    EXPECT_EQ(manager().CheckOrderIfNeeded(), 0);
+    EXPECT_EQ(device.Journal(), (Lines{"network query", kCheck, kList}));
+  }
+  device.ForgetAnswers();
+  device.ForgetJournal();
+  EXPECT_EQ(manager().CheckOrderIfNeeded(), -1);
+  EXPECT_EQ(device.Journal({kManagerLog.c_str(), "POST /getUser"}),
+            Lines{kManagerLog + "664 int saltmoor::quire::StoreManager::CheckOrderIfNeeded()" +
+                  Condition("ServerApi::kOk == result.code_", "-1")});
+}
+
+TEST_F(Checkout, NetworkIsConnected_WhenNoneOfItsBitsIsSet) {
+  StartOrder("PAYPAL");
+  AnswerStates({"Failure"});
+  for (const int state : {0, 0xFF, 0x1000, 0x100, 0x200, 0x400, 0x800, 0xF00}) {
+    device.network_state = state;
+    const Lines expected = (state & 0xF00) != 0 ? Lines{"network query"}
+                                                : Lines{"network query", "network connect default"};
+    device.ForgetJournal();
+    manager().CheckPaymentResult();
+    EXPECT_EQ(device.Journal({"network"}), expected) << state;
+    device.ForgetJournal();
+    manager().CheckOrderIfNeeded();
+    EXPECT_EQ(device.Journal({"network"}), expected) << state;
+  }
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

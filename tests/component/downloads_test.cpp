@@ -1,0 +1,173 @@
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+const std::string kDownloads = "/mnt/ext1/Downloads/";
+const std::string kError = "message 4 @DownloadError @DownloadError 7000";
+const Lines kScan = {"task find /ebrmain/bin/scanner.app",
+                     "task send 7 84 -scan:/mnt/ext1/Downloads 0 2000", "sleep 200000"};
+
+class Downloads : public OnDevice {
+ protected:
+  void SetUp() override {
+    OnDevice::SetUp();
+    device.scanner_task = 7;
+    Buy(R"([{"orderItemEAN":"A","orderItemAuthor":"M","orderItemTitle":"A?",
+             "orderItemEbookLink":"https://shop/a"},
+            {"orderItemEAN":"B","orderItemAuthor":"M","orderItemTitle":"B",
+             "orderItemEbookLink":"https://shop/b"},
+            {"orderItemEAN":"C","orderItemAuthor":"M","orderItemTitle":"C",
+             "orderItemEbookFormat":"application/pdf","orderItemEbookLink":"https://shop/c"}])");
+    device.ForgetJournal();
+  }
+
+  int StatusOf(const std::string& ean) { return manager().GetBookStatus(ean).status; }
+
+  /// Polls as an application does, until no download runs.
+  void Finish() {
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (manager().CheckDownloadState() == 1) {
+      ASSERT_LT(std::chrono::steady_clock::now(), give_up);
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+};
+
+TEST_F(Downloads, StatusIsDecidedInOrder) {
+  EXPECT_EQ(StatusOf("X"), BookStatus::kNotPurchased);
+  EXPECT_EQ(StatusOf("a"), BookStatus::kNotPurchased);
+  EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+  WriteFile("/mnt/ext1/Digital Editions/A.epub", "");
+  BookStatus status = manager().GetBookStatusById("catalogue/items/A");
+  EXPECT_EQ(status.status, BookStatus::kDownloaded);
+  EXPECT_EQ(status.path, "/mnt/ext1/Digital Editions/A.epub");
+  manager().AddToCart(BookOf("A"));
+  status = manager().GetBookStatus("A");
+  EXPECT_EQ(status.status, BookStatus::kInCart);
+  EXPECT_EQ(status.path, "");
+  EXPECT_EQ(status.progress, 0);
+  EXPECT_EQ(manager().GetBookStatusById("items/A/").status, BookStatus::kNotPurchased);
+  EXPECT_EQ(manager().GetBookStatus("items/B").status, BookStatus::kNotPurchased);
+}
+
+TEST_F(Downloads, FinishedFile_IsNamedByItsType_AndAnnouncedOrRejected) {
+  const struct {
+    const char *content_type, *saved_name, *file;
+    bool kept;
+  } rows[] = {{"application/epub+zip", "M - T", "M - T.epub", true},
+              {"application/epub+zip; charset=binary", "M - T.bin", "M - T.epub", true},
+              {"application/pdf", "M. N - T", "M.pdf", true},
+              {"application/force-download", "M - T.bin", "M - T.bin", true},
+              {"application/force-download; x", "M - T", "M - T", false},
+              {"application/force-download", "M - T.html", "M - T.html", false},
+              {"text/html; charset=utf-8", "M - T", "M - T.htm", false},
+              {"text/html", "M - T.epub", "M - T.htm", false},
+              {"", "M - T.HTML", "M - T.HTML", true},
+              {"APPLICATION/PDF", "M - T", "M - T", false},
+              {"application/octet-stream", "Mi - T", "Mi - T", true},
+              {"application/octet-stream", "M2 - T", "M2 - T", true},
+              {"application/octet-stream", "MF - T", "MF - T", false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.content_type) + " " + row.saved_name);
+    device.download.content_type = row.content_type;
+    device.download.saved_name = row.saved_name;
+    device.ForgetJournal();
+    EXPECT_EQ(manager().DownloadBookById("A"), 0);
+    Finish();
+    const std::string file = kDownloads + row.file;
+    EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink"}),
+              row.kept ? kScan : (Lines{kError, "unlink " + file}));
+    EXPECT_EQ(FilesIn(kDownloads), row.kept ? Lines{row.file} : Lines());
+    unlink(file.c_str());
+    const Lines log = device.Journal({"log"});
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_TRUE(log[0].starts_with("log 5 quire_store/src/data/store_manager:"));
+    EXPECT_TRUE(
+        log[0].ends_with(" int saltmoor::quire::StoreManager::CheckDownloadState(): filename [" +
+                         kDownloads + row.saved_name + "]"));
+    EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+  }
+}
+
+// The book of the current download is then the one without an EAN, too.
+TEST_F(Downloads, BookWithoutEan_CountsAsDownloading_WhileNoneIs) {
+  Buy(R"([{"orderItemTitle":"no EAN"}])");
+  EXPECT_EQ(StatusOf(""), BookStatus::kDownloading);
+}
+
+TEST_F(Downloads, WithoutAScanner_NothingIsSent) {
+  device.scanner_task = -1;
+  device.download.content_type = "application/epub+zip";
+  manager().DownloadBookById("A");
+  Finish();
+  EXPECT_EQ(device.Journal({"task", "sleep", "message"}), Lines{kScan[0]});
+  EXPECT_EQ(manager().GetBookStatus("A").path, kDownloads + "M - A.epub");
+}
+
+TEST_F(Downloads, Failure_IsShown_AndDeletesNothing) {
+  device.download.result = 3;
+  manager().DownloadBookById("A");
+  Finish();
+  EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink", "log"}), Lines{kError});
+  EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+}
+
+TEST_F(Downloads, AreAskedForByTheBookAndUnderItsName) {
+  EXPECT_EQ(manager().DownloadBookById("X"), 0);
+  EXPECT_EQ(manager().DownloadBookById("items/C"), 0);
+  Finish();
+  EXPECT_EQ(device.Journal({"download"}), Lines{"download https://shop/c as M - C.pdf"});
+}
+
+TEST_F(Downloads, BookTakenWhileAnotherRuns_IsNeverDownloaded) {
+  device.HoldDownloads();
+  EXPECT_EQ(manager().DownloadBookById("A"), 0);
+  EXPECT_EQ(StatusOf("A"), BookStatus::kDownloading);
+  EXPECT_EQ(manager().DownloadBookById("B"), 1);
+  EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+  const struct {
+    bool active;
+    int total, done, progress;
+  } rows[] = {{true, 100, 50, 50},
+              {true, 3, 2, 66},
+              {true, 2000000000, 1900000000, 95},
+              {true, 0, 50, 0},
+              {false, 100, 50, 0}};
+  for (const auto& row : rows) {
+    device.download.active = row.active;
+    device.download.total = row.total;
+    device.download.done = row.done;
+    const BookStatus status = manager().GetBookStatus("B");
+    EXPECT_EQ(status.status, BookStatus::kDownloading);
+    EXPECT_EQ(status.progress, row.progress);
+    EXPECT_EQ(status.path, "");
+  }
+  EXPECT_EQ(manager().CheckDownloadState(), 1);
+  device.ReleaseDownloads();
+  Finish();
+  EXPECT_EQ(StatusOf("A"), BookStatus::kDownloaded);
+  EXPECT_EQ(StatusOf("B"), BookStatus::kPurchased);
+  EXPECT_EQ(device.Journal({"download"}), Lines{"download https://shop/a as M - A"});
+  EXPECT_EQ(manager().CheckDownloadState(), 0);
+}
+
+TEST_F(Downloads, FinishedOne_MakesRoomWithinTheSameCall) {
+  manager().DownloadBookById("A");
+  // The download ends by itself; only the call that queues the next notices.
+  while (!Exists(kDownloads + "M - A")) std::this_thread::yield();
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_EQ(manager().DownloadBookById("C"), 1);
+  Finish();
+  EXPECT_EQ(device.Journal({"download"}).size(), 2u);
+  EXPECT_EQ(StatusOf("A"), BookStatus::kDownloaded);
+  EXPECT_EQ(StatusOf("C"), BookStatus::kDownloaded);
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

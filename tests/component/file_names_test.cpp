@@ -1,0 +1,130 @@
+#include "file_names.h"
+
+#include <unistd.h>
+
+#include <fstream>
+
+#include "book_files.h"
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+std::string Repeated(const std::string& text, int times) {
+  std::string all;
+  while (times-- > 0) all += text;
+  return all;
+}
+
+TEST(VerifyFilename, CleansAndCuts) {
+  const struct {
+    const char* name;
+    unsigned max_chars;
+    bool drop_hash;
+    const char* clean;
+  } rows[] = {{"", 255, true, ""},
+              {"a\"'*/:<>?\\`|b", 255, true, "ab"},
+              {" \t}~\x7f\x01 A", 255, true, " \t}~\x7f\x01 A"},
+              {"../../etc/passwd", 255, true, "_....etcpasswd"},
+              {".hidden", 255, true, "_.hidden"},
+              {"/.x", 255, true, "_.x"},
+              {"a.b", 255, true, "a.b"},
+              {"#1", 255, false, "_#1"},
+              {"#1", 255, true, "1"},
+              {"a#1", 255, false, "a#1"},
+              {"#.a", 255, true, "_.a"},
+              {"abc", 3, true, "abc"},
+              {"abc", 2, true, "ab"},
+              {"abc", 0, true, ""},
+              {".abc", 2, true, "_.a"},
+              {"a/b/c", 2, true, "ab"},
+              {"äöü", 2, true, "äö"},
+              {"a€𝄞z", 3, true, "a€𝄞"},
+              {"ab\x7f\x80\x80z", 2, true, "ab\x7f\x80\x80"}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(VerifyFilename(row.name, row.max_chars, row.drop_hash), row.clean) << row.name;
+  }
+}
+
+TEST(ParseToNameExtention, SplitsAtTheLastDot) {
+  const struct {
+    const char *path, *name, *extension;
+  } rows[] = {{"", "", ""},
+              {"a", "a", ""},
+              {".a", ".a", ""},
+              {"a.", "a", ""},
+              {"a.b.EPUB", "a.b", "EPUB"},
+              {"/d.d/a", "/d.d/a", ""},
+              {"/d.d/a.b", "/d.d/a", "b"},
+              {"./a", "./a", ""},
+              {"/d/.a", "/d/", "a"},
+              {"/mnt/ext1/Downloads/J. Smith - Title", "/mnt/ext1/Downloads/J", " Smith - Title"}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(ParseToNameExtention(row.path), std::make_tuple(row.name, row.extension)) << row.path;
+  }
+}
+
+TEST(ExtentionByMime, TakesTheFirstRowThatBeginsTheType) {
+  const struct {
+    const char *mime, *extension;
+  } rows[] = {{"text/plain", "txt"},
+              {"text/xml", "fb2"},
+              {"text/html", "htm"},
+              {"text/html; charset=utf-8", "htm"},
+              {"application/x-chm", "chm"},
+              {"text/rtf", "rtf"},
+              {"application/msword", "doc"},
+              {"application/x-mobipocket", "prc"},
+              {"application/x-mobipocket-ebook", "prc"},
+              {"application/pdf", "pdf"},
+              {"application/pdfx", "pdf"},
+              {"image/x-djvu", "djvu"},
+              {"image/vnd.djvu", "djv"},
+              {"application/epub+zip", "epub"},
+              {"application/vnd.adobe.adept+xml", "acsm"},
+              {"APPLICATION/PDF", ""},
+              {" application/pdf", ""},
+              {"application/pd", ""},
+              {"epub", ""},
+              {"", ""}};
+  for (const auto& row : rows) EXPECT_EQ(ExtentionByMime(row.mime), row.extension) << row.mime;
+}
+
+TEST(BookFileName, OfAuthorTitleAndFormat) {
+  Book book = BookOf("1", "Anna Muster", "Mein Buch: Teil 2?");
+  book.string_props[Book::kEbookFormat] = "EPUB";
+  EXPECT_EQ(GenerateBookShortFileName(book), "Anna Muster - Mein Buch Teil 2.epub");
+  EXPECT_EQ(GenerateBookFileName(book), "/mnt/ext1/Downloads/Anna Muster - Mein Buch Teil 2.epub");
+  EXPECT_EQ(GenerateBookShortFileName(BookOf("1", "A#1", "T")), "A1 - T");
+  EXPECT_EQ(GenerateBookShortFileName(BookOf("1", "", "T")), " - T");
+  EXPECT_EQ(GenerateBookShortFileName(Book()), " - ");
+  const Book long_title = BookOf("1", "A", Repeated("ß", 300));
+  EXPECT_EQ(GenerateBookShortFileName(long_title), "A - " + Repeated("ß", 251));
+}
+
+class BookFile : public OnDevice {};
+
+TEST_F(BookFile, IsTheFirstThatExists) {
+  const std::string downloads = "/mnt/ext1/Downloads/", editions = "/mnt/ext1/Digital Editions/";
+  Book book = BookOf("1", "A", "T: 1");
+  book.string_props[Book::kEbookFormat] = "fb2";
+  Lines places = {downloads + "A - T 1.fb2",  downloads + "A - T 1.epub", downloads + "A - T 1.pdf",
+                  downloads + "A - T 1.acsm", editions + "T 1.epub",      editions + "T 1.pdf"};
+  WriteFile(editions + "T 1.acsm", "");
+  WriteFile(editions + "T 1.fb2", "");
+  EXPECT_EQ(GetBookFile(book), "");
+  for (const std::string& place : places) WriteFile(place, "");
+  for (const std::string& place : places) {
+    EXPECT_EQ(GetBookFile(book), place);
+    unlink(place.c_str());
+  }
+  EXPECT_EQ(GetBookFile(book), "");
+}
+
+TEST_F(BookFile, WithADotInTheAuthor_IsLookedForUnderTheTextBeforeIt) {
+  WriteFile("/mnt/ext1/Downloads/J.epub", "");
+  EXPECT_EQ(GetBookFile(BookOf("1", "J. Smith", "Title")), "/mnt/ext1/Downloads/J.epub");
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

@@ -1,0 +1,159 @@
+// Nothing that a server or a file holds makes the library throw or crash.
+
+#include "on_device.h"
+#include "store_calls.h"
+
+namespace saltmoor::quire {
+namespace {
+
+std::string Nested(const std::string& opening, int depth) {
+  std::string text;
+  while (depth-- > 0) text += opening;
+  return text;
+}
+
+/// Every value that may stand where another is expected.
+const Lines kValues = {"[]",
+                       "[1]",
+                       "[[\"error\"]]",
+                       "{}",
+                       R"({"error":{}})",
+                       R"("text")",
+                       R"("")",
+                       "0",
+                       "-1",
+                       "1.5",
+                       "1e400",
+                       "-1e400",
+                       "9223372036854775807",
+                       "9223372036854775808",
+                       "99999999999999999999999999",
+                       "-99999999999999999999999999",
+                       "true",
+                       "null",
+                       R"("1e400")",
+                       R"("nan")",
+                       R"("\u0000\ud800")",
+                       "\"\xff\xfe\""};
+
+std::vector<std::string> HostileBodies() {
+  std::vector<std::string> bodies = {"",
+                                     "{",
+                                     "[",
+                                     "\"",
+                                     "/*",
+                                     "//",
+                                     "{}}",
+                                     "{\"a\"",
+                                     "\xef\xbb\xbf{}",
+                                     "\xff\xff",
+                                     std::string(1, '\0'),
+                                     std::string("{\"error\":\"tr\0ue\"}", 17),
+                                     Nested("[", 2000),
+                                     Nested("{\"response\":", 2000),
+                                     Nested("{\"a\":[", 1000),
+                                     Nested("/*", 2000),
+                                     "{\"error\":\"true\",\"response\":" + Nested("[", 2000)};
+  const char* const keys[] = {"opdsSessionId", "orderId",       "orderItems", "order",
+                              "positions",     "url",           "status",     "paymentStatus",
+                              "successMsg",    "ErrorMsg",      "errorMsg",   "userId",
+                              "opdsUrl",       "orderItemPrice"};
+  for (const std::string& value : kValues) {
+    bodies.push_back(value);
+    bodies.push_back("{\"error\":" + value + "}");
+    bodies.push_back("{\"response\":" + value + "}");
+    bodies.push_back("{\"error\":true,\"response\":" + value + "}");
+    bodies.push_back("{\"opdsUrl\":" + value + ",\"shopName\":" + value + "}");
+    bodies.push_back("{\"opdsUrl\":{\"OPDSStartPage\":" + value + "}}");
+    bodies.push_back("{\"response\":[" + value + "," + value + "]}");
+    std::string object = "{";
+    for (const char* key : keys)
+      object += (object.size() > 1 ? ",\"" : "\"") + std::string(key) + "\":" + value;
+    object += "}";
+    bodies.push_back("{\"response\":" + object + "}");
+    bodies.push_back("{\"error\":true,\"response\":" + object + "}");
+    bodies.push_back("{\"response\":{\"order\":" + object + ",\"orderItems\":[" + object +
+                     "],\"positions\":[" + object + "]}}");
+    std::string item = "{\"orderItemPrice\":" + value;
+    for (const auto& row : Book::s_book_string_map) item += ",\"" + row.first + "\":" + value;
+    bodies.push_back("{\"response\":[" + item + "}]}");
+  }
+  return bodies;
+}
+
+void AddPrefixes(const std::string& whole, std::vector<std::string>* texts) {
+  for (std::size_t size = 0; size < whole.size(); ++size) texts->push_back(whole.substr(0, size));
+}
+
+class Malformed : public OnDevice {};
+
+TEST_F(Malformed, Answers_MakeNoCallThrow) {
+  ServerApi api;
+  api.SetConfig(SwitchboardConfig::Parse(Parsed(kSwitchboardAnswer)));
+  Book::s_book_int_map["orderItemId"] = static_cast<Book::IntProps>(1);
+  for (const StoreCall& call : kStoreCalls) {
+    std::vector<std::string> bodies = HostileBodies();
+    AddPrefixes(call.answer, &bodies);
+    for (const std::string& body : bodies) {
+      device.ForgetAnswers();
+      device.Answer(call.path, body);
+      api.SetSessionId(kSession);
+      std::string payload;
+      ServerApi::Result result;
+      EXPECT_NO_THROW(result = call.make(api, &payload)) << call.name << " " << body;
+      EXPECT_TRUE(result.code_ == ServerApi::kOk || result.code_ == ServerApi::kFailed);
+    }
+  }
+  Book::s_book_int_map.clear();
+}
+
+TEST_F(Malformed, CartFile_GivesWhatCanBeRead) {
+  Cart cart;
+  cart.orderItems = {BookOf("1", "A", "T"), BookOf("2")};
+  cart.orderAmount = 20.0;
+  cart.Save();
+  const std::string whole = ReadFile(kCartPath);
+  std::vector<std::string> contents = HostileBodies();
+  for (const std::string& value : kValues) {
+    contents.push_back("{\"orderItems\":" + value + ",\"order\":" + value + "}");
+    contents.push_back("{\"orderItems\":[" + value + "],\"order\":{\"orderAmount\":" + value +
+                       "}}");
+  }
+  AddPrefixes(whole, &contents);
+  for (const std::string& content : contents) {
+    WriteFile(kCartPath, content);
+    EXPECT_NO_THROW(cart.Load()) << content;
+    EXPECT_NO_THROW(cart.GetTotalPriceFormatted()) << content;
+    EXPECT_NO_THROW(cart.ToJson()) << content;
+  }
+  WriteFile(kCartPath, whole);
+  cart.Load();
+  EXPECT_EQ(cart.GetSize(), 2u);
+}
+
+TEST_F(Malformed, SwitchboardCache_IsAskedForAnewOrReadAsItIs) {
+  ScriptStart();
+  device.clock_s = {100};
+  std::vector<std::string> contents = HostileBodies();
+  AddPrefixes(kSwitchboardAnswer, &contents);
+  for (const std::string& content : contents) {
+    WriteFile(kSwitchboardPath, content);
+    device.ForgetJournal();
+    EXPECT_NO_THROW(EXPECT_EQ(manager().Init(), 0)) << content;
+    EXPECT_NO_THROW(manager().GetShopName()) << content;
+  }
+}
+
+TEST_F(Malformed, AddressesAndDates) {
+  for (const std::string& text :
+       {std::string(), Nested("QUIRESaltmoor?&=%", 100), std::string("QUIRESaltmoor?status=%"),
+        std::string("\0?", 2), std::string("QUIRESaltmoor?%s%n=%s%n")}) {
+    std::string date, time;
+    EXPECT_NO_THROW(ConvertDateTime(text, date, time));
+    EXPECT_NO_THROW(manager().GetBookStatusById(text));
+    EXPECT_NO_THROW(manager().DownloadBookById(text));
+  }
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

@@ -1,0 +1,87 @@
+#include "on_device.h"
+
+#include <json/reader.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace saltmoor::quire {
+
+std::string ReadFile(const std::string& path) {
+  std::ostringstream content;
+  content << std::ifstream(path, std::ios::binary).rdbuf();
+  return content.str();
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+bool Exists(const std::string& path) {
+  return access(path.c_str(), F_OK) == 0;
+}
+
+Lines FilesIn(const std::string& folder) {
+  Lines names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.push_back(entry.path().filename());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+Json::Value Parsed(const std::string& text) {
+  Json::Value value;
+  EXPECT_TRUE(Json::Reader().parse(text, value)) << text;
+  return value;
+}
+
+Book BookOf(const std::string& ean, const std::string& author, const std::string& title) {
+  Book book;
+  book.string_props[Book::kEan] = ean;
+  book.string_props[Book::kAuthor] = author;
+  book.string_props[Book::kTitle] = title;
+  return book;
+}
+
+void DropPrivileges() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  const __user_cap_data_struct none[2]{};
+  ASSERT_EQ(syscall(SYS_capset, &header, none), 0);
+}
+
+void OnDevice::SetUp() {
+  ASSERT_TRUE(std::filesystem::is_directory(kConfigFolder))
+      << "This is no device: run the test through CTest or device/quire-device.";
+  ASSERT_FALSE(Exists(kCartPath) || Exists(kSwitchboardPath)) << "The device is not a fresh one.";
+}
+
+void OnDevice::TearDown() {
+  device.ReleaseDownloads();
+  EXPECT_EQ(device.OpenHandles(), 0);
+  EXPECT_EQ(device.Misuse(), Lines());
+  for (const std::string& line : device.Journal({"log", "message"})) {
+    EXPECT_EQ(line.find(kPassword), std::string::npos) << line;
+    EXPECT_EQ(line.find(kSession), std::string::npos) << line;
+  }
+}
+
+void OnDevice::ScriptStart() {
+  device.config["user_name"] = "anna";
+  device.config["secret password"] = kPassword;
+  device.Answer(kSwitchboardUrl, kSwitchboardAnswer);
+  device.Answer("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
+  device.Answer("/getUserEbook", R"({"response":[{"orderItemEAN":"B1"}]})");
+}
+
+void OnDevice::Buy(const std::string& books_json) {
+  device.Answer("/getUserEbook", R"({"response":)" + books_json + "}");
+  manager().LoadPurchased();
+}
+
+}  // namespace saltmoor::quire

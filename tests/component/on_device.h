@@ -1,0 +1,63 @@
+#ifndef QUIRE_TESTS_ON_DEVICE_H_
+#define QUIRE_TESTS_ON_DEVICE_H_
+
+#include <gtest/gtest.h>
+#include <json/value.h>
+#include <json/writer.h>
+
+#include <string>
+
+#include "book.h"
+#include "fake_device.h"
+#include "store_manager.h"
+
+namespace saltmoor::quire {
+
+using fake::device;
+using fake::Lines;
+
+inline const std::string kConfigFolder = "/mnt/ext1/system/config";
+inline const std::string kConfigPath = kConfigFolder + "/quire_config.cfg";
+inline const std::string kSwitchboardPath = kConfigFolder + "/switchboard.json";
+inline const std::string kCartPath = kConfigFolder + "/quire_cart";
+inline const std::string kSwitchboardUrl =
+    "http://" QUIRE_CONFIG_HOST "/api/config/v1/get-device-opds-config";
+
+// Unmistakable, so that the journal can be searched for them.
+inline const std::string kPassword = "pass-w0rd";
+inline const std::string kSession = "SESSION-71";
+
+/// A configuration that names the store 4711.
+inline const std::string kSwitchboardAnswer =
+    R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
+    R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
+
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& content);
+bool Exists(const std::string& path);
+Lines FilesIn(const std::string& folder);  ///< sorted
+Json::Value Parsed(const std::string& text);
+Book BookOf(const std::string& ean, const std::string& author = "", const std::string& title = "");
+
+/// From here on this process has no rights but those of a file's owner, be it root or not.
+void DropPrivileges();
+
+/// A test on a device of its own, empty at the start. At its end no handle is open, nothing was
+/// misused and no record of the log holds a secret.
+class OnDevice : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  /// Answers for every call that a start makes, and stored credentials.
+  void ScriptStart();
+  /// Makes the books of this answer ("response" of "/getUserEbook") the bought ones.
+  void Buy(const std::string& books_json);
+
+  /// The one manager. CTest runs each test in a process of its own.
+  StoreManager& manager() { return StoreManager::Instance(); }
+};
+
+}  // namespace saltmoor::quire
+
+#endif  // QUIRE_TESTS_ON_DEVICE_H_

@@ -1,0 +1,224 @@
+#include <unistd.h>
+
+#include <sstream>
+
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+const std::string kOpen = "config open " + kConfigPath;
+const std::string kTimeKey = "int switchboard_update_time";
+const std::string kAsk =
+    "GET " + kSwitchboardUrl + "?device_sn=SN-1&nonce=NONCE&client_signature=SIGNATURE";
+const std::string kLogIn = "POST /login username=anna&password=" + kPassword + "&storeId=4711";
+
+Lines operator+(Lines a, const Lines& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+class Start : public OnDevice {
+ protected:
+  bool Asked() { return !device.Journal({"GET"}).empty(); }
+};
+
+TEST_F(Start, MakingTheManager_AsksNothing) {
+  StoreManager& one = StoreManager::Instance();
+  EXPECT_EQ(&one, &StoreManager::Instance());
+  EXPECT_EQ(device.Journal(), Lines{"downloader /mnt/ext1/Downloads"});
+  EXPECT_FALSE(one.IsLoggedIn());
+  EXPECT_EQ(one.GetShopName() + one.GetClientId() + one.GetOrderDatePlaced(), "");
+  EXPECT_EQ(one.GetCart().GetSize(), 0u);
+  EXPECT_TRUE(one.GetPurchased().empty());
+  EXPECT_EQ(one.RegisterPushNotification(), 0);
+}
+
+TEST_F(Start, WithoutACache_AsksLogsInAndLoads_InOrder) {
+  ScriptStart();
+  device.clock_s = {1700000000, 1700000099};
+  WriteFile(kCartPath, R"({"orderItems":[{"orderItemEAN":"C1"}]})");
+  manager();
+  device.ForgetJournal();
+  EXPECT_EQ(manager().Init(), 0);
+  EXPECT_EQ(
+      device.Journal(),
+      (Lines{kOpen, "config read " + kTimeKey, "key Tw3kH-pL",
+             "sign device_sn=SN-1&nonce=NONCE salt= key=KEY", kAsk,
+             "config write " + kTimeKey + "=1700000000", "config save", "config read session_id",
+             "config read user_name", "config read secret password", kLogIn,
+             "config write session_id=" + kSession, "config save",
+             "POST /getUserEbook opdsSessionId=" + kSession + "&storeId=4711", "config close"}));
+  EXPECT_TRUE(manager().IsLoggedIn());
+  EXPECT_EQ(manager().GetShopName(), "The Shop");
+  EXPECT_EQ(manager().GetClientId(), "C-9");
+  EXPECT_TRUE(manager().GetCart().IsContain("C1"));
+  ASSERT_EQ(manager().GetPurchased().size(), 1u);
+  std::ostringstream cache;
+  cache << Parsed(kSwitchboardAnswer);
+  EXPECT_EQ(ReadFile(kSwitchboardPath), cache.str());
+}
+
+TEST_F(Start, CacheIsUsed_WhileAtMost1800SecondsOld) {
+  ScriptStart();
+  const struct {
+    std::int64_t stored, now;
+    bool asked;
+  } rows[] = {{1700000000, 1700000000, false},
+              {1700000000, 1700001800, false},
+              {1700000000, 1700001801, true},
+              {1700000000, 1699999999, true},
+              {0, 1800, false},
+              {0, 1801, true},
+              {0, 1700000000, true},
+              // The difference is one of 32 bits: across their end, and of a time beyond them.
+              {-100, 4294967196 + 1800, false},
+              {-100, 4294967196 + 1801, true},
+              {-100, 1700, false},
+              {1700000000, 4294967296 + 1700000000 + 1800, false},
+              {1700000000, 4294967296 + 1700000000 - 1, true}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::to_string(row.stored) + " " + std::to_string(row.now));
+    WriteFile(kSwitchboardPath, R"({"shopName":"Cached",)"
+                                R"("opdsUrl":{"OPDSStartPage":"https://shop/5/opds/"}})");
+    device.config[kTimeKey] = std::to_string(row.stored);
+    device.clock_s = {row.now};
+    device.ForgetJournal();
+    EXPECT_EQ(manager().Init(), 0);
+    EXPECT_EQ(Asked(), row.asked);
+    EXPECT_EQ(manager().GetShopName(), row.asked ? "The Shop" : "Cached");
+    EXPECT_EQ(device.Journal({"POST /login"}),
+              Lines{"POST /login username=anna&password=" + kPassword +
+                    "&storeId=" + (row.asked ? "4711" : "5")});
+    EXPECT_EQ(!device.Journal({"config write int"}).empty(), row.asked);
+  }
+}
+
+TEST_F(Start, FreshCacheThatDoesNotParse_IsAskedFor_AndDatedByANewReading) {
+  ScriptStart();
+  for (const char* cache : {"", "not json", "{\"shopName\":"}) {
+    unlink(kSwitchboardPath.c_str());
+    if (*cache != 0) WriteFile(kSwitchboardPath, cache);
+    device.config[kTimeKey] = "1000";
+    device.clock_s = {1001, 1031};
+    device.ForgetJournal();
+    EXPECT_EQ(manager().Init(), 0);
+    EXPECT_EQ(device.Journal({"GET", "config write int"}),
+              (Lines{kAsk, "config write " + kTimeKey + "=1031"}));
+    EXPECT_EQ(device.config[kTimeKey], "1031");
+    EXPECT_EQ(manager().GetShopName(), "The Shop");
+  }
+}
+
+TEST_F(Start, FailedFetch_EndsIt_AndKeepsTheGoodConfigurationForCalls) {
+  ScriptStart();
+  ASSERT_EQ(manager().Init(), 0);
+  const std::string cache = ReadFile(kSwitchboardPath);
+  for (const bool fresh : {false, true}) {
+    device.ForgetAnswers();
+    device.Answer(kSwitchboardUrl, "{}", 503);
+    device.FailTransport(kSwitchboardUrl);
+    device.clock_s = {1000};
+    device.config[kTimeKey] = fresh ? "1000" : "2000";
+    if (fresh) unlink(kSwitchboardPath.c_str());
+    const auto saved = device.config;
+    device.ForgetJournal();
+    EXPECT_EQ(manager().Init(), -1);
+    EXPECT_EQ(device.Journal({"config", "POST"}),
+              (Lines{kOpen, "config read " + kTimeKey, "config close"}));
+    EXPECT_EQ(device.config, saved);
+    EXPECT_EQ(manager().GetShopName(), "");
+    if (!fresh) {
+      EXPECT_EQ(ReadFile(kSwitchboardPath), cache);
+    }
+    manager().GetUserData();
+    EXPECT_EQ(device.Journal({"POST"}),
+              Lines{"POST /getUserData storeId=4711&opdsSessionId=" + kSession});
+  }
+}
+
+TEST_F(Start, WithoutItsConfigurationFile_DoesNothing) {
+  ScriptStart();
+  manager();
+  device.ForgetJournal();
+  device.config_opens = false;
+  EXPECT_EQ(manager().Init(), -1);
+  EXPECT_EQ(device.Journal(), Lines{kOpen});
+  EXPECT_EQ(manager().NewSession(nullptr), -1);
+  EXPECT_EQ(manager().getLogin() + manager().getPassword(), "");
+  EXPECT_EQ(device.Journal({"POST"}), Lines());
+}
+
+TEST_F(Start, StoredSession_HoldsHoweverTheLogInEnds_ButIsNotSent) {
+  ScriptStart();
+  device.config["session_id"] = "old";
+  device.ForgetAnswers();
+  device.Answer(kSwitchboardUrl, kSwitchboardAnswer);
+  device.Answer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  EXPECT_EQ(manager().Init(), 0);
+  EXPECT_TRUE(manager().IsLoggedIn());
+  EXPECT_EQ(device.config["session_id"], "old");
+  EXPECT_EQ(device.Journal({"POST /getUserEbook"}),
+            Lines{"POST /getUserEbook opdsSessionId=&storeId=4711"});
+}
+
+TEST_F(Start, NewSession_WithoutCredentials_MakesNoRequest) {
+  for (const char* missing : {"user_name", "secret password"}) {
+    ScriptStart();
+    device.config[missing] = "";
+    device.ForgetJournal();
+    EXPECT_EQ(manager().NewSession(nullptr), -1);
+    EXPECT_EQ(device.Journal({"POST", "config write", "config save"}), Lines());
+  }
+}
+
+TEST_F(Start, NewSession_ClosesOnlyWhatItOpened) {
+  ScriptStart();
+  EXPECT_EQ(manager().NewSession(nullptr), 0);
+  EXPECT_EQ(device.OpenHandles(), 0);
+  EXPECT_EQ(device.config["session_id"], kSession);
+  iconfig_s* config = OpenConfig("mine", nullptr);
+  device.ForgetJournal();
+  EXPECT_EQ(manager().NewSession(config), 0);
+  EXPECT_EQ(device.Journal({"config open", "config close", "config drop"}), Lines());
+  EXPECT_EQ(device.OpenHandles(), 1);
+  CloseConfigNoSave(config);
+}
+
+TEST_F(Start, NullFromThePlatform_IsALogicError_AndLeavesNoHandleOpen) {
+  ScriptStart();
+  for (const char* key : {"user_name", "secret password"}) {
+    device.null_reads = {key};
+    EXPECT_THROW(manager().NewSession(nullptr), std::logic_error) << key;
+    EXPECT_EQ(device.OpenHandles(), 0);
+    EXPECT_THROW(manager().Init(), std::logic_error) << key;
+    EXPECT_EQ(device.OpenHandles(), 0);
+    iconfig_s* config = OpenConfig("mine", nullptr);
+    EXPECT_THROW(manager().NewSession(config), std::logic_error) << key;
+    EXPECT_EQ(device.OpenHandles(), 1);
+    CloseConfigNoSave(config);
+  }
+  device.null_reads = {"user_name"};
+  EXPECT_THROW(manager().getLogin(), std::logic_error);
+  device.null_reads = {"secret password"};
+  EXPECT_THROW(manager().getPassword(), std::logic_error);
+  device.null_reads = {"session_id"};
+  EXPECT_THROW(manager().Init(), std::logic_error);
+  device.null_reads = {};
+  device.serial_number = nullptr;
+  device.config.erase(kTimeKey);
+  EXPECT_THROW(manager().Init(), std::logic_error);
+}
+
+TEST_F(Start, StoredCredentials_AreReadWithoutSaving) {
+  ScriptStart();
+  manager();
+  device.ForgetJournal();
+  EXPECT_EQ(manager().getLogin(), "anna");
+  EXPECT_EQ(manager().getPassword(), kPassword);
+  EXPECT_EQ(device.Journal(), (Lines{kOpen, "config read user_name", "config drop"} +
+                               Lines{kOpen, "config read secret password", "config drop"}));
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

@@ -1,0 +1,56 @@
+#include <fstream>
+
+#include "fake_device.h"
+#include "saltmoor/opds/resource_downloader.h"
+
+namespace saltmoor::opds {
+
+using fake::device;
+
+struct ResourceDownloader::State {
+  std::mutex mutex;
+  std::string folder;
+  std::string saved_path;
+};
+
+ResourceDownloader::ResourceDownloader(const std::string& folder, IDownloadObserver* observer)
+    : state_(std::make_shared<State>()) {
+  device.Note("downloader " + folder);
+  if (observer != nullptr) device.NoteMisuse("an observer of downloads");
+  state_->folder = folder;
+}
+
+int ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
+                                         std::function<void(int)> progress) {
+  device.Note("download " + url + " as " + file_name);
+  if (progress) device.NoteMisuse("a progress callback");
+  device.WaitForRelease();
+  if (device.download.result != 0) return device.download.result;
+  const std::string& name = device.download.saved_name;
+  const std::lock_guard<std::mutex> lock(state_->mutex);
+  state_->saved_path = state_->folder + "/" + (name.empty() ? file_name : name);
+  std::ofstream(state_->saved_path) << "a book";
+  return 0;
+}
+
+void ResourceDownloader::GetProgress(bool* active, std::string* name, int* total, int* done) {
+  *active = device.download.active;
+  *name = "a book";
+  *total = device.download.total;
+  *done = device.download.done;
+}
+
+std::string ResourceDownloader::GetSavedPath() const {
+  const std::lock_guard<std::mutex> lock(state_->mutex);
+  return state_->saved_path;
+}
+
+utilities::Downloader::StatusInfo ResourceDownloader::GetStatusInfo() const {
+  utilities::Downloader::StatusInfo info;
+  info.url = "text/html";  // so that only a reader of the right field passes
+  info.content_type = device.download.content_type;
+  info.error = "text/html";
+  return info;
+}
+
+}  // namespace saltmoor::opds

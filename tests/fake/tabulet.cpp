@@ -1,0 +1,285 @@
+#include "tabulet.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "fake_device.h"
+
+namespace fake {
+
+Device device;
+
+namespace {
+
+std::set<iconfig_s*> open_handles;
+
+}  // namespace
+
+Lines Device::Journal() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return journal_;
+}
+
+Lines Device::Journal(std::initializer_list<const char*> beginnings) const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  Lines lines;
+  for (const std::string& line : journal_) {
+    for (const char* beginning : beginnings) {
+      if (line.starts_with(beginning)) {
+        lines.push_back(line);
+        break;
+      }
+    }
+  }
+  return lines;
+}
+
+void Device::ForgetJournal() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  journal_.clear();
+}
+
+Lines Device::Misuse() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return misuse_;
+}
+
+int Device::OpenHandles() const {
+  return static_cast<int>(open_handles.size());
+}
+
+void Device::AddReply(const std::string& path, const Reply& reply) {
+  std::deque<Reply>& replies = replies_[path];
+  if (!replies.empty() && replies.front().taken) replies.pop_front();
+  replies.push_back(reply);
+}
+
+void Device::Answer(const std::string& path, const std::string& body, long status) {
+  AddReply(path, {0, status, body});
+}
+
+void Device::FailTransport(const std::string& path) {
+  AddReply(path, {});
+}
+
+void Device::ForgetAnswers() {
+  replies_.clear();
+}
+
+void Device::HoldDownloads() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  held_ = true;
+}
+
+void Device::ReleaseDownloads() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  held_ = false;
+  released_.notify_all();
+}
+
+void Device::WaitForRelease() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  released_.wait(lock, [this] { return !held_; });
+}
+
+void Device::Note(const std::string& line) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  journal_.push_back(line);
+}
+
+void Device::NoteMisuse(const std::string& what) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  misuse_.push_back(what);
+}
+
+Device::Reply Device::TakeReply(const std::string& path) {
+  std::deque<Reply>& replies = replies_[path];
+  if (replies.empty()) return {};
+  const Reply reply = replies.front();
+  replies.front().taken = true;
+  if (replies.size() > 1) replies.pop_front();
+  return reply;
+}
+
+std::int64_t Device::Now() {
+  if (clock_s.empty()) {
+    return std::chrono::duration_cast<std::chrono::seconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+  }
+  const std::int64_t now = clock_s.front();
+  if (clock_s.size() > 1) clock_s.pop_front();
+  return now;
+}
+
+}  // namespace fake
+
+using fake::device;
+
+struct iconfig_s {
+  std::map<std::string, std::string> values;
+  bool changed = false;
+};
+
+namespace {
+
+bool Usable(iconfig_s* config, const char* what) {
+  if (config == nullptr) return false;
+  if (fake::open_handles.count(config) != 0) return true;
+  device.NoteMisuse(std::string(what) + " with a handle that is not open");
+  return false;
+}
+
+const char* Read(iconfig_s* config, const std::string& key, const char* fallback) {
+  device.Note("config read " + key);
+  if (device.null_reads.count(key) != 0) return nullptr;
+  if (!Usable(config, "config read")) return fallback;
+  const auto entry = config->values.find(key);
+  return entry == config->values.end() ? fallback : entry->second.c_str();
+}
+
+void Write(iconfig_s* config, const std::string& key, const std::string& value) {
+  device.Note("config write " + key + "=" + value);
+  if (!Usable(config, "config write")) return;
+  config->values[key] = value;
+  config->changed = true;
+}
+
+void Release(iconfig_s* config, bool save) {
+  device.Note(save ? "config close" : "config drop");
+  if (!Usable(config, "config close")) return;
+  if (save && config->changed) device.config = config->values;
+  fake::open_handles.erase(config);
+  delete config;
+}
+
+}  // namespace
+
+iconfig_s* OpenConfig(const char* path, const config_defaults_s* defaults) {
+  device.Note(std::string("config open ") + path);
+  if (defaults != nullptr) device.NoteMisuse("defaults for a configuration file");
+  if (!device.config_opens) return nullptr;
+  auto* config = new iconfig_s{device.config, false};
+  fake::open_handles.insert(config);
+  return config;
+}
+
+const char* ReadString(iconfig_s* config, const char* key, const char* fallback) {
+  return Read(config, key, fallback);
+}
+
+const char* ReadSecret(iconfig_s* config, const char* key, const char* fallback) {
+  return Read(config, std::string("secret ") + key, fallback);
+}
+
+int ReadInt(iconfig_s* config, const char* key, int fallback) {
+  const char* text = Read(config, std::string("int ") + key, nullptr);
+  return text == nullptr ? fallback : std::atoi(text);
+}
+
+void WriteString(iconfig_s* config, const char* key, const char* value) {
+  Write(config, key, value == nullptr ? "" : value);
+}
+
+void WriteSecret(iconfig_s* config, const char* key, const char* value) {
+  Write(config, std::string("secret ") + key, value == nullptr ? "" : value);
+}
+
+void WriteInt(iconfig_s* config, const char* key, int value) {
+  Write(config, std::string("int ") + key, std::to_string(value));
+}
+
+int SaveConfig(iconfig_s* config) {
+  device.Note("config save");
+  if (!Usable(config, "config save")) return 0;
+  device.config = config->values;
+  config->changed = false;
+  return 1;
+}
+
+void CloseConfig(iconfig_s* config) {
+  Release(config, true);
+}
+
+void CloseConfigNoSave(iconfig_s* config) {
+  Release(config, false);
+}
+
+const char* GetSerialNumber() {
+  return device.serial_number;
+}
+
+int QueryNetwork() {
+  device.Note("network query");
+  return device.network_state;
+}
+
+int NetConnect(const char* network) {
+  device.Note(std::string("network connect ") + (network == nullptr ? "default" : network));
+  return -1;
+}
+
+int FindTaskByAppName(const char* app) {
+  device.Note(std::string("task find ") + app);
+  return device.scanner_task;
+}
+
+int SendRequestTo(int task, int request, const void* data, int size, int flags, int timeout_ms) {
+  const std::string text(static_cast<const char*>(data), static_cast<std::size_t>(size));
+  device.Note("task send " + std::to_string(task) + " " + std::to_string(request) + " " + text +
+              " " + std::to_string(flags) + " " + std::to_string(timeout_ms));
+  return -1;
+}
+
+void Message(int icon, const char* title, const char* text, int timeout_ms) {
+  device.Note("message " + std::to_string(icon) + " " + title + " " + text + " " +
+              std::to_string(timeout_ms));
+}
+
+struct ibitmap_s {};
+
+ibitmap_s* GetResource(const char* name, ibitmap_s* fallback) {
+  static ibitmap_s logo;
+  device.Note(std::string("resource ") + name);
+  return device.has_logo ? &logo : fallback;
+}
+
+int SaveBitmap(const char* path, const ibitmap_s* /*bitmap*/) {
+  device.Note(std::string("bitmap ") + path);
+  return 0;
+}
+
+const tb_file_type* GetSupportedFileTypes() {
+  static const tb_file_type types[] = {{"epub", "EPUB"}, {"pdf", "PDF"}, {"htm", "HTML"}, {}};
+  return types;
+}
+
+int tb_unlink(const char* path) {
+  device.Note(std::string("unlink ") + path);
+  return unlink(path);
+}
+
+char* utf_toupper_ext(const char* text, int* length) {
+  char* upper = strdup(text);
+  for (char* c = upper; *c != 0; ++c) {
+    if (*c >= 'a' && *c <= 'z') *c = static_cast<char>(*c - 'a' + 'A');
+  }
+  if (length != nullptr) *length = static_cast<int>(std::strlen(upper));
+  return upper;
+}
+
+void sm_print_log2(int level, const char* source, int line, const char* function,
+                   const char* format, ...) {
+  char text[4096];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  device.Note("log " + std::to_string(level) + " " + source + ":" + std::to_string(line) + " " +
+              function + ": " + text);
+}
