@@ -1,0 +1,247 @@
+#include "platform/linux/common/transfer.h"
+
+#include <openssl/ssl.h>
+#include <strings.h>
+
+#include <ctime>
+#include <mutex>
+#include <new>
+
+#include "platform/linux/common/settings.h"
+
+namespace saltmoor::platform {
+namespace {
+
+constexpr long kMostRedirects = 10;
+constexpr std::size_t kMostIdleHandles = 4;
+
+struct FreeText {
+  void operator()(char* text) const { curl_free(text); }
+};
+using CurlText = std::unique_ptr<char, FreeText>;
+
+struct FreeUrl {
+  void operator()(CURLU* url) const { curl_url_cleanup(url); }
+};
+using CurlUrl = std::unique_ptr<CURLU, FreeUrl>;
+
+/// Handles that nobody uses at the moment. A new one pays a TLS handshake and reads every
+/// certificate again, so they are kept, and the last used is lent first.
+class HandlePool {
+ public:
+  static HandlePool& Instance() {
+    // Never destroyed: an application's own statics may still wait for a download when it exits.
+    static HandlePool& pool = *new HandlePool;
+    return pool;
+  }
+
+  CURL* Take() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (!idle_.empty()) {
+        CURL* handle = idle_.back();
+        idle_.pop_back();
+        return handle;
+      }
+    }
+    CURL* handle = curl_easy_init();
+    if (!handle) throw std::bad_alloc();
+    return handle;
+  }
+
+  void Give(CURL* handle) {
+    curl_easy_reset(handle);  // keeps the connections
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (idle_.size() < kMostIdleHandles) {
+        idle_.push_back(handle);
+        return;
+      }
+    }
+    curl_easy_cleanup(handle);
+  }
+
+ private:
+  HandlePool() {
+    // For the same reason OpenSSL must not take itself down at exit.
+    OPENSSL_init_ssl(OPENSSL_INIT_NO_ATEXIT, nullptr);
+    curl_global_init(CURL_GLOBAL_DEFAULT);
+    idle_.reserve(kMostIdleHandles);
+  }
+
+  std::mutex mutex_;
+  std::vector<CURL*> idle_;
+};
+
+std::string Part(CURLU* url, CURLUPart part) {
+  char* text = nullptr;
+  curl_url_get(url, part, &text, 0);
+  const CurlText owner(text);
+  return text ? text : "";
+}
+
+std::string Day(std::time_t time) {
+  std::tm day{};
+  char text[] = "0000-00-00";
+  gmtime_r(&time, &day);
+  std::strftime(text, sizeof text, "%Y-%m-%d", &day);
+  return text;
+}
+
+/// What a person at the device can do about a certificate that was refused.
+std::string CertificateMend(long verify_result) {
+  const std::time_t now = std::time(nullptr);
+  if (verify_result == X509_V_ERR_CERT_NOT_YET_VALID && now < PLATFORM_BUILD_TIME) {
+    return "; the device's clock says " + Day(now) +
+           ", which is before this software was built: set the clock";
+  }
+  if (verify_result == X509_V_ERR_CERT_NOT_YET_VALID ||
+      verify_result == X509_V_ERR_CERT_HAS_EXPIRED) {
+    return "; the device's clock says " + Day(now);
+  }
+  if (verify_result != X509_V_OK && !GetSettings().ca_file.empty()) {
+    return "; only the authorities in " + GetSettings().ca_file + " are trusted (TABULET_CA_FILE)";
+  }
+  return "";
+}
+
+}  // namespace
+
+bool CurlList::Append(const std::string& text) {
+  curl_slist* longer = curl_slist_append(list_.get(), text.c_str());
+  if (!longer) return false;
+  list_.release();
+  list_.reset(longer);
+  return true;
+}
+
+Transfer::Transfer() : handle_(HandlePool::Instance().Take()) {
+  Set(CURLOPT_ERRORBUFFER, error_);
+  Set(CURLOPT_NOSIGNAL, 1L);
+  Set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server must not outlast the time limit
+  Set(CURLOPT_PROXY, "");
+  Set(CURLOPT_PROTOCOLS_STR, "http,https");
+  Set(CURLOPT_MAXREDIRS, kMostRedirects);
+  // A handle carries one request at a time, for which HTTP/2 has nothing to give.
+  Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  Set(CURLOPT_SSL_VERIFYPEER, 1L);
+  Set(CURLOPT_SSL_VERIFYHOST, 2L);
+  Set(CURLOPT_PREREQFUNCTION, &Transfer::BeforeSending);
+  Set(CURLOPT_PREREQDATA, static_cast<void*>(this));
+
+  const Settings& settings = GetSettings();
+  if (!settings.ca_file.empty()) {
+    Set(CURLOPT_CAINFO, settings.ca_file.c_str());
+    Set(CURLOPT_CAPATH, nullptr);
+  }
+  for (const ConnectTo& connect_to : settings.connect_to) {
+    if (!connect_to_.Append(connect_to.entry)) setup_ = CURLE_OUT_OF_MEMORY;
+  }
+  Set(CURLOPT_CONNECT_TO, connect_to_.get());
+}
+
+Transfer::~Transfer() {
+  HandlePool::Instance().Give(handle_);
+}
+
+void Transfer::SetAddress(const std::string& address) {
+  const CurlUrl url(curl_url());
+  if (!url) throw std::bad_alloc();
+  const bool is_address =
+      address.find('\0') == std::string::npos &&
+      curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_URLENCODE) == CURLUE_OK;
+  const std::string scheme = is_address ? Part(url.get(), CURLUPART_SCHEME) : "";
+  if (scheme != "http" && scheme != "https") {
+    setup_ = CURLE_URL_MALFORMAT;
+    return;
+  }
+  const std::string port = Part(url.get(), CURLUPART_PORT);
+  origin_ = scheme + "://" + Part(url.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
+  path_ = Part(url.get(), CURLUPART_PATH);
+  Set(CURLOPT_URL, Part(url.get(), CURLUPART_URL).c_str());
+  Set(CURLOPT_REDIR_PROTOCOLS_STR, scheme == "https" ? "https" : "http,https");
+}
+
+CURLcode Transfer::Perform() {
+  return setup_ == CURLE_OK ? curl_easy_perform(handle_) : setup_;
+}
+
+/// Called by libcurl when a connection stands and before a byte of the request is sent.
+int Transfer::BeforeSending(void* self, char*, char*, int, int) {
+  Transfer& transfer = *static_cast<Transfer*>(self);
+  long redirects = 0;
+  const char* scheme = nullptr;
+  curl_easy_getinfo(transfer.handle_, CURLINFO_REDIRECT_COUNT, &redirects);
+  curl_easy_getinfo(transfer.handle_, CURLINFO_SCHEME, &scheme);
+  const bool encrypted = scheme && strcasecmp(scheme, "https") == 0;
+
+  if (transfer.send_once_ && ++transfer.sendings_ > 1 + redirects) {
+    transfer.refusal_ = Refusal::kSecondSending;
+  } else if (transfer.was_encrypted_ && !encrypted) {
+    transfer.refusal_ = Refusal::kClearText;  // by way of http, https and http again
+  }
+  transfer.was_encrypted_ = encrypted;
+  return transfer.refusal_ == Refusal::kNone ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+int Transfer::Status() const {
+  long status = 0;
+  curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &status);
+  return static_cast<int>(status);
+}
+
+std::int64_t Transfer::ContentLength() const {
+  curl_off_t length = -1;
+  curl_easy_getinfo(handle_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+  return length;
+}
+
+const char* Transfer::Header(const char* name) const {
+  curl_header* header = nullptr;
+  const CURLHcode code = curl_easy_header(handle_, name, 0, CURLH_HEADER, -1, &header);
+  return code == CURLHE_OK ? header->value : nullptr;
+}
+
+std::string Transfer::Explain(CURLcode code) const {
+  switch (refusal_) {
+    case Refusal::kSecondSending:
+      return "the connection ended before the answer; the request is not sent a second time, since "
+             "the server may have acted on it";
+    case Refusal::kClearText:
+      return "the server redirects from https to http, which is not followed";
+    case Refusal::kNone:
+      break;
+  }
+  if (code == CURLE_URL_MALFORMAT && origin_.empty()) {
+    return "the address is not an absolute http or https address";
+  }
+  if (code == CURLE_UNSUPPORTED_PROTOCOL) {
+    return "the server redirects to an address that is not followed, since it is neither https nor, "
+           "coming from http, http";
+  }
+  std::string text = *error_ ? error_ : curl_easy_strerror(code);
+  if (code == CURLE_PEER_FAILED_VERIFICATION) {
+    long verify_result = X509_V_OK;
+    curl_easy_getinfo(handle_, CURLINFO_SSL_VERIFYRESULT, &verify_result);
+    text += CertificateMend(verify_result);
+  }
+  return text;
+}
+
+std::string EncodeFields(const std::vector<std::pair<std::string, std::string>>& fields) {
+  const auto encode = [](const std::string& text) -> std::string {
+    if (text.empty()) return "";  // to libcurl a length of 0 means that it shall count itself
+    const CurlText encoded(curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
+    if (!encoded) throw std::bad_alloc();
+    return encoded.get();
+  };
+  std::string joined;
+  for (const auto& [key, value] : fields) {
+    if (!joined.empty()) joined += '&';
+    joined += encode(key) + '=' + encode(value);
+  }
+  return joined;
+}
+
+}  // namespace saltmoor::platform

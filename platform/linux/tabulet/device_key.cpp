@@ -1,0 +1,53 @@
+#include "platform/linux/tabulet/device_key.h"
+
+#include <sodium.h>
+
+#include <cerrno>
+
+#include "platform/linux/common/move_aside.h"
+#include "platform/linux/common/replace_file.h"
+
+namespace saltmoor::platform {
+namespace {
+
+constexpr std::size_t kSizeBytes = crypto_aead_xchacha20poly1305_ietf_KEYBYTES;
+
+std::string KeyPath() {
+  return "/mnt/ext1/system/.device_key";
+}
+
+}  // namespace
+
+SecretBytes::~SecretBytes() {
+  sodium_memzero(bytes.data(), bytes.size());
+}
+
+Error LoadDeviceKey(SecretBytes* key) {
+  key->bytes.reserve(kSizeBytes);
+  if (Error error = ReadFile(KeyPath(), kSizeBytes, &key->bytes)) return error;
+  if (key->bytes.size() != kSizeBytes) {
+    return Error::Data(KeyPath() + " is damaged: it has " + std::to_string(key->bytes.size()) +
+                       " bytes in place of " + std::to_string(kSizeBytes) +
+                       "; secrets sealed under it are lost");
+  }
+  return {};
+}
+
+Error LoadOrMakeDeviceKey(SecretBytes* key) {
+  Error error = LoadDeviceKey(key);
+  if (error.kind() == Error::Kind::kData) {
+    error = MoveAside(KeyPath(), [] {
+      SecretBytes unused;
+      return LoadDeviceKey(&unused);
+    });
+    if (!error) error = LoadDeviceKey(key);
+  }
+  if (!error.IsSystem(ENOENT)) return error;
+
+  key->bytes.resize(kSizeBytes);
+  randombytes_buf(key->bytes.data(), kSizeBytes);
+  error = CreateFile(KeyPath(), key->bytes);
+  return error.IsSystem(EEXIST) ? LoadDeviceKey(key) : error;
+}
+
+}  // namespace saltmoor::platform

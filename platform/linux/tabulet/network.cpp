@@ -1,0 +1,84 @@
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <netinet/in.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <string>
+
+#include "platform/linux/common/error.h"
+#include "platform/linux/common/log.h"
+#include "platform/linux/common/settings.h"
+#include "platform/linux/tabulet/guard.h"
+#include "tabulet.h"
+
+namespace {
+
+using saltmoor::platform::Error;
+using saltmoor::platform::Log;
+using saltmoor::platform::LogLevel;
+
+// Two of the bits that mean connected.
+constexpr int kByInterface = 0x100;
+constexpr int kByLoopback = 0x200;
+
+bool IsReachableOutside(const ifaddrs& entry) {
+  constexpr unsigned kUp = IFF_UP | IFF_RUNNING;
+  if (!entry.ifa_addr || (entry.ifa_flags & kUp) != kUp || (entry.ifa_flags & IFF_LOOPBACK)) {
+    return false;
+  }
+  if (entry.ifa_addr->sa_family == AF_INET) return true;
+  if (entry.ifa_addr->sa_family != AF_INET6) return false;
+  sockaddr_in6 address;
+  __builtin_memcpy(&address, entry.ifa_addr, sizeof address);
+  return !IN6_IS_ADDR_LINKLOCAL(&address.sin6_addr);
+}
+
+bool HasInterface() {
+  ifaddrs* list = nullptr;
+  if (getifaddrs(&list) != 0) {
+    Log(LogLevel::kError, Error::System(errno, "cannot list the network's interfaces").text());
+    return false;
+  }
+  const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
+  for (const ifaddrs* entry = list; entry; entry = entry->ifa_next) {
+    if (IsReachableOutside(*entry)) return true;
+  }
+  return false;
+}
+
+bool IsLoopback(const std::string& host) {
+  in_addr address;
+  if (inet_pton(AF_INET, host.c_str(), &address) == 1) return (ntohl(address.s_addr) >> 24) == 127;
+  return host == "localhost" || host == "::1";
+}
+
+/// Whether servers are reached on this very machine, which needs no network.
+bool UsesLoopback() {
+  const auto& connect_to = saltmoor::platform::GetSettings().connect_to;
+  return std::any_of(connect_to.begin(), connect_to.end(),
+                     [](const auto& entry) { return IsLoopback(entry.to_host); });
+}
+
+int State() {
+  return (HasInterface() ? kByInterface : 0) | (UsesLoopback() ? kByLoopback : 0);
+}
+
+int Connect() {
+  // Bringing a network up is the system's business on a PC: it is up by now or it is not.
+  if (State() != 0) return 0;
+  Log(LogLevel::kError, "no network: no interface but loopback is up with an address");
+  return -1;
+}
+
+}  // namespace
+
+int QueryNetwork() {
+  return saltmoor::platform::Guarded(0, [] { return State(); });
+}
+
+int NetConnect(const char* /*network*/) {
+  return saltmoor::platform::Guarded(-1, [] { return Connect(); });
+}

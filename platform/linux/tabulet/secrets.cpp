@@ -1,0 +1,87 @@
+#include "platform/linux/tabulet/secrets.h"
+
+#include <sodium.h>
+
+#include "platform/linux/tabulet/device_key.h"
+
+namespace saltmoor::platform {
+namespace {
+
+// A sealed value is this mark, then nonce and box in base64.
+constexpr std::string_view kMark = "sealed1:";
+constexpr std::size_t kNonceBytes = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
+constexpr std::size_t kTagBytes = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+constexpr int kBase64 = sodium_base64_VARIANT_ORIGINAL;
+
+unsigned char* Bytes(std::string* text) {
+  return reinterpret_cast<unsigned char*>(text->data());
+}
+const unsigned char* Bytes(std::string_view text) {
+  return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+std::string ToBase64(const std::string& bytes) {
+  std::string text(sodium_base64_encoded_len(bytes.size(), kBase64), '\0');
+  sodium_bin2base64(text.data(), text.size(), Bytes(bytes), bytes.size(), kBase64);
+  text.pop_back();  // the closing zero byte
+  return text;
+}
+
+bool FromBase64(std::string_view text, std::string* bytes) {
+  bytes->resize(text.size());
+  std::size_t size = 0;
+  const bool good = sodium_base642bin(Bytes(bytes), bytes->size(), text.data(), text.size(),
+                                      nullptr, &size, nullptr, kBase64) == 0;
+  bytes->resize(good ? size : 0);
+  return good;
+}
+
+Error Start() {
+  return sodium_init() < 0 ? Error::Data("libsodium cannot start: no source of randomness")
+                           : Error();
+}
+
+}  // namespace
+
+Error Seal(const std::string& name, std::string_view secret, std::string* sealed) {
+  if (Error error = Start()) return error;
+  SecretBytes key;
+  if (Error error = LoadOrMakeDeviceKey(&key)) return error;
+
+  std::string box(kNonceBytes + secret.size() + kTagBytes, '\0');
+  randombytes_buf(box.data(), kNonceBytes);
+  crypto_aead_xchacha20poly1305_ietf_encrypt(Bytes(&box) + kNonceBytes, nullptr, Bytes(secret),
+                                             secret.size(), Bytes(name), name.size(), nullptr,
+                                             Bytes(box), Bytes(key.bytes));
+  *sealed = std::string(kMark) + ToBase64(box);
+  return {};
+}
+
+Error Unseal(const std::string& name, const std::string& sealed, std::string* secret) {
+  if (Error error = Start()) return error;
+  std::string box;
+  if (sealed.compare(0, kMark.size(), kMark) != 0 ||
+      !FromBase64(std::string_view(sealed).substr(kMark.size()), &box) ||
+      box.size() < kNonceBytes + kTagBytes) {
+    return Error::Data("the value is no sealed one");
+  }
+  SecretBytes key;
+  if (Error error = LoadDeviceKey(&key)) return error;
+
+  secret->resize(box.size() - kNonceBytes - kTagBytes);
+  if (crypto_aead_xchacha20poly1305_ietf_decrypt(
+          Bytes(secret), nullptr, nullptr, Bytes(box) + kNonceBytes, box.size() - kNonceBytes,
+          Bytes(name), name.size(), Bytes(box), Bytes(key.bytes)) != 0) {
+    secret->clear();
+    return Error::Data(
+        "the value is damaged, or was sealed on another device or under another name");
+  }
+  return {};
+}
+
+void Wipe(std::string* secret) {
+  sodium_memzero(secret->data(), secret->size());
+  secret->clear();
+}
+
+}  // namespace saltmoor::platform

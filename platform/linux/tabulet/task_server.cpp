@@ -1,0 +1,166 @@
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "platform/linux/common/error.h"
+#include "platform/linux/common/folder_lock.h"
+#include "platform/linux/common/log.h"
+#include "platform/linux/tabulet/guard.h"
+#include "platform/linux/tabulet/task_channel.h"
+#include "tabulet_task.h"
+
+namespace tabulet {
+namespace {
+
+using saltmoor::platform::Deadline;
+using saltmoor::platform::Error;
+using saltmoor::platform::FolderLock;
+using saltmoor::platform::Guarded;
+using saltmoor::platform::kMaxRequestBytes;
+using saltmoor::platform::kTaskFolder;
+using saltmoor::platform::Log;
+using saltmoor::platform::LogLevel;
+using saltmoor::platform::RequestHead;
+using saltmoor::platform::UniqueFd;
+
+/// Makes the folder of the tasks' sockets. In one that belongs to somebody else, requests could be
+/// taken away from us.
+Error MakeFolder() {
+  if (mkdir(kTaskFolder, 0700) != 0 && errno != EEXIST) {
+    return Error::System(errno, std::string("cannot make ") + kTaskFolder);
+  }
+  struct stat status;
+  if (lstat(kTaskFolder, &status) != 0) {
+    return Error::System(errno, std::string("cannot examine ") + kTaskFolder);
+  }
+  if (S_ISDIR(status.st_mode) && status.st_uid == geteuid()) return {};
+  return Error::Data(std::string(kTaskFolder) +
+                     " is no folder of this user's: delete it, or run as its owner");
+}
+
+}  // namespace
+
+class TaskServer::Impl {
+ public:
+  Impl(const std::string& app_path, Handler handler)
+      : socket_path_(saltmoor::platform::SocketPath(app_path)), handler_(std::move(handler)) {}
+
+  int Run();
+  void Stop() noexcept;
+
+ private:
+  Error Listen();
+  Error ServeCallers();
+  Error ServeRequest(int caller);
+  int Answer(int request, const std::string& data);
+  void Withdraw();
+
+  const std::string socket_path_;
+  const Handler handler_;
+  const UniqueFd stop_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+  UniqueFd listener_;
+};
+
+int TaskServer::Impl::Run() {
+  Error error = stop_ ? Listen() : Error::System(EMFILE, "cannot make a task");
+  if (!error) {
+    error = ServeCallers();
+    Withdraw();
+  }
+  if (error) Log(LogLevel::kError, error.text());
+  return error ? -1 : 0;
+}
+
+void TaskServer::Impl::Stop() noexcept {
+  const int caller_errno = errno;
+  const std::uint64_t one = 1;
+  [[maybe_unused]] const ssize_t written = write(stop_.get(), &one, sizeof one);
+  errno = caller_errno;
+}
+
+Error TaskServer::Impl::Listen() {
+  if (Error error = MakeFolder()) return error;
+  const FolderLock lock(kTaskFolder);  // against another start of the same program
+  if (Error error = saltmoor::platform::MakeSocket(&listener_)) return error;
+  Error error = saltmoor::platform::Bind(listener_.get(), socket_path_);
+  if (error.IsSystem(EADDRINUSE)) {
+    UniqueFd probe;
+    if (Error failed = saltmoor::platform::MakeSocket(&probe)) return failed;
+    if (!Connect(probe.get(), socket_path_, Deadline(0)).IsSystem(ECONNREFUSED)) {
+      return Error::System(EADDRINUSE, "the task is running already at " + socket_path_);
+    }
+    unlink(socket_path_.c_str());  // left by a process that was killed
+    error = saltmoor::platform::Bind(listener_.get(), socket_path_);
+  }
+  if (error) return error;
+  if (listen(listener_.get(), SOMAXCONN) == 0) return {};
+  return Error::System(errno, "cannot listen at " + socket_path_);
+}
+
+/// Takes the task's socket away before it closes: it must not be found any more.
+void TaskServer::Impl::Withdraw() {
+  const FolderLock lock(kTaskFolder);
+  unlink(socket_path_.c_str());
+  listener_ = UniqueFd();
+}
+
+Error TaskServer::Impl::ServeCallers() {
+  for (;;) {
+    pollfd polled[] = {{listener_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}};
+    if (poll(polled, 2, -1) < 0 && errno != EINTR) {
+      return Error::System(errno, "cannot wait for callers");
+    }
+    if (polled[1].revents != 0) return {};
+    if (polled[0].revents == 0) continue;
+    const UniqueFd caller(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!caller) {
+      // A caller that is gone again is none of our trouble; where there are no more descriptors,
+      // asking at once again would only heat the device.
+      if (errno == EMFILE || errno == ENFILE) poll(nullptr, 0, 50);
+      continue;
+    }
+    if (const Error error = ServeRequest(caller.get())) Log(LogLevel::kTrace, error.text());
+  }
+}
+
+Error TaskServer::Impl::ServeRequest(int caller) {
+  constexpr int kCallerTimeout_ms = 500;
+  const Deadline deadline(kCallerTimeout_ms);
+  RequestHead head;
+  if (Error error = ReceiveAll(caller, &head, sizeof head, deadline, stop_.get())) return error;
+  if (head.mark != RequestHead::kMark || head.size_bytes > kMaxRequestBytes) {
+    return Error::Data("a caller sent what is no request");
+  }
+  std::string data(head.size_bytes, '\0');
+  if (Error error = ReceiveAll(caller, data.data(), data.size(), deadline, stop_.get())) {
+    return error;
+  }
+  const std::int32_t answer = Answer(head.request, data);
+  return SendAll(caller, &answer, sizeof answer, Deadline(kCallerTimeout_ms));
+}
+
+int TaskServer::Impl::Answer(int request, const std::string& data) {
+  return Guarded(-1, [&] { return handler_(request, data); });
+}
+
+TaskServer::TaskServer(const std::string& app_path, Handler handler)
+    : impl_(std::make_unique<Impl>(app_path, std::move(handler))) {}
+
+TaskServer::~TaskServer() = default;
+
+int TaskServer::Run() {
+  return Guarded(-1, [this] { return impl_->Run(); });
+}
+
+void TaskServer::Stop() noexcept {
+  impl_->Stop();
+}
+
+}  // namespace tabulet

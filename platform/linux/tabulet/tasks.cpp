@@ -1,0 +1,94 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/linux/common/log.h"
+#include "platform/linux/tabulet/guard.h"
+#include "platform/linux/tabulet/task_channel.h"
+#include "tabulet.h"
+
+namespace {
+
+using saltmoor::platform::Deadline;
+using saltmoor::platform::Error;
+using saltmoor::platform::Guarded;
+using saltmoor::platform::RequestHead;
+using saltmoor::platform::UniqueFd;
+
+/// The programs that were asked for: a task's number is a program's place here, for as long as the
+/// process lives.
+class TaskNumbers {
+ public:
+  int NumberOf(const std::string& app_path) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto known = std::find(app_paths_.begin(), app_paths_.end(), app_path);
+    if (known != app_paths_.end()) return static_cast<int>(known - app_paths_.begin());
+    app_paths_.push_back(app_path);
+    return static_cast<int>(app_paths_.size()) - 1;
+  }
+
+  /// Empty when there is no such task.
+  std::string AppPathOf(int task) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return task >= 0 && static_cast<std::size_t>(task) < app_paths_.size() ? app_paths_[task] : "";
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> app_paths_;
+};
+
+TaskNumbers& Numbers() {
+  static TaskNumbers& numbers = *new TaskNumbers;
+  return numbers;
+}
+
+bool IsRunning(const std::string& app_path) {
+  UniqueFd socket;
+  Error error = saltmoor::platform::MakeSocket(&socket);
+  if (!error) {
+    error = Connect(socket.get(), saltmoor::platform::SocketPath(app_path), Deadline(0));
+  }
+  return !error || error.IsSystem(EAGAIN);  // it has more callers than it takes, so it is there
+}
+
+Error Ask(const std::string& app_path, const RequestHead& head, const void* data,
+          const Deadline& deadline, std::int32_t* answer) {
+  UniqueFd socket;
+  if (Error error = saltmoor::platform::MakeSocket(&socket)) return error;
+  const std::string path = saltmoor::platform::SocketPath(app_path);
+  if (Error error = Connect(socket.get(), path, deadline)) return error;
+  if (Error error = SendAll(socket.get(), &head, sizeof head, deadline)) return error;
+  if (Error error = SendAll(socket.get(), data, head.size_bytes, deadline)) return error;
+  return ReceiveAll(socket.get(), answer, sizeof *answer, deadline);
+}
+
+int Send(int task, const RequestHead& head, const void* data, int timeout_ms) {
+  const std::string app_path = Numbers().AppPathOf(task);
+  if (app_path.empty()) return -1;
+  std::int32_t answer = -1;
+  const Error error = Ask(app_path, head, data, Deadline(timeout_ms), &answer);
+  if (!error) return std::max(answer, -1);
+  Log(saltmoor::platform::LogLevel::kError,
+      "request " + std::to_string(head.request) + " to " + app_path + " failed: " + error.text());
+  return -1;
+}
+
+}  // namespace
+
+int FindTaskByAppName(const char* app) {
+  if (!app) return -1;
+  return Guarded(-1, [app] { return IsRunning(app) ? Numbers().NumberOf(app) : -1; });
+}
+
+int SendRequestTo(int task, int request, const void* data, int size, int flags, int timeout_ms) {
+  if (size < 0 || (size > 0 && !data)) return -1;
+  RequestHead head;
+  head.request = request;
+  head.flags = flags;
+  head.size_bytes = static_cast<std::uint32_t>(size);
+  return Guarded(-1, [&] { return Send(task, head, data, timeout_ms); });
+}

@@ -1,0 +1,43 @@
+/// \file
+/// A process of the test's own.
+
+#ifndef TESTS_CONTRACT_CHILD_H_
+#define TESTS_CONTRACT_CHILD_H_
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+/// Runs a body in a child process, whose exit code is what the body returns. A child that nobody
+/// has waited for is killed.
+class Child {
+ public:
+  explicit Child(const std::function<int()>& body) : pid_(fork()) {
+    if (pid_ == 0) _exit(body());
+  }
+  ~Child() {
+    if (pid_ > 0) Kill();
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  void Signal(int number) const { kill(pid_, number); }
+  void Kill() {
+    Signal(SIGKILL);
+    Wait();
+  }
+  /// \return the exit code; minus the signal's number where one ended the child.
+  int Wait() {
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    pid_ = 0;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+
+ private:
+  pid_t pid_;
+};
+
+#endif  // TESTS_CONTRACT_CHILD_H_

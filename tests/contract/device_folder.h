@@ -1,0 +1,52 @@
+/// \file
+/// A folder of the test's own on the device, and files in it.
+
+#ifndef TESTS_CONTRACT_DEVICE_FOLDER_H_
+#define TESTS_CONTRACT_DEVICE_FOLDER_H_
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+inline std::string ReadAll(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteAll(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+class DeviceFolder {
+ public:
+  DeviceFolder() {
+    std::string name = "/mnt/ext1/system/config/contract-XXXXXX";
+    if (!mkdtemp(name.data())) {
+      throw std::runtime_error("cannot make " + name + ": run the test on a device");
+    }
+    path_ = name;
+  }
+  ~DeviceFolder() { std::filesystem::remove_all(path_); }
+  DeviceFolder(const DeviceFolder&) = delete;
+  DeviceFolder& operator=(const DeviceFolder&) = delete;
+
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+  const std::string& path() const { return path_; }
+
+  std::set<std::string> Names() const {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+      names.insert(entry.path().filename());
+    }
+    return names;
+  }
+
+ private:
+  std::string path_;
+};
+
+#endif  // TESTS_CONTRACT_DEVICE_FOLDER_H_

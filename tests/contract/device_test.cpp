@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "device_folder.h"
+#include "tabulet.h"
+
+namespace {
+
+TEST(Device, SerialNumberIsOneForAllThreads) {
+  const char* const serial = GetSerialNumber();
+  ASSERT_NE(serial, nullptr);
+  EXPECT_STRNE(serial, "");
+  std::thread([serial] { EXPECT_STREQ(GetSerialNumber(), serial); }).join();
+}
+
+TEST(Device, NetworkStateAndConnectionAgree) {
+  const bool connected = NetConnect(nullptr) == 0;
+  EXPECT_EQ((QueryNetwork() & 0xF00) != 0, connected);
+}
+
+TEST(Device, MessageReturnsAtOnce) {
+  const auto start = std::chrono::steady_clock::now();
+  for (const int icon : {0, 1, 2, 3, 4, 99}) Message(icon, "@NoSuchKey", "Text", 60'000);
+  Message(4, nullptr, nullptr, 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST(Device, BitmapsAreFoundSavedOrReplacedByTheFallback) {
+  const DeviceFolder folder;
+  ibitmap_s* const logo = GetResource("browser_quire", nullptr);
+  ASSERT_NE(logo, nullptr);
+  EXPECT_EQ(GetResource("browser_quire", nullptr), logo);
+  EXPECT_EQ(SaveBitmap((folder / "logo.bmp").c_str(), logo), 1);
+  EXPECT_EQ(ReadAll(folder / "logo.bmp").substr(0, 2), "BM");
+
+  EXPECT_EQ(GetResource("no such bitmap", nullptr), nullptr);
+  EXPECT_EQ(GetResource("no such bitmap", logo), logo);
+  EXPECT_EQ(GetResource("../resources/browser_quire", nullptr), nullptr);
+  EXPECT_EQ(SaveBitmap((folder / "null.bmp").c_str(), nullptr), 0);
+  EXPECT_EQ(SaveBitmap((folder / "missing/logo.bmp").c_str(), logo), 0);
+  EXPECT_EQ(folder.Names(), std::set<std::string>{"logo.bmp"});
+}
+
+TEST(Device, LogTakesAnythingAndKeepsErrno) {
+  errno = ENOSPC;
+  sm_print_log2(5, "source", 1, "function", "%s", std::string(100'000, 'x').c_str());
+  sm_print_log2(-1, nullptr, 0, nullptr, "%d %%", 7);
+  EXPECT_EQ(errno, ENOSPC);
+}
+
+}  // namespace

@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "../device_folder.h"
+#include "tabulet.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(Bitmaps, DamagedFileCountsAsMissing) {
+  const DeviceFolder folder;
+  ASSERT_EQ(SaveBitmap((folder / "logo").c_str(), GetResource("browser_quire", nullptr)), 1);
+  const std::string good = ReadAll(folder / "logo");
+  std::string wide = good;
+  wide[21] = '\x7f';
+  std::string packed = good;
+  packed[30] = 1;
+  const std::string damaged[] = {"",
+                                 "BM",
+                                 "BM" + std::string(200, '\0'),
+                                 "BM" + std::string(200, '\xff'),
+                                 good.substr(0, good.size() - 1),
+                                 "xx" + good.substr(2),
+                                 wide,
+                                 packed};
+
+  fs::create_directories("/ebrmain/resources");
+  int number = 0;
+  for (const std::string& content : damaged) {
+    const std::string name = "damaged" + std::to_string(number++);
+    WriteAll("/ebrmain/resources/" + name + ".bmp", content);
+    EXPECT_EQ(GetResource(name.c_str(), nullptr), nullptr) << name;
+  }
+  WriteAll("/ebrmain/resources/good.bmp", good);
+  EXPECT_EQ(SaveBitmap((folder / "copy").c_str(), GetResource("good", nullptr)), 1);
+  EXPECT_EQ(ReadAll(folder / "copy"), good);
+  fs::remove_all("/ebrmain/resources");
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+#include "../child.h"
+#include "../device_folder.h"
+#include "tabulet.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Saving : public testing::Test {
+ protected:
+  const DeviceFolder folder_;
+  const std::string path_ = folder_ / "test.cfg";
+};
+
+TEST_F(Saving, FileIsTextThatOnlyTheUserReads) {
+  iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
+  EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0600));
+  WriteString(config, "user=name", " anna\n100% ");
+  WriteInt(config, "time", 7);
+  CloseConfig(config);
+  EXPECT_EQ(ReadAll(path_), "time=7\nuser%3Dname=%20anna%0A100%25%20\n");
+  EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0600));
+}
+
+/// As on a full device: so much of a file can be written, and no more.
+TEST_F(Saving, DiskFull_InSaveConfig) {
+  iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
+  WriteString(config, "key", "old");
+  ASSERT_EQ(SaveConfig(config), 1);
+  WriteString(config, "key", std::string(10'000, 'x').c_str());
+  for (const rlim_t limit_bytes : {0, 1, 4096, 10'000}) {
+    Child child([=] {
+      std::signal(SIGXFSZ, SIG_IGN);
+      const rlimit limit{limit_bytes, limit_bytes};
+      setrlimit(RLIMIT_FSIZE, &limit);
+      return SaveConfig(config);
+    });
+    EXPECT_EQ(child.Wait(), 0);
+    EXPECT_EQ(ReadAll(path_), "key=old\n");
+    EXPECT_EQ(folder_.Names(), std::set<std::string>{"test.cfg"});
+  }
+  CloseConfigNoSave(config);
+}
+
+TEST_F(Saving, GarbledFileGoesToBadAndAMoveThatFailsGivesNull) {
+  for (const char* garbage : {"key", "key=value", "key=a%0\n", "key=%00\n", "key=%zz\n", "a=1\nb\n",
+                              "key=a\tb\n", "key=a\r\n"}) {
+    WriteAll(path_, garbage);
+    CloseConfigNoSave(OpenConfig(path_.c_str(), nullptr));
+    EXPECT_EQ(ReadAll(path_ + ".bad"), garbage);
+    EXPECT_EQ(ReadAll(path_), "");
+    fs::remove(path_ + ".bad");
+  }
+  WriteAll(path_, "garbage");
+  fs::create_directories(path_ + ".bad/in the way");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(OpenConfig(path_.c_str(), nullptr), nullptr);
+  const std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_NE(log.find(path_ + ": line 1"), std::string::npos) << log;
+  EXPECT_NE(log.find("cannot move it to " + path_ + ".bad"), std::string::npos) << log;
+  EXPECT_EQ(log.find('\n'), log.size() - 1) << log;
+  EXPECT_EQ(ReadAll(path_), "garbage");
+}
+
+TEST_F(Saving, FileTooLargeForAConfigurationIsMovedAside) {
+  WriteAll(path_, "");
+  fs::resize_file(path_, 1 << 30);
+  CloseConfigNoSave(OpenConfig(path_.c_str(), nullptr));
+  EXPECT_EQ(fs::file_size(path_), 0U);
+  EXPECT_EQ(fs::file_size(path_ + ".bad"), 1U << 30);
+}
+
+TEST_F(Saving, LeftoverOfAKilledWriterIsInNobodysWay) {
+  WriteAll(path_ + ".new", "half a fi");
+  iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
+  WriteString(config, "key", "value");
+  EXPECT_EQ(SaveConfig(config), 1);
+  CloseConfig(config);
+  EXPECT_EQ(folder_.Names(), std::set<std::string>{"test.cfg"});
+}
+
+}  // namespace

@@ -1,0 +1,125 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "../child.h"
+#include "../device_folder.h"
+#include "run_probe.h"
+#include "tabulet.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kKeyPath[] = "/mnt/ext1/system/.device_key";
+
+class Secrets : public testing::Test {
+ protected:
+  Secrets() { RemoveKey(); }
+  ~Secrets() override {
+    CloseConfigNoSave(config_);
+    RemoveKey();
+  }
+  static void RemoveKey() {
+    fs::remove_all(kKeyPath);
+    fs::remove_all(std::string(kKeyPath) + ".bad");
+  }
+  std::string Read(const char* key) { return ReadSecret(config_, key, "absent"); }
+
+  const DeviceFolder folder_;
+  iconfig_s* const config_ = OpenConfig((folder_ / "test.cfg").c_str(), nullptr);
+};
+
+TEST_F(Secrets, KeyIsMadeAtFirstNeedForTheUserAlone) {
+  EXPECT_EQ(Read("password"), "absent");
+  EXPECT_FALSE(fs::exists(kKeyPath));
+  WriteSecret(config_, "password", "secret");
+  EXPECT_EQ(fs::file_size(kKeyPath), 32U);
+  EXPECT_EQ(fs::status(kKeyPath).permissions(), fs::perms(0600));
+  const std::string key = ReadAll(kKeyPath);
+  WriteSecret(config_, "password", "other");
+  EXPECT_EQ(ReadAll(kKeyPath), key);
+}
+
+TEST_F(Secrets, SealedValueBelongsToItsKeyAndIsNeverTheSameTwice) {
+  WriteSecret(config_, "password", "secret");
+  WriteSecret(config_, "other", "secret");
+  const std::string sealed = ReadString(config_, "password", "");
+  EXPECT_STRNE(ReadString(config_, "other", ""), sealed.c_str());
+  WriteString(config_, "other", sealed.c_str());
+  EXPECT_EQ(Read("other"), "absent");
+  WriteSecret(config_, "password", "secret");
+  EXPECT_STRNE(ReadString(config_, "password", ""), sealed.c_str());
+}
+
+TEST_F(Secrets, ProgramsThatStartTogetherComeByOneKey) {
+  for (int round = 0; round < 5; ++round) {
+    RemoveKey();
+    std::vector<std::unique_ptr<Child>> children;
+    children.reserve(8);
+    for (int i = 0; i < 8; ++i) {
+      children.push_back(std::make_unique<Child>([this, i] {
+        iconfig_s* config = OpenConfig((folder_ / std::to_string(i)).c_str(), nullptr);
+        WriteSecret(config, "password", "secret");
+        return SaveConfig(config);
+      }));
+    }
+    for (int i = 0; i < 8; ++i) {
+      EXPECT_EQ(children[i]->Wait(), 1);
+      iconfig_s* config = OpenConfig((folder_ / std::to_string(i)).c_str(), nullptr);
+      EXPECT_STREQ(ReadSecret(config, "password", "absent"), "secret");
+      CloseConfig(config);
+    }
+  }
+}
+
+TEST_F(Secrets, DamagedKeyIsKeptAsideWhenANewOneIsNeeded) {
+  WriteSecret(config_, "password", "secret");
+  const std::string damaged = ReadAll(kKeyPath).substr(0, 5);
+  WriteAll(kKeyPath, damaged);
+  EXPECT_EQ(Read("password"), "absent");
+  EXPECT_EQ(ReadAll(kKeyPath), damaged) << "reading destroys nothing";
+  WriteSecret(config_, "other", "new secret");
+  EXPECT_EQ(Read("other"), "new secret");
+  EXPECT_EQ(ReadAll(std::string(kKeyPath) + ".bad"), damaged);
+}
+
+TEST_F(Secrets, SecretThatCannotBeSealedLeavesNoOldOne) {
+  WriteSecret(config_, "password", "old");
+  fs::remove(kKeyPath);
+  fs::create_directory(kKeyPath);
+  WriteSecret(config_, "password", "new");
+  EXPECT_EQ(Read("password"), "absent");
+  EXPECT_EQ(ReadString(config_, "password", nullptr), nullptr);
+  EXPECT_TRUE(fs::is_directory(kKeyPath));
+}
+
+TEST_F(Secrets, NeitherSecretsNorKeysAreLogged) {
+  const std::string secret = "correct horse battery";
+  const std::string log = folder_ / "log";
+  const auto run = [&] {
+    return RunProbe({"TABULET_LOG_LEVEL=5", "TABULET_LOG=" + log},
+                    {"secrets", folder_ / "probe.cfg", secret})
+        .output;
+  };
+  EXPECT_EQ(run(), "kept\n");
+  const std::string key = ReadAll(kKeyPath);
+  const std::string damaged = key + "x";
+  WriteAll(kKeyPath, damaged);
+  EXPECT_EQ(run(), "kept\n");
+  fs::remove(kKeyPath);
+  fs::create_directory(kKeyPath);
+  EXPECT_EQ(run(), "absent\n");
+  WriteAll(folder_ / "probe.cfg", "password=" + secret);
+  EXPECT_EQ(run(), "absent\n");
+
+  const std::string records = ReadAll(log);
+  EXPECT_GE(Lines(records).size(), 3U);
+  EXPECT_EQ(records.find("horse"), std::string::npos);
+  EXPECT_EQ(records.find(key.substr(0, 4)), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "child.h"
+#include "tabulet.h"
+#include "tabulet_task.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr char kApp[] = "/ebrmain/bin/contract.app";
+
+enum Request { kSize = 84, kSum, kSleep, kNegative, kThrow };
+
+int Handle(int request, const std::string& data) {
+  switch (request) {
+    case kSize:
+      return static_cast<int>(data.size());
+    case kSum: {
+      int sum = 0;
+      for (const char c : data) sum += static_cast<unsigned char>(c);
+      return sum;
+    }
+    case kSleep:
+      std::this_thread::sleep_for(milliseconds(1500));
+      return 0;
+    case kNegative:
+      return -5;
+    default:
+      throw std::runtime_error("a handler that throws");
+  }
+}
+
+tabulet::TaskServer* running = nullptr;
+
+int Serve(const std::string& app) {
+  tabulet::TaskServer server(app, Handle);
+  running = &server;
+  signal(SIGTERM, [](int) { running->Stop(); });
+  return server.Run() == 0 ? 0 : 1;
+}
+
+/// Runs the task in a process of its own, as the device does, and waits until it is there.
+std::unique_ptr<Child> Start(const std::string& app = kApp) {
+  auto child = std::make_unique<Child>([&] { return Serve(app); });
+  for (int i = 0; i < 500 && FindTaskByAppName(app.c_str()) == -1; ++i) {
+    std::this_thread::sleep_for(milliseconds(10));
+  }
+  return child;
+}
+
+int Send(int task, int request, const std::string& data = "", int timeout_ms = 5000) {
+  return SendRequestTo(task, request, data.data(), static_cast<int>(data.size()), 0, timeout_ms);
+}
+
+TEST(Tasks, WithoutATaskThereIsNoAnswer) {
+  EXPECT_EQ(FindTaskByAppName("/ebrmain/bin/no such.app"), -1);
+  EXPECT_EQ(FindTaskByAppName(""), -1);
+  EXPECT_EQ(Send(-1, kSize), -1);
+  EXPECT_EQ(Send(1'000'000, kSize), -1);
+}
+
+TEST(Tasks, RequestsAreAnsweredWithTheirBytes) {
+  const auto child = Start();
+  const int task = FindTaskByAppName(kApp);
+  ASSERT_NE(task, -1);
+  EXPECT_EQ(SendRequestTo(task, kSize, "-scan:/mnt/ext1/Downloads and more", 25, 0, 5000), 25);
+  EXPECT_EQ(SendRequestTo(task, kSize, nullptr, 0, 0, 5000), 0);
+  EXPECT_EQ(Send(task, kSum, std::string("\0\x01\xff\n", 4)), 266);
+  EXPECT_EQ(Send(task, kSize, std::string(500'000, 'x')), 500'000);
+  EXPECT_EQ(Send(task, kNegative), -1);
+  EXPECT_EQ(Send(task, kThrow), -1);
+  EXPECT_EQ(SendRequestTo(task, kSize, nullptr, 5, 0, 5000), -1);
+  EXPECT_EQ(SendRequestTo(task, kSize, "x", -1, 0, 5000), -1);
+  EXPECT_EQ(Send(task, kSize, "still there"), 11);
+}
+
+TEST(Tasks, NumbersAreEachProgramsOwnAndStay) {
+  const std::string other = "/ebrmain/other/" + std::string(200, 'x') + "/contract.app";
+  auto child = Start();
+  const auto other_child = Start(other);
+  const int task = FindTaskByAppName(kApp);
+  const int other_task = FindTaskByAppName(other.c_str());
+  ASSERT_NE(task, -1);
+  ASSERT_NE(other_task, -1);
+  EXPECT_NE(task, other_task);
+  EXPECT_EQ(Send(other_task, kSize, "x"), 1);
+
+  child->Kill();
+  EXPECT_EQ(FindTaskByAppName(kApp), -1);
+  EXPECT_EQ(Send(task, kSize), -1);
+  child = Start();  // over what the killed one left
+  EXPECT_EQ(FindTaskByAppName(kApp), task);
+  EXPECT_EQ(Send(task, kSize, "xy"), 2);
+}
+
+TEST(Tasks, SlowAnswerTimesOutAndTheTaskGoesOn) {
+  const auto child = Start();
+  const int task = FindTaskByAppName(kApp);
+  const auto start = steady_clock::now();
+  EXPECT_EQ(Send(task, kSleep, "", 100), -1);
+  EXPECT_EQ(Send(task, kSize, std::string(500'000, 'x'), 100), -1) << "nobody takes its bytes";
+  EXPECT_EQ(Send(task, kSize, "", 0), -1);
+  EXPECT_EQ(Send(task, kSize, "", -1), -1);
+  EXPECT_LT(steady_clock::now() - start, milliseconds(1000));
+  EXPECT_EQ(Send(task, kSize, "next", 5000), 4);
+}
+
+TEST(Tasks, SecondStartOfAProgramGivesWay) {
+  const auto child = Start();
+  EXPECT_EQ(Child([] { return Serve(kApp); }).Wait(), 1);
+  EXPECT_EQ(Send(FindTaskByAppName(kApp), kSize, "first"), 5);
+}
+
+TEST(Tasks, StopEndsTheTaskAlsoFromASignalHandler) {
+  const auto child = Start();
+  ASSERT_NE(FindTaskByAppName(kApp), -1);
+  child->Signal(SIGTERM);
+  EXPECT_EQ(child->Wait(), 0);
+  EXPECT_EQ(FindTaskByAppName(kApp), -1);
+
+  tabulet::TaskServer server(kApp, Handle);
+  server.Stop();
+  EXPECT_EQ(server.Run(), 0);
+  EXPECT_EQ(FindTaskByAppName(kApp), -1);
+}
+
+TEST(Tasks, SeveralThreadsAndProgramsMayAskAtOnce) {
+  const auto child = Start();
+  const auto ask = [] {
+    const int task = FindTaskByAppName(kApp);
+    for (int size = 0; size < 50; ++size) {
+      if (Send(task, kSize, std::string(size, 'x')) != size) return 1;
+    }
+    return 0;
+  };
+  Child other(ask);
+  std::thread thread([&] { EXPECT_EQ(ask(), 0); });
+  EXPECT_EQ(ask(), 0);
+  thread.join();
+  EXPECT_EQ(other.Wait(), 0);
+}
+
+}  // namespace
