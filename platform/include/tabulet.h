@@ -14,7 +14,7 @@
 extern "C" {
 #endif
 
-// Configuration files ---------------------------------------------------------------------------
+// Configuration files -----------------------------------------
 
 /// An open configuration file: texts and numbers under text keys. Made by OpenConfig, released by
 /// CloseConfig or CloseConfigNoSave. Changes stay in memory until they are saved.
@@ -63,7 +63,7 @@ void CloseConfig(iconfig_s* config);
 /// Drops unsaved changes and releases the handle. Null is allowed.
 void CloseConfigNoSave(iconfig_s* config);
 
-// The device ------------------------------------------------------------------------------------
+// The device --------------------------------------------------
 
 /// The device's serial number, never null. Valid for the life of the process.
 const char* GetSerialNumber(void);
@@ -75,7 +75,7 @@ int QueryNetwork(void);
 /// \return 0 when connected, another value when not.
 int NetConnect(const char* network);
 
-// Tasks -----------------------------------------------------------------------------------------
+// Tasks -------------------------------------------------------
 
 /// Looks up a running application by the path of its program.
 /// \return its task number, -1 when it is not running.
@@ -88,7 +88,7 @@ int FindTaskByAppName(const char* app);
 /// \return the task's answer, 0 or above; -1 when there is no such task or it did not answer.
 int SendRequestTo(int task, int request, const void* data, int size, int flags, int timeout_ms);
 
-// What the user sees ----------------------------------------------------------------------------
+// What the user sees ------------------------------------------
 
 /// Shows a transient message and returns at once.
 /// \param icon  1 information, 2 question, 3 attention, 4 error.
@@ -108,7 +108,7 @@ ibitmap_s* GetResource(const char* name, ibitmap_s* fallback);
 /// \return 1 when the file is written, 0 when it is not or `bitmap` is null.
 int SaveBitmap(const char* path, const ibitmap_s* bitmap);
 
-// Files and texts -------------------------------------------------------------------------------
+// Files and texts ---------------------------------------------
 
 /// A kind of file that the device can open.
 typedef struct tb_file_type {  // NOLINT(modernize-use-using)

@@ -14,10 +14,12 @@ class QUIRE_EXPORT Auth : public utilities::BrowserAuthorization::IEventHandler 
  public:
   Auth();
 
-  /// Shows `url` and waits until the session has ended, however it did.
-  /// \param pay_method  "PAYPAL" or "CCARD" choose the browser's dress; compared exactly.
-  /// \return what the platform's session gave: 0 it ran, -1 there is no browser. It tells nothing
-  ///     of the payment, whose only judge is the shop.
+  /// Shows `url` and waits on the caller's thread until the session has ended, however it did.
+  /// \param pay_method  "PAYPAL" or "CCARD" choose the browser's arguments; compared
+  ///     exactly.
+  /// \return what the platform's session gave: 0 it ran, -1 it did not: there is no browser, or
+  ///     the address is no web address. It tells nothing of the payment, whose only judge is the
+  ///     shop.
   int Run(const std::string& url, const std::string& pay_method);
 
   /// Whether the browser session is live. Any thread.

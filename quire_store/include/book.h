@@ -22,40 +22,40 @@ class QUIRE_EXPORT Book {
  public:
   /// Properties kept as the server's text, numbers and flags included. The values are fixed; no
   /// JSON key reaches the reserved ones.
-  enum StringProps {
+  enum StringProps : int {
     kEan = 0,  ///< the title's identity
     kTitle = 1,
     kAuthor = 2,
     kThumbnail = 3,  ///< address of a small cover image
     kReserved4 = 4,
-    kEbookFormat = 5,  ///< a file extension such as "epub", or the server's text if it is no
-                       ///< known MIME type
-    kDate = 6,         ///< for display, broken into two lines or parts
-    kEbookLink = 7,    ///< address of the file
-    kAvailability = 8,
+    kEbookFormat = 5,   ///< a file extension such as "epub", or the server's text if it is no
+                        ///< known MIME type
+    kDate = 6,          ///< for display, broken into two lines or parts
+    kEbookLink = 7,     ///< address of the file
+    kAvailability = 8,  ///< the shop's number for it
     kProductPageUrl = 9,
-    kEbookDrm = 10,
-    kItemId = 11,
+    kEbookDrm = 10,  ///< the kind of protection
+    kItemId = 11,    ///< the line's number in its cart or order
     kReserved12 = 12,
     kReserved13 = 13,
     kQuantity = 14,
-    kIsEbook = 15,
+    kIsEbook = 15,  ///< "true" for an e-book
     kOrderId = 16,
-    kCurrency = 17,
-    kImageUrl = 18,
+    kCurrency = 17,  ///< of the price, such as "EUR"
+    kImageUrl = 18,  ///< address of a cover image
   };
 
   /// Properties kept as signed 64-bit integers.
-  enum IntProps {
+  enum IntProps : int {
     kPrice = 0,  ///< in hundredths of the currency unit
   };
 
-  Book() = default;
-  Book(const Book&) = default;
-  Book(Book&&) = default;
-  Book& operator=(const Book&) = default;
+  Book() = default;                        ///< no properties
+  Book(const Book&) = default;             ///< member by member
+  Book(Book&&) = default;                  ///< member by member
+  Book& operator=(const Book&) = default;  ///< member by member
   /// Moves the properties; the cover is copied, so that the source keeps it.
-  Book& operator=(Book&& other);
+  Book& operator=(Book&& other) noexcept;
   ~Book() = default;
 
   /// Reads an item of the server's answers or of the cart file. Anything but an object gives an
@@ -76,8 +76,8 @@ class QUIRE_EXPORT Book {
   /// its own.
   static std::map<std::string, IntProps> s_book_int_map;
 
-  std::map<IntProps, std::int64_t> int_props;
-  std::map<StringProps, std::string> string_props;
+  std::map<IntProps, std::int64_t> int_props;       ///< absent: not sent
+  std::map<StringProps, std::string> string_props;  ///< absent: not sent
 
   utilities::SmartBitmap cover;  ///< for the application; the library carries it along
   std::int32_t aux_word = 0;     ///< for the application; the library carries it along

@@ -8,6 +8,7 @@ namespace saltmoor::quire {
 
 /// What a book is to the user at one moment, as StoreManager::GetBookStatus tells it.
 struct BookStatus {
+  /// The first that fits, in the order: in the cart, not bought, downloaded, downloading, bought.
   enum Status {
     kNotPurchased = 0,  ///< neither in the cart nor bought
     kInCart = 1,        ///< in the local cart, whatever else it is
@@ -16,9 +17,9 @@ struct BookStatus {
     kDownloaded = 4,    ///< bought, and its file is on the device
   };
 
-  std::int32_t status = kNotPurchased;
-  std::string path;           ///< of the file, when downloaded; else empty
-  std::int32_t progress = 0;  ///< percent, 0 to 100, while downloading; else 0
+  std::int32_t status = kNotPurchased;  ///< a Status
+  std::string path;                     ///< of the file, when downloaded; else empty
+  std::int32_t progress = 0;            ///< percent, 0 to 100, while downloading; else 0
 };
 
 }  // namespace saltmoor::quire

@@ -23,8 +23,8 @@ class QUIRE_EXPORT Cart {
   /// give back. Without a readable file the cart is empty and keeps its header.
   void Load();
 
-  /// Writes the cart file: the old content stays whole until the new one is. A file that cannot be
-  /// opened for writing is passed over in silence.
+  /// Writes the cart file; the old content stays whole until the new one is, where the file system
+  /// allows. A file that cannot be written, or a full disk, is passed over in silence.
   void Save();
 
   /// Removes all items and saves.
@@ -46,6 +46,7 @@ class QUIRE_EXPORT Cart {
   /// stays valid.
   const Book& GetItem(unsigned int index) const;
 
+  /// How many items there are.
   unsigned int GetSize() const;
 
   /// Sets Book::kCurrency of every item, in memory.
@@ -65,12 +66,11 @@ class QUIRE_EXPORT Cart {
   /// currency behind it; "0" for an empty cart.
   std::string GetTotalPriceFormatted() const;
 
-  std::vector<Book> orderItems;
-  std::string orderId;        ///< the server's number of the order
-  std::string opdsSessionId;  ///< the session that the cart came with
-  std::string userID;
-  std::string
-      cartLastChange;        ///< the server's time of the last change; not read back from the file
+  std::vector<Book> orderItems;  ///< the items, in the order added
+  std::string orderId;           ///< the server's number of the order
+  std::string opdsSessionId;     ///< the session that the cart came with
+  std::string userID;            ///< the owner, as the server names them
+  std::string cartLastChange;    ///< the server's timestamp; not read back from the file
   double orderAmount = 0.0;  ///< the server's total in currency units; not read back from the file
 };
 

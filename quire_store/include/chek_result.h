@@ -11,11 +11,12 @@ namespace saltmoor::quire {
 /// an object belongs on one thread at a time.
 class QUIRE_EXPORT ChekResult {
  public:
+  /// What the shop says of a payment.
   enum Status {
-    kInProgress = 0,
-    kPending = 1,  ///< ask again later
-    kFailure = 2,
-    kSuccess = 3,
+    kInProgress = 0,  ///< not settled; StoreManager takes it as failed
+    kPending = 1,     ///< not settled: ask again later
+    kFailure = 2,     ///< not paid
+    kSuccess = 3,     ///< paid: the order can be submitted
   };
 
   /// Fills the state from the shop's answer. A missing or unknown state is kFailure.

@@ -33,19 +33,22 @@ class QUIRE_EXPORT ServerApi {
     kFailed = 1,
   };
 
+  /// The outcome of a call, and of several calls of StoreManager.
   struct Result {
-    Result(int code = kOk,
-           std::string message = std::string())  // NOLINT(google-explicit-constructor)
+    /// Success unless `code` says otherwise. A Code alone will do.
+    // NOLINTNEXTLINE(google-explicit-constructor): meant so
+    Result(int code = kOk, std::string message = std::string())
         : code_(code), message_(std::move(message)) {}
 
     int code_;             ///< kOk or kFailed
     std::string message_;  ///< the server's text for the user; mostly empty
   };
 
+  /// What commitOrderForPayment gives. The texts are empty beside a failed result.
   struct CommitOrderResult {
-    Result res{kFailed};
-    std::string status;
-    std::string url;  ///< where the user pays
+    Result res{kFailed};  ///< as of every other call
+    std::string status;   ///< the server's word for the order's state; only passed on
+    std::string url;      ///< where the user pays
   };
 
   /// Fetches the shop's configuration from the configuration service at `url` with a signed
@@ -96,8 +99,10 @@ class QUIRE_EXPORT ServerApi {
   /// The configuration that names the store in every call; none until it is set.
   void SetConfig(const SwitchboardConfig& config);
 
-  /// The session sent with every call that needs one; empty: not logged in.
+  /// Sets the session sent with every call that needs one; empty: not logged in.
   void SetSessionId(const std::string& session_id);
+
+  /// That session, as LogIn, LogOut or SetSessionId left it; valid until the next of them.
   const std::string& GetSessionId() const;
 
  private:

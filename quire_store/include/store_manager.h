@@ -39,16 +39,18 @@ class QUIRE_EXPORT StoreManager {
   /// or the configuration service, the stored session, a log-in with the stored credentials, the
   /// cart and the bought books.
   /// \return -1 when the configuration file cannot be opened or the shop's configuration is neither
-  ///     cached nor to be had. Nothing else makes it fail: see IsLoggedIn.
+  ///     freshly cached nor to be had. Nothing else makes it fail: see IsLoggedIn.
   int Init();
 
   /// Fetches the shop's configuration and caches it. On failure the last good one stays in use for
-  /// calls, while GetShopName and GetClientId answer empty.
+  /// calls, while GetShopName and GetClientId answer empty. Only Init notes when the cache was
+  /// made.
   int ConfigFromServer();
 
   /// Logs in again with the stored credentials.
   /// \param config  the open configuration file, which stays open; null to have it opened here.
-  /// \return -1 when no credentials are stored or the shop refuses them; the session stays.
+  /// \return -1 when no credentials are stored, or the shop refuses them or cannot be reached; the
+  ///     session stays.
   int NewSession(iconfig_s* config);
 
   /// Whether a session is held. Asks nothing of the server, which may have ended it.
@@ -68,7 +70,7 @@ class QUIRE_EXPORT StoreManager {
   /// The id of this device's shop client; empty without a configuration.
   std::string GetClientId();
 
-  /// The customer's profile, asked of the server.
+  /// The customer's profile, asked of the server: ServerApi::GetUserData.
   std::tuple<ServerApi::Result, UserData> GetUserData();
 
   /// Reserved. Does nothing and returns 0.
@@ -82,8 +84,9 @@ class QUIRE_EXPORT StoreManager {
   ///     happens.
   ServerApi::Result LogIn(const std::string& user, const std::string& password);
 
-  /// Registers a new customer and, on success, stores the credentials. It does not log in: the next
-  /// Init or NewSession does. Results as of LogIn; on success the message is for the user.
+  /// Registers a new customer and, on success, stores the credentials and loads the bought books of
+  /// the session held, if any. It does not log in: the next Init or NewSession does. Results as of
+  /// LogIn; on success the message is for the user.
   ServerApi::Result Register(const std::string& email, const std::string& password,
                              const std::string& name, const std::string& lastname,
                              const std::string& title);
@@ -92,15 +95,18 @@ class QUIRE_EXPORT StoreManager {
   /// The server is not told, and the stored credentials stay.
   void LogOut();
 
-  /// Fetches the bought books. A failure gives an empty list.
+  /// Fetches the bought books and keeps them: see GetPurchased. A failure gives, and leaves, an
+  /// empty list.
   std::vector<Book> LoadPurchased();
 
   // Cart.
 
-  /// Puts a book into the local cart unless its EAN is there, and saves the cart. Always kOk.
+  /// Puts a copy of a book into the local cart unless its EAN is there, and saves the cart. Always
+  /// kOk.
   ServerApi::Result AddToCart(const Book& book);
 
-  /// Takes a book out of the local cart, by EAN. Always 0.
+  /// Takes the first book with this one's EAN out of the local cart, and saves the cart if there
+  /// was one. Always 0.
   int RemoveFromCart(const Book& book);
 
   /// Takes the book at a position out of the local cart and saves the cart. Always 0.
@@ -108,8 +114,8 @@ class QUIRE_EXPORT StoreManager {
 
   // Checkout and payment.
 
-  /// Sends the local cart to the server and takes over the server's cart, priced. The cart file is
-  /// not written.
+  /// Logs in again with the stored credentials, sends the local cart to the server and takes over
+  /// the server's cart, priced. The cart file is not written.
   /// \return always kOk; and the books that the server's cart does not hold. An empty cart with
   ///     all books dropped is how trouble with the server shows.
   std::tuple<ServerApi::Result, std::vector<Book>> CheckOut();
@@ -117,6 +123,7 @@ class QUIRE_EXPORT StoreManager {
   /// Commits the cart's order for payment and, for "PAYPAL" and "CCARD", runs the browser on the
   /// payment page; returns when the browser has ended. Whether the user paid is learnt from
   /// CheckPaymentResult.
+  /// \param pay_method  compared exactly; any other text commits the order without a browser.
   /// \return kFailed when the shop refused (with its text), named no payment page, or the browser
   ///     could not run. Once the shop has committed the order it stays pending, also after a
   ///     failure.
@@ -124,8 +131,9 @@ class QUIRE_EXPORT StoreManager {
 
   /// Waits for the shop's verdict on the pending order, asking every five seconds while it is
   /// pending, without limit; then submits the order, empties the cart and loads the bought books.
-  /// \return kFailed when the payment failed or the shop could not be asked; cart and pending order
-  ///     stay.
+  /// An order that was committed without a browser is submitted at once.
+  /// \return kFailed when the payment failed or is in progress, or the shop refused (with its text)
+  ///     or could not be asked; cart and pending order stay.
   ServerApi::Result CheckPaymentResult();
 
   /// Asks once about a pending order and loads the bought books.

@@ -13,19 +13,20 @@ namespace saltmoor::quire {
 /// answered. A plain value: an object belongs on one thread at a time.
 class QUIRE_EXPORT SwitchboardConfig {
  public:
-  enum Fields {
+  /// What the configuration holds. Addresses are absolute.
+  enum Fields : int {
     kPartner = 0,
-    kClientId = 1,
-    kShopUrl = 2,
-    kShopName = 3,
-    kOpdsStartPage = 4,  ///< where the shop's OPDS catalogue begins
-    kImpressumUrl = 5,
-    kAgbUrl = 6,
-    kDatenschutzUrl = 7,
-    kWiderrufsrechtUrl = 8,
-    kHilfeUrl = 9,
-    kStoreApiUrl = 10,  ///< the base of every store call: fixed, whatever the answer
-    kStoreId = 11,      ///< the path segment before "/opds/" in the start page
+    kClientId = 1,           ///< of this device's shop
+    kShopUrl = 2,            ///< the shop's web site
+    kShopName = 3,           ///< for display
+    kOpdsStartPage = 4,      ///< where the shop's OPDS catalogue begins
+    kImpressumUrl = 5,       ///< the legal notice
+    kAgbUrl = 6,             ///< terms and conditions
+    kDatenschutzUrl = 7,     ///< privacy
+    kWiderrufsrechtUrl = 8,  ///< right of withdrawal
+    kHilfeUrl = 9,           ///< help
+    kStoreApiUrl = 10,       ///< the base of every store call: fixed, whatever the answer
+    kStoreId = 11,           ///< the path segment before "/opds/" in the start page
   };
 
   /// Wraps a copy of `json`, whatever it is.

@@ -13,9 +13,10 @@ namespace saltmoor::quire {
 /// time.
 class QUIRE_EXPORT UserData {
  public:
-  enum Fields {
+  /// What a profile holds; each as the shop writes it.
+  enum Fields : int {
     kUserId = 0,
-    kTitle = 1,
+    kTitle = 1,  ///< of address, such as "Dr."
     kName = 2,
     kSurname = 3,
     kCompany = 4,

@@ -1,10 +1,16 @@
 #include "saltmoor/utilities/browser_authorization.h"
 
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <functional>
+#include <string_view>
 #include <thread>
 
 #include "tests/contract/support/workshop.h"
@@ -167,6 +173,43 @@ TEST(BrowserAuthorization, RubbishAndFloodsAreBorne) {
   ASSERT_EQ(session.events.size(), 20001u);
   EXPECT_EQ(session.events.front(), "http://flood.example/");
   EXPECT_EQ(session.events.back(), "http://a.example/RETURN");
+}
+
+/// Runs a session whose browser asks on the terminal, then asks there itself. What went well is in
+/// the exit code.
+int AskOnTerminal() {
+  Session session("stty -echo; read answer; echo http://a.example/?$answer; [ $answer = yes ]");
+  session.Run();
+  termios modes{};
+  tcgetattr(STDIN_FILENO, &modes);
+  char line[8] = "";
+  const auto got = read(STDIN_FILENO, line, sizeof line);
+  const bool asked = session.events == Lines{"http://a.example/?yes", "closed"};
+  const bool interrupted = session.events == Lines{"error"};
+  return (asked ? 1 : 0) + (interrupted ? 2 : 0) + (modes.c_lflag & ECHO ? 4 : 0) +
+         (std::string_view(line, static_cast<std::size_t>(got)) == "me\n" ? 8 : 0);
+}
+
+TEST(BrowserAuthorization, BrowserHasTheTerminalUntilItEndsHoweverItEnds) {
+  for (const auto& [typed, expected] : {std::pair("yes\n", 1 + 4 + 8), {"\x03", 2 + 4 + 8}}) {
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) _exit(AskOnTerminal());
+    const auto browser_asks = [&] {
+      const pid_t foreground = tcgetpgrp(terminal);
+      return foreground > 0 && foreground != child;
+    };
+    for (int i = 0; i < 500 && !browser_asks(); ++i) usleep(10'000);
+    usleep(100'000);  // it has said that nothing shall be echoed
+    EXPECT_GT(write(terminal, typed, std::strlen(typed)), 0);
+    for (int i = 0; i < 500 && browser_asks(); ++i) usleep(10'000);
+    EXPECT_GT(write(terminal, "me\n", 3), 0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(terminal);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), expected) << typed;
+  }
 }
 
 TEST(BrowserAuthorization, OneSessionAtATimeAndAnotherAfterwards) {

@@ -215,14 +215,18 @@ TEST_F(Downloads, APlantedLinkIsNotWrittenThrough) {
   ScriptedServer server([&](const Request&) { return Reply{Answer(200, book_), {}}; });
   fs::create_directories(folder_);
   const std::string victim = Workshop::Instance().folder() + "/victim";
-  WriteFile(victim, "precious");
-  fs::create_symlink(victim, folder_ + "/a.epub.part");
-  fs::create_hard_link(victim, folder_ + "/b.epub.part");
-  for (const char* name : {"a.epub", "b.epub"}) {
+  WriteFile(victim + "1", "precious");
+  WriteFile(victim + "2", "precious");
+  fs::create_symlink(victim + "1", folder_ + "/a.epub.part");
+  fs::create_hard_link(victim + "2", folder_ + "/b.epub.part");
+  fs::create_symlink(victim + "3", folder_ + "/c.epub.part");
+  for (const char* name : {"a.epub", "b.epub", "c.epub"}) {
     EXPECT_EQ(downloader_.DownloadResource(server.Address("/"), name, {}), 0);
     EXPECT_EQ(ReadFile(folder_ + "/" + name), book_);
-    EXPECT_EQ(ReadFile(victim), "precious");
   }
+  EXPECT_EQ(ReadFile(victim + "1"), "precious");
+  EXPECT_EQ(ReadFile(victim + "2"), "precious");
+  EXPECT_FALSE(fs::exists(victim + "3"));
 }
 
 TEST_F(Downloads, ProgressMayBeAskedForWhileADownloadRuns) {

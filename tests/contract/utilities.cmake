@@ -19,10 +19,10 @@ target_link_libraries(utilities_contract_tests
 # It stands in for functions of the C library.
 set_target_properties(utilities_contract_tests PROPERTIES
   ENABLE_EXPORTS ON CXX_VISIBILITY_PRESET default)
-gtest_discover_tests(utilities_contract_tests)
+gtest_discover_tests(utilities_contract_tests TEST_PREFIX contract. PROPERTIES TIMEOUT 60)
 
 add_executable(opds_contract_tests resource_downloader_test.cpp linux/download_test.cpp)
 quire_target(opds_contract_tests)
 target_link_libraries(opds_contract_tests
   PRIVATE saltmoor_opds platform_download platform_transfer contract_support GTest::gtest_main)
-gtest_discover_tests(opds_contract_tests)
+gtest_discover_tests(opds_contract_tests TEST_PREFIX contract. PROPERTIES TIMEOUT 60)

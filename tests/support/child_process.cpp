@@ -58,12 +58,12 @@ std::string ChildProcess::ReadLine(std::chrono::seconds limit) {
 int ChildProcess::Terminate() {
   int status = 0;
   kill(pid_, SIGTERM);
-  for (int tenths = 0; tenths < 50; ++tenths) {
+  for (int polls = 0; polls < 500; ++polls) {
     if (waitpid(pid_, &status, WNOHANG) == pid_) {
       pid_ = -1;
       return status;
     }
-    usleep(100'000);
+    usleep(10'000);
   }
   kill(pid_, SIGKILL);
   waitpid(pid_, &status, 0);

@@ -44,7 +44,7 @@ int DevelopmentShop::Delivered() {
 void DevelopmentShop::Control(const std::string& path, const Json::Value& command) {
   httplib::Client client(control_);
   const auto answer =
-      client.Post(path.c_str(), Json::writeString({}, command), "application/json");
+      client.Post(path.c_str(), Json::writeString(Json::StreamWriterBuilder(), command), "application/json");
   if (!answer || answer->status >= 300) {
     throw std::runtime_error("the shop refused " + path + ": " + (answer ? answer->body : ""));
   }

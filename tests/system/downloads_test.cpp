@@ -78,7 +78,7 @@ TEST_F(Downloads, AnErrorLeavesNoFileUnderTheBooksName) {
 }
 
 TEST_F(Downloads, TheBookThatIsQueuedWhileAnotherDownloadsIsForgotten) {
-  Arm("slow");
+  Arm("hang", "delay_ms", 400);
   const Book other = Bought(manager_, "pdf");
   manager_.DownloadBookById(Ean(book_));
   manager_.DownloadBookById(Ean(other));

@@ -17,7 +17,7 @@ class Object {
   /// \param code  the element's kind code; each class has its own.
   explicit Object(std::int32_t code) : kind(code) {}
 
-  std::int32_t kind;
+  std::int32_t kind;  ///< what class the element is of
 
   virtual ~Object() = default;
 

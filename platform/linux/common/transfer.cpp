@@ -217,7 +217,8 @@ std::string Transfer::Explain(CURLcode code) const {
     return "the address is not an absolute http or https address";
   }
   if (code == CURLE_UNSUPPORTED_PROTOCOL) {
-    return "the server redirects to an address that is not followed, since it is neither https nor, "
+    return "the server redirects to an address that is not followed, since it is neither https "
+           "nor, "
            "coming from http, http";
   }
   std::string text = *error_ ? error_ : curl_easy_strerror(code);

@@ -43,7 +43,7 @@ void MakeFormat(std::stringstream& out, bool& has_acsm,
     if (extension == "acsm") {
       has_acsm = true;
     } else if (!extension.empty()) {
-      out.seekp(0, std::ios::end);
+      out.seekp(0, std::ios::end);  // a stream made with a text would write over it
       if (!out.str().empty()) out << ',';
       out << UpperCase(extension);
     }

@@ -10,7 +10,8 @@ inline constexpr char kStoreApi[] = "https://" QUIRE_SHOP_HOST "/webapp/wcs/stor
 inline constexpr char kSwitchboard[] =
     "http://" QUIRE_CONFIG_HOST "/api/config/v1/get-device-opds-config";
 
-// Where a payment page sends the browser in the end; Auth knows them by the marker.
+// Where a payment page sends the browser in the end; Auth knows them by the marker, a macro since
+// only literals join.
 #define QUIRE_RETURN_MARKER "QUIRESaltmoor"
 inline constexpr char kReturnMarker[] = QUIRE_RETURN_MARKER;
 inline constexpr char kPaymentSuccess[] =

@@ -5,7 +5,8 @@
 
 namespace saltmoor::quire {
 
-/// The part of a path or an address after its last '/'; the whole of it when it has none.
+/// (In file_names.cpp.) The part of a path or an address after its last '/'; the whole of it when
+/// it has none.
 std::string BaseName(const std::string& path);
 
 }  // namespace saltmoor::quire

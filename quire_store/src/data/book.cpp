@@ -2,8 +2,8 @@
 
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
-#include "book_properties.h"
 #include "decimal_text.h"
 #include "file_names.h"
 #include "json_access.h"
@@ -57,7 +57,7 @@ std::map<std::string, Book::StringProps> Book::s_book_string_map{
 
 std::map<std::string, Book::IntProps> Book::s_book_int_map;
 
-Book& Book::operator=(Book&& other) {
+Book& Book::operator=(Book&& other) noexcept {
   int_props = std::move(other.int_props);
   string_props = std::move(other.string_props);
   cover = other.cover;
@@ -108,12 +108,6 @@ Json::Value Book::ToJson() const {
   const std::int64_t cents = price != int_props.end() ? price->second : 0;
   json[kPriceKey] = TextFromNumber(static_cast<double>(cents) / 100.0);
   return json;
-}
-
-const std::string& TextOf(const Book& book, Book::StringProps property) {
-  static const std::string kNone;
-  const auto text = book.string_props.find(property);
-  return text != book.string_props.end() ? text->second : kNone;
 }
 
 }  // namespace saltmoor::quire

@@ -39,6 +39,7 @@ std::string GetBookFile(const Book& book) {
     if (Exists(name + extension)) return name + extension;
   }
 
+  // No ticket among these: meant so.
   const std::string title = TextOf(book, Book::kTitle);
   const std::string edition = std::string(paths::kDigitalEditions) + "/" +
                               VerifyFilename(title.c_str(), kMaxNameChars, true);

@@ -2,6 +2,7 @@
 #define QUIRE_BOOK_PROPERTIES_H_
 
 #include <string>
+#include <vector>
 
 #include "book.h"
 
@@ -10,6 +11,10 @@ namespace saltmoor::quire {
 /// A textual property of a book; the empty text when the book lacks it. Valid as long as the book
 /// is unchanged.
 const std::string& TextOf(const Book& book, Book::StringProps property);
+
+/// The first book with exactly this EAN, a missing one counting as empty; the end when there is
+/// none.
+std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& books, const std::string& ean);
 
 }  // namespace saltmoor::quire
 

@@ -3,27 +3,22 @@
 #include <json/writer.h>
 #include <time.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <iomanip>
 #include <locale>
 #include <sstream>
+#include <utility>
 
 #include "book_properties.h"
 #include "decimal_text.h"
 #include "device_paths.h"
 #include "json_access.h"
+#include "json_locale.h"
 #include "json_text.h"
 #include "whole_file.h"
 
 namespace saltmoor::quire {
 namespace {
-
-std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& items,
-                                            const std::string& ean) {
-  return std::find_if(items.begin(), items.end(),
-                      [&](const Book& item) { return TextOf(item, Book::kEan) == ean; });
-}
 
 // Quantities do not count, and the sum wraps at 32 bits: both are meant so.
 std::int32_t SumInCents(const std::vector<Book>& items) {

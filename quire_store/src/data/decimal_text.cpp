@@ -1,7 +1,5 @@
 #include "decimal_text.h"
 
-#include <locale.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <locale>
@@ -10,8 +8,7 @@
 namespace saltmoor::quire {
 
 double NumberFromText(const std::string& text) {
-  static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
-  const double number = strtod_l(text.c_str(), nullptr, c_locale);
+  const double number = strtod_l(text.c_str(), nullptr, CLocale());
   return std::isfinite(number) ? number : 0.0;
 }
 
@@ -20,6 +17,11 @@ std::string TextFromNumber(double number) {
   out.imbue(std::locale::classic());
   out << number;
   return out.str();
+}
+
+locale_t CLocale() {
+  static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  return c_locale;
 }
 
 }  // namespace saltmoor::quire

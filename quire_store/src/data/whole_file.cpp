@@ -1,6 +1,7 @@
 #include "whole_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,8 +21,8 @@ constexpr mode_t kNewFileMode = S_IRUSR | S_IWUSR;
 
 class Descriptor {
  public:
-  Descriptor(const char* path, int flags, mode_t mode = 0)
-      : fd_(open(path, flags | O_CLOEXEC, mode)) {}
+  Descriptor(const std::string& path, int flags, mode_t mode = 0)
+      : fd_(open(path.c_str(), flags | O_CLOEXEC, mode)) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   ~Descriptor() { Close(); }
@@ -52,15 +53,46 @@ class Descriptor {
   int fd_;
 };
 
-void SyncFolderOf(const std::string& path) {
-  const Descriptor folder(path.substr(0, path.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY);
-  // Not every file system can; the rename itself is done.
-  if (folder) static_cast<void>(fsync(folder.get()));
+enum class Outcome {
+  kDone,
+  kOldContentStands,
+  kNoNeighbour,  // none can be made here, or none can take the file's place
+};
+
+// Gives the neighbour what the file had, and what a rename would lose.
+bool TakeAfter(const struct stat& old, int fd) {
+  const bool foreign = old.st_uid != geteuid() || old.st_gid != getegid();
+  return (!foreign || fchown(fd, old.st_uid, old.st_gid) == 0) &&
+         fchmod(fd, old.st_mode & 07777) == 0;
 }
 
-bool WriteInPlace(const char* path, const std::string& content) {
+Outcome ReplaceByNeighbour(const std::string& path, const struct stat* old,
+                           const std::string& content) {
+  const Descriptor folder(path.substr(0, path.rfind('/') + 1), O_RDONLY | O_DIRECTORY);
+  // Two programs that save at once must not write one neighbour. Where folders cannot be locked
+  // they are on their own.
+  if (folder) flock(folder.get(), LOCK_EX);
+
+  const std::string neighbour = path + ".new";
+  unlink(neighbour.c_str());  // what a crash may have left
+  Descriptor file(neighbour, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
+  if (!file) {
+    const bool full = errno == ENOSPC || errno == EDQUOT;
+    return full ? Outcome::kOldContentStands : Outcome::kNoNeighbour;
+  }
+  const bool alike = old == nullptr || TakeAfter(*old, file.get());
+  const bool written = alike && file.Fill(content);
+  if (!written || rename(neighbour.c_str(), path.c_str()) != 0) {
+    unlink(neighbour.c_str());
+    return alike && !written ? Outcome::kOldContentStands : Outcome::kNoNeighbour;
+  }
+  if (folder) static_cast<void>(fsync(folder.get()));  // not every file system can
+  return Outcome::kDone;
+}
+
+void WriteInPlace(const char* path, const std::string& content) {
   Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC, kNewFileMode);
-  return file && file.Fill(content);
+  if (file) static_cast<void>(file.Fill(content));
 }
 
 // The file itself where `path` is a link, so that the link stays one.
@@ -79,31 +111,16 @@ std::optional<std::string> ReadWholeFile(const char* path) {
   return content.str();
 }
 
-bool ReplaceWholeFile(const char* path, const std::string& content) {
-  mode_t mode = kNewFileMode;
+void ReplaceWholeFile(const char* path, const std::string& content) {
   struct stat old {};
-  if (const Descriptor file(path, O_WRONLY | O_NONBLOCK); file) {
-    if (fstat(file.get(), &old) == 0) mode = old.st_mode & 07777;
-    if (!S_ISREG(old.st_mode)) return WriteInPlace(path, content);
-  } else if (errno != ENOENT) {
-    return false;
+  const Descriptor existing(path, O_WRONLY | O_NONBLOCK);
+  if (!existing && errno != ENOENT) return;
+  const bool replaceable = existing ? fstat(existing.get(), &old) == 0 && S_ISREG(old.st_mode)
+                                    : lstat(path, &old) != 0;  // else a link to nothing
+  if (!replaceable || ReplaceByNeighbour(Resolved(path), existing ? &old : nullptr, content) ==
+                          Outcome::kNoNeighbour) {
+    WriteInPlace(path, content);
   }
-
-  const std::string target = Resolved(path);
-  const std::string neighbour = target + ".new";
-  unlink(neighbour.c_str());  // what a crash may have left
-  Descriptor file(neighbour.c_str(), O_WRONLY | O_CREAT | O_EXCL, mode);
-  if (!file) {
-    const bool no_room = errno == ENOSPC || errno == EDQUOT;
-    return !no_room && WriteInPlace(path, content);
-  }
-  fchmod(file.get(), mode);  // the old file's, whatever the umask
-  if (file.Fill(content) && rename(neighbour.c_str(), target.c_str()) == 0) {
-    SyncFolderOf(target);
-    return true;
-  }
-  unlink(neighbour.c_str());
-  return false;
 }
 
 }  // namespace saltmoor::quire

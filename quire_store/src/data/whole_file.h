@@ -10,11 +10,10 @@ namespace saltmoor::quire {
 std::optional<std::string> ReadWholeFile(const char* path);
 
 /// Replaces a file's content so that a crash, a power cut or a full disk leaves the old content or
-/// the new, whole: a neighbour is written, synced and renamed. Where no neighbour can be made the
-/// file is written in place.
-/// \return false when the file cannot be opened for writing or the content did not reach the disk;
-///     the old content then stands.
-bool ReplaceWholeFile(const char* path, const std::string& content);
+/// the new, whole: a neighbour is written, synced and renamed. Only where no neighbour can take the
+/// file's place is it written in place. Silent on failure, as when the file cannot be opened for
+/// writing.
+void ReplaceWholeFile(const char* path, const std::string& content);
 
 }  // namespace saltmoor::quire
 

@@ -87,6 +87,10 @@ TEST_F(DownloadEngine, AnswersToARangeAreUsedOnlyWhereTheyFit) {
       {"garbled range", SecondHalf({"Content-Range: bytes 5000--1/10000"}), 2, true},
       {"longer than told", {Answer(206, rest + "x", {range_}), {}}, 2, true},
       {"not satisfiable", {Answer(416, "<html>", {"Content-Range: bytes */4000"}), {}}, 2, true},
+      {"not satisfiable, wrongly",
+       {Answer(416, "", {"Content-Range: bytes */10000"}), {}},
+       2,
+       true},
       {"not satisfiable, mute", {Answer(416, "<html>"), {}}, 2, true},
   };
   for (const auto& test : cases) {

@@ -38,18 +38,18 @@ class BrowserAuthorization {
 
   /// Runs the program at `browser_path_` with `args` and then `url`, and returns when the session
   /// has ended: the browser ended, however it did, or `running_` went false, upon which the browser
-  /// is asked to end and after two seconds made to.
-  /// \return 0 when the session ran; -1 when there is no such program or `url` is neither http nor
-  ///     https. The reason is logged.
+  /// is asked to end and after two seconds made to. Any thread; one session at a time.
+  /// \return 0 when the session ran; -1 when there is no such program, `url` is neither http nor
+  ///     https, or a session runs already. The reason is logged.
   int Start(const std::string& url, const std::vector<std::string>& args);
 
   /// Brings the browser's window to the front, where the system can. Any thread; without a running
   /// session it does nothing.
   void SetFocus();
 
-  std::mutex mutex_;           ///< guards `running_`
-  bool running_ = false;       ///< the session is live; set by Start, cleared by either side
-  std::string browser_path_;   ///< the program; set before Start
+  std::mutex mutex_;          ///< guards `running_`
+  bool running_ = false;      ///< the session is live; set by Start, cleared by either side
+  std::string browser_path_;  ///< the program; set before Start
 
  private:
   struct Session;

@@ -32,11 +32,15 @@ class HttpRequest {
   /// Whether the runner follows redirects. Off by default.
   void SetFollowRedirects(bool on);
 
+  /// The method as given. What this and the next calls return is valid until the request changes.
   const std::string& GetMethod() const;
-  /// The address without the fields added with AddGetParam.
+  /// The address as given, without the fields added with AddGetParam.
   const std::string& GetUrl() const;
+  /// What SetFollowRedirects set.
   bool GetFollowRedirects() const;
+  /// What AddGetParam added, not encoded.
   const Parameters& GetGetParams() const;
+  /// What AddPostParam added, not encoded.
   const Parameters& GetPostParams() const;
 
  private:

@@ -16,8 +16,8 @@ class HttpRequestRunner {
   /// before the answer makes the call fail, since the server may have acted on it. An answer of
   /// more than 64 MiB, unpacked, is refused.
   ///
-  /// \param status  receives the HTTP status of the last answer; 0 when none came.
-  /// \param body  receives the answer's bytes, unpacked; replaced, not appended to.
+  /// \param status  receives the HTTP status of the last answer; 0 when none came. May be null.
+  /// \param body  receives the answer's bytes, unpacked; replaced, not appended to. May be null.
   /// \param timeout_s  seconds for the whole of it, name look-up and connecting included.
   /// \return 0 when an answer came, whatever its status; otherwise the transport's error, a number
   ///     above 0 that only the log explains. Then `body` is empty.

@@ -6,9 +6,11 @@
 
 namespace saltmoor::utilities {
 
-/// A web address, taken apart. Any text is allowed and nothing throws.
+/// A web address, taken apart. Any text is allowed and nothing throws. An object belongs on one
+/// thread at a time.
 class Url {
  public:
+  /// Takes a copy of the address apart; it is not checked.
   explicit Url(const std::string& address);
 
   /// What stands between the first '?' and the fragment ('#'), still encoded; empty when there is

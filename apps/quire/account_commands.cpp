@@ -1,0 +1,192 @@
+#include <unistd.h>
+
+#include <iostream>
+#include <memory>
+#include <tuple>
+
+#include "commands.h"
+#include "device_log.h"
+#include "failure.h"
+#include "json_output.h"
+#include "password.h"
+#include "screen.h"
+#include "table.h"
+
+namespace app {
+namespace {
+
+using Result = store::ServerApi::Result;
+
+struct Field {
+  const char* key;
+  const char* label;
+  int id;
+};
+
+void PrintFields(const std::vector<Field>& fields, const std::function<std::string(int)>& value,
+                 bool as_json) {
+  Json json = Json::object();
+  std::vector<std::pair<std::string, Cell>> details;
+  for (const Field& field : fields) {
+    const std::string text = value(field.id);
+    json[field.key] = text.empty() ? Json() : Json(text);
+    details.emplace_back(field.label, text);
+  }
+  if (as_json) return PrintJson(json);
+  const Screen& out = Screen::Out();
+  out.Write(RenderDetails(out, out.Width(), details));
+}
+
+void Expect(const Result& result, const char* what, const DeviceLog& log) {
+  if (result.code_ == store::ServerApi::kOk) return;
+  if (result.message_.empty()) {
+    throw Failure(kUnreachable, "The shop cannot be reached" + log.Reason() +
+                                    ". Check the network and try again.");
+  }
+  throw Failure(kFailed, std::string(what) + ": \"" + result.message_ + "\"");
+}
+
+/// The library answers "done" without doing anything when it cannot open the device's files.
+void ExpectStored(store::StoreManager& manager, const std::string& user) {
+  if (manager.getLogin() == user) return;
+  throw Failure(kDevice,
+                "The device's file /mnt/ext1/system/config/quire_config.cfg cannot be "
+                "written, so nothing was done. Give yourself the right to write it.");
+}
+
+std::string AskUser(const std::string& stored) {
+  if (!stored.empty()) return stored;
+  if (!isatty(STDIN_FILENO)) {
+    throw Failure(kUsage,
+                  "No user is stored on this device. Name one, as in \"quire login "
+                  "anna@quire.example\".");
+  }
+  Screen::Out().Write("E-mail address: ");
+  std::string user;
+  std::getline(std::cin, user);
+  if (user.empty()) throw Failure(kUsage, "No user was named. Nothing was done.");
+  return user;
+}
+
+void LogIn(Session& session, std::string user) {
+  store::StoreManager& manager = session.Store();
+  if (user.empty()) user = AskUser(manager.getLogin());
+  const Password password = AskPassword("Password for " + user);
+  const DeviceLog log;
+  {
+    const Spinner spinner("Logging in …");
+    Expect(manager.LogIn(user, password.Text()), "The shop did not let you in", log);
+  }
+  if (!manager.IsLoggedIn()) {
+    throw Failure(kFailed, "The shop said yes, but opened no session. Try again later.");
+  }
+  ExpectStored(manager, user);
+  const std::string shop = manager.GetShopName();
+  Screen::Out().Say("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
+}
+
+struct Customer {
+  std::string email, name, last_name, title;
+};
+
+void Register(Session& session, const Customer& customer) {
+  store::StoreManager& manager = session.Store();
+  const Password password = AskPassword("Password for " + customer.email, true);
+  const DeviceLog log;
+  const Result result = manager.Register(customer.email, password.Text(), customer.name,
+                                         customer.last_name, customer.title);
+  Expect(result, "The shop did not register you", log);
+  ExpectStored(manager, customer.email);
+  Screen::Out().Say(result.message_.empty() ? "Registered." : result.message_);
+  if (manager.NewSession(nullptr) == 0) {
+    Screen::Out().Say("Logged in as " + customer.email + ".");
+  } else {
+    Screen::Out().Say(
+        "The shop does not let you in yet. Do what it asks for, then \"quire login\".");
+  }
+}
+
+void LogOut(Session& session) {
+  store::StoreManager& manager = session.LoggedIn();
+  manager.LogOut();
+  session.order_is_priced = false;
+  Screen::Out().Say(
+      "Logged out, and the cart is emptied. The device keeps your user name and "
+      "password, so the next start of quire logs in again.");
+}
+
+void ShowAccount(Session& session, bool as_json) {
+  static const std::vector<Field> kFields{{"user_id", "Customer", store::UserData::kUserId},
+                                          {"title", "Title", store::UserData::kTitle},
+                                          {"name", "Name", store::UserData::kName},
+                                          {"surname", "Surname", store::UserData::kSurname},
+                                          {"company", "Company", store::UserData::kCompany},
+                                          {"street", "Street", store::UserData::kStreet},
+                                          {"zip", "Postcode", store::UserData::kZip},
+                                          {"city", "City", store::UserData::kCity},
+                                          {"country", "Country", store::UserData::kCountry},
+                                          {"email", "E-mail", store::UserData::kEmail},
+                                          {"phone", "Phone", store::UserData::kPhone},
+                                          {"mobile", "Mobile", store::UserData::kMobile},
+                                          {"birthday", "Birthday", store::UserData::kBirthday},
+                                          {"pay_method", "Pays by", store::UserData::kPayMethod}};
+  store::StoreManager& manager = session.LoggedIn();
+  const DeviceLog log;
+  const auto answer = manager.GetUserData();
+  const store::UserData& data = std::get<1>(answer);
+  Expect(std::get<0>(answer), "The shop did not show your account", log);
+  PrintFields(
+      kFields, [&](int id) { return data[static_cast<store::UserData::Fields>(id)]; }, as_json);
+}
+
+void ShowShop(Session& session, bool as_json) {
+  using Config = store::SwitchboardConfig;
+  static const std::vector<Field> kFields{
+      {"name", "Shop", Config::kShopName},
+      {"url", "Web site", Config::kShopUrl},
+      {"partner", "Partner", Config::kPartner},
+      {"client_id", "Client", Config::kClientId},
+      {"store_id", "Store", Config::kStoreId},
+      {"catalogue_url", "Catalogue", Config::kOpdsStartPage},
+      {"help_url", "Help", Config::kHilfeUrl},
+      {"terms_url", "Terms", Config::kAgbUrl},
+      {"withdrawal_url", "Withdrawal", Config::kWiderrufsrechtUrl},
+      {"privacy_url", "Privacy", Config::kDatenschutzUrl},
+      {"imprint_url", "Imprint", Config::kImpressumUrl}};
+  const Config config = session.Config();
+  PrintFields(
+      kFields, [&](int id) { return config[static_cast<Config::Fields>(id)]; }, as_json);
+}
+
+}  // namespace
+
+void AddAccountCommands(CLI::App& cli, Session& session) {
+  const auto as_json = std::make_shared<bool>(false);
+  const auto user = std::make_shared<std::string>();
+  const auto customer = std::make_shared<Customer>();
+
+  CLI::App* login = cli.add_subcommand("login", "Log in; the device remembers you");
+  login->add_option("USER", *user, "E-mail address; the last user's when left out");
+  login->callback([&session, user] { LogIn(session, *user); });
+
+  CLI::App* enrol = cli.add_subcommand("register", "Open an account with the shop");
+  enrol->add_option("EMAIL", customer->email, "E-mail address, the later user name")->required();
+  enrol->add_option("--name", customer->name, "First name")->required();
+  enrol->add_option("--lastname", customer->last_name, "Last name")->required();
+  enrol->add_option("--title", customer->title, "Title, such as Dr.");
+  enrol->callback([&session, customer] { Register(session, *customer); });
+
+  cli.add_subcommand("logout", "End the session and empty the cart")->callback([&session] {
+    LogOut(session);
+  });
+
+  CLI::App* account = cli.add_subcommand("account", "Show your profile");
+  account->add_flag("--json", *as_json, "As JSON");
+  account->callback([&session, as_json] { ShowAccount(session, *as_json); });
+
+  CLI::App* shop = cli.add_subcommand("shop", "Show which shop this is, and its pages");
+  shop->add_flag("--json", *as_json, "As JSON");
+  shop->callback([&session, as_json] { ShowShop(session, *as_json); });
+}
+
+}  // namespace app

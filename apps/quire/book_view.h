@@ -1,0 +1,25 @@
+#ifndef QUIRE_APP_BOOK_VIEW_H_
+#define QUIRE_APP_BOOK_VIEW_H_
+
+#include <string>
+
+#include "session.h"
+#include "table.h"
+
+namespace app {
+
+/// A title in quotation marks, for sentences; a very long one is cut.
+std::string Quoted(const std::string& title);
+
+/// The book's title; its EAN where it has none.
+std::string TitleOf(const store::Book& book);
+
+/// A status for people, such as "downloading 45 %".
+Cell StatusCell(const store::BookStatus& status);
+
+/// The same for programs: "not_bought", "in_cart", "bought", "downloading" or "downloaded".
+std::string StatusKey(const store::BookStatus& status);
+
+}  // namespace app
+
+#endif  // QUIRE_APP_BOOK_VIEW_H_

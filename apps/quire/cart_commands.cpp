@@ -1,0 +1,134 @@
+#include <json/value.h>
+
+#include <algorithm>
+#include <charconv>
+#include <memory>
+
+#include "book_view.h"
+#include "cart_view.h"
+#include "catalogue.h"
+#include "commands.h"
+#include "failure.h"
+#include "screen.h"
+
+namespace app {
+namespace {
+
+/// The library's record of a title, made as from an item of the shop's.
+store::Book BookOf(const CatalogueEntry& entry) {
+  ::Json::Value item(::Json::objectValue);
+  const auto put = [&](const char* key, const std::string& text) {
+    if (!text.empty()) item[key] = text;
+  };
+  put("orderItemEAN", entry.ean);
+  put("orderItemTitle", entry.title);
+  put("orderItemAuthor", entry.author);
+  put("orderItemThumbnail", entry.thumbnail_url);
+  put("orderImageUrl", entry.image_url);
+  put("productPageURL", entry.page_url);
+  put("orderItemEbookType", entry.type);
+  put("currency", entry.currency);
+  put("orderItemIsEbook", "true");
+  put("orderItemQuantity", "1");
+  if (entry.price_hundredths) {
+    const std::string cents = std::to_string(*entry.price_hundredths % 100);
+    put("orderItemPrice", std::to_string(*entry.price_hundredths / 100) + "." +
+                              std::string(2 - cents.size(), '0') + cents);
+  }
+  return store::Book::FromJson(item);
+}
+
+void ShowCart(Session& session, bool as_json) {
+  const store::Cart& cart = session.Store().GetCart();
+  if (as_json) return PrintJson(CartJson(cart));
+  if (cart.GetSize() > 0) return PrintCart(cart);
+  Screen::Out().Say("The cart is empty. Fill it with \"quire cart add EAN\".");
+}
+
+void AddToCart(Session& session, const std::vector<std::string>& eans) {
+  store::StoreManager& manager = session.Store();
+  std::vector<std::string> wanted;
+  bool bought = false;
+  for (const std::string& ean : eans) {
+    const auto status = manager.GetBookStatus(ean).status;
+    if (status == store::BookStatus::kInCart) {
+      Screen::Out().Say(ean + " is in the cart already.");
+    } else if (status != store::BookStatus::kNotPurchased) {
+      bought = true;
+      PrintFailure("You have bought " + ean + " already. Get it with \"quire download " + ean +
+                   "\".");
+    } else {
+      wanted.push_back(ean);
+    }
+  }
+  std::vector<CatalogueEntry> found;
+  if (!wanted.empty()) {
+    const Spinner spinner("Looking into the catalogue …");
+    found = Catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage)
+                .Find(wanted);
+  }
+  std::string missing;
+  for (const std::string& ean : wanted) {
+    const auto entry = std::find_if(found.begin(), found.end(),
+                                    [&](const CatalogueEntry& each) { return each.ean == ean; });
+    if (entry == found.end()) {
+      missing += (missing.empty() ? "" : ", ") + ean;
+      continue;
+    }
+    manager.AddToCart(BookOf(*entry));
+    session.order_is_priced = false;
+    Screen::Out().Say("In the cart: " + Quoted(entry->title) + ".");
+  }
+  if (!missing.empty()) {
+    throw Failure(kNotFound, "The catalogue has no " + missing +
+                                 ". See what it has with \"quire catalogue\".");
+  }
+  if (bought) throw Failure(kFailed, "");
+}
+
+/// The item that `which` names: an EAN, or "#" and a position counted from one.
+unsigned Position(const store::Cart& cart, const std::string& which) {
+  for (unsigned i = 0; i < cart.GetSize(); ++i) {
+    if (Property(cart.GetItem(i), store::Book::kEan) == which) return i;
+  }
+  unsigned position = 0;
+  if (which.starts_with('#')) {
+    const char* end = which.data() + which.size();
+    const auto read = std::from_chars(which.data() + 1, end, position);
+    if (read.ec == std::errc() && read.ptr == end && position >= 1 && position <= cart.GetSize()) {
+      return position - 1;
+    }
+  }
+  throw Failure(kNotFound, "The cart has no " + which + ". See what it has with \"quire cart\".");
+}
+
+void RemoveFromCart(Session& session, const std::string& which) {
+  store::StoreManager& manager = session.Store();
+  const unsigned position = Position(manager.GetCart(), which);
+  const std::string title = Property(manager.GetCart().GetItem(position), store::Book::kTitle);
+  manager.RemoveFromCart(position);
+  session.order_is_priced = false;
+  Screen::Out().Say("Out of the cart: " + Quoted(title) + ".");
+}
+
+}  // namespace
+
+void AddCartCommands(CLI::App& cli, Session& session) {
+  const auto as_json = std::make_shared<bool>(false);
+  const auto eans = std::make_shared<std::vector<std::string>>();
+  const auto which = std::make_shared<std::string>();
+
+  CLI::App* cart = cli.add_subcommand("cart", "Show the cart, or change it");
+  cart->add_flag("--json", *as_json, "As JSON");
+  cart->callback([&session, cart, as_json] {
+    if (cart->get_subcommands().empty()) ShowCart(session, *as_json);
+  });
+  CLI::App* add = cart->add_subcommand("add", "Put titles of the catalogue into it");
+  add->add_option("EAN", *eans, "EANs of the titles")->required();
+  add->callback([&session, eans] { AddToCart(session, *eans); });
+  CLI::App* remove = cart->add_subcommand("remove", "Take a title out of it");
+  remove->add_option("EAN|#N", *which, "Its EAN, or its position such as '#2'")->required();
+  remove->callback([&session, which] { RemoveFromCart(session, *which); });
+}
+
+}  // namespace app

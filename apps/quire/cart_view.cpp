@@ -1,0 +1,47 @@
+#include "cart_view.h"
+
+#include <cmath>
+
+#include "money.h"
+#include "screen.h"
+#include "table.h"
+
+namespace app {
+namespace {
+
+std::string PriceOf(const store::Book& book) {
+  const auto price = book.int_props.find(store::Book::kPrice);
+  return price == book.int_props.end()
+             ? "-"
+             : FormatPrice(price->second, Property(book, store::Book::kCurrency));
+}
+
+}  // namespace
+
+void PrintCart(const store::Cart& cart) {
+  const Screen& out = Screen::Out();
+  Table table({{"#", 0, true}, {"Title", 16}, {"Author", 10}, {"Price", 0, true}, {"EAN"}});
+  for (unsigned i = 0; i < cart.GetSize(); ++i) {
+    const store::Book& book = cart.GetItem(i);
+    table.AddRow({"#" + std::to_string(i + 1), Property(book, store::Book::kTitle),
+                  Property(book, store::Book::kAuthor), PriceOf(book),
+                  Property(book, store::Book::kEan)});
+  }
+  table.Print(out);
+  out.Say("Total: " + cart.GetTotalPriceFormatted(), Tone::kStrong);
+}
+
+Json CartJson(const store::Cart& cart) {
+  Json items = Json::array();
+  for (unsigned i = 0; i < cart.GetSize(); ++i) {
+    Json item = {{"position", i + 1}};
+    item.update(BookJson(cart.GetItem(i)));
+    items.push_back(std::move(item));
+  }
+  return {{"items", std::move(items)},
+          {"total_hundredths", std::llround(cart.GetTotalPrice() * 100)},
+          {"total", cart.GetTotalPriceFormatted()},
+          {"order_id", cart.orderId.empty() ? Json() : Json(cart.orderId)}};
+}
+
+}  // namespace app

@@ -1,0 +1,113 @@
+#include "catalogue.h"
+
+#include <algorithm>
+#include <deque>
+#include <set>
+
+#include "device_log.h"
+#include "saltmoor/utilities/http_request_runner.h"
+#include "text.h"
+#include "web_address.h"
+
+namespace app {
+namespace {
+
+constexpr std::size_t kMostPages = 500;
+constexpr std::size_t kMostTitles = 20'000;
+constexpr std::size_t kMostBytes = std::size_t{256} << 20;
+constexpr unsigned kTimeout_s = 30;
+
+Failure Unreadable(const std::string& url, const FeedError& error) {
+  return {kFailed, "The catalogue's page " + url + " cannot be read: " + error.what() +
+                       ". Try again later, or ask the shop."};
+}
+
+Failure TooLarge(const std::string& what) {
+  return {kFailed, "The catalogue has more than " + what +
+                       "; the rest is left out. Ask the shop's "
+                       "keeper whether its pages lead in a circle."};
+}
+
+}  // namespace
+
+std::optional<Failure> Catalogue::Read(
+    const std::function<bool(const CatalogueEntry&)>& visit) const {
+  const std::string start = ResolveAddress("", start_url_);
+  if (start.empty()) {
+    throw Failure(kFailed, "The shop names no catalogue. Try again later, or ask the shop.");
+  }
+  std::deque<std::string> due{start};
+  std::set<std::string> known{start};
+  std::set<std::string> visited_eans;
+  std::size_t titles = 0;
+  std::size_t bytes = 0;
+  const auto add = [&](const std::string& url, bool first) {
+    if (url.empty() || !IsSameSite(start, url) || !known.insert(url).second) return;
+    due.insert(first ? due.begin() : due.end(), url);
+  };
+  for (std::size_t pages = 0; !due.empty(); ++pages) {
+    if (pages == kMostPages) return TooLarge(std::to_string(kMostPages) + " pages");
+    if (bytes > kMostBytes) return TooLarge(std::to_string(kMostBytes >> 20) + " MiB");
+    const std::string url = due.front();
+    due.pop_front();
+    FeedPage page;
+    try {
+      const std::string xml = fetch_(url);
+      bytes += xml.size();
+      page = ParseFeed(xml, url);
+    } catch (const FeedError& error) {
+      if (pages == 0) throw Unreadable(url, error);
+      return Unreadable(url, error);
+    } catch (const Failure& failure) {
+      if (pages == 0) throw;
+      return failure;
+    }
+    for (const CatalogueEntry& entry : page.entries) {
+      if (!entry.ean.empty() && !visited_eans.insert(entry.ean).second) continue;
+      if (++titles > kMostTitles) return TooLarge(std::to_string(kMostTitles) + " titles");
+      if (!visit(entry)) return std::nullopt;
+    }
+    for (const std::string& section : page.sections) add(section, false);
+    add(page.next_url, true);
+  }
+  return std::nullopt;
+}
+
+std::vector<CatalogueEntry> Catalogue::Find(const std::vector<std::string>& eans) const {
+  const std::set<std::string> wanted(eans.begin(), eans.end());
+  std::vector<CatalogueEntry> found;
+  const auto trouble = Read([&](const CatalogueEntry& entry) {
+    if (wanted.contains(entry.ean)) found.push_back(entry);
+    return found.size() < wanted.size();
+  });
+  if (trouble && found.size() < wanted.size()) throw Failure(*trouble);
+  return found;
+}
+
+std::string FetchPage(const std::string& url) {
+  saltmoor::utilities::HttpRequest request("GET", url);
+  request.SetFollowRedirects(true);
+  long status = 0;
+  std::vector<char> body;
+  const DeviceLog log;
+  if (saltmoor::utilities::HttpRequestRunner().PerformRequest(request, &status, &body,
+                                                              kTimeout_s) != 0) {
+    throw Failure(kUnreachable, "The shop's catalogue cannot be reached" + log.Reason() +
+                                    ". Check the network and try again.");
+  }
+  if (status != 200) {
+    throw Failure(kFailed, "The shop answered HTTP " + std::to_string(status) +
+                               " for the catalogue's page " + url + ". Try again later.");
+  }
+  return {body.begin(), body.end()};
+}
+
+bool Matches(const CatalogueEntry& entry, const std::string& folded_word) {
+  const auto has = [&](const std::string& text) {
+    return FoldCase(text).find(folded_word) != std::string::npos;
+  };
+  return has(entry.title) || has(entry.author) || has(entry.subject) || has(entry.summary) ||
+         has(entry.ean);
+}
+
+}  // namespace app

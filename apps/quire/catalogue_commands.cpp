@@ -1,0 +1,72 @@
+#include <memory>
+
+#include "catalogue.h"
+#include "commands.h"
+#include "failure.h"
+#include "json_output.h"
+#include "money.h"
+#include "screen.h"
+#include "table.h"
+#include "text.h"
+
+namespace app {
+namespace {
+
+std::string FormatsCell(const CatalogueEntry& entry) {
+  if (!entry.needs_adobe) return entry.formats;
+  return entry.formats.empty() ? "Adobe" : entry.formats + " *";
+}
+
+void Print(const std::vector<CatalogueEntry>& entries) {
+  Table table({{"Title", 16}, {"Author", 10}, {"Price", 0, true}, {"EAN"}, {"Format"}});
+  bool adobe = false;
+  for (const CatalogueEntry& entry : entries) {
+    adobe = adobe || entry.needs_adobe;
+    table.AddRow({entry.title.empty() ? "(untitled)" : entry.title, entry.author,
+                  entry.price_hundredths ? FormatPrice(*entry.price_hundredths, entry.currency)
+                                         : std::string("-"),
+                  entry.ean, FormatsCell(entry)});
+  }
+  table.Print(Screen::Out());
+  if (adobe) Screen::Out().Say("* opens in Adobe Digital Editions only", Tone::kQuiet);
+}
+
+void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
+  const Catalogue catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage);
+  const std::string folded = FoldCase(word);
+  std::vector<CatalogueEntry> entries;
+  std::optional<Failure> trouble;
+  {
+    const Spinner spinner("Reading the catalogue …");
+    trouble = catalogue.Read([&](const CatalogueEntry& entry) {
+      if (Matches(entry, folded)) entries.push_back(entry);
+      return true;
+    });
+  }
+  if (as_json) {
+    Json json = Json::array();
+    for (const CatalogueEntry& entry : entries) json.push_back(EntryJson(entry));
+    PrintJson(json);
+  } else if (!entries.empty()) {
+    Print(entries);
+  }
+  if (trouble) throw Failure(*trouble);
+  if (entries.empty()) {
+    throw Failure(kNotFound, word.empty() ? "The catalogue is empty. Try again later."
+                                          : "Nothing in the catalogue has \"" + word +
+                                                "\" in it. Try a shorter word.");
+  }
+}
+
+}  // namespace
+
+void AddCatalogueCommands(CLI::App& cli, Session& session) {
+  const auto as_json = std::make_shared<bool>(false);
+  const auto word = std::make_shared<std::string>();
+  CLI::App* command = cli.add_subcommand("catalogue", "List what the shop sells");
+  command->add_option("WORD", *word, "Only titles that have it in their entry");
+  command->add_flag("--json", *as_json, "As JSON");
+  command->callback([&session, word, as_json] { ShowCatalogue(session, *word, *as_json); });
+}
+
+}  // namespace app

@@ -1,0 +1,107 @@
+#include "commands.h"
+
+#include <algorithm>
+
+#include "device_log.h"
+#include "failure.h"
+#include "screen.h"
+
+namespace app {
+namespace {
+
+constexpr char kFooter[] =
+    "Every listing takes --json. Passwords are asked for, or read from the\n"
+    "standard input; they never stand on the command line.\n"
+    "\n"
+    "Exit codes: 0 done; 1 the shop refused, or it failed; 2 wrong command\n"
+    "line; 3 not logged in; 4 shop unreachable; 5 nothing found; 6 a folder\n"
+    "or file of the device is missing or broken; 130 interrupted.";
+
+/// Where the log goes is settled while the command line is read, before any command runs.
+void AddLogOptions(CLI::App& cli) {
+  cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to LEVEL (1 to 5)")
+      ->type_name("LEVEL")
+      ->check(CLI::Range(1, 5));
+  cli.add_flag_callback(
+      "-v,--verbose", [] { ShowLog(5); }, "The same as --log 5");
+}
+
+/// The command line's first word when it names no command; empty otherwise.
+std::string UnknownCommand(const CLI::App& cli, const std::vector<std::string>& arguments) {
+  if (arguments.empty() || arguments.front().starts_with('-')) return {};
+  const auto is_named = [&](const CLI::App* each) { return each->get_name() == arguments.front(); };
+  return cli.get_subcommands(is_named).empty() ? arguments.front() : "";
+}
+
+int ExplainUsage(const CLI::App& cli, const CLI::ParseError& error) {
+  const CLI::App* command = &cli;
+  while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
+  std::string name = "quire";
+  for (const CLI::App* at = command; at->get_parent() != nullptr; at = at->get_parent()) {
+    name.insert(5, " " + at->get_name());
+  }
+  std::string text = error.what();
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  PrintFailure(text + ". See \"" + name + " --help\".");
+  return kUsage;
+}
+
+}  // namespace
+
+void PrintFailure(const std::string& text) {
+  const Screen& screen = Screen::Err();
+  if (screen.IsLive()) {
+    screen.Say(text, Tone::kBad);
+  } else {
+    screen.Say("quire: " + text);
+  }
+}
+
+int RunCommand(std::vector<std::string> arguments, Session& session) {
+  CLI::App cli("The book shop on your reader.", "quire");
+  cli.footer(kFooter);
+  cli.get_formatter()->column_width(26);
+  cli.require_subcommand(1);
+  int exit_code = kOk;
+  AddAccountCommands(cli, session);
+  AddCatalogueCommands(cli, session);
+  AddCartCommands(cli, session);
+  AddCheckoutCommands(cli, session);
+  AddBookCommands(cli, session);
+  AddDownloadCommand(cli, session);
+  AddLibraryCommand(cli);
+  if (session.GetUse() == Session::Use::kOneCommand) {
+    AddShellCommand(cli, exit_code);
+    AddLogOptions(cli);
+  }
+  if (const std::string unknown = UnknownCommand(cli, arguments); !unknown.empty()) {
+    PrintFailure("There is no command \"" + unknown + "\". See \"quire --help\".");
+    return kUsage;
+  }
+  if (arguments.empty()) {
+    Screen::Out().Write(cli.help());
+    PrintFailure("No command was given. Try \"quire catalogue\".");
+    return kUsage;
+  }
+  session.BeginCommand();
+  try {
+    std::reverse(arguments.begin(), arguments.end());  // the order in which CLI11 takes them
+    cli.parse(std::move(arguments));
+    return exit_code;
+  } catch (const CLI::CallForHelp&) {
+    const CLI::App* command = &cli;
+    while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
+    Screen::Out().Write(command->help());
+    return kOk;
+  } catch (const CLI::ParseError& error) {
+    return ExplainUsage(cli, error);
+  } catch (const Failure& failure) {
+    if (failure.what()[0] != '\0') PrintFailure(failure.what());
+    return failure.code;
+  } catch (const std::exception& error) {
+    PrintFailure(std::string("Something unforeseen went wrong: ") + error.what() + ".");
+    return kFailed;
+  }
+}
+
+}  // namespace app

@@ -1,0 +1,35 @@
+#ifndef QUIRE_APP_COMMANDS_H_
+#define QUIRE_APP_COMMANDS_H_
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "session.h"
+
+namespace app {
+
+// Each adds its commands to the command line. A command that fails throws Failure.
+
+void AddAccountCommands(CLI::App& cli, Session& session);
+void AddCatalogueCommands(CLI::App& cli, Session& session);
+void AddCartCommands(CLI::App& cli, Session& session);
+void AddBookCommands(CLI::App& cli, Session& session);
+void AddDownloadCommand(CLI::App& cli, Session& session);
+void AddLibraryCommand(CLI::App& cli);
+void AddCheckoutCommands(CLI::App& cli, Session& session);
+
+/// Adds "shell". Its exit code, which is no failure of the command line, goes to `exit_code`.
+void AddShellCommand(CLI::App& cli, int& exit_code);
+
+/// Runs one command line.
+/// \param arguments  without the program's name.
+/// \return an ExitCode. Failures have been told on the standard error.
+int RunCommand(std::vector<std::string> arguments, Session& session);
+
+/// Prints a failure as one sentence.
+void PrintFailure(const std::string& text);
+
+}  // namespace app
+
+#endif  // QUIRE_APP_COMMANDS_H_

@@ -1,0 +1,100 @@
+#include <algorithm>
+#include <memory>
+
+#include "book_place.h"
+#include "book_view.h"
+#include "commands.h"
+#include "downloads.h"
+#include "failure.h"
+#include "json_output.h"
+#include "screen.h"
+
+namespace app {
+namespace {
+
+/// The bought books that are wanted, in that order; `missing` receives the EANs of the others.
+std::vector<store::Book> Select(const std::vector<store::Book>& bought,
+                                const std::vector<std::string>& eans, std::string& missing) {
+  std::vector<store::Book> books;
+  for (const std::string& ean : eans) {
+    const auto found = std::find_if(bought.begin(), bought.end(), [&](const store::Book& book) {
+      return Property(book, store::Book::kEan) == ean;
+    });
+    if (found != bought.end()) {
+      books.push_back(*found);
+    } else {
+      missing += (missing.empty() ? "" : ", ") + ean;
+    }
+  }
+  return books;
+}
+
+/// One book's outcome: "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and
+/// "reason".
+Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
+  Json json = {{"ean", Property(book, store::Book::kEan)},
+               {"title", TitleOf(book)},
+               {"status", "present"},
+               {"path", Json()},
+               {"reason", Json()}};
+  std::string path = FindFile(book, false);
+  std::string reason;
+  if (path.empty()) {
+    path = Download(session, book, &reason);
+    json["status"] = path.empty() ? "failed" : "downloaded";
+  }
+  const bool is_new = json["status"] == "downloaded";
+  if (path.empty()) {
+    if (!reason.empty()) json["reason"] = reason.substr(2, reason.size() - 3);  // bare of " ()"
+    PrintFailure(Quoted(TitleOf(book)) + " could not be downloaded" + reason +
+                 ". Try again later.");
+  } else {
+    json["path"] = path;
+    if (!as_json) {
+      Screen::Out().Say(Quoted(TitleOf(book)) + (is_new ? " has arrived:" : " is there already:"));
+      Screen::Out().SayPath(path);
+    }
+  }
+  return json;
+}
+
+void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool all, bool as_json) {
+  if (eans.empty() && !all) {
+    throw Failure(kUsage,
+                  "Name the books by their EANs, or say --all. \"quire books\" lists them.");
+  }
+  const std::vector<store::Book> bought = session.Purchased();
+  std::string missing;
+  const auto books = all ? bought : Select(bought, eans, missing);
+  Json json = Json::array();
+  bool failed = false;
+  for (const store::Book& book : books) {
+    json.push_back(DownloadOne(session, book, as_json));
+    failed = failed || json.back()["status"] == "failed";
+  }
+  if (as_json) PrintJson(json);
+  if (all && books.empty() && !as_json) {
+    Screen::Out().Say("You have bought no books yet. See what there is with \"quire catalogue\".");
+  }
+  if (!missing.empty()) {
+    throw Failure(kNotFound,
+                  "You have not bought " + missing + ". See what you have with \"quire books\".");
+  }
+  if (failed) throw Failure(kFailed, "");
+}
+
+}  // namespace
+
+void AddDownloadCommand(CLI::App& cli, Session& session) {
+  const auto eans = std::make_shared<std::vector<std::string>>();
+  const auto all = std::make_shared<bool>(false);
+  const auto as_json = std::make_shared<bool>(false);
+  CLI::App* command = cli.add_subcommand("download", "Get bought books onto the device");
+  CLI::Option* named = command->add_option("EAN", *eans, "EANs of the books");
+  command->add_flag("--all", *all, "All that you have bought")->excludes(named);
+  command->add_flag("--json", *as_json, "As JSON");
+  command->callback(
+      [&session, eans, all, as_json] { DownloadBooks(session, *eans, *all, *as_json); });
+}
+
+}  // namespace app

@@ -1,0 +1,20 @@
+#ifndef QUIRE_APP_MONEY_H_
+#define QUIRE_APP_MONEY_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace app {
+
+/// A price as the shop's cart writes it, such as "12,99 EUR"; without a currency "12,99".
+std::string FormatPrice(std::int64_t hundredths, std::string_view currency);
+
+/// Hundredths of a price in currency units, such as "12.99", "12,9" or "5"; further decimals are
+/// rounded. Nothing when the text is no such price.
+std::optional<std::int64_t> ParsePrice(std::string_view text);
+
+}  // namespace app
+
+#endif  // QUIRE_APP_MONEY_H_

@@ -1,0 +1,235 @@
+#include "opds_feed.h"
+
+#include <memory>
+#include <pugixml.hpp>
+#include <sstream>
+
+#include "acquisition.h"
+#include "money.h"
+#include "text.h"
+#include "web_address.h"
+
+namespace app {
+namespace {
+
+constexpr std::string_view kAtom = "http://www.w3.org/2005/Atom";
+constexpr std::string_view kOpds =
+    "http://opds-sp"
+    "ec.org/2010/catalog";
+constexpr std::string_view kDcTerms = "http://purl.org/dc/terms/";
+constexpr std::string_view kDcElements = "http://purl.org/dc/elements/1.1/";
+constexpr std::string_view kAcquisition =
+    "http://opds-sp"
+    "ec.org/acquisition";
+constexpr std::string_view kImage =
+    "http://opds-sp"
+    "ec.org/image";
+constexpr std::string_view kThumbnail =
+    "http://opds-sp"
+    "ec.org/image/thumbnail";
+constexpr std::string_view kFeedType = "application/atom+xml";
+constexpr int kMostNested = 8;  // tickets within tickets
+
+std::string_view LocalName(const pugi::xml_node& node) {
+  const std::string_view name = node.name();
+  return name.substr(name.find(':') + 1);  // npos + 1 is 0
+}
+
+std::string_view Namespace(const pugi::xml_node& node) {
+  const std::string_view name = node.name();
+  const std::size_t colon = name.find(':');
+  const std::string declaration =
+      colon == name.npos ? "xmlns" : "xmlns:" + std::string(name.substr(0, colon));
+  for (pugi::xml_node at = node; at; at = at.parent()) {
+    if (const auto attribute = at.attribute(declaration.c_str())) return attribute.value();
+  }
+  return {};
+}
+
+bool Is(const pugi::xml_node& node, std::string_view space, std::string_view name) {
+  return node.type() == pugi::node_element && LocalName(node) == name && Namespace(node) == space;
+}
+
+/// All text below a node, without mark-up, its white space evened out.
+std::string TextOf(const pugi::xml_node& node) {
+  std::string raw;
+  pugi::xml_node at = node.first_child();
+  while (at) {
+    raw += at.value();
+    pugi::xml_node next = at.first_child();
+    for (; !next && at != node; at = at.parent()) next = at.next_sibling();
+    at = next;
+  }
+  std::string out;
+  for (const char c : Printable(raw)) {
+    if (c != ' ' || (!out.empty() && out.back() != ' ')) out += c;
+  }
+  if (out.ends_with(' ')) out.pop_back();
+  return out;
+}
+
+/// The EAN in an identifier such as "urn:isbn:978-0-00-000001-7"; empty when there is none.
+std::string EanOf(std::string identifier) {
+  identifier.erase(0, identifier.find_last_of(":/") + 1);
+  std::erase(identifier, '-');
+  const bool digits = identifier.find_first_not_of("0123456789") == identifier.npos;
+  return digits && identifier.size() >= 8 && identifier.size() <= 14 ? identifier : std::string();
+}
+
+using OPDS::IndirectAcquisition;
+using Acquisitions = boost::ptr_vector<IndirectAcquisition>;
+
+/// An element of the catalogue model from a node with a "type", nested ones within it.
+std::unique_ptr<IndirectAcquisition> MakeAcquisition(const pugi::xml_node& node, int depth = 0) {
+  auto acquisition = std::make_unique<IndirectAcquisition>(
+      OPDS::AttributeMap{{"type", node.attribute("type").value()}});
+  if (depth == kMostNested) return acquisition;
+  for (const auto& child : node.children()) {
+    if (!Is(child, kOpds, "indirectAcquisition")) continue;
+    auto nested = MakeAcquisition(child, depth + 1);
+    if (acquisition->addChild(nested.get())) static_cast<void>(nested.release());
+  }
+  return acquisition;
+}
+
+bool IsAcquisition(std::string_view relation) {
+  if (!relation.starts_with(kAcquisition)) return false;
+  relation.remove_prefix(kAcquisition.size());
+  return relation.empty() || relation == "/buy" || relation == "/open-access" ||
+         relation == "/borrow" || relation == "/subscribe";
+}
+
+void ReadPrice(const pugi::xml_node& link, CatalogueEntry& entry) {
+  for (const auto& child : link.children()) {
+    if (entry.price_hundredths || !Is(child, kOpds, "price")) continue;
+    entry.price_hundredths = ParsePrice(TextOf(child));
+    entry.currency = Printable(child.attribute("currencycode").value());
+  }
+}
+
+void ReadSubject(const pugi::xml_node& category, CatalogueEntry& entry) {
+  const auto label = category.attribute("label");
+  const std::string text = Printable((label ? label : category.attribute("term")).value());
+  if (!text.empty()) entry.subject += (entry.subject.empty() ? "" : ", ") + text;
+}
+
+/// What the feed's `node` contains is read against this address.
+std::string BaseOf(const pugi::xml_node& node, const std::string& outer) {
+  const auto attribute = node.attribute("xml:base");
+  return attribute ? ResolveAddress(outer, attribute.value()) : outer;
+}
+
+struct Entry {
+  CatalogueEntry title;
+  Acquisitions acquisitions;
+  std::string section;
+};
+
+void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry) {
+  const std::string_view relation = link.attribute("rel").value();
+  const std::string_view type = link.attribute("type").value();
+  const std::string address = ResolveAddress(base, link.attribute("href").value());
+  const auto keep_first = [&](std::string& slot) {
+    if (slot.empty()) slot = address;
+  };
+
+  if (IsAcquisition(relation)) {
+    // Where a link leads to a page of the shop, only what comes after it is a format.
+    auto acquisition = MakeAcquisition(link);
+    if (type.starts_with("text/html") && !acquisition->children.empty()) {
+      entry.acquisitions.transfer(entry.acquisitions.end(), acquisition->children);
+    } else {
+      entry.acquisitions.push_back(acquisition.release());
+    }
+    ReadPrice(link, entry.title);
+  } else if (relation == kThumbnail) {
+    keep_first(entry.title.thumbnail_url);
+  } else if (relation == kImage) {
+    keep_first(entry.title.image_url);
+  } else if (relation == "alternate" && type.starts_with("text/html")) {
+    keep_first(entry.title.page_url);
+  } else if (type.starts_with(kFeedType) && type.find("type=entry") == type.npos &&
+             (relation.empty() || relation == "subsection" || relation == "collection" ||
+              relation.find("/sort/") != relation.npos)) {
+    keep_first(entry.section);
+  }
+}
+
+Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
+  const std::string base = BaseOf(node, outer_base);
+  Entry entry;
+  CatalogueEntry& title = entry.title;
+  std::string id;
+  const auto keep_first = [](std::string& slot, std::string text) {
+    if (slot.empty()) slot = std::move(text);
+  };
+  for (const auto& child : node.children()) {
+    if (child.type() != pugi::node_element) continue;
+    const std::string_view name = LocalName(child);
+    const std::string_view space = Namespace(child);
+    if (space == kAtom) {
+      if (name == "link") ReadLink(child, base, entry);
+      if (name == "title") keep_first(title.title, TextOf(child));
+      if (name == "id") keep_first(id, TextOf(child));
+      if (name == "summary") keep_first(title.summary, TextOf(child));
+      if (name == "published") keep_first(title.published, TextOf(child));
+      if (name == "category") ReadSubject(child, title);
+      if (name != "author") continue;
+      for (const auto& part : child.children()) {
+        if (!Is(part, kAtom, "name")) continue;
+        title.author += (title.author.empty() ? "" : ", ") + TextOf(part);
+      }
+    } else if (space == kDcTerms || space == kDcElements) {
+      if (name == "identifier") keep_first(title.ean, EanOf(TextOf(child)));
+      if (name == "language") keep_first(title.language, TextOf(child));
+      if (name == "issued") keep_first(title.published, TextOf(child));
+    }
+  }
+  if (title.ean.empty()) title.ean = EanOf(id);
+  if (!entry.acquisitions.empty()) title.type = entry.acquisitions.front().type;
+  std::stringstream formats;
+  saltmoor::quire::MakeFormat(formats, title.needs_adobe, entry.acquisitions);
+  title.formats = formats.str();
+  return entry;
+}
+
+}  // namespace
+
+FeedPage ParseFeed(std::string_view xml, const std::string& url) {
+  pugi::xml_document document;
+  const auto read = document.load_buffer(xml.data(), xml.size(),
+                                         pugi::parse_default | pugi::parse_ws_pcdata_single);
+  if (!read) {
+    throw FeedError("it is no XML: " + FoldCase(read.description()) + " at byte " +
+                    std::to_string(read.offset));
+  }
+  const pugi::xml_node root = document.document_element();
+  FeedPage page;
+  const auto take = [&page](Entry entry) {
+    if (!entry.acquisitions.empty()) {
+      page.entries.push_back(std::move(entry.title));
+    } else if (!entry.section.empty()) {
+      page.sections.push_back(std::move(entry.section));
+    }
+  };
+  if (Is(root, kAtom, "entry")) {
+    take(ReadEntry(root, url));
+    return page;
+  }
+  if (!Is(root, kAtom, "feed")) {
+    throw FeedError("its outermost element is \"" + Cut(Printable(root.name()), 40) +
+                    "\" and not an Atom feed");
+  }
+  const std::string base = BaseOf(root, url);
+  for (const auto& node : root.children()) {
+    if (Is(node, kAtom, "entry")) {
+      take(ReadEntry(node, base));
+    } else if (Is(node, kAtom, "link") && page.next_url.empty() &&
+               std::string_view(node.attribute("rel").value()) == "next") {
+      page.next_url = ResolveAddress(base, node.attribute("href").value());
+    }
+  }
+  return page;
+}
+
+}  // namespace app

@@ -1,0 +1,175 @@
+#include "screen.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+
+#include "text.h"
+
+namespace app {
+namespace {
+
+constexpr int kDefaultColumns = 80;
+constexpr int kLeastColumns = 20;
+constexpr int kMostColumns = 1000;
+constexpr char kHeldBlank[] = "\u00A0";  // where a line must not break
+
+bool IsSet(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr && *value != '\0';
+}
+
+void ReplaceAll(std::string& text, std::string_view what, std::string_view with) {
+  for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += with.size()) {
+    text.replace(at, what.size(), with);
+  }
+}
+
+/// Makes Wrap leave commands such as "quire cart" whole.
+std::string HoldCommands(const std::string& text) {
+  std::string out;
+  std::size_t at = 0;
+  for (std::size_t start; (start = text.find("\"quire ", at)) != text.npos;) {
+    const std::size_t end = std::min(text.find('"', start + 1), text.size());
+    std::string command = text.substr(start, end - start);
+    ReplaceAll(command, " ", kHeldBlank);
+    out += text.substr(at, start - at) + command;
+    at = end;
+  }
+  return out + text.substr(at);
+}
+
+const char* Sequence(Tone tone) {
+  switch (tone) {
+    case Tone::kStrong:
+      return "\x1b[1m";
+    case Tone::kQuiet:
+      return "\x1b[2m";
+    case Tone::kGood:
+      return "\x1b[32m";
+    case Tone::kBad:
+      return "\x1b[31m";
+    case Tone::kPlain:
+      break;
+  }
+  return "";
+}
+
+}  // namespace
+
+Screen::Screen(int descriptor, std::ostream& stream)
+    : descriptor_(descriptor), stream_(stream), terminal_(isatty(descriptor) != 0) {
+  const char* kind = std::getenv("TERM");
+  const bool dumb = kind == nullptr || std::string_view(kind) == "dumb";
+  live_ = terminal_ && !dumb && !IsSet("NO_COLOR");
+}
+
+const Screen& Screen::Out() {
+  static const Screen screen(STDOUT_FILENO, std::cout);
+  return screen;
+}
+
+const Screen& Screen::Err() {
+  static const Screen screen(STDERR_FILENO, std::cerr);
+  return screen;
+}
+
+int Screen::Width() const {
+  if (IsSet("COLUMNS")) {
+    const long columns = std::strtol(std::getenv("COLUMNS"), nullptr, 10);
+    if (columns > 0)
+      return static_cast<int>(std::clamp<long>(columns, kLeastColumns, kMostColumns));
+  }
+  winsize size{};
+  if (!terminal_ || ioctl(descriptor_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    return kDefaultColumns;
+  }
+  return std::max<int>(size.ws_col, kLeastColumns);
+}
+
+std::string Screen::Paint(Tone tone, const std::string& text) const {
+  if (!live_ || tone == Tone::kPlain || text.empty()) return text;
+  return Sequence(tone) + text + "\x1b[0m";
+}
+
+void Screen::Say(std::string_view text, Tone tone) const {
+  if (!terminal_) {
+    stream_ << Printable(text) << std::endl;
+    return;
+  }
+  for (std::string& line : Wrap(HoldCommands(Printable(text)), Width())) {
+    ReplaceAll(line, kHeldBlank, " ");
+    stream_ << Paint(tone, line) << '\n';
+  }
+  stream_.flush();
+}
+
+void Screen::SayPath(std::string_view path) const {
+  Write("  " + Printable(path) + "\n");
+}
+
+void Screen::Write(std::string_view text) const {
+  stream_ << text << std::flush;
+}
+
+void Screen::ReplaceLine(std::string_view text) const {
+  if (live_) stream_ << "\r\x1b[K" << text << std::flush;
+}
+
+Spinner::Spinner(std::string text) {
+  if (!Screen::Err().IsLive()) return;
+  thread_ = std::thread([this, text = std::move(text)] { Spin(text); });
+}
+
+Spinner::~Spinner() {
+  if (!thread_.joinable()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    end_ = true;
+  }
+  ended_.notify_one();
+  thread_.join();
+}
+
+void Spinner::Spin(const std::string& text) {
+  using namespace std::chrono_literals;
+  constexpr std::array kFrames{"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
+  const Screen& screen = Screen::Err();
+  const auto start = std::chrono::steady_clock::now();
+  std::unique_lock lock(mutex_);
+  if (ended_.wait_for(lock, 300ms, [this] { return end_; })) return;
+  std::size_t frame = 0;
+  do {
+    const auto waited = std::chrono::steady_clock::now() - start;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
+    std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
+    if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
+    screen.ReplaceLine(Cut(line, screen.Width() - 1));
+  } while (!ended_.wait_for(lock, 100ms, [this] { return end_; }));
+  screen.ReplaceLine("");
+}
+
+std::string ProgressLine(std::string_view title, int percent, int columns) {
+  constexpr std::array kEighths{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
+  percent = std::clamp(percent, 0, 100);
+  const int bar = std::clamp(columns / 3, 8, 30);
+  const int room = std::max(columns - bar - 8, 0);  // a blank, two edges, "100 %"
+  std::string name = Cut(title, room);
+  name.append(static_cast<std::size_t>(room - DisplayWidth(name)), ' ');
+
+  const int eighths = bar * 8 * percent / 100;
+  std::string filled;
+  for (int i = 0; i < eighths / 8; ++i) filled += "█";
+  filled += kEighths[static_cast<std::size_t>(eighths % 8)];
+  filled.append(static_cast<std::size_t>(bar - DisplayWidth(filled)), ' ');
+
+  const std::string number = std::to_string(percent);
+  return name + " ▕" + filled + "▏" + std::string(3 - number.size(), ' ') + number + " %";
+}
+
+}  // namespace app

@@ -1,0 +1,96 @@
+#include "session.h"
+
+#include <json/reader.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <tuple>
+
+#include "device_log.h"
+#include "failure.h"
+#include "screen.h"
+
+namespace app {
+namespace {
+
+constexpr char kConfigFolder[] = "/mnt/ext1/system/config";
+constexpr char kConfigFile[] = "/mnt/ext1/system/config/quire_config.cfg";
+constexpr char kSwitchboardFile[] = "/mnt/ext1/system/config/switchboard.json";
+
+Failure WhyNotUp(const DeviceLog& log) {
+  if (access(kConfigFolder, R_OK | W_OK | X_OK) != 0) {
+    return {kDevice, std::string("This is no device: the folder ") + kConfigFolder +
+                         " is missing or closed to you. Run quire through the launcher, as in "
+                         "\"quire-device quire shop\"."};
+  }
+  if (access(kConfigFile, F_OK) == 0 && access(kConfigFile, R_OK | W_OK) != 0) {
+    return {kDevice, std::string("The device's file ") + kConfigFile +
+                         " cannot be opened. Give yourself the right to read and write it."};
+  }
+  return {kUnreachable, "The service that says which shop this is cannot be reached" +
+                            log.Reason() + ". Check the network and try again."};
+}
+
+}  // namespace
+
+store::StoreManager& Session::Store() {
+  store::StoreManager& manager = store::StoreManager::Instance();
+  if (is_up_) return manager;
+  const DeviceLog log;
+  const Spinner spinner("Asking the shop …");
+  if (manager.Init() != 0) throw WhyNotUp(log);
+  is_up_ = true;
+  purchased_are_fresh_ = true;
+  return manager;
+}
+
+store::StoreManager& Session::LoggedIn() {
+  store::StoreManager& manager = Store();
+  if (!manager.IsLoggedIn()) {
+    throw Failure(kNotLoggedIn, "You are not logged in. Log in with \"quire login\".");
+  }
+  return manager;
+}
+
+const std::vector<store::Book>& Session::Purchased() {
+  store::StoreManager& manager = LoggedIn();
+  const DeviceLog log;
+  const Spinner spinner("Asking the shop …");
+  if (!purchased_are_fresh_) manager.LoadPurchased();
+  purchased_are_fresh_ = true;
+  if (!manager.GetPurchased().empty()) return manager.GetPurchased();
+
+  // An empty list may as well be a failure: the customer's profile tells the two apart.
+  auto result = std::get<0>(manager.GetUserData());
+  if (result.code_ != store::ServerApi::kOk && manager.NewSession(nullptr) == 0) {
+    manager.LoadPurchased();
+    result = std::get<0>(manager.GetUserData());
+  }
+  if (result.code_ == store::ServerApi::kOk) return manager.GetPurchased();
+  purchased_are_fresh_ = false;
+  if (result.message_.empty()) {
+    throw Failure(kUnreachable, "The shop cannot be reached" + log.Reason() +
+                                    ". Check the network and try again.");
+  }
+  throw Failure(kNotLoggedIn, "The shop no longer knows your session: \"" + result.message_ +
+                                  "\". Log in again with \"quire login\".");
+}
+
+store::SwitchboardConfig Session::Config() {
+  Store();
+  std::ifstream file(kSwitchboardFile, std::ios::binary);
+  Json::Value json;
+  Json::Reader reader;
+  if (!file || !reader.parse(file, json, false)) {
+    throw Failure(kDevice, std::string("The device's file ") + kSwitchboardFile +
+                               " cannot be read. Delete it and try again.");
+  }
+  return store::SwitchboardConfig::Parse(json);
+}
+
+std::string Property(const store::Book& book, store::Book::StringProps property) {
+  const auto found = book.string_props.find(property);
+  return found == book.string_props.end() ? std::string() : found->second;
+}
+
+}  // namespace app

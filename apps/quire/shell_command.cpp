@@ -1,0 +1,132 @@
+#include <editline/readline.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "commands.h"
+#include "downloads.h"
+#include "failure.h"
+#include "screen.h"
+
+namespace app {
+namespace {
+
+constexpr char kPrompt[] = "quire> ";
+
+struct ShellOptions {
+  bool keep_going = false;
+  bool echo = false;
+};
+
+constexpr int kCtrlC = 'C' & 0x1F;
+bool line_is_dropped = false;  // libedit's calls have no place for a pointer
+
+int DropLine(int, int) {
+  line_is_dropped = true;
+  rl_done = 1;
+  return 0;
+}
+
+/// While it lives, Ctrl-C reaches the terminal's reader as a key, and not the process as a signal.
+class CtrlCAsKey {
+ public:
+  CtrlCAsKey() {
+    if (tcgetattr(STDIN_FILENO, &before_) != 0) return;
+    termios mode = before_;
+    mode.c_cc[VINTR] = _POSIX_VDISABLE;
+    changed_ = tcsetattr(STDIN_FILENO, TCSANOW, &mode) == 0;
+  }
+  ~CtrlCAsKey() {
+    if (changed_) tcsetattr(STDIN_FILENO, TCSANOW, &before_);
+  }
+  CtrlCAsKey(const CtrlCAsKey&) = delete;
+  CtrlCAsKey& operator=(const CtrlCAsKey&) = delete;
+
+ private:
+  termios before_{};
+  bool changed_ = false;
+};
+
+/// The next line of the prompt or of the standard input; nothing at its end.
+std::optional<std::string> NextLine(bool at_prompt) {
+  std::string line;
+  if (!at_prompt) {
+    if (!std::getline(std::cin, line)) return std::nullopt;
+    return line;
+  }
+  const CtrlCAsKey key;
+  line_is_dropped = false;
+  const std::unique_ptr<char, decltype(&std::free)> typed(readline(kPrompt), &std::free);
+  if (!typed) {
+    Screen::Out().Write("\n");
+    return line_is_dropped ? std::optional<std::string>("") : std::nullopt;
+  }
+  line = typed.get();
+  if (line.find_first_not_of(' ') != std::string::npos) add_history(line.c_str());
+  return line;
+}
+
+/// The words of a line, which may be quoted. "help" and a leading "quire" are made what the command
+/// line knows.
+std::vector<std::string> Words(const std::string& line) {
+  std::vector<std::string> words = CLI::detail::split_up(line);
+  if (!words.empty() && words.front() == "quire") words.erase(words.begin());
+  if (!words.empty() && words.front() == "help") {
+    words.erase(words.begin());
+    words.push_back("--help");
+  }
+  return words;
+}
+
+void Greet(Session& session) {
+  store::StoreManager& manager = session.Store();
+  const std::string shop = manager.GetShopName();
+  const std::string user = manager.IsLoggedIn() ? manager.getLogin() : "";
+  Screen::Out().Say("Welcome" + (shop.empty() ? "" : " to " + shop) +
+                    (user.empty() ? ". Begin with \"login\"." : ", " + user + ".") +
+                    " \"help\" lists the commands, \"exit\" leaves.");
+}
+
+int RunShell(const ShellOptions& options) {
+  const bool at_prompt = isatty(STDIN_FILENO) != 0;
+  Session session(at_prompt ? Session::Use::kPrompt : Session::Use::kScript);
+  if (at_prompt) {
+    rl_initialize();
+    rl_add_defun("quire-drop-line", DropLine, kCtrlC);
+    try {
+      Greet(session);
+    } catch (const Failure& failure) {
+      PrintFailure(failure.what());  // the next command tries again
+    }
+  }
+  int exit_code = kOk;
+  while (const auto line = NextLine(at_prompt)) {
+    const std::vector<std::string> words = Words(*line);
+    if (words.empty() || words.front().starts_with('#')) continue;
+    if (words.front() == "exit" || words.front() == "quit") break;
+    if (options.echo) Screen::Out().Say(kPrompt + *line, Tone::kStrong);
+    const int code = RunCommand(words, session);
+    if (code != kOk && !at_prompt) exit_code = code;
+    if (code != kOk && !at_prompt && !options.keep_going) break;
+    TellEndedDownload(session);
+  }
+  AwaitBackgroundDownload(session);
+  return exit_code;
+}
+
+}  // namespace
+
+void AddShellCommand(CLI::App& cli, int& exit_code) {
+  const auto options = std::make_shared<ShellOptions>();
+  CLI::App* command = cli.add_subcommand("shell", "Take commands at a prompt, or from a pipe");
+  command->add_flag("-k,--keep-going", options->keep_going,
+                    "From a pipe: go on after a command that failed");
+  command->add_flag("--echo", options->echo, "Print each command before it runs");
+  command->callback([options, &exit_code] { exit_code = RunShell(*options); });
+}
+
+}  // namespace app

@@ -1,0 +1,120 @@
+#include "text.h"
+
+#include <langinfo.h>
+#include <wchar.h>
+
+#include <algorithm>
+#include <climits>
+#include <clocale>
+#include <cwchar>
+#include <cwctype>
+
+namespace app {
+namespace {
+
+constexpr wchar_t kReplacement = 0xFFFD;
+
+/// Takes the next character off `rest`, which is not empty; U+FFFD for a byte that begins none.
+wchar_t TakeCharacter(std::string_view& rest) {
+  wchar_t character = 0;
+  std::mbstate_t state{};
+  const std::size_t length = std::mbrtowc(&character, rest.data(), rest.size(), &state);
+  const bool broken = length > rest.size();
+  rest.remove_prefix(broken || length == 0 ? 1 : length);
+  return broken ? kReplacement : character;
+}
+
+void Append(std::string& out, wchar_t character) {
+  char bytes[MB_LEN_MAX];
+  std::mbstate_t state{};
+  const std::size_t length = std::wcrtomb(bytes, character, &state);
+  if (length <= sizeof bytes) out.append(bytes, length);
+}
+
+bool TurnsDirection(wchar_t character) {
+  return (character >= 0x202A && character <= 0x202E) ||
+         (character >= 0x2066 && character <= 0x2069);
+}
+
+int Columns(wchar_t character) {
+  const int columns = wcwidth(character);
+  return columns < 0 ? 0 : columns;
+}
+
+/// Takes characters off `rest` while they fit into `columns`.
+std::string TakeColumns(std::string_view& rest, int columns) {
+  const std::string_view all = rest;
+  while (!rest.empty()) {
+    std::string_view after = rest;
+    columns -= Columns(TakeCharacter(after));
+    if (columns < 0) break;
+    rest = after;
+  }
+  return std::string(all.substr(0, all.size() - rest.size()));
+}
+
+}  // namespace
+
+void UseUtf8() {
+  std::setlocale(LC_CTYPE, "");
+  if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+std::string Printable(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    const wchar_t character = TakeCharacter(text);
+    if (character != L' ' && std::iswspace(static_cast<wint_t>(character))) {
+      out += ' ';
+    } else {
+      const bool obeyed = wcwidth(character) < 0 || character == 0 || TurnsDirection(character);
+      Append(out, obeyed ? kReplacement : character);
+    }
+  }
+  return out;
+}
+
+int DisplayWidth(std::string_view text) {
+  int columns = 0;
+  while (!text.empty()) columns += Columns(TakeCharacter(text));
+  return columns;
+}
+
+std::string Cut(std::string_view text, int columns) {
+  if (DisplayWidth(text) <= columns) return std::string(text);
+  if (columns < 1) return {};
+  std::string kept = TakeColumns(text, columns - 1);
+  kept.erase(kept.find_last_not_of(' ') + 1);
+  return kept + "…";
+}
+
+std::vector<std::string> Wrap(std::string_view text, int columns) {
+  if (columns <= 0) return {std::string(text)};
+  std::vector<std::string> lines;
+  while (DisplayWidth(text) > columns) {
+    std::string_view rest = text;
+    std::string line = TakeColumns(rest, columns);
+    if (line.empty()) line = TakeColumns(rest, columns + 1);  // a wide character in one column
+    const bool at_blank = rest.starts_with(' ');
+    const std::size_t blank = at_blank ? line.size() : line.rfind(' ');
+    if (blank != std::string::npos && blank > 0) line.resize(blank);
+    text.remove_prefix(line.size());
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    line.erase(line.find_last_not_of(' ') + 1);
+    lines.push_back(std::move(line));
+  }
+  if (!text.empty() || lines.empty()) lines.emplace_back(text);
+  return lines;
+}
+
+std::string FoldCase(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    Append(out, static_cast<wchar_t>(std::towlower(static_cast<wint_t>(TakeCharacter(text)))));
+  }
+  return out;
+}
+
+}  // namespace app

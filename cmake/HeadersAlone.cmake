@@ -1,0 +1,20 @@
+# quire_check_headers(<target> <folder>...): compiles each header of the folders by itself, as C++17 and as
+# the first and only thing that a source includes, so that none leans on another one's includes. What the
+# headers need is linked to <target>, an object library that is part of every build.
+function(quire_check_headers target)
+  set(sources)
+  foreach(folder IN LISTS ARGN)
+    cmake_path(ABSOLUTE_PATH folder)
+    file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
+    if(NOT headers)
+      message(FATAL_ERROR "quire_check_headers: there is no header in ${folder}")
+    endif()
+    foreach(header IN LISTS headers)
+      set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}/${header}.cpp)
+      file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${folder}/${header}\"\n")
+      list(APPEND sources ${source})
+    endforeach()
+  endforeach()
+  add_library(${target} OBJECT ${sources})
+  quire_target(${target} STANDARD 17)
+endfunction()

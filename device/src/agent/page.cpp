@@ -1,0 +1,211 @@
+#include "page.h"
+
+#include <libxml/HTMLparser.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <memory>
+#include <string_view>
+
+namespace agent {
+namespace {
+
+constexpr std::size_t kMaxLines = 200;
+
+struct Free {
+  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+  void operator()(xmlChar* text) const { xmlFree(text); }
+};
+
+std::string ToString(const xmlChar* text) {
+  return text ? reinterpret_cast<const char*>(text) : "";
+}
+
+std::string_view NameOf(const xmlNode* node) {
+  if (node->type != XML_ELEMENT_NODE || !node->name) return {};
+  return reinterpret_cast<const char*>(node->name);
+}
+
+template <std::size_t size>
+bool IsOneOf(std::string_view name, const std::array<std::string_view, size>& names) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string Attribute(const xmlNode* element, const char* name) {
+  const std::unique_ptr<xmlChar, Free> value(
+      xmlGetProp(element, reinterpret_cast<const xmlChar*>(name)));
+  return ToString(value.get());
+}
+
+bool HasAttribute(const xmlNode* element, const char* name) {
+  return xmlHasProp(element, reinterpret_cast<const xmlChar*>(name)) != nullptr;
+}
+
+/// Runs of spaces and control characters, which could drive a terminal, become one space.
+std::string Tidy(std::string_view text) {
+  std::string tidy;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte > ' ' && byte != 0x7f) {
+      tidy += c;
+    } else if (!tidy.empty() && tidy.back() != ' ') {
+      tidy += ' ';
+    }
+  }
+  if (!tidy.empty() && tidy.back() == ' ') tidy.pop_back();
+  return tidy;
+}
+
+std::string TextOf(const xmlNode* element) {
+  const std::unique_ptr<xmlChar, Free> content(xmlNodeGetContent(element));
+  return Tidy(ToString(content.get()));
+}
+
+class PageReader {
+ public:
+  Page Read(const xmlNode* root) {
+    if (root) Walk(root);
+    EndLine();
+    for (Form& form : forms_) {
+      if (form.buttons.empty()) continue;
+      page_.form = std::move(form);
+      break;
+    }
+    return std::move(page_);
+  }
+
+ private:
+  void Walk(const xmlNode* node) {
+    if (node->type == XML_TEXT_NODE) line_ += ToString(node->content);
+    const std::string_view name = NameOf(node);
+    if (name.empty()) return;
+    constexpr std::array<std::string_view, 4> kUnseen = {"script", "style", "template", "noscript"};
+    if (IsOneOf(name, kUnseen)) return;
+    if (name == "title") {
+      page_.title = TextOf(node);
+    } else if (name == "label") {
+      labels_[Attribute(node, "for")] = TextOf(node);
+    } else if (name == "form") {
+      forms_.push_back(ReadHead(node));
+      WalkChildren(node);
+      in_form_ = false;
+    } else if (!ReadControl(node, name)) {
+      WalkBlock(node, name);
+    }
+  }
+
+  void WalkChildren(const xmlNode* node) {
+    for (const xmlNode* child = node->children; child; child = child->next) Walk(child);
+  }
+
+  void WalkBlock(const xmlNode* node, std::string_view name) {
+    constexpr std::array<std::string_view, 8> kInline = {"a",     "b",  "em", "i",
+                                                         "small", "td", "th", "span"};
+    const bool block = name != "strong" && !IsOneOf(name, kInline);
+    if (block) EndLine();
+    WalkChildren(node);
+    line_ += ' ';
+    if (block) EndLine();
+  }
+
+  void EndLine() {
+    const std::string line = Tidy(line_);
+    if (!line.empty() && page_.lines.size() < kMaxLines) page_.lines.push_back(line);
+    line_.clear();
+  }
+
+  Form ReadHead(const xmlNode* node) {
+    EndLine();
+    in_form_ = true;
+    std::string method = Attribute(node, "method");
+    std::transform(method.begin(), method.end(), method.begin(),
+                   [](char c) { return static_cast<char>(c | 0x20); });
+    return {Attribute(node, "action"), method == "post", {}, {}};
+  }
+
+  /// \return whether the element is a control; those outside of forms are left out.
+  bool ReadControl(const xmlNode* node, std::string_view name) {
+    const std::string type = Attribute(node, "type");
+    if (name == "button") {
+      if (type.empty() || type == "submit") AddButton(node, TextOf(node));
+    } else if (name == "input") {
+      ReadInput(node, type);
+    } else if (name == "textarea") {
+      AddField(node, TextOf(node), false);
+    } else if (name == "select") {
+      AddField(node, SelectedOf(node), true);
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  void ReadInput(const xmlNode* node, const std::string& type) {
+    const std::string value = Attribute(node, "value");
+    if (type == "submit" || type == "image") {
+      AddButton(node, Tidy(value.empty() ? "Send" : value));
+    } else if (type == "checkbox" || type == "radio") {
+      if (HasAttribute(node, "checked")) AddField(node, value.empty() ? "on" : value, true);
+    } else if (type != "button" && type != "reset" && type != "file") {
+      AddField(node, value, type == "hidden");
+    }
+  }
+
+  void AddButton(const xmlNode* node, const std::string& label) {
+    if (!in_form_ || HasAttribute(node, "disabled")) return;
+    forms_.back().buttons.push_back({Attribute(node, "name"), Attribute(node, "value"), label});
+  }
+
+  void AddField(const xmlNode* node, const std::string& value, bool hidden) {
+    const std::string name = Attribute(node, "name");
+    if (!in_form_ || name.empty() || HasAttribute(node, "disabled")) return;
+    Field field{name, value, "", Attribute(node, "autocomplete"), hidden};
+    if (!hidden) {
+      const auto label = labels_.find(Attribute(node, "id"));
+      const std::string placeholder = Tidy(Attribute(node, "placeholder"));
+      field.label = label != labels_.end() && !label->second.empty() ? label->second : Tidy(name);
+      if (!placeholder.empty()) field.label += " (" + placeholder + ")";
+    }
+    forms_.back().fields.push_back(std::move(field));
+  }
+
+  static std::string SelectedOf(const xmlNode* select) {
+    std::optional<std::string> value;
+    for (const xmlNode* option = select->children; option; option = option->next) {
+      if (NameOf(option) != "option") continue;
+      const bool selected = HasAttribute(option, "selected");
+      if (value && !selected) continue;
+      value = HasAttribute(option, "value") ? Attribute(option, "value") : TextOf(option);
+      if (selected) break;
+    }
+    return value.value_or("");
+  }
+
+  Page page_;
+  std::string line_;
+  std::map<std::string, std::string> labels_;  // by the id of their control
+  std::vector<Form> forms_;
+  bool in_form_ = false;
+};
+
+}  // namespace
+
+Page ParsePage(const std::string& html, const std::string& charset) {
+  const bool named = !charset.empty() || html.find("charset") != std::string::npos;
+  const char* encoding = !charset.empty() ? charset.c_str() : named ? nullptr : "UTF-8";
+  const int options =
+      HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET;
+  const std::unique_ptr<xmlDoc, Free> document(
+      htmlReadMemory(html.data(), static_cast<int>(html.size()), nullptr, encoding, options));
+  return PageReader().Read(document ? xmlDocGetRootElement(document.get()) : nullptr);
+}
+
+FormData Fill(const Form& form, const Button& button) {
+  FormData data;
+  for (const Field& field : form.fields) data.emplace_back(field.name, field.value);
+  if (!button.name.empty()) data.emplace_back(button.name, button.value);
+  return data;
+}
+
+}  // namespace agent

@@ -1,0 +1,132 @@
+#include "user.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <iostream>
+#include <string_view>
+
+namespace agent {
+namespace {
+
+std::string Lower(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return text;
+}
+
+bool Mentions(const std::string& text, std::initializer_list<const char*> words) {
+  const std::string lower = Lower(text);
+  return std::any_of(words.begin(), words.end(),
+                     [&](const char* word) { return lower.find(word) != std::string::npos; });
+}
+
+bool Cancels(const Button& button) {
+  return Mentions(button.name + " " + button.value + " " + button.label,
+                  {"cancel", "abort", "abbrechen", "decline"});
+}
+
+/// What a test card says in that field; empty where it says nothing.
+std::string FromTestCard(const Field& field) {
+  const std::string hint = field.autocomplete + " " + field.name;
+  if (Mentions(hint, {"cc-number", "card_number", "cardnumber"})) return "4111 1111 1111 1111";
+  if (Mentions(hint, {"cc-csc", "cvc", "cvv"})) return "123";
+  if (Mentions(hint, {"cc-name", "holder"})) return "Test Reader";
+  if (!Mentions(hint, {"cc-exp", "expir"})) return "";
+  const std::time_t now = std::time(nullptr);
+  const std::tm* today = std::localtime(&now);
+  const int next_year = today->tm_year + 1901;
+  return "12/" + std::to_string(next_year % 100);
+}
+
+}  // namespace
+
+User::User() {
+  const char* setting = std::getenv("QUIRE_BROWSER_ANSWER");
+  setting_ = setting ? setting : "";
+  if (setting_.empty()) {
+    terminal_in_.open("/dev/tty");
+    terminal_out_.open("/dev/tty");
+    if (!terminal_in_ || !terminal_out_) {
+      throw UserError(
+          "there is no terminal to ask on; set QUIRE_BROWSER_ANSWER to approve, cancel or close");
+    }
+    out_ = &terminal_out_;
+    return;
+  }
+  constexpr std::array<std::string_view, 4> kAnswers = {"approve", "cancel", "close", "crash"};
+  if (std::find(kAnswers.begin(), kAnswers.end(), setting_) == kAnswers.end()) {
+    throw UserError("QUIRE_BROWSER_ANSWER is " + setting_ +
+                    "; it must be approve, cancel, close or crash");
+  }
+  out_ = &std::cerr;
+}
+
+void User::Show(const Page& page) {
+  *out_ << '\n';
+  for (const std::string& line : page.lines) *out_ << "  " << line << '\n';
+  out_->flush();
+}
+
+std::optional<Button> User::Answer(Form* form) {
+  return setting_.empty() ? Ask(form) : AnswerBySetting(form);
+}
+
+std::optional<Button> User::AnswerBySetting(Form* form) {
+  if (setting_ == "close") return {};
+  if (setting_ == "crash") {
+    std::signal(SIGSEGV, SIG_DFL);
+    std::raise(SIGSEGV);
+  }
+  constexpr int kMaxAnswers = 3;
+  if (++answers_ > kMaxAnswers) throw UserError("the page asks again and again");
+  const bool cancel = setting_ == "cancel";
+  const auto button = std::find_if(form->buttons.begin(), form->buttons.end(),
+                                   [&](const Button& b) { return Cancels(b) == cancel; });
+  if (button == form->buttons.end()) {
+    throw UserError("the page has no button to " + setting_ + " with");
+  }
+  for (Field& field : form->fields) {
+    const std::string value = field.hidden || cancel ? "" : FromTestCard(field);
+    if (!value.empty()) field.value = value;
+  }
+  *out_ << "  [" << button->label << "]" << std::endl;
+  return *button;
+}
+
+std::optional<Button> User::Ask(Form* form) {
+  const std::size_t count = form->buttons.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    *out_ << "  " << i + 1 << ") " << form->buttons[i].label << '\n';
+  }
+  std::size_t choice = 0;
+  while (choice == 0 || choice > count) {
+    std::string line;
+    if (!ReadLine("Your choice, 1 to " + std::to_string(count) + ", or q to close: ", &line) ||
+        line == "q") {
+      return {};
+    }
+    const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), choice);
+    if (error != std::errc() || end != line.data() + line.size()) choice = 0;
+  }
+  const Button button = form->buttons[choice - 1];
+  if (Cancels(button)) return button;
+  for (Field& field : form->fields) {
+    std::string line;
+    if (field.hidden) continue;
+    const std::string old = field.value.empty() ? "" : " [" + field.value + "]";
+    if (!ReadLine(field.label + old + ": ", &line)) return {};
+    if (!line.empty()) field.value = line;
+  }
+  return button;
+}
+
+bool User::ReadLine(const std::string& prompt, std::string* line) {
+  *out_ << prompt << std::flush;
+  return static_cast<bool>(std::getline(terminal_in_, *line));
+}
+
+}  // namespace agent

@@ -1,0 +1,115 @@
+#include "devtools.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+#include "profile.h"
+
+namespace chromium {
+namespace {
+
+using nlohmann::json;
+
+// Where Chromium expects the pipe.
+constexpr int kCommandsFd = 3;
+constexpr int kMessagesFd = 4;
+
+/// Above the two numbers, so that neither end overwrites the other.
+int MoveUp(int fd) {
+  const int moved = fcntl(fd, F_DUPFD_CLOEXEC, 10);
+  close(fd);
+  return moved;
+}
+
+[[noreturn]] void RunProgram(const std::vector<std::string>& command, int commands, int messages) {
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  dup2(commands, kCommandsFd);
+  dup2(messages, kMessagesFd);
+  const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
+  dup2(nowhere, STDIN_FILENO);
+  dup2(nowhere, STDOUT_FILENO);  // ours is for addresses only
+  if (!std::getenv("QUIRE_BROWSER_VERBOSE")) dup2(nowhere, STDERR_FILENO);
+  Exec(command);
+  _exit(127);
+}
+
+}  // namespace
+
+Devtools::Devtools(std::vector<std::string> command, const std::filesystem::path& home) {
+  std::array<int, 2> commands;
+  std::array<int, 2> messages;
+  if (pipe2(commands.data(), O_CLOEXEC) != 0 || pipe2(messages.data(), O_CLOEXEC) != 0) {
+    throw BrowserError("there are no descriptors left for the browser");
+  }
+  for (int* fd : {&commands[0], &commands[1], &messages[0], &messages[1]}) *fd = MoveUp(*fd);
+  to_ = commands[1];
+  from_ = messages[0];
+  setenv("HOME", home.c_str(), 1);
+  pid_ = fork();
+  if (pid_ == 0) RunProgram(command, commands[0], messages[1]);
+  close(commands[0]);
+  close(messages[1]);
+  if (pid_ < 0) throw BrowserError("the browser cannot be started; close other programs");
+}
+
+Devtools::~Devtools() {
+  if (pid_ > 0) WaitForEnd(0);
+  close(to_);
+  close(from_);
+}
+
+int Devtools::Send(const std::string& method, const json& params, const std::string& session) {
+  json message = {{"id", ++last_id_}, {"method", method}, {"params", params}};
+  if (!session.empty()) message["sessionId"] = session;
+  std::string text = message.dump(-1, ' ', false, json::error_handler_t::replace);
+  text += '\0';
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t count = write(to_, text.data() + done, text.size() - done);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) break;  // it has ended, as the messages will tell
+    done += static_cast<std::size_t>(count);
+  }
+  return last_id_;
+}
+
+std::optional<std::vector<json>> Devtools::ReadMessages() {
+  std::array<char, 65536> bytes;
+  const ssize_t count = read(from_, bytes.data(), bytes.size());
+  if (count < 0 && errno == EINTR) return std::vector<json>();
+  if (count <= 0) return {};
+  buffer_.append(bytes.data(), static_cast<std::size_t>(count));
+  std::vector<json> messages;
+  for (std::size_t end; (end = buffer_.find('\0')) != std::string::npos;) {
+    json message = json::parse(buffer_.substr(0, end), nullptr, false);
+    buffer_.erase(0, end + 1);
+    if (message.is_object()) messages.push_back(std::move(message));
+  }
+  return messages;
+}
+
+int Devtools::WaitForEnd(int timeout_ms) {
+  constexpr int kStep_ms = 10;
+  int status = 0;
+  for (int waited_ms = 0; waitpid(pid_, &status, WNOHANG) == 0; waited_ms += kStep_ms) {
+    if (waited_ms >= timeout_ms) {
+      kill(pid_, SIGKILL);
+      waitpid(pid_, &status, 0);
+      break;
+    }
+    usleep(kStep_ms * 1000);
+  }
+  pid_ = -1;
+  return status;
+}
+
+}  // namespace chromium

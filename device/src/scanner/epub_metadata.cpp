@@ -1,0 +1,126 @@
+#include "epub_metadata.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <zip.h>
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+namespace scanner {
+namespace {
+
+// The container names one file, and a package document lists a book's files: even the largest
+// books stay far below these.
+constexpr std::size_t kMaxContainerBytes = 64 << 10;
+constexpr std::size_t kMaxPackageBytes = 4 << 20;
+constexpr std::size_t kMaxTextBytes = 1000;
+
+struct Free {
+  void operator()(zip_t* zip) const { zip_discard(zip); }
+  void operator()(zip_file_t* file) const { zip_fclose(file); }
+  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+  void operator()(xmlChar* text) const { xmlFree(text); }
+};
+template <typename T>
+using Owned = std::unique_ptr<T, Free>;
+
+std::string ToString(const xmlChar* text) {
+  return text ? reinterpret_cast<const char*>(text) : "";
+}
+
+/// Null when there is no such entry, when it is larger than that, or no XML.
+Owned<xmlDoc> ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes) {
+  const Owned<zip_file_t> file(zip_fopen(zip, name.c_str(), 0));
+  if (!file) return nullptr;
+  // What an entry announces as its size may be a lie, so the buffer grows with what is there.
+  constexpr std::size_t kStepBytes = 64 << 10;
+  std::string text;
+  for (zip_int64_t count = 1; count > 0;) {
+    const std::size_t done = text.size();
+    if (done > max_bytes) return nullptr;
+    text.resize(done + kStepBytes);
+    count = zip_fread(file.get(), text.data() + done, kStepBytes);
+    if (count < 0) return nullptr;
+    text.resize(done + static_cast<std::size_t>(count));
+  }
+  return Owned<xmlDoc>(
+      xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
+                    XML_PARSE_NONET | XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+}
+
+bool Is(const xmlNode* node, std::string_view name) {
+  return node->type == XML_ELEMENT_NODE && reinterpret_cast<const char*>(node->name) == name;
+}
+
+/// The first child element of that name, whatever its namespace.
+const xmlNode* Child(const xmlNode* parent, std::string_view name) {
+  for (const xmlNode* node = parent ? parent->children : nullptr; node; node = node->next) {
+    if (Is(node, name)) return node;
+  }
+  return nullptr;
+}
+
+std::string Attribute(const xmlNode* element, const char* name) {
+  const Owned<xmlChar> value(xmlGetProp(element, reinterpret_cast<const xmlChar*>(name)));
+  return ToString(value.get());
+}
+
+/// On one line, without control characters, cut between two characters where it is too long.
+std::string Tidy(std::string_view text) {
+  std::string tidy;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte > ' ' && byte != 0x7f) {
+      tidy += c;
+    } else if (!tidy.empty() && tidy.back() != ' ') {
+      tidy += ' ';
+    }
+  }
+  if (tidy.size() > kMaxTextBytes) {
+    std::size_t end = kMaxTextBytes;
+    while (end > 0 && (static_cast<unsigned char>(tidy[end]) & 0xC0) == 0x80) --end;
+    tidy.resize(end);
+  }
+  if (!tidy.empty() && tidy.back() == ' ') tidy.pop_back();
+  return tidy;
+}
+
+std::string TextOf(const xmlNode* element) {
+  const Owned<xmlChar> content(xmlNodeGetContent(element));
+  return Tidy(ToString(content.get()));
+}
+
+Metadata ReadPackage(const xmlDoc* package) {
+  Metadata metadata;
+  const xmlNode* section = Child(xmlDocGetRootElement(package), "metadata");
+  // The first version of the format had one more level.
+  if (const xmlNode* inner = section ? Child(section, "dc-metadata") : nullptr) section = inner;
+  for (const xmlNode* node = section ? section->children : nullptr; node; node = node->next) {
+    if (Is(node, "title") && metadata.title.empty()) metadata.title = TextOf(node);
+    if (!Is(node, "creator")) continue;
+    const std::string role = Attribute(node, "role");
+    const std::string name = TextOf(node);
+    if (name.empty() || (!role.empty() && role != "aut")) continue;
+    metadata.author = Tidy(metadata.author.empty() ? name : metadata.author + ", " + name);
+  }
+  return metadata;
+}
+
+}  // namespace
+
+Metadata ReadEpubMetadata(const std::filesystem::path& file) {
+  const Owned<zip_t> zip(zip_open(file.c_str(), ZIP_RDONLY, nullptr));
+  if (!zip) return {};
+  const Owned<xmlDoc> container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainerBytes);
+  if (!container) return {};
+  const xmlNode* root_file =
+      Child(Child(xmlDocGetRootElement(container.get()), "rootfiles"), "rootfile");
+  if (!root_file) return {};
+  const Owned<xmlDoc> package =
+      ReadXml(zip.get(), Attribute(root_file, "full-path"), kMaxPackageBytes);
+  return package ? ReadPackage(package.get()) : Metadata();
+}
+
+}  // namespace scanner

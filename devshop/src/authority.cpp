@@ -1,0 +1,169 @@
+#include "authority.h"
+
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rand.h>
+#include <openssl/x509v3.h>
+#include <sys/stat.h>
+
+#include <string>
+
+#include "hosts.h"
+#include "start_error.h"
+
+namespace devshop {
+namespace {
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
+using File = std::unique_ptr<FILE, int (*)(FILE*)>;
+
+constexpr long kDay_s = 24 * 60 * 60;
+constexpr long kAuthorityLife_s = 3650 * kDay_s;
+constexpr long kServerLife_s = 397 * kDay_s;  // browsers refuse longer ones
+
+/// Who vouches for a certificate.
+struct Issuer {
+  Certificate certificate;
+  Key key;
+};
+
+struct Validity {
+  long from_s;  // both counted from now
+  long to_s;
+};
+
+Key make_key() {
+  return {EVP_EC_gen("P-256"), EVP_PKEY_free};
+}
+
+void add_extension(X509* certificate, X509* issuer, int nid, const std::string& value) {
+  X509V3_CTX context;
+  X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
+  X509_EXTENSION* extension = X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str());
+  X509_add_ext(certificate, extension, -1);
+  X509_EXTENSION_free(extension);
+}
+
+/// A certificate without purpose yet: the caller adds what it is good for, then signs it.
+Certificate make_certificate(const std::string& name, EVP_PKEY* key, Validity validity) {
+  Certificate certificate(X509_new(), X509_free);
+  X509_set_version(certificate.get(), X509_VERSION_3);
+  unsigned char serial[16];
+  RAND_bytes(serial, sizeof serial);
+  serial[0] &= 0x7f;  // serial numbers are positive
+  BIGNUM* number = BN_bin2bn(serial, sizeof serial, nullptr);
+  BN_to_ASN1_INTEGER(number, X509_get_serialNumber(certificate.get()));
+  BN_free(number);
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), validity.from_s);
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), validity.to_s);
+  X509_set_pubkey(certificate.get(), key);
+  X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), "CN", MBSTRING_UTF8,
+                             reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0);
+  return certificate;
+}
+
+Issuer make_authority() {
+  Issuer authority{{nullptr, X509_free}, make_key()};
+  authority.certificate = make_certificate("Quire development authority", authority.key.get(),
+                                           {-kDay_s, kAuthorityLife_s});
+  X509* certificate = authority.certificate.get();
+  X509_set_issuer_name(certificate, X509_get_subject_name(certificate));
+  add_extension(certificate, certificate, NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
+  add_extension(certificate, certificate, NID_key_usage, "critical,keyCertSign,cRLSign");
+  add_extension(certificate, certificate, NID_subject_key_identifier, "hash");
+  X509_sign(certificate, authority.key.get(), EVP_sha256());
+  return authority;
+}
+
+Certificate make_server_certificate(const Issuer& issuer, EVP_PKEY* key, CertificateKind kind) {
+  const bool expired = kind == CertificateKind::kExpired;
+  const std::string host = kind == CertificateKind::kOtherHost ? "other.quire.example" : kShopHost;
+  Certificate certificate = make_certificate(
+      host, key, {expired ? -30 * kDay_s : -kDay_s, expired ? -kDay_s : kServerLife_s});
+  X509* authority = issuer.certificate.get();
+  X509_set_issuer_name(certificate.get(), X509_get_subject_name(authority));
+  const auto add = [&](int nid, const std::string& value) {
+    add_extension(certificate.get(), authority, nid, value);
+  };
+  add(NID_basic_constraints, "critical,CA:FALSE");
+  add(NID_key_usage, "critical,digitalSignature");
+  add(NID_ext_key_usage, "serverAuth");
+  add(NID_subject_key_identifier, "hash");
+  add(NID_authority_key_identifier, "keyid:always");
+  add(NID_subject_alt_name, kind == CertificateKind::kOtherHost
+                                ? "DNS:" + host
+                                : "DNS:" + host + ",DNS:localhost,IP:127.0.0.1");
+  X509_sign(certificate.get(), issuer.key.get(), EVP_sha256());
+  return certificate;
+}
+
+File open_file(const std::filesystem::path& path, const char* mode) {
+  return {std::fopen(path.c_str(), mode), std::fclose};
+}
+
+Issuer read_authority(const std::filesystem::path& certificate, const std::filesystem::path& key) {
+  const File certificate_file = open_file(certificate, "r");
+  const File key_file = open_file(key, "r");
+  return {{certificate_file ? PEM_read_X509(certificate_file.get(), nullptr, nullptr, nullptr)
+                            : nullptr,
+           X509_free},
+          {key_file ? PEM_read_PrivateKey(key_file.get(), nullptr, nullptr, nullptr) : nullptr,
+           EVP_PKEY_free}};
+}
+
+void write_authority(const Issuer& authority, const std::filesystem::path& certificate,
+                     const std::filesystem::path& key) {
+  const mode_t old_mask = umask(0077);
+  const File key_file = open_file(key, "w");
+  umask(old_mask);
+  const File certificate_file = open_file(certificate, "w");
+  if (!key_file || !certificate_file ||
+      !PEM_write_PrivateKey(key_file.get(), authority.key.get(), nullptr, nullptr, 0, nullptr,
+                            nullptr) ||
+      !PEM_write_X509(certificate_file.get(), authority.certificate.get()) ||
+      std::fflush(key_file.get()) != 0 || std::fflush(certificate_file.get()) != 0) {
+    throw StartError("Cannot write the test authority " + certificate.string() +
+                     "; name a folder that you may write with --data.");
+  }
+}
+
+/// An authority must outlive the certificates that it signs.
+bool outlives_servers(X509* certificate) {
+  int days = 0, seconds = 0;
+  return ASN1_TIME_diff(&days, &seconds, nullptr, X509_get0_notAfter(certificate)) == 1 &&
+         days * kDay_s > kServerLife_s;
+}
+
+}  // namespace
+
+Authority::Authority(const std::filesystem::path& folder)
+    : certificate_file_(folder / "ca.pem"), key_file_(folder / "ca.key") {
+  if (std::filesystem::exists(certificate_file_) || std::filesystem::exists(key_file_)) {
+    const Issuer authority = read_authority(certificate_file_, key_file_);
+    if (!authority.certificate || !authority.key ||
+        X509_check_private_key(authority.certificate.get(), authority.key.get()) != 1) {
+      throw StartError("The test authority in " + folder.string() +
+                       " is broken; remove ca.pem and ca.key there and a new one is made.");
+    }
+    if (outlives_servers(authority.certificate.get())) return;
+  }
+  write_authority(make_authority(), certificate_file_, key_file_);
+}
+
+TlsContext Authority::server_context(CertificateKind kind) const {
+  const Issuer issuer = kind == CertificateKind::kUnknownAuthority
+                            ? make_authority()
+                            : read_authority(certificate_file_, key_file_);
+  const Key key = make_key();
+  const Certificate certificate = make_server_certificate(issuer, key.get(), kind);
+  TlsContext context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+  SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
+  if (SSL_CTX_use_certificate(context.get(), certificate.get()) != 1 ||
+      SSL_CTX_use_PrivateKey(context.get(), key.get()) != 1) {
+    throw StartError("OpenSSL does not take the shop's certificate; is the package whole?");
+  }
+  return context;
+}
+
+}  // namespace devshop

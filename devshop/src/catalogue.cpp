@@ -1,0 +1,169 @@
+#include "catalogue.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <set>
+#include <utility>
+
+#include "crypto.h"
+#include "epub_metadata.h"
+#include "start_error.h"
+#include "text.h"
+
+namespace devshop {
+namespace {
+
+constexpr std::array<std::pair<const char*, const char*>, 4> kTypes{{
+    {".epub", "application/epub+zip"},
+    {".pdf", "application/pdf"},
+    {".txt", "text/plain"},
+    {".acsm", "application/vnd.adobe.adept+xml"},
+}};
+
+std::string type_of(const std::filesystem::path& file) {
+  const auto extension = fold_case(file.extension().string());
+  const auto found = std::find_if(kTypes.begin(), kTypes.end(),
+                                  [&](const auto& row) { return extension == row.first; });
+  return found == kTypes.end() ? std::string() : found->second;
+}
+
+bool stays_inside(const std::string& file) {
+  return !file.empty() && file.find('/') == std::string::npos && file != "..";
+}
+
+Title read_title(const Json& json, const std::filesystem::path& folder, const std::string& where) {
+  const auto wrong = [&](const std::string& what) {
+    return StartError(where + " " + what + "; correct the catalogue or build it anew.");
+  };
+  if (!json.is_object()) throw wrong("is not an object");
+  const auto text = [&](const char* name, const std::string& fallback) {
+    const auto found = json.find(name);
+    if (found == json.end() || found->is_null()) return fallback;
+    if (!found->is_string()) throw wrong("has a \"" + std::string(name) + "\" that is not a text");
+    return found->get<std::string>();
+  };
+  Title title;
+  title.ean = text("ean", "");
+  title.title = text("title", "");
+  title.author = text("author", "");
+  title.language = text("language", "");
+  title.summary = text("summary", "");
+  title.subject = text("subject", "");
+  title.currency = text("currency", "EUR");
+  title.published = text("published", "");
+  title.file = text("file", "");
+  title.type = text("type", type_of(title.file));
+  title.cover = text("cover", "");
+  title.out_of_sale = json.value("out_of_sale", Json(false)) == Json(true);
+  const auto cents = parse_cents(text("price", ""));
+  if (title.ean.empty() || title.title.empty()) throw wrong("lacks \"ean\" or \"title\"");
+  if (!cents) throw wrong("needs a \"price\" such as \"4.99\"");
+  title.price_cents = *cents;
+  for (const auto& file : {title.file, title.cover.empty() ? title.file : title.cover}) {
+    if (!stays_inside(file) || !std::filesystem::is_regular_file(folder / file)) {
+      throw wrong("names the file \"" + file + "\", which is not in the folder");
+    }
+  }
+  return title;
+}
+
+std::vector<Title> read_catalogue(const std::filesystem::path& folder) {
+  const auto path = folder / "catalogue.json";
+  std::ifstream file(path);
+  const Json json = Json::parse(file, nullptr, false);
+  if (!json.is_object() || !json.contains("books") || !json["books"].is_array()) {
+    throw StartError(path.string() +
+                     " is not a JSON object with an array \"books\"; build it anew.");
+  }
+  std::vector<Title> titles;
+  std::set<std::string> eans;
+  for (const Json& book : json["books"]) {
+    const auto where = path.string() + ": book " + std::to_string(titles.size() + 1);
+    titles.push_back(read_title(book, folder, where));
+    if (!eans.insert(titles.back().ean).second) {
+      throw StartError(where + " has the EAN of another, " + titles.back().ean +
+                       "; give each book its own.");
+    }
+  }
+  return titles;
+}
+
+/// An EAN that stays the same as long as the file keeps its name.
+std::string made_up_ean(const std::string& file) {
+  const auto hash = std::stoull(sha256_hex(file).substr(0, 12), nullptr, 16) % 1'000'000'000;
+  std::string ean =
+      "979" + std::string(9 - std::to_string(hash).size(), '0') + std::to_string(hash);
+  int sum = 0;
+  for (std::size_t i = 0; i < ean.size(); ++i) sum += (ean[i] - '0') * (i % 2 == 0 ? 1 : 3);
+  return ean + std::to_string((10 - sum % 10) % 10);
+}
+
+Title title_of_file(const std::filesystem::path& path) {
+  Title title;
+  title.file = path.filename().string();
+  title.ean = made_up_ean(title.file);
+  title.title = path.stem().string();
+  title.type = type_of(path);
+  struct stat info {};
+  if (stat(path.c_str(), &info) == 0) title.published = format_time(info.st_mtime);
+  if (title.type == "application/epub+zip") {
+    const EpubMetadata metadata = read_epub_metadata(path);
+    if (!metadata.title.empty()) title.title = metadata.title;
+    title.author = metadata.author;
+    title.language = metadata.language;
+    title.summary = metadata.description;
+  }
+  return title;
+}
+
+std::vector<Title> scan(const std::filesystem::path& folder) {
+  std::vector<Title> titles;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.is_regular_file() && !type_of(entry.path()).empty()) {
+      titles.push_back(title_of_file(entry.path()));
+    }
+  }
+  std::sort(titles.begin(), titles.end(),
+            [](const Title& one, const Title& other) { return one.file < other.file; });
+  return titles;
+}
+
+}  // namespace
+
+Catalogue::Catalogue(const std::filesystem::path& folder) try : folder_(folder) {
+  if (!std::filesystem::is_directory(folder)) {
+    throw StartError("There is no books folder " + folder.string() +
+                     "; build the target devshop_books, or name a folder with --books.");
+  }
+  titles_ =
+      std::filesystem::exists(folder / "catalogue.json") ? read_catalogue(folder) : scan(folder);
+  if (titles_.empty()) {
+    throw StartError("The books folder " + folder.string() +
+                     " holds no EPUB, PDF, text or ACSM file; name another with --books.");
+  }
+} catch (const std::filesystem::filesystem_error& error) {
+  throw StartError(std::string("Cannot read the books: ") + error.what() +
+                   "; name a readable folder with --books.");
+}
+
+const Title* Catalogue::find(const std::string& ean) const {
+  const auto found = std::find_if(titles_.begin(), titles_.end(),
+                                  [&](const Title& title) { return title.ean == ean; });
+  return found == titles_.end() ? nullptr : &*found;
+}
+
+std::vector<const Title*> Catalogue::search(const std::string& words) const {
+  const std::string wanted = fold_case(words);
+  std::vector<const Title*> hits;
+  for (const Title& title : titles_) {
+    const std::string all = fold_case(title.title + "\n" + title.author + "\n" + title.subject +
+                                      "\n" + title.summary + "\n" + title.ean);
+    if (all.find(wanted) != std::string::npos) hits.push_back(&title);
+  }
+  return hits;
+}
+
+}  // namespace devshop

@@ -1,0 +1,51 @@
+#ifndef DEVSHOP_CATALOGUE_H_
+#define DEVSHOP_CATALOGUE_H_
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace devshop {
+
+/// A title for sale.
+struct Title {
+  std::string ean;
+  std::string title;
+  std::string author;
+  std::string language;
+  std::string summary;
+  std::string subject;
+  long price_cents = 100;
+  std::string currency = "EUR";
+  std::string published;     ///< "YYYY-MM-DD HH:MM:SS", UTC
+  std::string file;          ///< name in the books folder
+  std::string type;          ///< MIME type of the file
+  std::string cover;         ///< name in the books folder; empty: none
+  bool out_of_sale = false;  ///< still shown, but no cart takes it
+
+  /// The type without its parameters, as applications look it up.
+  std::string bare_type() const { return type.substr(0, type.find(';')); }
+};
+
+/// The titles of a books folder. Read once; any thread.
+class Catalogue {
+ public:
+  /// Reads `catalogue.json` in the folder or, where there is none, makes a title of each book file.
+  /// Throws StartError.
+  explicit Catalogue(const std::filesystem::path& folder);
+
+  const std::vector<Title>& titles() const { return titles_; }
+  /// Null when there is none.
+  const Title* find(const std::string& ean) const;
+  /// The titles with the words in title, author, subject or summary, without regard to case.
+  std::vector<const Title*> search(const std::string& words) const;
+  std::filesystem::path path_of(const std::string& file) const { return folder_ / file; }
+
+ private:
+  std::filesystem::path folder_;
+  std::vector<Title> titles_;
+};
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_CATALOGUE_H_

@@ -1,0 +1,90 @@
+#include "control.h"
+
+namespace devshop {
+namespace {
+
+constexpr int kMostPendingChecks = 1'000'000;
+
+/// No such address or method.
+struct Unknown {};
+
+}  // namespace
+
+void Control::answer(const Request& request, Response& response) {
+  Json json;
+  try {
+    json = dispatch(request);
+  } catch (const BadInstruction& bad) {
+    response.status = 400;
+    json = {{"error", bad.what()}};
+  } catch (const Json::exception& bad) {
+    response.status = 400;
+    json = {{"error", std::string("A value is not of its kind: ") + bad.what()}};
+  } catch (const Unknown&) {
+    response.status = 404;
+    json = {{"error",
+             "There are GET, POST and DELETE /_faults, GET and DELETE /_requests, GET and POST "
+             "/_orders, GET, POST and DELETE /_books."}};
+  }
+  response.set_content(to_text(json), "application/json");
+}
+
+Json Control::dispatch(const Request& request) {
+  const std::string call = request.method + " " + request.path;
+  if (call == "GET /_faults") return faults_.to_json();
+  if (call == "GET /_requests") return ledger_.to_json();
+  if (call == "GET /_orders") return orders_json();
+  if (call == "GET /_books") return files_.to_json();
+  if (call == "DELETE /_faults") {
+    faults_.clear();
+    return faults_.to_json();
+  }
+  if (call == "DELETE /_requests") {
+    ledger_.clear();
+    return ledger_.to_json();
+  }
+  if (call == "DELETE /_books") {
+    files_.restore();
+    return files_.to_json();
+  }
+  if (request.method != "POST") throw Unknown{};
+  const Json instruction = Json::parse(request.body, nullptr, false);
+  if (instruction.is_discarded()) throw BadInstruction("The request's body is not JSON.");
+  if (request.path == "/_faults") return faults_.arm(instruction);
+  if (request.path == "/_orders") return set_orders(instruction);
+  if (request.path == "/_books") return files_.replace(instruction);
+  throw Unknown{};
+}
+
+Json Control::set_orders(const Json& instruction) {
+  if (!instruction.is_object()) throw BadInstruction("An instruction is a JSON object.");
+  {
+    const std::lock_guard lock(shop_.mutex);
+    for (const auto& [name, value] : instruction.items()) {
+      if (name == "pending_checks") {
+        if (!value.is_number_integer() || value < 0 || value > kMostPendingChecks) {
+          throw BadInstruction("\"pending_checks\" is a whole number, 0 or more.");
+        }
+        shop_.orders.pending_checks = value.get<int>();
+      } else if (name == "next_status") {
+        if (value != "In Progress" && value != "Failure") {
+          throw BadInstruction("\"next_status\" is \"In Progress\" or \"Failure\".");
+        }
+        shop_.orders.next_status = value.get<std::string>();
+      } else {
+        throw BadInstruction("Unknown field \"" + name +
+                             "\"; there are pending_checks and next_status.");
+      }
+    }
+  }
+  return orders_json();
+}
+
+Json Control::orders_json() {
+  const std::lock_guard lock(shop_.mutex);
+  Json json{{"pending_checks", shop_.orders.pending_checks}, {"orders", shop_.orders.to_json()}};
+  if (shop_.orders.next_status) json["next_status"] = *shop_.orders.next_status;
+  return json;
+}
+
+}  // namespace devshop

@@ -1,0 +1,33 @@
+#ifndef DEVSHOP_CONTROL_H_
+#define DEVSHOP_CONTROL_H_
+
+#include "faults.h"
+#include "files.h"
+#include "ledger.h"
+#include "shop.h"
+
+namespace devshop {
+
+/// The control port: `/_faults`, `/_requests`, `/_orders`, `/_books`, each read with GET, set with
+/// POST and put back with DELETE. Any thread.
+class Control {
+ public:
+  Control(Shop& shop, Files& files, Faults& faults, Ledger& ledger)
+      : shop_(shop), files_(files), faults_(faults), ledger_(ledger) {}
+
+  void answer(const Request& request, Response& response);
+
+ private:
+  Json dispatch(const Request& request);
+  Json set_orders(const Json& instruction);
+  Json orders_json();
+
+  Shop& shop_;
+  Files& files_;
+  Faults& faults_;
+  Ledger& ledger_;
+};
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_CONTROL_H_

@@ -1,0 +1,22 @@
+#ifndef DEVSHOP_CRYPTO_H_
+#define DEVSHOP_CRYPTO_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace devshop {
+
+/// Lower-case hexadecimal text of that many random bytes.
+std::string random_hex(std::size_t size_bytes);
+
+/// Lower-case hexadecimal digests.
+std::string sha256_hex(std::string_view data);
+std::string hmac_sha256_hex(std::string_view key, std::string_view data);
+
+/// Compares secrets in a time that tells nothing about where they differ.
+bool equal_secrets(std::string_view one, std::string_view other);
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_CRYPTO_H_

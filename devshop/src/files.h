@@ -1,0 +1,71 @@
+#ifndef DEVSHOP_FILES_H_
+#define DEVSHOP_FILES_H_
+
+#include <ctime>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "http_server.h"
+#include "shop.h"
+
+namespace devshop {
+
+/// Serves the books that customers bought, and covers: ranges, strong entity tags, If-Range. Any
+/// thread.
+class Files {
+ public:
+  explicit Files(Shop& shop) : shop_(shop) {}
+
+  /// Answers `/files/TOKEN/EAN/NAME`, where the token proves that the customer bought the title.
+  void answer_book(const Request& request, Response& response);
+  /// Answers `/covers/EAN`.
+  void answer_cover(const Request& request, Response& response);
+
+  /// Serves other bytes, or in another manner, in place of a book's file:
+  /// `{"ean", "text" | "size_bytes" and "revision", "ranges", "validators", "chunked"}`. Gives what
+  /// is served from then on. Throws BadInstruction.
+  Json replace(const Json& instruction);
+  /// Serves the folder's files again.
+  void restore();
+  /// Each title with its size, digest and entity tag as served.
+  Json to_json() const;
+
+ private:
+  /// A stand-in for a title's file, and how it is served.
+  struct Manner {
+    std::shared_ptr<const std::string> bytes;  // null: the file's own
+    std::string revision;
+    bool ranges = true;
+    bool chunked = false;
+    std::string validators = "strong";  // or "date" or "none"
+  };
+  /// Bytes opened for one answer, so that what is sent is one version throughout.
+  struct Content {
+    std::size_t size_bytes = 0;
+    std::string etag;
+    std::time_t modified = 0;
+    std::function<bool(std::size_t offset, std::size_t size, std::string* bytes)> read;
+  };
+
+  static std::optional<Content> open_file(const std::filesystem::path& path);
+  static Content open_bytes(std::shared_ptr<const std::string> bytes, const std::string& revision);
+  static void serve(const Content& content, const Manner& manner, const std::string& type,
+                    const Request& request, Response& response);
+
+  Manner manner_of(const std::string& ean) const;
+  std::optional<Content> open_book(const Title& title, const Manner& manner) const;
+  bool is_customer(const std::string& ean, const std::string& token);
+  Json book_json(const Title& title) const;
+
+  Shop& shop_;
+  mutable std::mutex mutex_;
+  std::map<std::string, Manner> manners_;  // by EAN
+};
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_FILES_H_

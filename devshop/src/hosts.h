@@ -1,0 +1,23 @@
+#ifndef DEVSHOP_HOSTS_H_
+#define DEVSHOP_HOSTS_H_
+
+#include <string>
+
+/// The names under which the shop is known to its clients, whatever port it listens on.
+namespace devshop {
+
+inline const std::string kShopHost = QUIRE_SHOP_HOST;
+inline const std::string kConfigHost = QUIRE_CONFIG_HOST;
+inline const std::string kReturnHost = QUIRE_RETURN_HOST;
+inline const std::string kShopUrl = "https://" + kShopHost;
+
+inline const std::string kShopName = "Quire Books";
+inline const std::string kStoreId = "4711";
+inline const std::string kStorePath = "/de/" + kStoreId;
+inline const std::string kStartPath = kStorePath + "/opds/start";
+inline const std::string kApiPath = "/webapp/wcs/stores/servlet";
+inline const std::string kReturnPath = "/QUIRESaltmoor";
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_HOSTS_H_

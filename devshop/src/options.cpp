@@ -1,0 +1,62 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <map>
+#include <string>
+
+namespace devshop {
+namespace {
+
+/// The data installed beside the program, in the build tree as in an installed one.
+std::filesystem::path share_folder() {
+  std::error_code error;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return (program.parent_path() / ".." / "share" / "quire").lexically_normal();
+}
+
+}  // namespace
+
+std::optional<Options> parse_options(int argc, char** argv, int* exit_code) {
+  Options options;
+  options.books = share_folder() / "books";
+  options.accounts = share_folder() / "accounts.json";
+
+  CLI::App app(
+      "A bookshop on loopback for developers: store API and catalogue over HTTPS, configuration\n"
+      "service over HTTP, payment pages, and a control port with faults and a ledger of requests.",
+      "quire-devshop");
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.add_option("--data", options.data,
+                 "Folder for the test authority and the shop's state, made when missing\n"
+                 "(default: a temporary one, removed at exit)");
+  app.add_option("--books", options.books, "Folder with the books to sell")->capture_default_str();
+  app.add_option("--accounts", options.accounts, "JSON file with the customers to start with")
+      ->capture_default_str();
+  const auto port = CLI::Range(0, 65535);
+  app.add_option("--shop-port", options.shop_port, "HTTPS port of the shop; 0: any free one")
+      ->check(port);
+  app.add_option("--config-port", options.config_port, "HTTP port of the configuration service")
+      ->check(port);
+  app.add_option("--control-port", options.control_port, "HTTP port for faults and the ledger")
+      ->check(port);
+  const std::map<std::string, CertificateKind> kinds{
+      {"good", CertificateKind::kGood},
+      {"other-host", CertificateKind::kOtherHost},
+      {"expired", CertificateKind::kExpired},
+      {"unknown-authority", CertificateKind::kUnknownAuthority}};
+  app.add_option("--certificate", options.certificate,
+                 "The shop's certificate: good, other-host, expired, unknown-authority")
+      ->transform(CLI::CheckedTransformer(kinds).description(""))
+      ->type_name("KIND");
+  app.add_flag("--verbose", options.verbose, "Log each request on standard error");
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    *exit_code = app.exit(error) == 0 ? 0 : 2;
+    return std::nullopt;
+  }
+  return options;
+}
+
+}  // namespace devshop

@@ -1,0 +1,17 @@
+#ifndef DEVSHOP_START_ERROR_H_
+#define DEVSHOP_START_ERROR_H_
+
+#include <stdexcept>
+
+namespace devshop {
+
+/// The shop cannot start. The text is one sentence for the person who started it: what is wrong,
+/// and how to mend it.
+class StartError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_START_ERROR_H_

@@ -1,0 +1,51 @@
+#ifndef DEVSHOP_TEXT_H_
+#define DEVSHOP_TEXT_H_
+
+#include <ctime>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace devshop {
+
+/// JSON whose members stay in the order written, so that a person reads answers top down.
+using Json = nlohmann::ordered_json;
+
+/// Form or query fields in the order sent; a name may repeat.
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+/// JSON text, indented; bytes that are not UTF-8 come out as U+FFFD.
+std::string to_text(const Json& json);
+
+/// Reads `application/x-www-form-urlencoded` text. Never fails: an odd escape stands for itself.
+Fields parse_fields(std::string_view encoded);
+
+/// The value of the first field of that name, else the empty text.
+std::string field(const Fields& fields, std::string_view name);
+
+/// Percent-encodes everything but letters, digits and `-._~`.
+std::string percent_encode(std::string_view text);
+std::string percent_decode(std::string_view text);
+
+/// Escapes text for HTML content and quoted attributes.
+std::string html_escape(std::string_view text);
+
+/// Lower case for comparing what people type, umlauts included.
+std::string fold_case(const std::string& utf8);
+
+/// "12.99" is 1299. Nothing when it is no amount.
+std::optional<long> parse_cents(const std::string& amount);
+/// 1299 is "12.99", or "12,99" with a comma as the separator.
+std::string format_cents(long cents, char separator = '.');
+/// As customers read it: "12,99 EUR".
+std::string price_text(long cents, const std::string& currency);
+
+/// Formats UTC time as strftime does; the default is how the shop writes its timestamps.
+std::string format_time(std::time_t time, const char* format = "%Y-%m-%d %H:%M:%S");
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_TEXT_H_

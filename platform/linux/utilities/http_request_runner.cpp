@@ -1,0 +1,99 @@
+#include "saltmoor/utilities/http_request_runner.h"
+
+#include <algorithm>
+#include <exception>
+#include <limits>
+#include <string>
+
+#include "platform/linux/common/log.h"
+#include "platform/linux/common/transfer.h"
+
+namespace saltmoor::utilities {
+namespace {
+
+using platform::EncodeFields;
+using platform::Error;
+using platform::Transfer;
+
+constexpr std::size_t kLargestBody_bytes = std::size_t{64} << 20;
+
+struct Answer {
+  int status = 0;
+  std::vector<char> body;
+  bool too_large = false;
+};
+
+/// Called by libcurl with the next bytes of the answer, unpacked.
+std::size_t Receive(char* bytes, std::size_t, std::size_t size, void* target) noexcept {
+  Answer& answer = *static_cast<Answer*>(target);
+  answer.too_large = size > kLargestBody_bytes - answer.body.size();
+  if (answer.too_large) return 0;
+  try {
+    answer.body.insert(answer.body.end(), bytes, bytes + size);
+  } catch (const std::exception&) {
+    return 0;
+  }
+  return size;
+}
+
+std::string WithQuery(const HttpRequest& request) {
+  std::string address = request.GetUrl().substr(0, request.GetUrl().find('#'));
+  const std::string query = EncodeFields(request.GetGetParams());
+  if (query.empty()) return address;
+  return address + (address.find('?') == std::string::npos ? '?' : '&') + query;
+}
+
+long Milliseconds(unsigned timeout_s) {
+  // To libcurl 0 means no limit at all.
+  const long most_s = std::numeric_limits<long>::max() / 1000;
+  return std::max(1L, static_cast<long>(std::min<unsigned long>(timeout_s, most_s)) * 1000);
+}
+
+Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
+  const bool post = request.GetMethod() == "POST";
+  if (!post && (request.GetMethod() != "GET" || !request.GetPostParams().empty())) {
+    return Error::Transfer(CURLE_BAD_FUNCTION_ARGUMENT,
+                           "a request is a POST, or a GET without a form");
+  }
+  Transfer transfer;
+  transfer.SetAddress(WithQuery(request));
+  const std::string form = EncodeFields(request.GetPostParams());
+  if (post) {
+    transfer.Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form.size()));
+    transfer.Set(CURLOPT_POSTFIELDS, form.c_str());
+    transfer.SendOnce();
+  }
+  transfer.Set(CURLOPT_FOLLOWLOCATION, request.GetFollowRedirects() ? 1L : 0L);
+  transfer.Set(CURLOPT_TIMEOUT_MS, Milliseconds(timeout_s));
+  transfer.Set(CURLOPT_ACCEPT_ENCODING, "");
+  transfer.Set(CURLOPT_WRITEFUNCTION, &Receive);
+  transfer.Set(CURLOPT_WRITEDATA, static_cast<void*>(answer));
+
+  const CURLcode code = transfer.Perform();
+  answer->status = transfer.Status();
+  if (code == CURLE_OK) return {};
+  const std::string reason =
+      answer->too_large ? "the answer is larger than 64 MiB" : transfer.Explain(code);
+  return Error::Transfer(
+      code, request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: " + reason);
+}
+
+}  // namespace
+
+int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
+                                      std::vector<char>* body, unsigned timeout_s) try {
+  if (status) *status = 0;
+  if (body) body->clear();
+  Answer answer;
+  if (const Error error = Perform(request, timeout_s, &answer)) {
+    platform::Log(platform::LogLevel::kError, error.text());
+    return error.code();
+  }
+  if (status) *status = answer.status;
+  if (body) *body = std::move(answer.body);
+  return 0;
+} catch (const std::exception&) {
+  return CURLE_OUT_OF_MEMORY;
+}
+
+}  // namespace saltmoor::utilities

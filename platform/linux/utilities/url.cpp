@@ -1,0 +1,58 @@
+#include "saltmoor/utilities/url.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace saltmoor::utilities {
+namespace {
+
+/// The value of a hexadecimal digit; -1 for any other character.
+int DigitValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+std::string Decode(std::string_view text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool escape = text[i] == '%' && i + 2 < text.size() && DigitValue(text[i + 1]) >= 0 &&
+                        DigitValue(text[i + 2]) >= 0;
+    if (escape) {
+      decoded += static_cast<char>(DigitValue(text[i + 1]) * 16 + DigitValue(text[i + 2]));
+      i += 2;
+    } else {
+      decoded += text[i] == '+' ? ' ' : text[i];
+    }
+  }
+  return decoded;
+}
+
+}  // namespace
+
+Url::Url(const std::string& address) {
+  const std::string before_fragment = address.substr(0, address.find('#'));
+  const std::size_t mark = before_fragment.find('?');
+  if (mark != std::string::npos) query_ = before_fragment.substr(mark + 1);
+}
+
+std::string Url::GetQuery() const {
+  return query_;
+}
+
+std::map<std::string, std::string> Url::ParseQuery(const std::string& query) {
+  std::map<std::string, std::string> fields;
+  std::string_view rest = query;
+  while (!rest.empty()) {
+    const std::string_view field = rest.substr(0, rest.find('&'));
+    rest.remove_prefix(std::min(field.size() + 1, rest.size()));
+    if (field.empty()) continue;
+    const std::string_view key = field.substr(0, field.find('='));
+    const std::string_view value = field.substr(std::min(key.size() + 1, field.size()));
+    fields.emplace(Decode(key), Decode(value));
+  }
+  return fields;
+}
+
+}  // namespace saltmoor::utilities

@@ -1,0 +1,122 @@
+#include "catalogue.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "text.h"
+
+namespace app {
+namespace {
+
+const std::string kStart = "https://shop.example/opds/start";
+
+std::string Title(const std::string& ean) {
+  return "<entry><id>urn:ean:" + ean + "</id><title>Title " + ean +
+         "</title><link rel='http://"
+         "opds-sp"
+         "ec.org/acquisition' type='application/pdf' href='x'/></entry>";
+}
+
+std::string Section(const std::string& href) {
+  return "<entry><link rel='subsection' type='application/atom+xml' href='" + href + "'/></entry>";
+}
+
+std::string Next(const std::string& href) {
+  return "<link rel='next' href='" + href + "'/>";
+}
+
+/// A shop whose pages are written down here.
+class CatalogueTest : public testing::Test {
+ protected:
+  void SetUp() override { UseUtf8(); }
+
+  void SetPage(const std::string& path, const std::string& content) {
+    pages_["https://shop.example/opds/" + path] =
+        "<feed xmlns='http://www.w3.org/2005/Atom'>" + content + "</feed>";
+  }
+
+  Catalogue Make() {
+    return {kStart, [this](const std::string& url) {
+              asked_.push_back(url);
+              if (!pages_.contains(url)) throw Failure(kUnreachable, "away");
+              return pages_[url];
+            }};
+  }
+
+  /// The EANs in the order visited.
+  std::vector<std::string> Read() {
+    std::vector<std::string> eans;
+    trouble_ = Make().Read([&](const CatalogueEntry& entry) {
+      eans.push_back(entry.ean);
+      return true;
+    });
+    return eans;
+  }
+
+  using Eans = std::vector<std::string>;
+  std::map<std::string, std::string> pages_;
+  std::vector<std::string> asked_;
+  std::optional<Failure> trouble_;
+};
+
+TEST_F(CatalogueTest, FollowsPagesThenSectionsAndNoCircle) {
+  SetPage("start", Section("new") + Title("11111111") + Next("start?page=2"));
+  SetPage("start?page=2", Title("22222222") + Next("start"));
+  SetPage("new", Title("33333333") + Title("11111111") + Section("start"));
+  EXPECT_EQ(Read(), (Eans{"11111111", "22222222", "33333333"}));
+  EXPECT_EQ(asked_.size(), 3U);
+  EXPECT_FALSE(trouble_);
+}
+
+TEST_F(CatalogueTest, AsksNobodyButTheShop) {
+  SetPage("start", Section("https://elsewhere.example/opds") + Title("11111111") +
+                       Next("http://shop.example/opds/start?page=2"));
+  EXPECT_EQ(Read(), Eans{"11111111"});
+  EXPECT_EQ(asked_, std::vector<std::string>{kStart});
+}
+
+TEST_F(CatalogueTest, KeepsWhatCameBeforeTheTrouble) {
+  SetPage("start", Title("11111111") + Next("gone"));
+  EXPECT_EQ(Read(), Eans{"11111111"});
+  ASSERT_TRUE(trouble_);
+  EXPECT_EQ(trouble_->code, kUnreachable);
+  pages_["https://shop.example/opds/gone"] = "<html/>";
+  EXPECT_EQ(Read(), Eans{"11111111"});
+  ASSERT_TRUE(trouble_);
+  EXPECT_NE(std::string(trouble_->what()).find("/opds/gone"), std::string::npos);
+  pages_.clear();
+  EXPECT_THROW(Read(), Failure);
+}
+
+TEST_F(CatalogueTest, EndsAlthoughThePagesDoNot) {
+  const Catalogue endless(kStart, [page = 0](const std::string&) mutable {
+    return "<feed xmlns='http://www.w3.org/2005/Atom'>" + Next("?p=" + std::to_string(++page)) +
+           "</feed>";
+  });
+  EXPECT_TRUE(endless.Read([](const CatalogueEntry&) { return true; }));
+  EXPECT_THROW(Catalogue("", {}).Find({"1"}), Failure);
+}
+
+TEST_F(CatalogueTest, FindsTitlesAndReadsNoFurther) {
+  SetPage("start", Title("11111111") + Title("22222222") + Next("two"));
+  SetPage("two", Title("33333333") + Next("gone"));
+  EXPECT_EQ(Make().Find({"22222222", "11111111"}).size(), 2U);
+  EXPECT_EQ(asked_.size(), 1U);
+  EXPECT_EQ(Make().Find({"33333333"}).front().title, "Title 33333333");
+  EXPECT_THROW(Make().Find({"99999999"}), Failure) << "it may stand on the page that is away";
+  SetPage("gone", "");
+  EXPECT_TRUE(Make().Find({"99999999"}).empty());
+}
+
+TEST_F(CatalogueTest, MatchesWhateverTheCase) {
+  CatalogueEntry entry;
+  entry.title = "ÜBER die Brücken";
+  entry.ean = "9780000000017";
+  EXPECT_TRUE(Matches(entry, FoldCase("über DIE")));
+  EXPECT_TRUE(Matches(entry, FoldCase("00017")));
+  EXPECT_FALSE(Matches(entry, FoldCase("Brucken")));
+}
+
+}  // namespace
+}  // namespace app

@@ -1,0 +1,157 @@
+#include <gtest/gtest.h>
+
+#include "opds_feed.h"
+#include "text.h"
+#include "web_address.h"
+
+namespace app {
+namespace {
+
+const std::string kPage = "https://shop.example/4711/opds/start?page=1";
+const std::string kAcquisition =
+    "http://opds-sp"
+    "ec.org/acquisition";
+
+/// A feed with namespaces under their usual names.
+std::string Feed(const std::string& content) {
+  return "<feed xmlns='http://www.w3.org/2005/Atom' xmlns:dc='http://purl.org/dc/terms/' "
+         "xmlns:opds='http://opds-sp"
+         "ec.org/2010/catalog'>" +
+         content + "</feed>";
+}
+
+std::string Entry(const std::string& content) {
+  return Feed("<entry><id>urn:ean:9780000000017</id><title>T</title>" + content + "</entry>");
+}
+
+std::string Buy(const std::string& type, const std::string& inside = "") {
+  return "<link rel='" + kAcquisition + "/buy' type='" + type + "' href='/p'>" + inside + "</link>";
+}
+
+CatalogueEntry Only(const std::string& xml) {
+  UseUtf8();
+  const FeedPage page = ParseFeed(xml, kPage);
+  EXPECT_EQ(page.entries.size(), 1U) << xml;
+  return page.entries.empty() ? CatalogueEntry() : page.entries.front();
+}
+
+TEST(Feed, ReadsATitleWhole) {
+  const CatalogueEntry entry = Only(
+      Feed("<entry><title>Der  Weg\n nach oben</title><id>tag:x,2020:1</id>"
+           "<author><name>A. Ä</name></author><author><name>B</name></author>"
+           "<dc:identifier>urn:isbn:978-0-00-000001-7</dc:identifier><dc:language>de</dc:language>"
+           "<summary>S</summary><dc:issued>2021-03-15</dc:issued>"
+           "<category term='FIC' label='Novel'/><category term='Alps'/>"
+           "<link rel='http://opds-sp"
+           "ec.org/image/thumbnail' href='../covers/1.png'/>"
+           "<link rel='alternate' type='text/html' href='/product/1#top'/>" +
+           Buy("application/epub+zip",
+               "<opds:price currencycode='EUR'>4.99</opds:price>"
+               "<opds:price currencycode='USD'>9.99</opds:price>") +
+           "</entry>"));
+  EXPECT_EQ(entry.title, "Der Weg nach oben");
+  EXPECT_EQ(entry.author, "A. Ä, B");
+  EXPECT_EQ(entry.ean, "9780000000017");
+  EXPECT_EQ(entry.language, "de");
+  EXPECT_EQ(entry.published, "2021-03-15");
+  EXPECT_EQ(entry.subject, "Novel, Alps");
+  EXPECT_EQ(entry.price_hundredths, 499);
+  EXPECT_EQ(entry.currency, "EUR");
+  EXPECT_EQ(entry.formats, "EPUB");
+  EXPECT_EQ(entry.type, "application/epub+zip");
+  EXPECT_EQ(entry.thumbnail_url, "https://shop.example/4711/covers/1.png");
+  EXPECT_EQ(entry.page_url, "https://shop.example/product/1");
+}
+
+TEST(Feed, GoesByNamespaceAndNotByPrefix) {
+  const CatalogueEntry entry = Only(
+      "<a:feed xmlns:a='http://www.w3.org/2005/Atom' xmlns='urn:other'><title>other</title>"
+      "<a:entry xmlns:o='http://opds-sp"
+      "ec.org/2010/catalog'><title>not Atom's</title>"
+      "<a:title>T</a:title><a:id>urn:ean:9780000000017</a:id>"
+      "<a:link rel='" +
+      kAcquisition +
+      "' type='text/html' href='p'>"
+      "<o:indirectAcquisition type='application/pdf'/><x:price xmlns:x='urn:other'>9</x:price>"
+      "</a:link></a:entry></a:feed>");
+  EXPECT_EQ(entry.title, "T");
+  EXPECT_EQ(entry.formats, "PDF");
+  EXPECT_EQ(entry.price_hundredths, std::nullopt);
+  EXPECT_THROW(ParseFeed("<feed><entry/></feed>", kPage), FeedError) << "no namespace at all";
+}
+
+TEST(Feed, ListsFormatsOfNestedTickets) {
+  const CatalogueEntry ticket = Only(
+      Entry(Buy("text/html",
+                "<opds:indirectAcquisition type='application/vnd.adobe.adept+xml'>"
+                "<opds:indirectAcquisition type='application/epub+zip'/></opds:indirectAcquisition>"
+                "<opds:indirectAcquisition type='application/pdf'/>")));
+  EXPECT_EQ(ticket.formats, "EPUB,PDF");
+  EXPECT_TRUE(ticket.needs_adobe);
+  EXPECT_FALSE(Only(Entry(Buy("application/octet-stream"))).needs_adobe);
+
+  std::string deep;
+  for (int i = 0; i < 50'000; ++i) deep += "<opds:indirectAcquisition type='application/pdf'>";
+  for (int i = 0; i < 50'000; ++i) deep += "</opds:indirectAcquisition>";
+  EXPECT_LT(Only(Entry(Buy("text/html", deep))).formats.size(), 64U);
+}
+
+TEST(Feed, KeepsTheFirstOfWhatIsThereTwiceAndTheTextOfMarkUp) {
+  const CatalogueEntry entry = Only(
+      Entry("<title>second</title><entry><title>inner</title></entry>" + Buy("application/pdf") +
+            "<summary type='xhtml'><div xmlns='http://www.w3.org/1999/xhtml'>One <b>two</b>"
+            "<p/> three</div></summary>"));
+  EXPECT_EQ(entry.title, "T");
+  EXPECT_EQ(entry.summary, "One two three");
+  EXPECT_EQ(Only(Entry("<summary>a\x1b[2Jb</summary>" + Buy("application/pdf"))).summary, "a�[2Jb");
+}
+
+TEST(Feed, TellsTitlesFromSectionsAndSamples) {
+  const FeedPage page =
+      ParseFeed(Feed("<link rel='next' href='?page=2'/><link rel='next' href='?page=9'/>"
+                     "<entry><title>News</title><link rel='subsection' href='new' "
+                     "type='application/atom+xml;profile=opds-catalog;kind=acquisition'/></entry>"
+                     "<entry><title>Strange</title><link rel='urn:unknown' href='x' "
+                     "type='application/atom+xml'/></entry>"
+                     "<entry><title>Sample</title><link rel='" +
+                     kAcquisition +
+                     "/sample' "
+                     "type='application/pdf' href='s'/></entry>"),
+                kPage);
+  EXPECT_TRUE(page.entries.empty());
+  EXPECT_EQ(page.sections, std::vector<std::string>{"https://shop.example/4711/opds/new"});
+  EXPECT_EQ(page.next_url, "https://shop.example/4711/opds/start?page=2");
+}
+
+TEST(Feed, ThatIsBrokenSaysSo) {
+  const auto reason = [](const std::string& xml) -> std::string {
+    try {
+      ParseFeed(xml, kPage);
+    } catch (const FeedError& error) {
+      return error.what();
+    }
+    return {};
+  };
+  EXPECT_NE(reason("").find("no XML"), std::string::npos);
+  EXPECT_NE(reason("{\"error\": true}").find("no XML"), std::string::npos);
+  EXPECT_NE(reason(Feed("<entry>").substr(0, 90)).find("at byte"), std::string::npos);
+  EXPECT_NE(reason("<html><body/></html>").find("\"html\""), std::string::npos);
+  EXPECT_NE(reason("<\x1b[2J/>").find("byte"), std::string::npos);
+  std::string deep;
+  for (int i = 0; i < 200'000; ++i) deep += "<a>";
+  EXPECT_FALSE(reason(deep).empty());
+}
+
+TEST(WebAddress, StaysOnTheWebAndOnTheSite) {
+  EXPECT_EQ(ResolveAddress("https://a.example/b/c?d", "../e?f#g"), "https://a.example/e?f");
+  EXPECT_EQ(ResolveAddress("https://a.example/b", "//c.example/d"), "https://c.example/d");
+  EXPECT_EQ(ResolveAddress("https://a.example/", "file:///etc/passwd"), "");
+  EXPECT_EQ(ResolveAddress("https://a.example/", "javascript:x"), "");
+  EXPECT_EQ(ResolveAddress("", "opds/start"), "");
+  EXPECT_TRUE(IsSameSite("https://a.example/x", "https://A.example:443/y"));
+  EXPECT_FALSE(IsSameSite("https://a.example/x", "http://a.example/x"));
+  EXPECT_FALSE(IsSameSite("https://a.example/x", "https://a.example:444/x"));
+}
+
+}  // namespace
+}  // namespace app

@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include "json_output.h"
+#include "money.h"
+#include "screen.h"
+#include "table.h"
+#include "text.h"
+
+namespace app {
+namespace {
+
+class Utf8 : public testing::Environment {
+  void SetUp() override { UseUtf8(); }
+};
+const auto* const utf8 = testing::AddGlobalTestEnvironment(new Utf8);
+
+TEST(Printable, LeavesNothingThatATerminalObeys) {
+  EXPECT_EQ(Printable("Ä “q” 漢\t\nx"), "Ä “q” 漢  x");
+  EXPECT_EQ(Printable("\x1b[31mred\x07\x7f"), "�[31mred��");
+  EXPECT_EQ(Printable("\xC2\x9B"
+                      "31m"),
+            "�31m")
+      << "the control characters above 127 too";
+  EXPECT_EQ(Printable("a\xE2\x80\xAE"
+                      "b"),
+            "a�b")
+      << "a right-to-left override";
+  EXPECT_EQ(Printable(std::string("a\0b", 3)), "a�b");
+  EXPECT_EQ(Printable("a\xFF\xC3"), "a��") << "no UTF-8, and cut short";
+  EXPECT_EQ(Printable("\xC0\xAF"), "��") << "overlong";
+}
+
+TEST(Width, CountsColumnsAndNotBytes) {
+  EXPECT_EQ(DisplayWidth("Ünal"), 4);
+  EXPECT_EQ(DisplayWidth("漢字"), 4);
+  EXPECT_EQ(DisplayWidth("e\xCC\x81"), 1) << "a combining accent takes none";
+}
+
+TEST(Cut, EndsWithAnEllipsisWithinTheRoom) {
+  EXPECT_EQ(Cut("Müller", 6), "Müller");
+  EXPECT_EQ(Cut("Müller", 5), "Müll…");
+  EXPECT_EQ(Cut("Der Weg", 5), "Der…") << "no blank before it";
+  EXPECT_EQ(Cut("漢字漢", 4), "漢…") << "a wide character is not halved";
+  EXPECT_EQ(Cut("abc", 1), "…");
+  EXPECT_EQ(Cut("abc", 0), "");
+}
+
+TEST(Wrap, BreaksAtBlanksWhereItCan) {
+  using Lines = std::vector<std::string>;
+  EXPECT_EQ(Wrap("one two three", 7), (Lines{"one two", "three"}));
+  EXPECT_EQ(Wrap("abcdefgh ij", 4), (Lines{"abcd", "efgh", "ij"}));
+  EXPECT_EQ(Wrap("漢字", 1), (Lines{"漢", "字"})) << "it ends, although nothing fits";
+  EXPECT_EQ(Wrap("", 10), (Lines{""}));
+  EXPECT_EQ(Wrap("one two", 0), (Lines{"one two"}));
+}
+
+TEST(Money, IsWrittenAsInTheCart) {
+  EXPECT_EQ(FormatPrice(1299, "EUR"), "12,99 EUR");
+  EXPECT_EQ(FormatPrice(5, "EUR"), "0,05 EUR");
+  EXPECT_EQ(FormatPrice(-5, ""), "-0,05");
+  EXPECT_EQ(FormatPrice(INT64_MIN, ""), "-92233720368547758,08");
+}
+
+TEST(Money, IsReadExactlyOrNotAtAll) {
+  EXPECT_EQ(ParsePrice("12.99"), 1299);
+  EXPECT_EQ(ParsePrice("12,9"), 1290);
+  EXPECT_EQ(ParsePrice("5"), 500);
+  EXPECT_EQ(ParsePrice("0.29"), 29);
+  EXPECT_EQ(ParsePrice("0.125"), 13);
+  for (const char* text : {"", "free", "-1", "1.2.3", "1e3", "99999999999999999999", "4.99 EUR"}) {
+    EXPECT_EQ(ParsePrice(text), std::nullopt) << text;
+  }
+}
+
+// Output of a test is no terminal, so that no tone shows.
+std::string Rendered(int width) {
+  Table table({{"Title", 8}, {"Author", 6}, {"Price", 0, true}, {"EAN"}});
+  table.AddRow({"Über die Brücken am Abend", "Jo Ö", "4,99 EUR", "9780000000017"});
+  table.AddRow({"Kurz", "", "12,99 EUR", ""});
+  return table.Render(Screen::Out(), width);
+}
+
+int Widest(const std::string& text) {
+  int widest = 0;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    widest = std::max(widest, DisplayWidth(line));
+    EXPECT_FALSE(line.ends_with(' ')) << line;
+  }
+  return widest;
+}
+
+TEST(Table, CutsOnlyWhatMayBeCut) {
+  EXPECT_EQ(Rendered(0),
+            "Title                      Author      Price  EAN\n"
+            "Über die Brücken am Abend  Jo Ö     4,99 EUR  9780000000017\n"
+            "Kurz                               12,99 EUR\n");
+  EXPECT_EQ(Rendered(50),
+            "Title             Author      Price  EAN\n"
+            "Über die Brücke…  Jo Ö     4,99 EUR  9780000000017\n"
+            "Kurz                      12,99 EUR\n");
+}
+
+TEST(Table, BecomesCardsWhereColumnsDoNotFit) {
+  EXPECT_EQ(Rendered(40),
+            "Über die Brücken am Abend\n"
+            "  Jo Ö · 4,99 EUR · 9780000000017\n"
+            "Kurz\n"
+            "  12,99 EUR\n");
+}
+
+TEST(Table, FitsEveryWidth) {
+  for (int width = 20; width < 90; ++width) {
+    EXPECT_LE(Widest(Rendered(width)), width);
+  }
+}
+
+TEST(Details, KeepValuesInTheirColumn) {
+  EXPECT_EQ(RenderDetails(Screen::Out(), 20,
+                          {{"Name", "Anna"}, {"Company", ""}, {"Street", "Am langen Weg 5"}}),
+            "Name    Anna\n"
+            "Street  Am langen\n"
+            "        Weg 5\n");
+}
+
+TEST(ProgressLine, HasItsWidthAtEveryPercent) {
+  for (const int columns : {39, 79}) {
+    for (int percent = -1; percent <= 101; ++percent) {
+      EXPECT_EQ(DisplayWidth(ProgressLine("Ein Bücherwurm auf langen Reisen", percent, columns)),
+                columns)
+          << percent;
+    }
+  }
+}
+
+TEST(JsonOutput, IsHarmlessAndStaysJson) {
+  const std::string text = JsonText({{"title",
+                                      "a\x1b\x7f\xC2\x9B"
+                                      "Ä\xFF"}});
+  EXPECT_EQ(text, "{\n  \"title\": \"a\\u001b\\u007f\\u009bÄ�\"\n}\n");
+  EXPECT_EQ(Json::parse(text)["title"], "a\x1b\x7f\xC2\x9BÄ�");
+}
+
+}  // namespace
+}  // namespace app

@@ -1,0 +1,215 @@
+#include <gtest/gtest.h>
+
+#include <httplib.h>
+
+#include <csignal>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "process.h"
+
+namespace {
+
+constexpr char kPage[] = R"(<!DOCTYPE html><html><head><meta charset="utf-8"><title>Zahlung</title>
+<style>p { color: red }</style></head><body><h1>Bestellung 7</h1><table><tr><td>Die &Auml;ngste</td>
+<td>4,99 EUR</td></tr></table><form method="post" action="pay?step=2">
+<input type="hidden" name="token" value="a&amp;b=ü"><input name="empty" type="hidden" value="">
+<label for="n">Card number</label><input id="n" name="card_number" autocomplete="cc-number">
+<input name="card_cvc"><input type="checkbox" name="news"><select name="country"><option>AT
+<option value="DE" selected>Germany</select>
+<button name="decision" value="approve">Pay 4,99 EUR</button>
+<button name="decision" value="cancel">Cancel</button><button type="button">Help</button></form>)";
+
+/// A shop's payment pages, as the browser reaches them at http://shop.test.
+class Agent : public testing::Test {
+ protected:
+  void SetUp() override { Serve(std::make_unique<httplib::Server>()); }
+  void TearDown() override {
+    server_->stop();
+    thread_.join();
+  }
+
+  void Serve(std::unique_ptr<httplib::Server> server) {
+    server_ = std::move(server);
+    server_->Get("/start", [](const httplib::Request&, httplib::Response& response) {
+      response.set_header("Set-Cookie", "session=s1; Path=/");
+      response.set_redirect("/shop/pay", 302);
+    });
+    server_->Get("/shop/pay", [](const httplib::Request&, httplib::Response& response) {
+      response.set_content(kPage, "text/html");
+    });
+    server_->Post("/shop/pay",
+                  [this](const httplib::Request& request, httplib::Response& response) {
+                    posted_.push_back(request.target + " " + request.body + " " +
+                                      request.get_header_value("Cookie"));
+                    if (refuse_) {
+                      response.status = 422;
+                      return response.set_content(kPage, "text/html");
+                    }
+                    const bool cancel = request.body.find("decision=cancel") != std::string::npos;
+                    response.set_redirect(
+                        cancel ? "http://return.test/QUIRESaltmoor?status=cancel" : "/done", 303);
+                  });
+    server_->Get("/done", [](const httplib::Request&, httplib::Response& response) {
+      response.set_redirect("http://return.test/QUIRESaltmoor?status=success", 302);
+    });
+    server_->Get("/loop", [](const httplib::Request&, httplib::Response& response) {
+      response.set_redirect("/loop", 302);
+    });
+    server_->Get("/broken", [](const httplib::Request&, httplib::Response& response) {
+      response.status = 500;
+      response.set_content(kPage, "text/html");
+    });
+    server_->Get("/plain", [](const httplib::Request&, httplib::Response& response) {
+      response.set_content("<p>Nothing \x1b[2Jto do here", "text/html");
+    });
+    server_->Get("/file", [](const httplib::Request&, httplib::Response& response) {
+      response.set_redirect("file:///etc/passwd", 302);
+    });
+    port_ = std::to_string(server_->bind_to_any_port("127.0.0.1"));
+    thread_ = std::thread([this] { server_->listen_after_bind(); });
+    while (!server_->is_running()) std::this_thread::yield();
+  }
+
+  Environment With(const std::string& answer) const {
+    return {{"QUIRE_BROWSER_ANSWER", answer},
+            {"TABULET_CONNECT_TO",
+             "shop.test:80:127.0.0.1:" + port_ + ",shop.test:443:127.0.0.1:" + port_}};
+  }
+
+  Finished Browse(const std::string& address, const std::string& answer) const {
+    return RunProgram({kProgram, "--paypal", "-img", "/tmp/logo.bmp", address}, With(answer));
+  }
+
+  const std::string kProgram = QUIRE_BUILD_DIR "/bin/browser-agent";
+  const std::string kVisits = "http://shop.test/start\nhttp://shop.test/shop/pay\n";
+  const std::string kPosted = "http://shop.test/shop/pay?step=2\n";
+  const std::string kHidden = "token=a%26b%3D%C3%BC&empty=&";
+  bool refuse_ = false;
+  std::vector<std::string> posted_;
+  std::unique_ptr<httplib::Server> server_;
+  std::thread thread_;
+  std::string port_;
+};
+
+TEST_F(Agent, ApprovesAndFollowsEachRedirectToTheReturnAddress) {
+  const Finished run = Browse("http://shop.test/start", "approve");
+  EXPECT_EQ(run.out,
+            kVisits + kPosted +
+                "http://shop.test/done\nhttp://return.test/QUIRESaltmoor?status=success\n");
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  ASSERT_EQ(posted_.size(), 1U);
+  EXPECT_EQ(posted_[0], "/shop/pay?step=2 " + kHidden +
+                            "card_number=4111%201111%201111%201111&card_cvc=123&country=DE&"
+                            "decision=approve session=s1");
+  for (const char* text : {"Bestellung 7", "Die Ängste 4,99 EUR", "[Pay 4,99 EUR]"}) {
+    EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
+  }
+  EXPECT_EQ(run.err.find("color"), std::string::npos) << run.err;
+}
+
+TEST_F(Agent, CancelsWithoutACard) {
+  const Finished run = Browse("http://shop.test/start", "cancel");
+  EXPECT_EQ(run.out, kVisits + kPosted + "http://return.test/QUIRESaltmoor?status=cancel\n");
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+  ASSERT_EQ(posted_.size(), 1U);
+  EXPECT_NE(posted_[0].find("card_number=&card_cvc=&"), std::string::npos) << posted_[0];
+}
+
+TEST_F(Agent, IsClosedOrDiesWithoutAnAnswerToThePage) {
+  const Finished closed = Browse("http://shop.test/start", "close");
+  EXPECT_EQ(closed.out, kVisits);
+  EXPECT_EQ(closed.exit_code, 0);
+  const Finished crashed = Browse("http://shop.test/start", "crash");
+  EXPECT_EQ(crashed.out, kVisits);
+  EXPECT_EQ(crashed.exit_code, 128 + SIGSEGV);
+  EXPECT_TRUE(posted_.empty());
+}
+
+TEST_F(Agent, AsksOnTheTerminal) {
+  Process browser({kProgram, "-wirecard", "http://shop.test/shop/pay"}, With(""),
+                  Process::On::kTerminal);
+  ASSERT_TRUE(browser.WaitForOutput("1 to 2, or q to close: "));
+  browser.Type("9\n1\n");
+  ASSERT_TRUE(browser.WaitForOutput("Card number: "));
+  browser.Type("42 17\n");
+  ASSERT_TRUE(browser.WaitForOutput("card_cvc: "));
+  browser.Type("999\n");
+  const Finished run = browser.Wait();
+  EXPECT_EQ(run.exit_code, 0);
+  EXPECT_NE(run.out.find("status=success"), std::string::npos) << run.out;
+  ASSERT_EQ(posted_.size(), 1U);
+  EXPECT_NE(posted_[0].find("card_number=42%2017&card_cvc=999"), std::string::npos) << posted_[0];
+
+  Process closed({kProgram, "http://shop.test/shop/pay"}, With(""), Process::On::kTerminal);
+  ASSERT_TRUE(closed.WaitForOutput("or q to close: "));
+  closed.Type("q\n");
+  EXPECT_EQ(closed.Wait().exit_code, 0);
+  EXPECT_EQ(posted_.size(), 1U);
+}
+
+TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
+  const struct {
+    const char* address;
+    const char* answer;
+    const char* sentence;
+  } cases[] = {
+      {"http://shop.test/broken", "approve", "http://shop.test/broken answers 500: Zahlung"},
+      {"http://shop.test/none", "approve", "http://shop.test/none answers 404"},
+      {"http://shop.test/loop", "approve", "redirects again and again"},
+      {"http://shop.test/plain", "approve", "leads nowhere"},
+      {"http://shop.test/file", "approve", "leads to file:///etc/passwd, which is no web address"},
+      {"http://127.0.0.1:1/", "approve", "cannot load http://127.0.0.1:1/: "},
+      {"http://shop.test/shop/pay", "", "set QUIRE_BROWSER_ANSWER"},
+      {"http://shop.test/shop/pay", "perhaps", "QUIRE_BROWSER_ANSWER is perhaps"},
+  };
+  for (const auto& one : cases) {
+    const Finished run = Browse(one.address, one.answer);
+    EXPECT_EQ(run.exit_code, 1) << one.sentence;
+    EXPECT_NE(run.err.find(one.sentence), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("browser: "), std::string::npos) << run.err;
+    EXPECT_EQ(run.err.find('\x1b'), std::string::npos) << "drives the terminal";
+  }
+  EXPECT_EQ(Browse("ftp://shop.test/", "approve").exit_code, 2);
+  EXPECT_EQ(Browse("--paypal", "approve").exit_code, 2);
+  EXPECT_TRUE(posted_.empty());
+
+  refuse_ = true;
+  const Finished refused = Browse("http://shop.test/shop/pay", "approve");
+  EXPECT_EQ(refused.exit_code, 1);
+  EXPECT_NE(refused.err.find("asks again and again"), std::string::npos) << refused.err;
+  EXPECT_EQ(posted_.size(), 3U);
+}
+
+TEST_F(Agent, LoadsNothingFromAServerThatItCannotTrust) {
+  const TemporaryFolder folder;
+  const std::string key = folder / "key.pem";
+  const std::string certificate = folder / "ca.pem";
+  ASSERT_EQ(
+      RunProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                  "ec_paramgen_curve:prime256v1", "-nodes", "-keyout", key, "-out", certificate,
+                  "-subj", "/CN=shop.test", "-addext", "subjectAltName=DNS:shop.test"})
+          .exit_code,
+      0);
+  TearDown();
+  Serve(std::make_unique<httplib::SSLServer>(certificate.c_str(), key.c_str()));
+  int requests = 0;
+  server_->set_pre_routing_handler([&](const httplib::Request&, httplib::Response&) {
+    ++requests;
+    return httplib::Server::HandlerResponse::Unhandled;
+  });
+
+  const Finished refused = Browse("https://shop.test/start", "approve");
+  EXPECT_EQ(refused.exit_code, 1);
+  EXPECT_NE(refused.err.find("certificate"), std::string::npos) << refused.err;
+  EXPECT_EQ(requests, 0);
+
+  Environment trusting = With("approve");
+  trusting.emplace_back("TABULET_CA_FILE", certificate);
+  EXPECT_EQ(RunProgram({kProgram, "https://shop.test/start"}, trusting).exit_code, 0);
+  EXPECT_EQ(requests, 4);
+}
+
+}  // namespace

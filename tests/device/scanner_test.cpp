@@ -1,0 +1,237 @@
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zip.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "epub_metadata.h"
+#include "process.h"
+#include "scan.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kContainer[] =
+    "<?xml version='1.0'?><container xmlns='urn:oasis:names:tc:opendocument:xmlns:container'>"
+    "<rootfiles><rootfile full-path='OEBPS/content.opf'/></rootfiles></container>";
+
+std::string Package(const std::string& metadata) {
+  return "<package xmlns='http://www.idpf.org/2007/opf' xmlns:opf='http://www.idpf.org/2007/opf' "
+         "xmlns:dc='http://purl.org/dc/elements/1.1/'><metadata>" +
+         metadata + "</metadata></package>";
+}
+
+void WriteZip(const std::string& path, const std::map<std::string, std::string>& entries) {
+  zip_t* zip = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
+  ASSERT_TRUE(zip);
+  for (const auto& [name, content] : entries) {
+    zip_source_t* source = zip_source_buffer(zip, content.data(), content.size(), 0);
+    ASSERT_GE(zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8), 0);
+  }
+  ASSERT_EQ(zip_close(zip), 0);
+}
+
+void WriteEpub(const std::string& path, const std::string& package) {
+  WriteZip(path, {{"META-INF/container.xml", kContainer}, {"OEBPS/content.opf", package}});
+}
+
+class EpubMetadata : public testing::Test {
+ protected:
+  scanner::Metadata ReadPackage(const std::string& package) {
+    WriteEpub(file_, package);
+    return scanner::ReadEpubMetadata(file_);
+  }
+
+  const TemporaryFolder folder_;
+  const std::string file_ = folder_ / "book.epub";
+};
+
+TEST_F(EpubMetadata, IsReadAsItIsWritten) {
+  const struct {
+    std::string package, title, author;
+  } cases[] = {
+      {Package("<dc:title>Die\n  \xC3\x84ngste &amp; W\xC3\xBCnsche</dc:title><dc:creator "
+               "opf:role='aut'>A. Eins</dc:creator><dc:creator>B. Zwei</dc:creator>"
+               "<dc:creator opf:role='ill'>C. Drei</dc:creator>"),
+       "Die \xC3\x84ngste & W\xC3\xBCnsche", "A. Eins, B. Zwei"},
+      {Package("<dc:title> </dc:title><dc:title>Second</dc:title>"), "Second", ""},
+      {"<package xmlns:x='http://purl.org/dc/elements/1.1/'><metadata><dc-metadata><x:title>Old"
+       "</x:title></dc-metadata></metadata></package>",
+       "Old", ""},
+      {"<?xml version='1.0' encoding='ISO-8859-1'?>" + Package("<dc:title>\xC4</dc:title>"),
+       "\xC3\x84", ""},
+      {Package("<dc:title>Torn</dc:title>").substr(0, 215), "Torn", ""},
+  };
+  for (const auto& one : cases) {
+    const scanner::Metadata metadata = ReadPackage(one.package);
+    EXPECT_EQ(metadata.title, one.title) << one.package;
+    EXPECT_EQ(metadata.author, one.author) << one.package;
+  }
+  // Cut between two characters, not within one.
+  std::string long_title;
+  while (long_title.size() < 3001) long_title += "\xE2\x82\xAC";
+  EXPECT_EQ(ReadPackage(Package("<dc:title>" + long_title + "</dc:title>")).title,
+            long_title.substr(0, 999));
+}
+
+TEST_F(EpubMetadata, OfAHostileFileIsEmptyAndCostsLittle) {
+  const std::string bomb(16 << 20, ' ');  // 16 KiB on the disk
+  const std::map<std::string, std::string> files[] = {
+      {{"OEBPS/content.opf", Package("<dc:title>T</dc:title>")}},
+      {{"META-INF/container.xml", kContainer}},
+      {{"META-INF/container.xml", "<container/>"}},
+      {{"META-INF/container.xml", "no XML"}, {"OEBPS/content.opf", "<"}},
+      {{"META-INF/container.xml", bomb}},
+      {{"META-INF/container.xml", kContainer}, {"OEBPS/content.opf", bomb}},
+      {{"META-INF/container.xml", kContainer},
+       {"OEBPS/content.opf", std::string(1 << 20, '<') + "a"}},
+  };
+  for (const auto& entries : files) {
+    WriteZip(file_, entries);
+    EXPECT_EQ(scanner::ReadEpubMetadata(file_).title, "");
+  }
+  std::string nested = "<package><metadata>";
+  for (int i = 0; i < 100'000; ++i) nested += "<title>";
+  EXPECT_EQ(ReadPackage(nested).title, "");
+
+  std::string laughs = "<!DOCTYPE package [<!ENTITY l0 'haha'>";
+  for (int i = 1; i < 20; ++i) {
+    const std::string before = "&l" + std::to_string(i - 1) + ";";
+    laughs += "<!ENTITY l" + std::to_string(i) + " '";
+    for (int j = 0; j < 10; ++j) laughs += before;
+    laughs += "'>";
+  }
+  laughs += "<!ENTITY file SYSTEM 'file:///etc/passwd'>]>";
+  EXPECT_LE(ReadPackage(laughs + Package("<dc:title>&l19;</dc:title>")).title.size(), 1000U);
+  EXPECT_EQ(ReadPackage(laughs + Package("<dc:title>&file;</dc:title>")).title.find("root"),
+            std::string::npos);
+}
+
+TEST_F(EpubMetadata, OfADamagedFileIsWhatIsLeft) {
+  WriteEpub(file_, Package("<dc:title>Whole</dc:title>"));
+  const std::string whole = ReadFile(file_);
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    WriteFile(file_, whole.substr(0, size));
+    EXPECT_EQ(scanner::ReadEpubMetadata(file_).title, "") << size;
+  }
+  for (std::size_t at = 0; at < whole.size(); at += 2) {
+    std::string flipped = whole;
+    flipped[at] = static_cast<char>(~flipped[at]);
+    WriteFile(file_, flipped);
+    scanner::ReadEpubMetadata(file_);
+  }
+}
+
+class Scan : public testing::Test {
+ protected:
+  std::string DoScan(const std::string& name = "Downloads") {
+    const scanner::ScanResult result = scanner::Scan(folder_ / name, library_);
+    return std::to_string(result.books) + " books, " + std::to_string(result.new_books) + " new, " +
+           std::to_string(result.gone) + " gone";
+  }
+
+  std::string Rows() {
+    sqlite3* database = nullptr;
+    std::string rows;
+    EXPECT_EQ(sqlite3_open(library_.c_str(), &database), SQLITE_OK);
+    const auto add = [](void* text, int columns, char** values, char**) {
+      for (int i = 0; i < columns; ++i) {
+        *static_cast<std::string*>(text) += std::string(values[i] ? values[i] : "null") + "|";
+      }
+      *static_cast<std::string*>(text) += "\n";
+      return 0;
+    };
+    EXPECT_EQ(sqlite3_exec(database,
+                           "SELECT replace(path, rtrim(path, replace(path, '/', '')), ''), format, "
+                           "size, modified > 1600000000, title, author FROM books ORDER BY path",
+                           add, &rows, nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    return rows;
+  }
+
+  const TemporaryFolder folder_;
+  const std::string library_ = folder_ / "library.sqlite";
+};
+
+TEST_F(Scan, RecordsBookFilesAndForgetsVanishedOnes) {
+  WriteFile(folder_ / "Downloads/a.pdf", "12345");
+  WriteFile(folder_ / "Downloads/deep/er/B.FB2.ZIP", "1");
+  WriteEpub(folder_ / "Downloads/c's.epub",
+            Package("<dc:title>C</dc:title><dc:creator>D</dc:creator>"));
+  for (const char* ignored : {"x.pdf.part", ".hidden.pdf", "noextension", "z.exe", ".hid/y.pdf"}) {
+    WriteFile(folder_ / "Downloads/" + ignored, "1");
+  }
+  WriteFile(folder_ / "Downloads2/sibling.pdf", "1");
+  fs::create_symlink(folder_ / "Downloads2", folder_ / "Downloads/link");
+  fs::create_symlink(folder_ / "Downloads/a.pdf", folder_ / "Downloads/link.pdf");
+
+  EXPECT_EQ(DoScan("Downloads2"), "1 books, 1 new, 0 gone");
+  EXPECT_EQ(DoScan("Downloads/"), "3 books, 3 new, 0 gone");
+  const std::string size = std::to_string(fs::file_size(folder_ / "Downloads/c's.epub"));
+  EXPECT_EQ(Rows(),
+            "a.pdf|pdf|5|1|null|null|\nc's.epub|epub|" + size +
+                "|1|C|D|\nB.FB2.ZIP|fb2.zip|1|1|null|null|\nsibling.pdf|pdf|1|1|null|null|\n");
+
+  // A changed file is read again, a vanished one forgotten; the neighbour stays.
+  WriteEpub(folder_ / "Downloads/c's.epub", Package("<dc:title>Changed</dc:title>"));
+  fs::remove_all(folder_ / "Downloads/deep");
+  fs::remove(folder_ / "Downloads/a.pdf");
+  EXPECT_EQ(DoScan(), "1 books, 0 new, 2 gone");
+  EXPECT_NE(Rows().find("|1|Changed|null|\nsibling.pdf"), std::string::npos) << Rows();
+}
+
+TEST_F(Scan, KeepsTheLibraryWhereItCannotLook) {
+  WriteFile(folder_ / "Downloads/a.pdf", "1");
+  DoScan();
+  fs::rename(folder_ / "Downloads", folder_ / "away");
+  EXPECT_THROW(DoScan(), std::runtime_error);
+  EXPECT_EQ(Rows(), "a.pdf|pdf|1|1|null|null|\n");
+  fs::rename(folder_ / "away", folder_ / "Downloads");
+
+  fs::create_directory(folder_ / "elsewhere");
+  EXPECT_THROW(scanner::Scan(folder_ / "Downloads", folder_ / "none/library.sqlite"),
+               std::runtime_error);
+  EXPECT_THROW(scanner::Scan(folder_ / "Downloads", folder_ / "elsewhere"), std::runtime_error);
+  EXPECT_TRUE(fs::is_directory(folder_ / "elsewhere"));
+}
+
+TEST_F(Scan, MovesADamagedLibraryAsideAndMakesANewOne) {
+  WriteFile(folder_ / "Downloads/a.pdf", "1");
+  WriteFile(library_, "no library at all, but something that a user may want to look at");
+  EXPECT_EQ(DoScan(), "1 books, 1 new, 0 gone");
+  EXPECT_EQ(ReadFile(library_ + ".damaged").substr(0, 10), "no library");
+
+  // Another program's tables, and a page of ours that went bad.
+  fs::remove(library_);
+  sqlite3* database = nullptr;
+  sqlite3_open(library_.c_str(), &database);
+  sqlite3_exec(database, "CREATE TABLE books(isbn)", nullptr, nullptr, nullptr);
+  sqlite3_close(database);
+  EXPECT_EQ(DoScan(), "1 books, 1 new, 0 gone");
+  std::string bytes = ReadFile(library_);
+  bytes.replace(4096, 1000, 1000, '\xff');  // the table's page
+  WriteFile(library_, bytes);
+  EXPECT_EQ(DoScan(), "1 books, 1 new, 0 gone");
+  EXPECT_TRUE(fs::exists(library_ + ".damaged-3"));
+  EXPECT_EQ(Rows(), "a.pdf|pdf|1|1|null|null|\n");
+}
+
+TEST_F(Scan, IsACommandToo) {
+  WriteFile(folder_ / "Downloads/a.pdf", "1");
+  const std::string scanner = QUIRE_BUILD_DIR "/bin/scanner.app";
+  const Finished scan =
+      RunProgram({scanner, "--library", library_, "--scan", folder_ / "Downloads"});
+  EXPECT_EQ(scan.out, "scanned " + (folder_ / "Downloads") + ": 1 books, 1 new, 0 gone\n");
+  EXPECT_EQ(scan.exit_code, 0);
+  EXPECT_EQ(RunProgram({scanner, "--library", library_, "--scan", folder_ / "none"}).exit_code, 1);
+  EXPECT_EQ(RunProgram({scanner, "--scan"}).exit_code, 2);
+}
+
+}  // namespace

@@ -1,0 +1,122 @@
+#include <chrono>
+
+#include "devshop/shop_under_test.h"
+
+namespace tests {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+class Faults : public ShopUnderTest {
+ protected:
+  httplib::Result get_home() { return shop_client().Get("/"); }
+};
+
+TEST_F(Faults, AnswersInTheShopsStead) {
+  arm({{"path", "/login"}, {"fault", "refuse"}, {"body", "Inventory today."}});
+  EXPECT_EQ(refusal("/login", {{"username", kAnna}, {"password", "secret"}}), "Inventory today.");
+  const std::string session = log_in();
+  arm({{"path", "/getUserEbook"}, {"fault", "refuse"}, {"times", 2}});
+  EXPECT_NE(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
+  EXPECT_NE(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
+  EXPECT_EQ(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
+
+  arm({{"path", "/"}, {"fault", "status"}, {"status", 500}, {"body", "{}"}});
+  EXPECT_EQ(get_home()->status, 500);
+  arm({{"path", "/"}, {"fault", "status"}, {"status", 302}, {"headers", {{"Location", "/x"}}}});
+  EXPECT_EQ(get_home()->get_header_value("Location"), "/x");
+  arm({{"path", "/"}, {"fault", "body"}, {"body", "[[["}});
+  const auto garbage = get_home();
+  EXPECT_EQ(garbage->status, 200);
+  EXPECT_EQ(garbage->body, "[[[");
+  EXPECT_EQ(delivered(), 6);
+}
+
+TEST_F(Faults, BreaksAnswersOnTheirWay) {
+  const std::string whole = get_home()->body;
+  const auto received = [&](httplib::Client client) {
+    std::string got;
+    const auto result = client.Get("/", [&](const char* data, std::size_t size) {
+      got.append(data, size);
+      return true;
+    });
+    EXPECT_FALSE(result);
+    return got;
+  };
+  arm({{"path", "/"}, {"fault", "truncate"}, {"after_bytes", 700}});
+  EXPECT_EQ(received(shop_client()), whole.substr(0, 700));
+  arm({{"path", "/"}, {"fault", "reset"}});
+  EXPECT_FALSE(get_home());
+  arm({{"path", "/QUIRESaltmoor"}, {"fault", "reset"}, {"after_bytes", 10}});
+  EXPECT_FALSE(client("config").Get("/QUIRESaltmoor"));
+  EXPECT_EQ(delivered(), 3);
+
+  const Json requests = control("/_requests")["requests"];
+  EXPECT_EQ(requests.at(2)["fault"], "reset");
+  EXPECT_EQ(requests.at(2)["status"], 0) << "nothing was sent";
+  EXPECT_EQ(get_home()->body, whole);
+}
+
+TEST_F(Faults, HangsAndDrips) {
+  arm({{"path", "/"}, {"fault", "hang"}, {"delay_ms", 150}});
+  auto started = Clock::now();
+  EXPECT_TRUE(get_home()) << "served after the delay";
+  EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(150));
+  const auto size = get_home()->body.size();
+  arm({{"path", "/"}, {"fault", "slow"}, {"after_bytes", size - 5}, {"delay_ms", 30}});
+  started = Clock::now();
+  EXPECT_EQ(get_home()->body.size(), size);
+  EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(4 * 30));
+  EXPECT_EQ(delivered(), 2);
+}
+
+TEST_F(Faults, MeetTheRequestThatTheyWereArmedFor) {
+  arm({{"path", "/opds/*"}, {"fault", "status"}, {"skip", 1}});
+  EXPECT_EQ(get_home()->status, 200);
+  EXPECT_EQ(get("/de/4711/opds/start").status, 200);
+  EXPECT_EQ(get("/de/4711/opds/search.xml").status, 503);
+  arm({{"path", "/"}, {"fault", "status"}});
+  client("control").Delete("/_faults");
+  EXPECT_EQ(get_home()->status, 200);
+}
+
+TEST_F(Faults, AreRefusedByTheNameOfWhatIsWrong) {
+  const auto expect_named = [&](const Json& fault, const char* named) {
+    const std::string error = control("/_faults", fault, 400)["error"];
+    EXPECT_NE(error.find(named), std::string::npos) << error;
+  };
+  expect_named({{"path", "/login"}, {"fault", "explode"}}, "explode");
+  expect_named({{"path", "/login"}, {"fault", "hang"}, {"delay", 5}}, "\"delay\"");
+  expect_named({{"path", "/login"}, {"fault", "status"}, {"status", "503"}}, "status");
+  expect_named({{"path", "/login"}, {"fault", "hang"}, {"delay_ms", -1}}, "delay_ms");
+  expect_named({{"fault", "hang"}}, "path");
+  expect_named({{"path", "/login"}}, "fault");
+  expect_named("text", "object");
+  EXPECT_EQ(client("control").Post("/_faults", "{", "application/json")->status, 400);
+  EXPECT_EQ(control("/_faults")["faults"], Json::array());
+}
+
+TEST_F(Faults, TheLedgerTellsRequestsAsTheyCame) {
+  auto kept = shop_client();
+  kept.set_keep_alive(true);
+  kept.Post(kApi + "/login", "storeId=4711&username=%C3%BC+x&%20a=1&username=2",
+            "application/x-www-form-urlencoded");
+  kept.Get("/de/4711/opds/start?page=2&q=", {{"X-Mark", "here"}});
+  client("config").Get("/nothing");
+  const Json requests = control("/_requests")["requests"];
+  ASSERT_EQ(requests.size(), 3u);
+  EXPECT_EQ(requests[0]["form"], Json::parse(R"([["storeId","4711"],["username","ü x"],[" a","1"],
+                                                ["username","2"]])"));
+  EXPECT_EQ(requests[0]["path"], kApi + "/login");
+  EXPECT_EQ(requests[1]["query"], Json::parse(R"([["page","2"],["q",""]])"));
+  EXPECT_EQ(requests[1]["headers"]["X-Mark"], "here");
+  EXPECT_EQ(requests[1]["connection"], requests[0]["connection"]);
+  EXPECT_NE(requests[2]["connection"], requests[0]["connection"]);
+  EXPECT_EQ(requests[2]["port"], "config");
+  EXPECT_EQ(requests[2]["status"], 404);
+  client("control").Delete("/_requests");
+  EXPECT_EQ(control("/_requests")["requests"], Json::array());
+}
+
+}  // namespace
+}  // namespace tests

@@ -1,0 +1,93 @@
+#include "devshop/shop_under_test.h"
+
+namespace tests {
+namespace {
+
+class Files : public ShopUnderTest {
+ protected:
+  void SetUp() override {
+    start();
+    path_ = file_path("9001");
+    whole_ = get({});
+  }
+  httplib::Response get(const httplib::Headers& headers) {
+    return ShopUnderTest::get(path_, headers);
+  }
+  std::string path_;
+  httplib::Response whole_;
+};
+
+TEST_F(Files, AnswersRangesExactly) {
+  ASSERT_EQ(whole_.status, 200);
+  EXPECT_EQ(whole_.get_header_value("Accept-Ranges"), "bytes");
+  EXPECT_EQ(whole_.get_header_value("Content-Type"), "text/plain; charset=utf-8");
+  const std::string size = std::to_string(whole_.body.size());
+  const auto expect_part = [&](const std::string& range, std::size_t first, std::size_t last) {
+    const auto part = get({{"Range", "bytes=" + range}});
+    EXPECT_EQ(part.status, 206) << range;
+    EXPECT_EQ(part.get_header_value("Content-Range"),
+              "bytes " + std::to_string(first) + "-" + std::to_string(last) + "/" + size);
+    EXPECT_EQ(part.body, whole_.body.substr(first, last - first + 1)) << range;
+  };
+  const std::size_t end = whole_.body.size() - 1;
+  expect_part("0-0", 0, 0);
+  expect_part("100-199", 100, 199);
+  expect_part("700-", 700, end);
+  expect_part("-5", end - 4, end);
+  expect_part("10-999999", 10, end);
+  expect_part("-999999", 0, end);
+
+  const auto beyond = get({{"Range", "bytes=" + size + "-"}});
+  EXPECT_EQ(beyond.status, 416);
+  EXPECT_EQ(beyond.get_header_value("Content-Range"), "bytes */" + size);
+  EXPECT_EQ(get({{"Range", "bytes=1-2,4-5"}}).body, whole_.body);
+  EXPECT_EQ(get({{"Range", "bytes=99999999999999999999999-"}}).status / 100, 4);
+
+  const auto head = shop_client().Head(path_);
+  EXPECT_EQ(head->get_header_value("Content-Length"), size);
+  EXPECT_EQ(head->get_header_value("ETag"), whole_.get_header_value("ETag"));
+}
+
+TEST_F(Files, SendsTheWholeWhenTheBookIsNotThatOfTheCondition) {
+  const std::string etag = whole_.get_header_value("ETag");
+  ASSERT_EQ(etag.front(), '"') << "a weak tag would be no use for ranges";
+  const auto tail = [&](const std::string& condition) {
+    return get({{"Range", "bytes=7-"}, {"If-Range", condition}}).status;
+  };
+  EXPECT_EQ(tail(etag), 206);
+  EXPECT_EQ(tail(whole_.get_header_value("Last-Modified")), 206);
+  EXPECT_EQ(tail("\"other\""), 200);
+
+  const Json first =
+      control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 1}});
+  EXPECT_EQ(tail(etag), 200);
+  const auto one = get({});
+  EXPECT_EQ(one.body.size(), 300'001u);
+  const Json second =
+      control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 2}});
+  EXPECT_EQ(tail(first["etag"]), 200);
+  EXPECT_NE(get({}).body, one.body);
+  EXPECT_NE(first["sha256"], second["sha256"]);
+  client("control").Delete("/_books");
+  EXPECT_EQ(get({}).body, whole_.body);
+}
+
+TEST_F(Files, CanBeServedByAPoorerServer) {
+  control("/_books", {{"ean", "9001"}, {"ranges", false}, {"validators", "none"}});
+  const auto plain = get({{"Range", "bytes=7-"}});
+  EXPECT_EQ(plain.status, 200);
+  EXPECT_EQ(plain.body, whole_.body);
+  EXPECT_FALSE(plain.has_header("ETag") || plain.has_header("Last-Modified"));
+  control("/_books", {{"ean", "9001"}, {"chunked", true}, {"size_bytes", 600'000}});
+  const auto chunked = get({});
+  EXPECT_FALSE(chunked.has_header("Content-Length"));
+  EXPECT_EQ(chunked.body.size(), 600'000u);
+  control("/_books", {{"ean", "9001"}, {"size_bytes", 0}, {"chunked", false}});
+  EXPECT_EQ(get({}).body, "");
+  control("/_books", {{"ean", "9999"}}, 400);
+  control("/_books", {{"ean", "9001"}, {"size", 5}}, 400);
+  control("/_books", {{"ean", "9001"}, {"size_bytes", "5"}}, 400);
+}
+
+}  // namespace
+}  // namespace tests

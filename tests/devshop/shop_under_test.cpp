@@ -1,0 +1,153 @@
+#include "devshop/shop_under_test.h"
+
+#include <csignal>
+#include <fstream>
+
+namespace tests {
+namespace {
+
+const std::string kHost = "https://shop.quire.example";
+
+void write_books(const ScratchFolder& folder) {
+  Json books = Json::array();
+  for (int i = 1; i <= 12; ++i) {
+    const std::string ean = std::to_string(9000 + i);
+    const std::string file = i == 3 ? "ticket.acsm" : "Buch „" + std::to_string(i) + "“.txt";
+    std::string content;
+    for (int n = 0; n < 500; ++n) content += std::to_string(i * 1000 + n) + ",";
+    folder.write("books/" + file, content);
+    books.push_back(
+        {{"ean", ean},
+         {"title", "Töpfern & \"Ton\" <" + std::to_string(i) + ">"},
+         {"author", "Ünal Öz"},
+         {"language", "de"},
+         {"summary", i == 7 ? "Über Glasuren" : "Über Ton"},
+         {"subject", "Handwerk"},
+         {"price", std::to_string(i) + ".99"},
+         {"published", "2021-03-15 14:30:00"},
+         {"file", file},
+         {"type", i == 3 ? "application/vnd.adobe.adept+xml" : "text/plain; charset=utf-8"},
+         {"out_of_sale", i == 5}});
+  }
+  folder.write("books/catalogue.json", Json{{"books", books}}.dump());
+  folder.write("accounts.json", Json{{"accounts",
+                                      {{{"email", kAnna},
+                                        {"password", "secret"},
+                                        {"profile", {{"name", "Anna"}, {"zip", "20457"}}},
+                                        {"books",
+                                         {{{"ean", "9001"}, {"date", "2021-03-15 14:30:00"}},
+                                          Json{{"ean", "9002"}, {"orderId", "1"}}}}},
+                                       {{"email", "ben@quire.example"}, {"password", "secret"}}}}}
+                                    .dump());
+}
+
+}  // namespace
+
+std::string encode(const Fields& fields) {
+  std::string text;
+  for (const auto& [name, value] : fields) {
+    text += (text.empty() ? "" : "&") + httplib::detail::encode_query_param(name) + "=" +
+            httplib::detail::encode_query_param(value);
+  }
+  return text;
+}
+
+ScratchFolder::ScratchFolder() {
+  std::string name = (std::filesystem::temp_directory_path() / "devshop-test-XXXXXX").string();
+  path_ = mkdtemp(name.data());
+}
+
+void ScratchFolder::write(const std::string& name, const std::string& content) const {
+  std::filesystem::create_directories((path_ / name).parent_path());
+  std::ofstream(path_ / name, std::ios::binary) << content;
+}
+
+void ShopUnderTest::start(const std::vector<std::string>& options) {
+  signal(SIGPIPE, SIG_IGN);  // connections break here on purpose
+  stop();
+  if (!std::filesystem::exists(folder_ / "books")) write_books(folder_);
+  std::vector<std::string> command{QUIRE_DEVSHOP, "--books", folder_ / "books", "--accounts",
+                                   folder_ / "accounts.json"};
+  command.insert(command.end(), options.begin(), options.end());
+  process_ = std::make_unique<ChildProcess>(command);
+  address_.clear();
+  for (std::string line; line != "ready";) {
+    line = process_->ReadLine();
+    const auto blank = line.find(' ');
+    if (blank != std::string::npos) address_[line.substr(0, blank)] = line.substr(blank + 1);
+  }
+}
+
+httplib::Client ShopUnderTest::shop_client() const {
+  httplib::Client client(address_.at("shop"));
+  client.set_ca_cert_path(address_.at("ca"));
+  client.enable_server_certificate_verification(true);
+  client.set_read_timeout(5);
+  return client;
+}
+
+httplib::Response ShopUnderTest::get(const std::string& path,
+                                     const httplib::Headers& headers) const {
+  const auto answer = shop_client().Get(path, headers);
+  return answer ? *answer : httplib::Response();
+}
+
+Json ShopUnderTest::call(const std::string& name, Fields form) {
+  const bool has_store = std::any_of(form.begin(), form.end(), [](const auto& field) {
+    return field.first.find("storeId") != std::string::npos;
+  });
+  if (!has_store) form.emplace_back("storeId", "4711");
+  const auto answer =
+      shop_client().Post(kApi + name, encode(form), "application/x-www-form-urlencoded");
+  if (!answer || answer->status != 200) throw std::runtime_error(name + " was not answered");
+  return Json::parse(answer->body);
+}
+
+std::string ShopUnderTest::refusal(const std::string& name, const Fields& form) {
+  const Json answer = call(name, form);
+  return answer["error"] == "true"
+             ? answer["response"].at(name == "/getUserEbook" ? "errorMsg" : "ErrorMsg")
+             : "";
+}
+
+std::string ShopUnderTest::log_in(const std::string& user) {
+  return call("/login", {{"username", user}, {"password", "secret"}})["response"]["opdsSessionId"];
+}
+
+std::pair<std::string, std::string> ShopUnderTest::commit(const std::string& session,
+                                                          const std::vector<std::string>& eans,
+                                                          const Fields& payment) {
+  Fields cart{{"opdsSessionId", session}};
+  for (std::size_t i = 0; i < eans.size(); ++i) {
+    cart.emplace_back("ean_" + std::to_string(i), eans[i]);
+    cart.emplace_back("quantity_" + std::to_string(i), "1");
+  }
+  const std::string order = call("/addToCart", cart)["response"]["orderId"];
+  Fields form{{"opdsSessionId", session}, {"orderId", order}};
+  form.insert(form.end(), payment.begin(), payment.end());
+  const std::string url = call("/commitOrderForPayment", form).at("response").at("url");
+  return {order, url.empty() ? url : url.substr(kHost.size())};
+}
+
+Json ShopUnderTest::control(const std::string& path, const Json& instruction, int status) {
+  const auto answer = client("control").Post(path, instruction.dump(), "application/json");
+  EXPECT_TRUE(answer && answer->status == status) << (answer ? answer->body : "no answer");
+  return answer ? Json::parse(answer->body) : Json();
+}
+
+Json ShopUnderTest::control(const std::string& path) const {
+  const auto answer = client("control").Get(path);
+  return answer ? Json::parse(answer->body) : Json();
+}
+
+std::string ShopUnderTest::file_path(const std::string& ean) {
+  const Json books = call("/getUserEbook", {{"opdsSessionId", log_in()}});
+  for (const Json& book : books["response"]) {
+    if (book["orderItemEAN"] == ean) {
+      return book["orderItemEbookLink"].get<std::string>().substr(kHost.size());
+    }
+  }
+  return {};
+}
+
+}  // namespace tests

@@ -1,0 +1,99 @@
+#include "devshop/shop_under_test.h"
+
+namespace tests {
+namespace {
+
+class StoreApi : public ShopUnderTest {};
+
+TEST_F(StoreApi, RefusesWithAStatusOf200AndAText) {
+  const std::string session = log_in();
+  const std::string wrong_password =
+      refusal("/login", {{"username", kAnna}, {"password", "guess"}});
+  EXPECT_FALSE(wrong_password.empty());
+  EXPECT_EQ(refusal("/login", {{"username", "nobody@quire.example"}, {"password", "secret"}}),
+            wrong_password)
+      << "who has an account is nobody's business";
+  const Fields other_store{{"username", kAnna}, {"password", "secret"}, {"storeId", "1"}};
+  EXPECT_NE(refusal("/login", other_store), "");
+
+  for (const char* name : {"/getUserData", "/getUserEbook", "/getCart", "/addToCart", "/checkOrder",
+                           "/commitOrderForPayment", "/submitOrder"}) {
+    EXPECT_NE(refusal(name, {{"opdsSessionId", "0123"}, {"orderId", "1"}}), "") << name;
+    EXPECT_NE(refusal(name, {{"opdsSessionId", session}, {"storeId", ""}}), "") << name;
+  }
+  const auto unknown = shop_client().Post(kApi + "/nothing");
+  ASSERT_TRUE(unknown);
+  EXPECT_EQ(unknown->status, 404);
+}
+
+TEST_F(StoreApi, LogOutWantsItsStoreUnderTheNameWithTheBlank) {
+  const std::string session = log_in();
+  EXPECT_EQ(call("/getUserData", {{"opdsSessionId", session}})["response"]["zip"], "20457");
+  EXPECT_NE(refusal("/logout", {{"opdsSessionId", session}, {"storeId", "4711"}}), "");
+  EXPECT_EQ(refusal("/logout", {{"opdsSessionId", session}, {" storeId", "4711"}}), "");
+  EXPECT_NE(refusal("/getUserData", {{"opdsSessionId", session}}), "");
+}
+
+TEST_F(StoreApi, RegistersACustomerOnceAndChecksWhatWasTyped) {
+  const auto registered = [&](const std::string& email, const std::string& password) {
+    return refusal("/registerUser", {{"email", email},
+                                     {"password", password},
+                                     {"storeId", "4711"},
+                                     {"name", "Çağla"},
+                                     {"lastname", "O'Hara"},
+                                     {"title", "Dr"}});
+  };
+  EXPECT_NE(registered("no address", "secret7"), "");
+  EXPECT_NE(registered("carla@quire.example", "short"), "");
+  EXPECT_NE(registered("ANNA@quire.example", "secret7"), "");
+  EXPECT_EQ(registered("carla@quire.example", "secret"), "");
+  EXPECT_NE(registered("carla@quire.example", "secret"), "");
+  const std::string session = log_in("carla@quire.example");
+  const Json profile = call("/getUserData", {{"opdsSessionId", session}})["response"];
+  EXPECT_EQ(profile["name"], "Çağla");
+  EXPECT_EQ(profile["surname"], "O'Hara");
+  EXPECT_EQ(call("/getUserEbook", {{"opdsSessionId", session}})["response"], Json::array());
+}
+
+TEST_F(StoreApi, TheCartIsPricedAndLacksWhatIsNotForSale) {
+  const std::string session = log_in();
+  const Json added = call("/addToCart", {{"opdsSessionId", session},
+                                         {"ean_0", ""},
+                                         {"quantity_0", "1"},
+                                         {"ean_1", "9004"},
+                                         {"quantity_1", "2"},
+                                         {"ean_2", "9005"},
+                                         {"quantity_2", "1"},
+                                         {"ean_3", "9007"},
+                                         {"quantity_3", "1"},
+                                         {"ean_4", "9008"},
+                                         {"quantity_4", "0"}});
+  const std::string order = added["response"]["orderId"];
+  const Json cart = call("/getCart", {{"opdsSessionId", session}, {"orderId", order}})["response"];
+  ASSERT_EQ(cart["orderItems"].size(), 2u);
+  EXPECT_EQ(cart["orderItems"][0]["orderItemEAN"], "9004");
+  EXPECT_EQ(cart["orderItems"][0]["orderItemPrice"], "4.99");
+  EXPECT_EQ(cart["orderItems"][0]["orderItemEbookType"], "text/plain") << "without parameters";
+  EXPECT_EQ(cart["orderItems"][1]["orderItemTitle"], "Töpfern & \"Ton\" <7>");
+  EXPECT_EQ(cart["order"]["orderAmount"], "12.98") << "a text: clients read no fractions";
+  EXPECT_EQ(cart["order"]["orderId"], order);
+  EXPECT_EQ(cart["opdsSessionId"], session);
+
+  const std::string bens = log_in("ben@quire.example");
+  EXPECT_NE(refusal("/getCart", {{"opdsSessionId", bens}, {"orderId", order}}), "");
+  const Json empty = call("/addToCart", {{"opdsSessionId", log_in()}});
+  EXPECT_NE(empty["response"]["orderId"], order) << "a new session starts with a new cart";
+}
+
+TEST_F(StoreApi, LinksOfBoughtBooksAreTheCustomersOwn) {
+  const std::string path = file_path("9001");
+  EXPECT_EQ(get(path).status, 200);
+  std::string guessed = path;
+  guessed[10] = guessed[10] == '0' ? '1' : '0';
+  EXPECT_EQ(get(guessed).status, 404);
+  const std::string token = path.substr(7, 64);
+  EXPECT_EQ(get("/files/" + token + "/9002/Buch%20%E2%80%9E2%E2%80%9C.txt").status, 404);
+}
+
+}  // namespace
+}  // namespace tests

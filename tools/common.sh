@@ -1,0 +1,59 @@
+# shellcheck shell=bash
+# What ./dev and its tools share. Sourced with $root, the project's folder, and for the shop with $bin,
+# the programs of the build.
+
+if [[ -t 1 && -z ${NO_COLOR-} && ${TERM-dumb} != dumb ]]; then
+  bold=$'\e[1m' dim=$'\e[2m' red=$'\e[31m' green=$'\e[32m' plain=$'\e[0m'
+else
+  bold='' dim='' red='' green='' plain=''
+fi
+# shellcheck disable=SC2034  # for those who source this
+readonly bold dim red green plain
+
+say() { printf "%s\n" "$@"; }
+die() {
+  printf '%s%s:%s %s\n' "$red" "${0##*/}" "$plain" "$*" >&2
+  exit 1
+}
+
+# tree_files FOLDER [PATTERN]: the project's own files, NUL-separated, without what builds leave; only
+# those whose path matches the extended regular expression.
+tree_files() {
+  (cd "$1" && find . \( -path ./.git -o -path './build*' -o -path ./.dev \) -prune \
+    -o -regextype posix-extended -type f -regex "${2-.*}" -print0 | sort -z)
+}
+
+# script_files FOLDER: the shell scripts among them, by their first line, one a line.
+script_files() {
+  tree_files "$1" | (
+    cd "$1" || exit
+    xargs -0 -r awk 'FNR == 1 { if (/^#!.*[ \/](ba)?sh$|^# shellcheck shell=/) print FILENAME; nextfile }'
+  )
+}
+
+# open_shop LOG [OPTION…]: starts the devshop of the build in $bin, its messages to LOG; waits until it is
+# ready, exports what an application needs to reach it, and sets shop_pid.
+open_shop() {
+  local log=$1 key value
+  shift
+  exec {shop_output}< <(exec "${bin:?}/quire-devshop" "$@" 2>>"$log")
+  shop_pid=$!
+  while read -r -t 30 -u "$shop_output" key value; do
+    case $key in
+      ready) return 0 ;;
+      connect-to) export TABULET_CONNECT_TO=$value ;;
+      ca) export TABULET_CA_FILE=$value ;;
+      shop | config | control) shop_addresses+="$(printf '  %-8s %s' "$key" "$value")"$'\n' ;;
+    esac
+  done
+  close_shop
+  [[ ! -f $log ]] || cat "$log" >&2
+  die 'the development shop did not get ready (its messages are above)'
+}
+
+close_shop() {
+  [[ -n ${shop_pid-} ]] || return 0
+  kill "$shop_pid" 2>/dev/null || true
+  wait "$shop_pid" 2>/dev/null || true
+  shop_pid=''
+}
