@@ -32,7 +32,9 @@ DevelopmentShop::DevelopmentShop(const std::vector<std::string>& options)
   setenv("TABULET_CA_FILE", authority_file_.c_str(), 1);
 }
 
-void DevelopmentShop::Arm(const Json::Value& fault) { Control("/_faults", fault); }
+void DevelopmentShop::Arm(const Json::Value& fault) {
+  Control("/_faults", fault);
+}
 
 int DevelopmentShop::Delivered() {
   int delivered = 0;
@@ -43,8 +45,8 @@ int DevelopmentShop::Delivered() {
 
 void DevelopmentShop::Control(const std::string& path, const Json::Value& command) {
   httplib::Client client(control_);
-  const auto answer =
-      client.Post(path.c_str(), Json::writeString(Json::StreamWriterBuilder(), command), "application/json");
+  const auto answer = client.Post(
+      path.c_str(), Json::writeString(Json::StreamWriterBuilder(), command), "application/json");
   if (!answer || answer->status >= 300) {
     throw std::runtime_error("the shop refused " + path + ": " + (answer ? answer->body : ""));
   }

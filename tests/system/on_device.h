@@ -18,7 +18,9 @@ inline constexpr char kUser[] = "anna@quire.example";
 inline constexpr char kPassword[] = "secret";
 inline constexpr char kDownloads[] = "/mnt/ext1/Downloads";
 
-inline bool Exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+inline bool Exists(const std::string& path) {
+  return access(path.c_str(), F_OK) == 0;
+}
 
 inline std::string Content(const std::string& path) {
   std::ifstream file(path, std::ios::binary);

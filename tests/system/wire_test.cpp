@@ -44,9 +44,8 @@ TEST(Wire, FieldsArriveInTheirOrderOnOneKeptConnection) {
   ASSERT_EQ(log_ins.size(), 1u);
   ASSERT_FALSE(lists.empty());
   Json::Value expected(Json::arrayValue);
-  for (const auto& [key, value] : {std::pair{"username", kUser},
-                                   {"password", kPassword},
-                                   {"storeId", "4711"}}) {
+  for (const auto& [key, value] :
+       {std::pair{"username", kUser}, {"password", kPassword}, {"storeId", "4711"}}) {
     Json::Value field(Json::arrayValue);
     field.append(key);
     field.append(value);
@@ -60,9 +59,9 @@ TEST(Wire, AnswersThatAreNoneNeitherThrowNorLogIn) {
   tests::DevelopmentShop shop;
   StoreManager& manager = StoreManager::Instance();
   ASSERT_EQ(manager.Init(), 0);
-  for (const std::string& body : {std::string("not json"), std::string(2000, '['),
-                                  std::string(R"({"error":[],"response":"text"})"),
-                                  std::string()}) {
+  for (const std::string& body :
+       {std::string("not json"), std::string(2000, '['),
+        std::string(R"({"error":[],"response":"text"})"), std::string()}) {
     Json::Value fault = Fault("/login", "body");
     fault["body"] = body;
     shop.Arm(fault);
