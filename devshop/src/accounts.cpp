@@ -95,7 +95,7 @@ bool Accounts::owns(const std::string& ean, const std::function<bool(const Accou
 }
 
 std::string Accounts::log_in(const Account& account) {
-  const std::string session = random_hex(16);
+  std::string session = random_hex(16);
   sessions_[session] = fold_case(account.email);
   return session;
 }

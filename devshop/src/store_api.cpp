@@ -187,7 +187,8 @@ Json StoreApi::add_to_cart(const Fields& form) {
   for (const auto& [name, ean] : form) {
     if (name.rfind("ean_", 0) != 0) continue;
     const Title* title = shop_.catalogue().find(ean);
-    const bool wanted = std::atoi(field(form, "quantity_" + name.substr(4)).c_str()) > 0;
+    const bool wanted =
+        std::strtol(field(form, "quantity_" + name.substr(4)).c_str(), nullptr, 10) > 0;
     std::erase(cart.eans, ean);
     // An e-book is sold once per order, and what is not for sale stays out without a word: the
     // customer sees it missing in the cart.

@@ -1,11 +1,6 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
-#include <boost/asio/connect.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/websocket.hpp>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <memory>
@@ -14,72 +9,11 @@
 #include <thread>
 
 #include "process.h"
+#include "support/browser_hand.h"
 
 namespace {
 
 using nlohmann::json;
-
-/// The hand on the mouse: commands to a running Chromium.
-class Hand {
- public:
-  /// \param file  that the browser program writes its DevTools address to.
-  explicit Hand(const std::string& file) {
-    for (int i = 0; i < 1000 && !std::filesystem::exists(file); ++i) Pause();
-    const std::string address = ReadFile(file);  // ws://HOST:PORT/PATH
-    const std::size_t port = address.find(':', 5) + 1;
-    const std::size_t path = address.find('/', port);
-    boost::asio::ip::tcp::resolver resolver(io_);
-    boost::asio::connect(socket_.next_layer(),
-                         resolver.resolve("127.0.0.1", address.substr(port, path - port)));
-    socket_.handshake("127.0.0.1", address.substr(path, address.find('\n') - path));
-  }
-
-  /// Runs a script in the page at that address, once it is there.
-  void Evaluate(const std::string& page_address, const std::string& script) {
-    for (int i = 0; i < 1000; ++i) {
-      const json targets = Call("Target.getTargets", json::object());
-      for (const json& target : targets["targetInfos"]) {
-        if (target["url"] != page_address) continue;
-        const json attached =
-            Call("Target.attachToTarget", {{"targetId", target["targetId"]}, {"flatten", true}});
-        const std::string session = attached["sessionId"];
-        const std::string ready =
-            Call("Runtime.evaluate", {{"expression", "document.readyState"}}, session)["result"]
-                .value("value", "");
-        if (ready == "complete") {
-          result_ = Call("Runtime.evaluate", {{"expression", script}}, session)["result"].value(
-              "value", "");
-          return;
-        }
-      }
-      Pause();
-    }
-    FAIL() << "the page " << page_address << " does not come";
-  }
-
-  /// What the last script gave.
-  const std::string& result() const { return result_; }
-
-  json Call(const std::string& method, const json& params, const std::string& session = "") {
-    json message = {{"id", ++last_id_}, {"method", method}, {"params", params}};
-    if (!session.empty()) message["sessionId"] = session;
-    socket_.write(boost::asio::buffer(message.dump()));
-    for (;;) {
-      boost::beast::flat_buffer buffer;
-      socket_.read(buffer);
-      const json answer = json::parse(boost::beast::buffers_to_string(buffer.data()));
-      if (answer.value("id", 0) == last_id_) return answer.value("result", json::object());
-    }
-  }
-
- private:
-  static void Pause() { std::this_thread::sleep_for(std::chrono::milliseconds(20)); }
-
-  boost::asio::io_context io_;
-  boost::beast::websocket::stream<boost::asio::ip::tcp::socket> socket_{io_};
-  int last_id_ = 0;
-  std::string result_;
-};
 
 /// A payment page over TLS, and a browser that is not to be tricked about the certificate.
 class Chromium : public testing::Test {
@@ -163,10 +97,10 @@ TEST_F(Chromium, TellsEachAddressOfAPaymentOnTheDevice) {
                                       "-wirecard",
                                       "https://shop.test/start"};
   Process browser(command, Settings());
-  Hand hand(kDevtoolsFile);
-  hand.Evaluate("https://shop.test/pay", "document.title");
-  EXPECT_EQ(hand.result(), "Pay by card \u2013 Shop");
-  hand.Evaluate("https://shop.test/pay",
+  tests::BrowserHand hand(kDevtoolsFile);
+  const std::string page = hand.Page("https://shop.test/pay");
+  EXPECT_EQ(hand.Evaluate(page, "document.title"), "Pay by card \u2013 Shop");
+  hand.Evaluate(page,
                 "document.querySelector('input').value = '4111'; "
                 "document.querySelector('button').click()");
   ASSERT_TRUE(browser.WaitForOutput("status=success\n"));
@@ -184,15 +118,15 @@ TEST_F(Chromium, TellsAClosedWindowFromACrash) {
   for (const bool crash : {false, true}) {
     std::filesystem::remove(kDevtoolsFile);
     Process browser(kCommand, Settings());
-    Hand hand(kDevtoolsFile);
-    hand.Evaluate("https://shop.test/pay", "");
+    tests::BrowserHand hand(kDevtoolsFile);
+    hand.Page("https://shop.test/pay");
     if (crash) {
-      const json processes = hand.Call("SystemInfo.getProcessInfo", json::object());
+      const json processes = hand.Call("SystemInfo.getProcessInfo");
       for (const json& process : processes["processInfo"]) {
         if (process["type"] == "browser") kill(process["id"].get<pid_t>(), SIGKILL);
       }
     } else {
-      const json targets = hand.Call("Target.getTargets", json::object());
+      const json targets = hand.Call("Target.getTargets");
       for (const json& target : targets["targetInfos"]) {
         if (target["type"] == "page") {
           hand.Call("Target.closeTarget", {{"targetId", target["targetId"]}});
@@ -209,10 +143,11 @@ TEST_F(Chromium, TellsAClosedWindowFromACrash) {
 
 TEST_F(Chromium, LoadsNothingFromAServerThatItCannotTrust) {
   Process browser(kCommand, Settings(false));
-  Hand hand(kDevtoolsFile);
+  tests::BrowserHand hand(kDevtoolsFile);
   ASSERT_TRUE(browser.WaitForOutput("/start\n"));
-  hand.Evaluate("https://shop.test/start", "document.body.innerText");
-  EXPECT_NE(hand.result().find("ERR_CERT_AUTHORITY_INVALID"), std::string::npos) << hand.result();
+  const std::string text =
+      hand.Evaluate(hand.Page("https://shop.test/start"), "document.body.innerText");
+  EXPECT_NE(text.find("ERR_CERT_AUTHORITY_INVALID"), std::string::npos) << text;
   EXPECT_EQ(pages_, 0);
 }
 

@@ -23,7 +23,7 @@ class Program : public ShopUnderTest {
 
   /// Runs it to its end; gives the exit code and what it said on standard error.
   std::pair<int, std::string> fail(const std::vector<std::string>& options) const {
-    std::string command = std::string("timeout 10 ") + QUIRE_DEVSHOP;
+    std::string command = "timeout 10 '" QUIRE_DEVSHOP "'";
     for (const auto& option : options) command += " '" + option + "'";
     FILE* pipe = popen((command + " 2>&1 >/dev/null").c_str(), "r");
     std::string text;

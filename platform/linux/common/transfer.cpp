@@ -110,7 +110,7 @@ std::string CertificateMend(long verify_result) {
 bool CurlList::Append(const std::string& text) {
   curl_slist* longer = curl_slist_append(list_.get(), text.c_str());
   if (!longer) return false;
-  list_.release();
+  static_cast<void>(list_.release());  // part of the longer one now
   list_.reset(longer);
   return true;
 }

@@ -16,11 +16,12 @@ void RaiseWindowOf(pid_t group) {
   std::vector<unsigned long> windows;
   char line[1024];
   while (std::fgets(line, sizeof line, list)) {
-    unsigned long window = 0;
-    int desktop = 0;
-    pid_t pid = 0;
-    const bool read = std::sscanf(line, "%lx %d %d", &window, &desktop, &pid) == 3;
-    if (read && pid > 0 && getpgid(pid) == group) windows.push_back(window);
+    // The window's number, the desktop's, and the process that the window belongs to.
+    char* rest = nullptr;
+    const unsigned long window = std::strtoul(line, &rest, 16);
+    std::strtol(rest, &rest, 10);
+    const auto pid = static_cast<pid_t>(std::strtol(rest, nullptr, 10));
+    if (pid > 0 && getpgid(pid) == group) windows.push_back(window);
   }
   pclose(list);
   for (const unsigned long window : windows) {

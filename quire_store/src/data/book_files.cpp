@@ -30,7 +30,7 @@ std::string GenerateBookFileName(const Book& book) {
 }
 
 std::string GetBookFile(const Book& book) {
-  const std::string path = GenerateBookFileName(book);
+  std::string path = GenerateBookFileName(book);
   if (Exists(path)) return path;
 
   // A dot in the author's name cuts a name without extension short here: meant so.

@@ -149,7 +149,7 @@ ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string
   const DeviceConfig config = OpenDeviceConfig(CloseConfigNoSave);
   if (!config) return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
 
-  const ServerApi::Result result = server_api_.LogIn(user, password);
+  ServerApi::Result result = server_api_.LogIn(user, password);
   if (result.code_ == ServerApi::kOk) {
     session_id_ = server_api_.GetSessionId();
     StoreCredentials(config.get(), session_id_, user, password);
@@ -164,7 +164,7 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
   const DeviceConfig config = OpenDeviceConfig(CloseConfigNoSave);
   if (!config) return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
 
-  const ServerApi::Result result = server_api_.Register(email, password, name, lastname, title);
+  ServerApi::Result result = server_api_.Register(email, password, name, lastname, title);
   if (result.code_ == ServerApi::kOk) {
     // Registering opens no session: this is the one of an earlier log-in, if any.
     session_id_ = server_api_.GetSessionId();

@@ -52,7 +52,7 @@ std::string NameByContentType(const std::string& file, const std::string& conten
   if (content_type.rfind("application/force-download", 0) == 0) return file;
   const std::string extension = ExtentionByMime(content_type);
   if (extension.empty()) return file;
-  const std::string renamed = std::get<0>(ParseToNameExtention(file)) + "." + extension;
+  std::string renamed = std::get<0>(ParseToNameExtention(file)) + "." + extension;
   std::rename(file.c_str(), renamed.c_str());
   return renamed;
 }
