@@ -2,10 +2,10 @@
 
 #include <httplib.h>
 
+#include <atomic>
 #include <csignal>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
 
 #include "process.h"
@@ -33,6 +33,10 @@ class Agent : public testing::Test {
 
   void Serve(std::unique_ptr<httplib::Server> server) {
     server_ = std::move(server);
+    server_->set_pre_routing_handler([this](const httplib::Request&, httplib::Response&) {
+      ++requests_;
+      return httplib::Server::HandlerResponse::Unhandled;
+    });
     server_->Get("/start", [](const httplib::Request&, httplib::Response& response) {
       response.set_header("Set-Cookie", "session=s1; Path=/");
       response.set_redirect("/shop/pay", 302);
@@ -42,6 +46,7 @@ class Agent : public testing::Test {
     });
     server_->Post("/shop/pay",
                   [this](const httplib::Request& request, httplib::Response& response) {
+                    const std::lock_guard lock(mutex_);
                     posted_.push_back(request.target + " " + request.body + " " +
                                       request.get_header_value("Cookie"));
                     if (refuse_) {
@@ -87,7 +92,15 @@ class Agent : public testing::Test {
   const std::string kVisits = "http://shop.test/start\nhttp://shop.test/shop/pay\n";
   const std::string kPosted = "http://shop.test/shop/pay?step=2\n";
   const std::string kHidden = "token=a%26b%3D%C3%BC&empty=&";
-  bool refuse_ = false;
+  // What was posted so far; the server answers on threads of its own.
+  std::vector<std::string> Posted() {
+    const std::lock_guard lock(mutex_);
+    return posted_;
+  }
+
+  std::atomic<bool> refuse_ = false;
+  std::atomic<int> requests_ = 0;
+  std::mutex mutex_;
   std::vector<std::string> posted_;
   std::unique_ptr<httplib::Server> server_;
   std::thread thread_;
@@ -100,10 +113,10 @@ TEST_F(Agent, ApprovesAndFollowsEachRedirectToTheReturnAddress) {
             kVisits + kPosted +
                 "http://shop.test/done\nhttp://return.test/QUIRESaltmoor?status=success\n");
   EXPECT_EQ(run.exit_code, 0) << run.err;
-  ASSERT_EQ(posted_.size(), 1U);
-  EXPECT_EQ(posted_[0], "/shop/pay?step=2 " + kHidden +
-                            "card_number=4111%201111%201111%201111&card_cvc=123&country=DE&"
-                            "decision=approve session=s1");
+  ASSERT_EQ(Posted().size(), 1U);
+  EXPECT_EQ(Posted()[0], "/shop/pay?step=2 " + kHidden +
+                             "card_number=4111%201111%201111%201111&card_cvc=123&country=DE&"
+                             "decision=approve session=s1");
   for (const char* text : {"Bestellung 7", "Die Ängste 4,99 EUR", "[Pay 4,99 EUR]"}) {
     EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
   }
@@ -114,8 +127,8 @@ TEST_F(Agent, CancelsWithoutACard) {
   const Finished run = Browse("http://shop.test/start", "cancel");
   EXPECT_EQ(run.out, kVisits + kPosted + "http://return.test/QUIRESaltmoor?status=cancel\n");
   EXPECT_EQ(run.exit_code, 0) << run.err;
-  ASSERT_EQ(posted_.size(), 1U);
-  EXPECT_NE(posted_[0].find("card_number=&card_cvc=&"), std::string::npos) << posted_[0];
+  ASSERT_EQ(Posted().size(), 1U);
+  EXPECT_NE(Posted()[0].find("card_number=&card_cvc=&"), std::string::npos) << Posted()[0];
 }
 
 TEST_F(Agent, IsClosedOrDiesWithoutAnAnswerToThePage) {
@@ -125,7 +138,7 @@ TEST_F(Agent, IsClosedOrDiesWithoutAnAnswerToThePage) {
   const Finished crashed = Browse("http://shop.test/start", "crash");
   EXPECT_EQ(crashed.out, kVisits);
   EXPECT_EQ(crashed.exit_code, 128 + SIGSEGV);
-  EXPECT_TRUE(posted_.empty());
+  EXPECT_TRUE(Posted().empty());
 }
 
 TEST_F(Agent, AsksOnTheTerminal) {
@@ -140,14 +153,14 @@ TEST_F(Agent, AsksOnTheTerminal) {
   const Finished run = browser.Wait();
   EXPECT_EQ(run.exit_code, 0);
   EXPECT_NE(run.out.find("status=success"), std::string::npos) << run.out;
-  ASSERT_EQ(posted_.size(), 1U);
-  EXPECT_NE(posted_[0].find("card_number=42%2017&card_cvc=999"), std::string::npos) << posted_[0];
+  ASSERT_EQ(Posted().size(), 1U);
+  EXPECT_NE(Posted()[0].find("card_number=42%2017&card_cvc=999"), std::string::npos) << Posted()[0];
 
   Process closed({kProgram, "http://shop.test/shop/pay"}, With(""), Process::On::kTerminal);
   ASSERT_TRUE(closed.WaitForOutput("or q to close: "));
   closed.Type("q\n");
   EXPECT_EQ(closed.Wait().exit_code, 0);
-  EXPECT_EQ(posted_.size(), 1U);
+  EXPECT_EQ(Posted().size(), 1U);
 }
 
 TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
@@ -174,13 +187,13 @@ TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
   }
   EXPECT_EQ(Browse("ftp://shop.test/", "approve").exit_code, 2);
   EXPECT_EQ(Browse("--paypal", "approve").exit_code, 2);
-  EXPECT_TRUE(posted_.empty());
+  EXPECT_TRUE(Posted().empty());
 
   refuse_ = true;
   const Finished refused = Browse("http://shop.test/shop/pay", "approve");
   EXPECT_EQ(refused.exit_code, 1);
   EXPECT_NE(refused.err.find("asks again and again"), std::string::npos) << refused.err;
-  EXPECT_EQ(posted_.size(), 3U);
+  EXPECT_EQ(Posted().size(), 3U);
 }
 
 TEST_F(Agent, LoadsNothingFromAServerThatItCannotTrust) {
@@ -195,21 +208,16 @@ TEST_F(Agent, LoadsNothingFromAServerThatItCannotTrust) {
       0);
   TearDown();
   Serve(std::make_unique<httplib::SSLServer>(certificate.c_str(), key.c_str()));
-  int requests = 0;
-  server_->set_pre_routing_handler([&](const httplib::Request&, httplib::Response&) {
-    ++requests;
-    return httplib::Server::HandlerResponse::Unhandled;
-  });
 
   const Finished refused = Browse("https://shop.test/start", "approve");
   EXPECT_EQ(refused.exit_code, 1);
   EXPECT_NE(refused.err.find("certificate"), std::string::npos) << refused.err;
-  EXPECT_EQ(requests, 0);
+  EXPECT_EQ(requests_, 0);
 
   Environment trusting = With("approve");
   trusting.emplace_back("TABULET_CA_FILE", certificate);
   EXPECT_EQ(RunProgram({kProgram, "https://shop.test/start"}, trusting).exit_code, 0);
-  EXPECT_EQ(requests, 4);
+  EXPECT_EQ(requests_, 4);
 }
 
 }  // namespace
