@@ -110,8 +110,10 @@ TEST_P(Launcher, PassesSignalsOnAndGivesTheProgramsExitCode) {
 }
 
 TEST_P(Launcher, LeavesTheTerminalToTheProgram) {
-  Process program(OnBash("trap 'echo interrupted' INT; read -rs -p 'Password: ' word </dev/tty;"
-                         "echo; echo \"got $word\"; sleep 5; echo end"),
+  Process program(OnBash("trap 'echo interrupted; told=yes' INT;"
+                         "stty -echo </dev/tty; read -r -p 'Password: ' word </dev/tty;"
+                         "stty echo </dev/tty; echo; echo \"got $word\";"
+                         "until [[ $told ]]; do sleep 0.02; done; sleep 0.2; echo end"),
                   {}, Process::On::kTerminal);
   ASSERT_TRUE(program.WaitForOutput("Password: "));
   program.Type("geheim\n");

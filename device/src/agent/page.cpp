@@ -8,6 +8,8 @@
 #include <memory>
 #include <string_view>
 
+#include "../xml_text.h"
+
 namespace agent {
 namespace {
 
@@ -15,12 +17,7 @@ constexpr std::size_t kMaxLines = 200;
 
 struct Free {
   void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-  void operator()(xmlChar* text) const { xmlFree(text); }
 };
-
-std::string ToString(const xmlChar* text) {
-  return text ? reinterpret_cast<const char*>(text) : "";
-}
 
 std::string_view NameOf(const xmlNode* node) {
   if (node->type != XML_ELEMENT_NODE || !node->name) return {};
@@ -32,34 +29,8 @@ bool IsOneOf(std::string_view name, const std::array<std::string_view, size>& na
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-std::string Attribute(const xmlNode* element, const char* name) {
-  const std::unique_ptr<xmlChar, Free> value(
-      xmlGetProp(element, reinterpret_cast<const xmlChar*>(name)));
-  return ToString(value.get());
-}
-
 bool HasAttribute(const xmlNode* element, const char* name) {
   return xmlHasProp(element, reinterpret_cast<const xmlChar*>(name)) != nullptr;
-}
-
-/// Runs of spaces and control characters, which could drive a terminal, become one space.
-std::string Tidy(std::string_view text) {
-  std::string tidy;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte > ' ' && byte != 0x7f) {
-      tidy += c;
-    } else if (!tidy.empty() && tidy.back() != ' ') {
-      tidy += ' ';
-    }
-  }
-  if (!tidy.empty() && tidy.back() == ' ') tidy.pop_back();
-  return tidy;
-}
-
-std::string TextOf(const xmlNode* element) {
-  const std::unique_ptr<xmlChar, Free> content(xmlNodeGetContent(element));
-  return Tidy(ToString(content.get()));
 }
 
 class PageReader {

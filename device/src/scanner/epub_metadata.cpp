@@ -8,6 +8,8 @@
 #include <memory>
 #include <string_view>
 
+#include "../xml_text.h"
+
 namespace scanner {
 namespace {
 
@@ -21,14 +23,9 @@ struct Free {
   void operator()(zip_t* zip) const { zip_discard(zip); }
   void operator()(zip_file_t* file) const { zip_fclose(file); }
   void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-  void operator()(xmlChar* text) const { xmlFree(text); }
 };
 template <typename T>
 using Owned = std::unique_ptr<T, Free>;
-
-std::string ToString(const xmlChar* text) {
-  return text ? reinterpret_cast<const char*>(text) : "";
-}
 
 /// Null when there is no such entry, when it is larger than that, or no XML.
 Owned<xmlDoc> ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes) {
@@ -62,34 +59,14 @@ const xmlNode* Child(const xmlNode* parent, std::string_view name) {
   return nullptr;
 }
 
-std::string Attribute(const xmlNode* element, const char* name) {
-  const Owned<xmlChar> value(xmlGetProp(element, reinterpret_cast<const xmlChar*>(name)));
-  return ToString(value.get());
-}
-
-/// On one line, without control characters, cut between two characters where it is too long.
-std::string Tidy(std::string_view text) {
-  std::string tidy;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte > ' ' && byte != 0x7f) {
-      tidy += c;
-    } else if (!tidy.empty() && tidy.back() != ' ') {
-      tidy += ' ';
-    }
-  }
-  if (tidy.size() > kMaxTextBytes) {
+/// Cut between two characters where it is too long.
+std::string Shorten(std::string text) {
+  if (text.size() > kMaxTextBytes) {
     std::size_t end = kMaxTextBytes;
-    while (end > 0 && (static_cast<unsigned char>(tidy[end]) & 0xC0) == 0x80) --end;
-    tidy.resize(end);
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    text.resize(end);
   }
-  if (!tidy.empty() && tidy.back() == ' ') tidy.pop_back();
-  return tidy;
-}
-
-std::string TextOf(const xmlNode* element) {
-  const Owned<xmlChar> content(xmlNodeGetContent(element));
-  return Tidy(ToString(content.get()));
+  return text;
 }
 
 Metadata ReadPackage(const xmlDoc* package) {
@@ -98,12 +75,12 @@ Metadata ReadPackage(const xmlDoc* package) {
   // The first version of the format had one more level.
   if (const xmlNode* inner = section ? Child(section, "dc-metadata") : nullptr) section = inner;
   for (const xmlNode* node = section ? section->children : nullptr; node; node = node->next) {
-    if (Is(node, "title") && metadata.title.empty()) metadata.title = TextOf(node);
+    if (Is(node, "title") && metadata.title.empty()) metadata.title = Shorten(TextOf(node));
     if (!Is(node, "creator")) continue;
     const std::string role = Attribute(node, "role");
     const std::string name = TextOf(node);
     if (name.empty() || (!role.empty() && role != "aut")) continue;
-    metadata.author = Tidy(metadata.author.empty() ? name : metadata.author + ", " + name);
+    metadata.author = Shorten(metadata.author.empty() ? name : metadata.author + ", " + name);
   }
   return metadata;
 }
