@@ -1,21 +1,24 @@
 #include "commands.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "device_log.h"
 #include "failure.h"
 #include "screen.h"
+#include "text.h"
 
 namespace app {
 namespace {
 
+constexpr int kMostHelpColumns = 80;
 constexpr char kFooter[] =
-    "Every listing takes --json. Passwords are asked for, or read from the\n"
-    "standard input; they never stand on the command line.\n"
+    "Every listing takes --json. Passwords are asked for, or read from the standard input; they "
+    "never stand on the command line.\n"
     "\n"
-    "Exit codes: 0 done; 1 the shop refused, or it failed; 2 wrong command\n"
-    "line; 3 not logged in; 4 shop unreachable; 5 nothing found; 6 a folder\n"
-    "or file of the device is missing or broken; 130 interrupted.";
+    "Exit codes: 0 done; 1 the shop refused, or it failed; 2 wrong command line; 3 not logged in; "
+    "4 shop unreachable; 5 nothing found; 6 a folder or file of the device is missing or broken; "
+    "130 interrupted.";
 
 /// Where the log goes is settled while the command line is read, before any command runs.
 void AddLogOptions(CLI::App& cli) {
@@ -33,12 +36,37 @@ std::string UnknownCommand(const CLI::App& cli, const std::vector<std::string>& 
   return cli.get_subcommands(is_named).empty() ? arguments.front() : "";
 }
 
+/// Lines that are too long are broken; what stands to the right of a gap stays there.
+void PrintHelp(const std::string& help) {
+  const Screen& screen = Screen::Out();
+  std::istringstream lines(help);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t name = std::min(line.find_first_not_of(' '), line.size());
+    const std::size_t text = line.find_first_not_of(' ', line.find("  ", name));
+    const std::size_t margin = text == std::string::npos ? name : text;
+    std::string head = line.substr(0, margin);
+    const int room = std::min(screen.Width(), kMostHelpColumns) - static_cast<int>(margin);
+    for (const std::string& part : Wrap(std::string_view(line).substr(margin), room)) {
+      screen.Write(head + part + "\n");
+      head.assign(margin, ' ');
+    }
+  }
+}
+
 int ExplainUsage(const CLI::App& cli, const CLI::ParseError& error) {
   const CLI::App* command = &cli;
   while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
   std::string name = "quire";
   for (const CLI::App* at = command; at->get_parent() != nullptr; at = at->get_parent()) {
     name.insert(5, " " + at->get_name());
+  }
+  if (const auto further = command->get_subcommands({}); !further.empty()) {
+    std::string choices;
+    for (const CLI::App* each : further) {
+      choices += (choices.empty() ? "\"" : " or \"") + name + " " + each->get_name() + "\"";
+    }
+    PrintFailure("Say which: " + choices + ".");
+    return kUsage;
   }
   std::string text = error.what();
   std::replace(text.begin(), text.end(), '\n', ' ');
@@ -60,7 +88,7 @@ void PrintFailure(const std::string& text) {
 int RunCommand(std::vector<std::string> arguments, Session& session) {
   CLI::App cli("The book shop on your reader.", "quire");
   cli.footer(kFooter);
-  cli.get_formatter()->column_width(26);
+  cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
   cli.require_subcommand(1);
   int exit_code = kOk;
   AddAccountCommands(cli, session);
@@ -79,7 +107,7 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
     return kUsage;
   }
   if (arguments.empty()) {
-    Screen::Out().Write(cli.help());
+    PrintHelp(cli.help());
     PrintFailure("No command was given. Try \"quire catalogue\".");
     return kUsage;
   }
@@ -89,9 +117,7 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
     cli.parse(std::move(arguments));
     return exit_code;
   } catch (const CLI::CallForHelp&) {
-    const CLI::App* command = &cli;
-    while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
-    Screen::Out().Write(command->help());
+    PrintHelp(cli.help());
     return kOk;
   } catch (const CLI::ParseError& error) {
     return ExplainUsage(cli, error);

@@ -1,5 +1,9 @@
 #include "user.h"
 
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -7,6 +11,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
+#include <sstream>
 #include <string_view>
 
 namespace agent {
@@ -42,6 +47,38 @@ std::string FromTestCard(const Field& field) {
   return "12/" + std::to_string(next_year % 100);
 }
 
+/// The columns of the terminal; none where there is none.
+std::optional<std::size_t> TerminalColumns() {
+  const int terminal = open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC);
+  winsize size{};
+  if (terminal < 0) return {};
+  ioctl(terminal, TIOCGWINSZ, &size);
+  close(terminal);
+  return size.ws_col > 0 ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
+}
+
+/// Breaks a line, of one column a character, at blanks where it is longer than that.
+std::string Fold(const std::string& line, std::size_t columns, const std::string& indent) {
+  std::string folded = indent;
+  std::size_t used = indent.size();
+  std::istringstream words(line);
+  for (std::string word; words >> word;) {
+    const auto length = static_cast<std::size_t>(std::count_if(
+        word.begin(), word.end(), [](unsigned char byte) { return (byte & 0xC0) != 0x80; }));
+    if (used == indent.size()) {
+      folded += word;
+    } else if (used + 1 + length > columns) {
+      folded += '\n' + indent + word;
+      used = indent.size();
+    } else {
+      folded += ' ' + word;
+      ++used;
+    }
+    used += length;
+  }
+  return folded;
+}
+
 }  // namespace
 
 User::User() {
@@ -67,7 +104,8 @@ User::User() {
 
 void User::Show(const Page& page) {
   *out_ << '\n';
-  for (const std::string& line : page.lines) *out_ << "  " << line << '\n';
+  const std::size_t columns = TerminalColumns().value_or(std::string::npos);
+  for (const std::string& line : page.lines) *out_ << Fold(line, columns, "  ") << '\n';
   out_->flush();
 }
 
