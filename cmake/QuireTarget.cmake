@@ -21,6 +21,8 @@ function(quire_target target)
   set_target_properties(${target} PROPERTIES
     CXX_STANDARD ${ARG_STANDARD} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
+  # Books above 2 GiB, also where a long has 32 bits.
+  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
     -Woverloaded-virtual -Wcast-align -Wformat=2 -Wno-format-nonliteral)

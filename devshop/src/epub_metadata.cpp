@@ -21,7 +21,7 @@ pugi::xml_document read_document(zip_t* archive, const std::string& name) {
   }
   const std::unique_ptr<zip_file_t, decltype(&zip_fclose)> file(zip_fopen(archive, name.c_str(), 0),
                                                                 zip_fclose);
-  std::string text(info.size, '\0');
+  std::string text(static_cast<std::size_t>(info.size), '\0');
   if (file &&
       zip_fread(file.get(), text.data(), text.size()) == static_cast<zip_int64_t>(info.size)) {
     document.load_buffer(text.data(), text.size());
