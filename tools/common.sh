@@ -16,6 +16,18 @@ die() {
   exit 1
 }
 
+# become_root ELSE: sets as_root to what runs a command as root where it stands before it; where nothing does,
+# ends and says ELSE.
+become_root() {
+  as_root=()
+  ((EUID != 0)) || return 0
+  # shellcheck disable=SC2034 # for the caller
+  as_root=(sudo)
+  if ! command -v sudo >/dev/null || ! { [[ -t 0 ]] || sudo -n true 2>/dev/null; }; then
+    die "cannot become root here. $1"
+  fi
+}
+
 # tree_files FOLDER [PATTERN]: the project's own files, NUL-separated, without what builds leave; only
 # those whose path matches the extended regular expression.
 tree_files() {
