@@ -2,7 +2,6 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zip.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -10,35 +9,20 @@
 #include <string>
 
 #include "epub_metadata.h"
-#include "process.h"
 #include "scan.h"
+#include "support/epub_file.h"
+#include "support/files.h"
+#include "support/process.h"
 
 namespace fs = std::filesystem;
 
+namespace tests {
 namespace {
-
-constexpr char kContainer[] =
-    "<?xml version='1.0'?><container xmlns='urn:oasis:names:tc:opendocument:xmlns:container'>"
-    "<rootfiles><rootfile full-path='OEBPS/content.opf'/></rootfiles></container>";
 
 std::string Package(const std::string& metadata) {
   return "<package xmlns='http://www.idpf.org/2007/opf' xmlns:opf='http://www.idpf.org/2007/opf' "
          "xmlns:dc='http://purl.org/dc/elements/1.1/'><metadata>" +
          metadata + "</metadata></package>";
-}
-
-void WriteZip(const std::string& path, const std::map<std::string, std::string>& entries) {
-  zip_t* zip = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-  ASSERT_TRUE(zip);
-  for (const auto& [name, content] : entries) {
-    zip_source_t* source = zip_source_buffer(zip, content.data(), content.size(), 0);
-    ASSERT_GE(zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8), 0);
-  }
-  ASSERT_EQ(zip_close(zip), 0);
-}
-
-void WriteEpub(const std::string& path, const std::string& package) {
-  WriteZip(path, {{"META-INF/container.xml", kContainer}, {"OEBPS/content.opf", package}});
 }
 
 class EpubMetadata : public testing::Test {
@@ -235,3 +219,4 @@ TEST_F(Scan, IsACommandToo) {
 }
 
 }  // namespace
+}  // namespace tests
