@@ -10,11 +10,17 @@
 #include "book.h"
 #include "fake_device.h"
 #include "store_manager.h"
+#include "support/files.h"
+#include "support/process.h"
 
 namespace saltmoor::quire {
 
 using fake::device;
 using fake::Lines;
+using tests::Exists;
+using tests::ReadFile;
+using tests::WriteFile;
+using tests::operator+;
 
 inline const std::string kConfigFolder = "/mnt/ext1/system/config";
 inline const std::string kConfigPath = kConfigFolder + "/quire_config.cfg";
@@ -32,9 +38,6 @@ inline const std::string kSwitchboardAnswer =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
 
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& content);
-bool Exists(const std::string& path);
 Lines FilesIn(const std::string& folder);  ///< sorted
 Json::Value Parsed(const std::string& text);
 Book BookOf(const std::string& ean, const std::string& author = "", const std::string& title = "");

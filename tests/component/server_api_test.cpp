@@ -1,6 +1,7 @@
 #include "server_api.h"
 
 #include <climits>
+#include <utility>
 
 #include "on_device.h"
 #include "store_calls.h"
@@ -32,9 +33,9 @@ class Server : public OnDevice {
     return call.make(api, &payload);
   }
 
-  /// The parameters that a call sent.
+  /// The parameters that the last call sent.
   std::string Sent() {
-    const std::string line = device.Journal({"POST"}).at(0);
+    const std::string line = device.Journal({"POST"}).back();
     return line.substr(line.find(' ', 5) + 1);
   }
 };
@@ -90,15 +91,16 @@ TEST_F(Server, EveryCall_IsRefusedByErrorTrueOnly) {
     if (call.path == kSwitchboardUrl) continue;  // whose answers have no such member
     SCOPED_TRACE(call.name);
     const bool list = call.path == "/getUserEbook";
-    for (const char* error : {R"("true")", "true"}) {
-      ServerApi::Result result = Make(call, std::string(R"({"error":)") + error + "," + content);
+    for (const std::string error : {R"({"error":"true",)", R"({"error":true,)"}) {
+      ServerApi::Result result = Make(call, error + content);
       EXPECT_EQ(result.code_, ServerApi::kFailed);
       EXPECT_EQ(result.message_, list ? "e" : "E");
       EXPECT_EQ(payload, "");
       EXPECT_EQ(api.GetSessionId(), kSession);
-      for (const char* rest : {"}", R"(,"response":[{"orderItemEAN":"1"}]})", R"(,"response":5})",
-                               R"(,"response":{"ErrorMsg":["E"],"errorMsg":{}}})"}) {
-        result = Make(call, std::string(R"({"error":)") + error + rest);
+      for (const char* rest :
+           {R"("x":1})", R"("response":[{"orderItemEAN":"1"}]})", R"("response":5})",
+            R"("response":{"ErrorMsg":["E"],"errorMsg":{}}})"}) {
+        result = Make(call, error + rest);
         EXPECT_EQ(result.code_, ServerApi::kFailed) << rest;
         EXPECT_EQ(result.message_ + payload, "") << rest;
       }
@@ -142,18 +144,14 @@ TEST_F(Server, Session_IsSetByLogIn_AndClearedByLogOut) {
   EXPECT_EQ(api.GetSessionId(), "");
 }
 
-TEST_F(Server, Switchboard_SignsWhatWasAddedBeforeTheSignature) {
+TEST_F(Server, Switchboard_KeepsWhateverJsonItGets_AndNeedsTheDevicesSerialAndKey) {
   device.Answer(kSwitchboardUrl, "[1]");
   EXPECT_EQ(std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson(), Parsed("[1]"));
-  EXPECT_EQ(
-      device.Journal(),
-      (Lines{"key Tw3kH-pL", "sign device_sn=SN-1&nonce=NONCE salt= key=KEY",
-             "GET " + kSwitchboardUrl + "?device_sn=SN-1&nonce=NONCE&client_signature=SIGNATURE"}));
-  device.serial_number = nullptr;
-  EXPECT_THROW(api.CallSwitchboard(kSwitchboardUrl), std::logic_error);
-  device.serial_number = "SN-1";
-  device.signing_key = nullptr;
-  EXPECT_THROW(api.CallSwitchboard(kSwitchboardUrl), std::logic_error);
+  for (const char** text : {&device.serial_number, &device.signing_key}) {
+    const char* const given = std::exchange(*text, nullptr);
+    EXPECT_THROW(api.CallSwitchboard(kSwitchboardUrl), std::logic_error);
+    *text = given;
+  }
 }
 
 TEST_F(Server, Parameters_ThatDependOnTheArguments) {
@@ -161,74 +159,61 @@ TEST_F(Server, Parameters_ThatDependOnTheArguments) {
   api.AddArrayToCart({});
   EXPECT_EQ(Sent(), ids);
 
-  device.ForgetJournal();
   std::map<std::string, int> many;
   std::string fields;
-  for (int i = 0; i < 12; ++i) {
-    many["9780" + std::to_string(10 + i)] = 1;
-    fields += "&ean_" + std::to_string(i) + "=9780" + std::to_string(10 + i) + "&quantity_" +
-              std::to_string(i) + "=1";
+  for (int i = 10; i < 22; ++i) {
+    const std::string ean = "9780" + std::to_string(i), number = std::to_string(i - 10);
+    many[ean] = 1;
+    fields += "&ean_" + number + "=" + ean + "&quantity_" + number + "=1";
   }
   api.AddArrayToCart(many);
   EXPECT_EQ(Sent(), ids + fields);
 
-  for (const char* method : {"PAYPAL", "ccard", "CCARD ", ""}) {
-    device.ForgetJournal();
+  const std::string commit = "opdsSessionId=&orderId=O&storeId=4711&paymethod=";
+  for (const std::string method : {"PAYPAL", "ccard", "CCARD ", ""}) {
     api.SubmitOrder("O", method);
     EXPECT_EQ(Sent(), "orderId=O&storeId=4711&opdsSessionId=");
-    device.ForgetJournal();
     api.commitOrderForPayment("O", method);
-    EXPECT_EQ(Sent(), std::string("opdsSessionId=&orderId=O&storeId=4711&paymethod=") + method);
+    EXPECT_EQ(Sent(), commit + method);
   }
-  device.ForgetJournal();
   api.commitOrderForPayment("O", "CCARD");
   const std::string page = "http://" QUIRE_RETURN_HOST "/QUIRESaltmoor?status=";
-  EXPECT_EQ(Sent(), "opdsSessionId=&orderId=O&storeId=4711&paymethod=CCARD&success_url=" + page +
-                        "success&cancel_url=" + page + "cancel");
+  EXPECT_EQ(Sent(), commit + "CCARD&success_url=" + page + "success&cancel_url=" + page + "cancel");
 
   api.SetConfig(SwitchboardConfig());
-  device.ForgetJournal();
   api.GetUserData();
   EXPECT_EQ(Sent(), "storeId=&opdsSessionId=");
 }
 
 TEST_F(Server, PaymentState_IsOneOfFourTexts_ElseFailure) {
-  const std::pair<const char*, int> rows[] = {{R"("In Progress")", 0},
-                                              {R"("Pending")", 1},
-                                              {R"("Failure")", 2},
-                                              {R"("Success")", 3},
-                                              {R"("success")", 2},
-                                              {R"("Success ")", 2},
-                                              {R"("")", 2},
-                                              {"3", 2},
-                                              {"null", 2},
-                                              {"{}", 2}};
-  for (const auto& [json, status] : rows) {
+  const auto status_of = [this](const std::string& json) {
     device.ForgetAnswers();
-    device.Answer("/checkOrder", std::string(R"({"response":{"paymentStatus":)") + json + "}}");
-    EXPECT_EQ(std::get<1>(api.CheckOrder("O")).status, status) << json;
+    device.Answer("/checkOrder", R"({"response":{"paymentStatus":)" + json + "}}");
+    return std::get<1>(api.CheckOrder("O")).status;
+  };
+  EXPECT_EQ(status_of(R"("In Progress")"), 0);
+  EXPECT_EQ(status_of(R"("Pending")"), 1);
+  EXPECT_EQ(status_of(R"("Success")"), 3);
+  for (const char* json :
+       {R"("Failure")", R"("success")", R"("Success ")", R"("")", "3", "null", "{}"}) {
+    EXPECT_EQ(status_of(json), 2) << json;
   }
 }
 
 TEST_F(Server, PaymentAddress_IsReadAsJsonReadsStrings) {
-  const std::pair<const char*, const char*> rows[] = {
-      {R"("https://pay/?a=1")", "https://pay/?a=1"},
-      {"12", "12"},
-      {"18446744073709551615", "18446744073709551615"},
-      {"12.5", "12.5"},
-      {"true", "true"},
-      {"null", ""},
-      {"[\"a\"]", ""},
-      {"{\"a\":1}", ""}};
-  for (const auto& [json, url] : rows) {
+  const auto expect_url = [this](const std::string& json, const std::string& url) {
     device.ForgetAnswers();
-    device.Answer("/commitOrderForPayment",
-                  std::string(R"({"response":{"status":12.5,"url":)") + json + "}}");
+    device.Answer("/commitOrderForPayment", R"({"response":{"status":12.5,"url":)" + json + "}}");
     const auto commit = api.commitOrderForPayment("O", "PAYPAL");
     EXPECT_EQ(commit.res.code_, ServerApi::kOk);
     EXPECT_EQ(commit.url, url);
     EXPECT_EQ(commit.status, "");
+  };
+  for (const char* itself : {"12", "18446744073709551615", "12.5", "true"}) {
+    expect_url(itself, itself);
   }
+  for (const char* nothing : {"null", "[\"a\"]", "{\"a\":1}"}) expect_url(nothing, "");
+  expect_url(R"("https://pay/?a=1")", "https://pay/?a=1");
 }
 
 TEST_F(Server, Order_HasItsPositionsBesideItsHeader) {
@@ -243,9 +228,8 @@ TEST_F(Server, Order_HasItsPositionsBesideItsHeader) {
 }
 
 TEST(IntToString, IsPlainDecimal) {
-  const std::pair<int, const char*> rows[] = {
-      {-5, "-5"}, {0, "0"}, {12, "12"}, {INT_MIN, "-2147483648"}, {INT_MAX, "2147483647"}};
-  for (const auto& [value, text] : rows) EXPECT_EQ(int_to_string(value), text);
+  EXPECT_EQ(int_to_string(12), "12");
+  EXPECT_EQ(int_to_string(INT_MIN), "-2147483648");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -71,6 +72,7 @@ class Device {
   const char* signing_key = "KEY";
   int scanner_task = -1;
   bool has_logo = false;
+  std::optional<std::string> upper_case;  ///< what upper-casing gives; not set: the text's own
 
   struct {
     int result = 0;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cctype>
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
@@ -265,10 +266,8 @@ int tb_unlink(const char* path) {
 }
 
 char* utf_toupper_ext(const char* text, int* length) {
-  char* upper = strdup(text);
-  for (char* c = upper; *c != 0; ++c) {
-    if (*c >= 'a' && *c <= 'z') *c = static_cast<char>(*c - 'a' + 'A');
-  }
+  char* const upper = strdup(device.upper_case.value_or(text).c_str());
+  for (char* c = upper; *c != 0; ++c) *c = static_cast<char>(std::toupper(*c));
   if (length != nullptr) *length = static_cast<int>(std::strlen(upper));
   return upper;
 }
