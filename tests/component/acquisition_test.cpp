@@ -51,26 +51,23 @@ TEST(Acquisition, VirtualSlots_AreInTheContractsOrder) {
 
 TEST(MakeFormat, ListsEachFormat_ParentsFirst_AndSetsTheFlagForATicket) {
   const std::string acsm = "application/vnd.adobe.adept+xml", epub = "application/epub+zip";
-  const struct {
-    std::vector<Object*> items;
-    bool flag_before, flag;
-    const char *before, *formats;
-  } rows[] = {{{Make(acsm, {Make(epub)}), Make("application/pdf")}, false, true, "", "EPUB,PDF"},
-              {{Make(epub, {Make(epub, {Make(acsm)})})}, false, true, "", "EPUB,EPUB"},
-              {{Make(acsm), Make(acsm)}, false, true, "", ""},
-              {{Make("text/html"), Make("application/octet-stream", {Make(epub)}), Make("")},
-               true,
-               true,
-               "",
-               "HTM,EPUB"},
-              {{Make(epub)}, false, false, "X", "X,EPUB"}};
-  for (const auto& row : rows) {
-    const std::unique_ptr<IndirectAcquisition> root(Make("", row.items));
-    std::stringstream out(row.before);
-    bool has_acsm = row.flag_before;
+  const std::tuple<std::vector<Object*>, bool, bool, const char*, const char*> rows[] = {
+      {{Make(acsm, {Make(epub)}), Make("application/pdf")}, false, true, "", "EPUB,PDF"},
+      {{Make(epub, {Make(epub, {Make(acsm)})})}, false, true, "", "EPUB,EPUB"},
+      {{Make(acsm), Make(acsm)}, false, true, "", ""},
+      {{Make("text/html"), Make("application/octet-stream", {Make(epub)}), Make("")},
+       true,
+       true,
+       "",
+       "HTM,EPUB"},
+      {{Make(epub)}, false, false, "X", "X,EPUB"}};
+  for (const auto& [items, flag_before, flag, before, formats] : rows) {
+    const std::unique_ptr<IndirectAcquisition> root(Make("", items));
+    std::stringstream out(before);
+    bool has_acsm = flag_before;
     MakeFormat(out, has_acsm, root->children);
-    EXPECT_EQ(out.str(), row.formats);
-    EXPECT_EQ(has_acsm, row.flag) << row.formats;
+    EXPECT_EQ(out.str(), formats);
+    EXPECT_EQ(has_acsm, flag) << formats;
   }
 }
 

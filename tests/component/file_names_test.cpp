@@ -20,27 +20,23 @@ TEST(VerifyFilename, CleansAndCuts) {
   for (const char* itself : {"", " \t}~\x7f\x01 A", "a.b", "abc"}) {
     EXPECT_EQ(VerifyFilename(itself, 255, true), itself);
   }
-  const struct {
-    const char* name;
-    unsigned max_chars;
-    bool drop_hash;
-    const char* clean;
-  } rows[] = {{"a\"'*/:<>?\\`|b", 255, true, "ab"},
-              {"../../etc/passwd", 255, true, "_....etcpasswd"},
-              {"/.x", 255, true, "_.x"},
-              {"#1", 255, false, "_#1"},
-              {"#1", 255, true, "1"},
-              {"a#1", 255, false, "a#1"},
-              {"#.a", 255, true, "_.a"},
-              {"abc", 3, true, "abc"},
-              {"abc", 2, true, "ab"},
-              {"abc", 0, true, ""},
-              {".abc", 2, true, "_.a"},
-              {"a/b/c", 2, true, "ab"},
-              {"a\u20ac\U0001d11ez", 3, true, "a\u20ac\U0001d11e"},
-              {"ab\x7f\x80\x80z", 2, true, "ab\x7f\x80\x80"}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(VerifyFilename(row.name, row.max_chars, row.drop_hash), row.clean) << row.name;
+  const std::tuple<const char*, unsigned, bool, const char*> rows[] = {
+      {"a\"'*/:<>?\\`|b", 255, true, "ab"},
+      {"../../etc/passwd", 255, true, "_....etcpasswd"},
+      {"/.x", 255, true, "_.x"},
+      {"#1", 255, false, "_#1"},
+      {"#1", 255, true, "1"},
+      {"a#1", 255, false, "a#1"},
+      {"#.a", 255, true, "_.a"},
+      {"abc", 3, true, "abc"},
+      {"abc", 2, true, "ab"},
+      {"abc", 0, true, ""},
+      {".abc", 2, true, "_.a"},
+      {"a/b/c", 2, true, "ab"},
+      {"a\u20ac\U0001d11ez", 3, true, "a\u20ac\U0001d11e"},
+      {"ab\x7f\x80\x80z", 2, true, "ab\x7f\x80\x80"}};
+  for (const auto& [name, max_chars, drop_hash, clean] : rows) {
+    EXPECT_EQ(VerifyFilename(name, max_chars, drop_hash), clean) << name;
   }
 }
 
@@ -48,15 +44,14 @@ TEST(ParseToNameExtention, SplitsAtTheLastDot) {
   for (const char* whole : {"", "a", ".a", "./a", "/d.d/a"}) {
     EXPECT_EQ(ParseToNameExtention(whole), std::make_tuple(whole, "")) << whole;
   }
-  const struct {
-    const char *path, *name, *extension;
-  } rows[] = {{"a.", "a", ""},
-              {"a.b.EPUB", "a.b", "EPUB"},
-              {"/d.d/a.b", "/d.d/a", "b"},
-              {"/d/.a", "/d/", "a"},
-              {"/mnt/ext1/Downloads/J. Smith - Title", "/mnt/ext1/Downloads/J", " Smith - Title"}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(ParseToNameExtention(row.path), std::make_tuple(row.name, row.extension)) << row.path;
+  const std::tuple<const char*, const char*, const char*> rows[] = {
+      {"a.", "a", ""},
+      {"a.b.EPUB", "a.b", "EPUB"},
+      {"/d.d/a.b", "/d.d/a", "b"},
+      {"/d/.a", "/d/", "a"},
+      {"/mnt/ext1/Downloads/J. Smith - Title", "/mnt/ext1/Downloads/J", " Smith - Title"}};
+  for (const auto& [path, name, extension] : rows) {
+    EXPECT_EQ(ParseToNameExtention(path), std::make_tuple(name, extension)) << path;
   }
 }
 

@@ -25,6 +25,11 @@ Json::Value Parsed(const std::string& text) {
   return value;
 }
 
+std::string Words(const ServerApi::Result& result) {
+  const std::string message = result.message_.empty() ? "" : ": " + result.message_;
+  return (result.code_ == ServerApi::kOk ? "ok" : "failed") + message;
+}
+
 Book BookOf(const std::string& ean, const std::string& author, const std::string& title) {
   Book book;
   book.string_props[Book::kEan] = ean;

@@ -29,6 +29,13 @@ inline const std::string kCartPath = kConfigFolder + "/quire_cart";
 inline const std::string kSwitchboardUrl =
     "http://" QUIRE_CONFIG_HOST "/api/config/v1/get-device-opds-config";
 
+/// What the shop is told of the pages to return to.
+inline const std::string kReturnPage = "http://" QUIRE_RETURN_HOST "/QUIRESaltmoor?status=";
+inline const std::string kReturnPages =
+    "&success_url=" + kReturnPage + "success&cancel_url=" + kReturnPage + "cancel";
+
+inline const std::string kStoreApi = "https://" QUIRE_SHOP_HOST "/webapp/wcs/stores/servlet";
+
 // Unmistakable, so that the journal can be searched for them.
 inline const std::string kPassword = "pass-w0rd";
 inline const std::string kSession = "SESSION-71";
@@ -40,6 +47,8 @@ inline const std::string kSwitchboardAnswer =
 
 Lines FilesIn(const std::string& folder);  ///< sorted
 Json::Value Parsed(const std::string& text);
+/// "ok" or "failed", and the message.
+std::string Words(const ServerApi::Result& result);
 Book BookOf(const std::string& ean, const std::string& author = "", const std::string& title = "");
 
 /// From here on this process has no rights but those of a file's owner, be it root or not.

@@ -4,15 +4,14 @@
 namespace saltmoor::quire {
 namespace {
 
-constexpr const char* kStoreApi = "https://" QUIRE_SHOP_HOST "/webapp/wcs/stores/servlet";
-
 TEST(Switchboard, FieldsAreReadAndTrimmed) {
   const Json::Value json = Parsed(R"({"partner":" p ","clientId":17,"shopUrl":"\t u\n",
       "shopName":"A  B","opdsUrl":{"OPDSStartPage":" s ","ImpressumURL":"i","AGBURL":" a",
       "DatenschutzURL":"d ","WiderrufsrechtURL":"w","HilfeURL":true}})");
   const SwitchboardConfig config = SwitchboardConfig::Parse(json);
   EXPECT_EQ(config.ToJson(), json);
-  const char* texts[] = {"p", "17", "u", "A  B", "s", "i", "a", "d", "w", "true", kStoreApi, ""};
+  const char* texts[] = {"p", "17", "u", "A  B", "s", "i", "a", "d", "w", "true", kStoreApi.c_str(),
+                         ""};
   for (int field = 0; field < 12; ++field) {
     EXPECT_EQ(config[static_cast<SwitchboardConfig::Fields>(field)], texts[field]) << field;
   }

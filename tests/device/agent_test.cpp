@@ -118,11 +118,7 @@ TEST_F(Agent, AsksOnTheTerminal) {
 }
 
 TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
-  const struct {
-    const char* address;
-    const char* answer;
-    const char* sentence;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"http://shop.test/broken", "approve", "http://shop.test/broken answers 500: Zahlung"},
       {"http://shop.test/none", "approve", "http://shop.test/none answers 404"},
       {"http://shop.test/loop", "approve", "redirects again and again"},
@@ -132,10 +128,10 @@ TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
       {"http://shop.test/shop/pay", "", "set QUIRE_BROWSER_ANSWER"},
       {"http://shop.test/shop/pay", "perhaps", "QUIRE_BROWSER_ANSWER is perhaps"},
   };
-  for (const auto& one : cases) {
-    const Finished run = Browse(one.address, one.answer);
-    EXPECT_EQ(run.exit_code, 1) << one.sentence;
-    EXPECT_NE(run.err.find(one.sentence), std::string::npos) << run.err;
+  for (const auto& [address, answer, sentence] : cases) {
+    const Finished run = Browse(address, answer);
+    EXPECT_EQ(run.exit_code, 1) << sentence;
+    EXPECT_NE(run.err.find(sentence), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("browser: "), std::string::npos) << run.err;
     EXPECT_EQ(run.err.find('\x1b'), std::string::npos) << "drives the terminal";
   }

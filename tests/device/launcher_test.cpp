@@ -216,11 +216,7 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
   const std::string device = folder / "d";
   WriteFile(folder / "file", "not a program");
   WriteFile(folder / "d/ebrmain/bin/browser.app", "the user's own");
-  const struct {
-    Command arguments;
-    int exit_code;
-    std::string text;
-  } cases[] = {
+  const std::tuple<Command, int, std::string> cases[] = {
       {{}, 2, "no program"},
       {{"--nope", "true"}, 2, "unknown option --nope"},
       {{"--device"}, 2, "--device needs a value"},
@@ -234,11 +230,11 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
       {{"--device", device, "./no such"}, 127, "no program ./no such"},
       {{"--device", device, folder / "file"}, 126, "not executable"},
   };
-  for (const auto& one : cases) {
-    const Finished run = RunProgram(kQuiet + one.arguments);
-    EXPECT_EQ(run.exit_code, one.exit_code) << one.text;
+  for (const auto& [arguments, exit_code, text] : cases) {
+    const Finished run = RunProgram(kQuiet + arguments);
+    EXPECT_EQ(run.exit_code, exit_code) << text;
     EXPECT_EQ(run.err.find("quire-device: "), 0U) << run.err;
-    EXPECT_NE(run.err.find(one.text), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
   }
   EXPECT_EQ(ReadFile(folder / "d/ebrmain/bin/browser.app"), "the user's own");

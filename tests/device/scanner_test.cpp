@@ -37,9 +37,7 @@ class EpubMetadata : public testing::Test {
 };
 
 TEST_F(EpubMetadata, IsReadAsItIsWritten) {
-  const struct {
-    std::string package, title, author;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {Package("<dc:title>Die\n  \xC3\x84ngste &amp; W\xC3\xBCnsche</dc:title><dc:creator "
                "opf:role='aut'>A. Eins</dc:creator><dc:creator>B. Zwei</dc:creator>"
                "<dc:creator opf:role='ill'>C. Drei</dc:creator>"),
@@ -52,10 +50,10 @@ TEST_F(EpubMetadata, IsReadAsItIsWritten) {
        "\xC3\x84", ""},
       {Package("<dc:title>Torn</dc:title>").substr(0, 215), "Torn", ""},
   };
-  for (const auto& one : cases) {
-    const scanner::Metadata metadata = ReadPackage(one.package);
-    EXPECT_EQ(metadata.title, one.title) << one.package;
-    EXPECT_EQ(metadata.author, one.author) << one.package;
+  for (const auto& [package, title, author] : cases) {
+    const scanner::Metadata metadata = ReadPackage(package);
+    EXPECT_EQ(metadata.title, title) << package;
+    EXPECT_EQ(metadata.author, author) << package;
   }
   // Cut between two characters, not within one.
   std::string long_title;

@@ -53,6 +53,8 @@ class Device {
   /// The next answer to requests of `path` (of the store API, or a whole address); the last one
   /// stays until another is given. Without any the transport fails.
   void Answer(const std::string& path, const std::string& body, long status = 200);
+  /// Forgets all answers and the journal first.
+  void AnswerOnly(const std::string& path, const std::string& body, long status = 200);
   void FailTransport(const std::string& path);
   void ForgetAnswers();
   int network_state = 0x100;

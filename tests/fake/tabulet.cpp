@@ -64,6 +64,12 @@ void Device::Answer(const std::string& path, const std::string& body, long statu
   AddReply(path, {0, status, body});
 }
 
+void Device::AnswerOnly(const std::string& path, const std::string& body, long status) {
+  ForgetAnswers();
+  ForgetJournal();
+  Answer(path, body, status);
+}
+
 void Device::FailTransport(const std::string& path) {
   AddReply(path, {});
 }
