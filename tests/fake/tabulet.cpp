@@ -54,24 +54,16 @@ int Device::OpenHandles() const {
   return static_cast<int>(open_handles.size());
 }
 
-void Device::AddReply(const std::string& path, const Reply& reply) {
+void Device::Answer(const std::string& path, const std::string& body, long status) {
   std::deque<Reply>& replies = replies_[path];
   if (!replies.empty() && replies.front().taken) replies.pop_front();
-  replies.push_back(reply);
-}
-
-void Device::Answer(const std::string& path, const std::string& body, long status) {
-  AddReply(path, {0, status, body});
+  replies.push_back({0, status, body});
 }
 
 void Device::AnswerOnly(const std::string& path, const std::string& body, long status) {
   ForgetAnswers();
   ForgetJournal();
   Answer(path, body, status);
-}
-
-void Device::FailTransport(const std::string& path) {
-  AddReply(path, {});
 }
 
 void Device::ForgetAnswers() {
