@@ -106,7 +106,7 @@ TEST_F(Program, SaysInASentenceWhyItDoesNotStart) {
   const std::pair<const char*, const char*> bad_catalogues[] = {
       {"{", "books"},
       {R"({"books":[{"ean":"1","title":"T","price":"4,99"}]})", "price"},
-      {R"({"books":[{"ean":"1","title":"T","price":"1","file":"../x"}]})", "../x"},
+      {R"({"books":[{"ean":"1","title":"T","price":"1","file":"../accounts.json"}]})", "../acc"},
       {R"({"books":[{"ean":7}]})", "ean"}};
   for (const auto& [json, what] : bad_catalogues) {
     WriteFile(folder_ / "bad/catalogue.json", json);
