@@ -13,39 +13,32 @@ const std::string kRunLog =
     " int saltmoor::quire::Auth::Run(const std::string &, const std::string &): ";
 const std::string kFailedToLogIn =
     "log 2 quire_store/src/data/auth:45" + kRunLog + "Failed to log it";
-const std::string kMarker = "http://" QUIRE_RETURN_HOST "/QUIRESaltmoor?status=";
 
 std::string Visited(const std::string& url) {
-  return "log 4 quire_store/src/data/auth:66 virtual void "
-         "saltmoor::quire::Auth::UrlChanged(const std::string &): Auth::UrlChanged. url_string = "
-         "[" +
+  return "log 4 quire_store/src/data/auth:66 virtual void saltmoor::quire::Auth::UrlChanged("
+         "const std::string &): Auth::UrlChanged. url_string = [" +
          url + "]";
 }
 
 class AuthOnDevice : public OnDevice {};
 
 TEST_F(AuthOnDevice, MethodChoosesTheArguments) {
-  const struct {
-    const char* method;
-    bool has_logo;
-    const char* arguments;
-  } rows[] = {{"PAYPAL", true, " --paypal -img /tmp/quire_browser_logo.bmp"},
-              {"PAYPAL", false, " --paypal"},
-              {"CCARD", true, " -wirecard"},
-              {"CCARD", false, " -wirecard"},
-              {"paypal", true, ""},
-              {"", true, ""}};
-  for (const auto& row : rows) {
-    device.has_logo = row.has_logo;
+  const std::tuple<const char*, bool, std::string> rows[] = {
+      {"PAYPAL", true, " --paypal -img /tmp/quire_browser_logo.bmp"},
+      {"PAYPAL", false, " --paypal"},
+      {"CCARD", true, " -wirecard"},
+      {"CCARD", false, " -wirecard"},
+      {"paypal", true, ""},
+      {"", true, ""}};
+  for (const auto& [method, has_logo, arguments] : rows) {
+    device.has_logo = has_logo;
     device.ForgetJournal();
-    Auth().Run("https://pay/", row.method);
-    Lines expected = {"browser session quire", "resource browser_quire"};
-    if (row.has_logo && row.method == std::string("PAYPAL")) {
-      expected.push_back("bitmap /tmp/quire_browser_logo.bmp");
-    }
-    expected.push_back(std::string("browser run /ebrmain/bin/browser.app") + row.arguments +
-                       " https://pay/");
-    EXPECT_EQ(device.Journal({"browser", "resource", "bitmap"}), expected);
+    Auth().Run("https://pay/", method);
+    const bool saved = has_logo && method == std::string("PAYPAL");
+    EXPECT_EQ(device.Journal({"browser", "resource", "bitmap"}),
+              (Lines{"browser session quire", "resource browser_quire"} +
+               (saved ? Lines{"bitmap /tmp/quire_browser_logo.bmp"} : Lines()) +
+               Lines{"browser run /ebrmain/bin/browser.app" + arguments + " https://pay/"}));
   }
 }
 
@@ -63,38 +56,35 @@ TEST_F(AuthOnDevice, EveryResultButMinusOne_IsLogged) {
 // With a result of -1 the log tells whether the payment was taken as a success.
 TEST_F(AuthOnDevice, AddressWithTheMarker_EndsTheSession_AndItsStatusCounts) {
   const std::string other = "https://pay/next?%s%n=100%";
-  const struct {
-    std::string url;
-    bool ends, success;
-  } rows[] = {{kMarker + "success", true, true},
-              {kMarker + "success&x=1#y", true, true},
-              {kMarker + "cancel", true, false},
-              {kMarker + "SUCCESS", true, false},
-              {kMarker + "successful", true, false},
-              {"http://x/QUIRESaltmoor", true, false},
-              {"http://x/QUIRESaltmoor#?status=success", true, false},
-              {"https://pay/?back=QUIRESaltmoor&status=success", true, true},
-              {"http://x/quiresaltmoor?status=success", false, false},
-              {"http://x/?status=success", false, false},
-              {"QUIRESaltmoo", false, false},
-              {"", false, false}};
+  const std::tuple<std::string, bool, bool> rows[] = {
+      {kReturnPage + "success", true, true},
+      {kReturnPage + "success&x=1#y", true, true},
+      {kReturnPage + "cancel", true, false},
+      {kReturnPage + "SUCCESS", true, false},
+      {kReturnPage + "successful", true, false},
+      {"http://x/QUIRESaltmoor", true, false},
+      {"http://x/QUIRESaltmoor#?status=success", true, false},
+      {"https://pay/?back=QUIRESaltmoor&status=success", true, true},
+      {"http://x/quiresaltmoor?status=success", false, false},
+      {"http://x/?status=success", false, false},
+      {"QUIRESaltmoo", false, false},
+      {"", false, false}};
   device.browser.result = -1;
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.url);
+  for (const auto& [url, ends, success] : rows) {
+    SCOPED_TRACE(url);
     device.ForgetJournal();
-    device.browser.visits = {other, row.url, other};
+    device.browser.visits = {other, url, other};
     EXPECT_EQ(Auth().Run("https://pay/", "PAYPAL"), -1);
-    Lines expected = {Visited(other), Visited(row.url)};
-    if (!row.ends) expected.push_back(Visited(other));
-    if (!row.success) expected.push_back(kFailedToLogIn);
-    EXPECT_EQ(device.Journal({"log"}), expected);
+    EXPECT_EQ(device.Journal({"log"}),
+              (Lines{Visited(other), Visited(url)} + (ends ? Lines() : Lines{Visited(other)}) +
+               (success ? Lines() : Lines{kFailedToLogIn})));
   }
 }
 
 TEST_F(AuthOnDevice, SecondRun_ForgetsTheFirstOnesSuccess) {
   Auth auth;
   device.browser.result = -1;
-  device.browser.visits = {kMarker + "success"};
+  device.browser.visits = {kReturnPage + "success"};
   auth.Run("https://pay/", "PAYPAL");
   EXPECT_EQ(device.Journal({"log 2"}), Lines());
   device.browser.visits = {};
@@ -111,7 +101,7 @@ TEST_F(AuthOnDevice, IsWatchedAndEndedFromOtherThreads) {
   auth.SetFocus();
   auth.BrowserClosed();
   EXPECT_TRUE(auth.IsRunning());
-  auth.UrlChanged(kMarker + "cancel");
+  auth.UrlChanged(kReturnPage + "cancel");
   EXPECT_FALSE(auth.IsRunning());
   payment.join();
   EXPECT_EQ(device.Journal({"browser focus"}).size(), 1u);

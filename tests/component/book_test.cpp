@@ -7,8 +7,6 @@
 namespace saltmoor::quire {
 namespace {
 
-const std::size_t kRowsBeforeMain = Book::s_book_string_map.size();
-
 std::string Prop(const Book& book, Book::StringProps prop) {
   const auto entry = book.string_props.find(prop);
   return entry == book.string_props.end() ? "(absent)" : entry->second;
@@ -19,34 +17,22 @@ std::int64_t PriceOf(const std::string& json) {
 }
 
 TEST(Book, TablesHoldTheServersKeys) {
-  const std::map<std::string, int> expected = {{"orderItemEAN", 0},
-                                               {"orderItemEan", 0},
-                                               {"orderItemTitle", 1},
-                                               {"orderItemAuthor", 2},
-                                               {"orderItemThumbnail", 3},
-                                               {"orderItemEbookCover", 3},
-                                               {"orderItemEbookType", 5},
-                                               {"orderItemEbookFormat", 5},
-                                               {"orderItemDate", 6},
-                                               {"orderItemEbookLink", 7},
-                                               {"orderItemAvailabilityNumber", 8},
-                                               {"productPageURL", 9},
-                                               {"orderItemEbookDrm", 10},
-                                               {"orderItemId", 11},
-                                               {"orderItemQuantity", 14},
-                                               {"orderItemIsEbook", 15},
-                                               {"orderId", 16},
-                                               {"currency", 17},
-                                               {"orderImageUrl", 18}};
-  EXPECT_EQ(kRowsBeforeMain, expected.size());
-  const auto& table = Book::s_book_string_map;
-  EXPECT_EQ((std::map<std::string, int>(table.begin(), table.end())), expected);
+  std::string table;
+  for (const auto& [key, prop] : Book::s_book_string_map) {
+    table += key + " " + std::to_string(prop) + "\n";
+  }
+  EXPECT_EQ(table,
+            "currency 17\norderId 16\norderImageUrl 18\norderItemAuthor 2\n"
+            "orderItemAvailabilityNumber 8\norderItemDate 6\norderItemEAN 0\norderItemEan 0\n"
+            "orderItemEbookCover 3\norderItemEbookDrm 10\norderItemEbookFormat 5\n"
+            "orderItemEbookLink 7\norderItemEbookType 5\norderItemId 11\norderItemIsEbook 15\n"
+            "orderItemQuantity 14\norderItemThumbnail 3\norderItemTitle 1\nproductPageURL 9\n");
   EXPECT_TRUE(Book::s_book_int_map.empty());
 }
 
 TEST(Book, OfNoObject_IsEmpty) {
-  for (const char* json : {"[1]", "[\"orderItemEan\"]", "[null]", "[[{}]]"}) {
-    const Book book = Book::FromJson(Parsed(json)[0]);
+  for (const char* json : {"1", "\"orderItemEan\"", "null", "[{}]"}) {
+    const Book book = Book::FromJson(Parsed(json));
     EXPECT_TRUE(book.int_props.empty() && book.string_props.empty()) << json;
     EXPECT_EQ(book.ToJson(), Parsed(R"({"orderItemPrice":"0"})"));
   }
@@ -70,9 +56,7 @@ TEST(Book, KeysOfOneProperty_HaveAnOrder) {
   EXPECT_EQ(Prop(book, Book::kQuantity), "2");
   EXPECT_EQ(Prop(book, Book::kIsEbook), "true");
   EXPECT_EQ(Prop(book, Book::kItemId), "9781234567897");
-  for (const auto prop : {Book::kTitle, Book::kAuthor, Book::kCurrency}) {
-    EXPECT_EQ(Prop(book, prop), "");
-  }
+  EXPECT_EQ(Prop(book, Book::kTitle) + Prop(book, Book::kAuthor) + Prop(book, Book::kCurrency), "");
   EXPECT_EQ(Prop(book, Book::kOrderId), "(absent)");
   const Json::Value json = book.ToJson();
   EXPECT_EQ(json["orderItemEAN"], "low");
@@ -100,54 +84,49 @@ TEST(Book, PriceIsReadInCents_AndWrittenInSixDigits) {
   EXPECT_EQ(PriceOf(R"("12345.7")"), 1234570);
 }
 
+std::string Shown(const char* key, const std::string& sent, Book::StringProps prop) {
+  Json::Value json;
+  json[key] = sent;
+  return Prop(Book::FromJson(json), prop);
+}
+
 TEST(Book, DateIsRewrittenForDisplay) {
   const std::pair<const char*, const char*> rows[] = {
       {"2021-03-15 14:30:00", "2021-03-15\n14:30:00"},
       {"2021-03-15\n14:30:00", "2021-03-15\n14:30:00"},
       {"on 15.03.2021 at 14:30", "on 15.03.2021 at\n14:30"},
       {"14:30 15.03.2021", "14:30 | 15.03.2021"},
-      {"14:30", "14:30"},
       {"15. March 2021", "15. | March 2021"},
       {"Mon 15.03.2021", "Mon | 15.03.2021"},
-      {"15.03.2021", "15.03.2021"},
       {" :", "\n:"},
-      {" ", " | "},
-      {"", ""}};
-  for (const auto& [sent, shown] : rows) {
-    Json::Value json;
-    json["orderItemDate"] = sent;
-    EXPECT_EQ(Prop(Book::FromJson(json), Book::kDate), shown);
+      {" ", " | "}};
+  for (const auto& [sent, date] : rows) EXPECT_EQ(Shown("orderItemDate", sent, Book::kDate), date);
+  for (const char* itself : {"14:30", "15.03.2021", ""}) {
+    EXPECT_EQ(Shown("orderItemDate", itself, Book::kDate), itself);
   }
 }
 
 TEST(Book, FormatIsAnExtensionWhereTheTypeIsKnown) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"application/epub+zip", "epub"},
-      {"text/html; charset=utf-8", "htm"},
-      {"EPUB", "EPUB"},
-      {"application/unknown", "application/unknown"}};
-  for (const auto& [sent, kept] : rows) {
-    Json::Value json;
-    json["orderItemEbookFormat"] = sent;
-    EXPECT_EQ(Prop(Book::FromJson(json), Book::kEbookFormat), kept);
-  }
+  const auto format_of = [](const char* sent) {
+    return Shown("orderItemEbookFormat", sent, Book::kEbookFormat);
+  };
+  EXPECT_EQ(format_of("text/html; charset=utf-8"), "htm");
+  for (const char* itself : {"EPUB", "application/x"}) EXPECT_EQ(format_of(itself), itself);
 }
 
 TEST(Book, RowsThatAnApplicationAdds_TakeEffect) {
   const auto pages = static_cast<Book::IntProps>(1);
   Book::s_book_int_map["pages"] = pages;
-  const std::pair<Json::Value, std::int64_t> rows[] = {
-      {Parsed("[320]")[0], 320},
-      {Parsed("[-1]")[0], -1},
-      {Parsed("[2147483648]")[0], 2147483648},
-      {Parsed("[9781234567897]")[0], 9781234567897},
-      {Parsed("[9223372036854775807]")[0], INT64_MAX},
-      {Parsed("[9223372036854775808]")[0], 0},
-      {Parsed("[1.5]")[0], 0},
-      {"320", 0},
-      {true, 0},
-      {Json::Value(7u), 0},
-      {Json::Value(Json::arrayValue), 0}};
+  const std::pair<Json::Value, std::int64_t> rows[] = {{Parsed("320"), 320},
+                                                       {Parsed("-1"), -1},
+                                                       {Parsed("2147483648"), 2147483648},
+                                                       {Parsed("9223372036854775807"), INT64_MAX},
+                                                       {Parsed("9223372036854775808"), 0},
+                                                       {Parsed("1.5"), 0},
+                                                       {"320", 0},
+                                                       {true, 0},
+                                                       {Json::Value(7u), 0},
+                                                       {Json::arrayValue, 0}};
   for (const auto& [value, expected] : rows) {
     Json::Value json;
     json["pages"] = value;

@@ -90,7 +90,8 @@ TEST_F(CartOnDevice, FileGivesBackTheItems_AndHalfOfTheHeader) {
 
 TEST_F(CartOnDevice, AnswerFillsTheHeader_WhereItHasOne) {
   const std::pair<const char*, double> amounts[] = {
-      {R"("20.50")", 20.5}, {"20", 20.0}, {"20.5", 0.0}, {R"("x")", 0.0}, {"null", 0.0}};
+      {R"("20.50")", 20.5}, {"20", 20.0},        {"20.5", 0.0},    {R"("x")", 0.0},
+      {"null", 0.0},        {R"("1e400")", 0.0}, {R"("nan")", 0.0}};
   for (const auto& [json, amount] : amounts) {
     cart.FromJson(Parsed(std::string(R"({"opdsSessionId":5,"order":{"orderId":9781234567897,
         "userID":"U","lastUpdated":"now","cartLastChange":"no","orderAmount":)") +
@@ -125,24 +126,21 @@ TEST_F(CartOnDevice, WithoutAReadableFile_IsEmptyAndKeepsItsHeader) {
 TEST_F(CartOnDevice, TotalIsSummedIn32Bits_AndAlwaysHasAComma) {
   EXPECT_EQ(cart.GetTotalPrice(), 0.0);
   EXPECT_EQ(cart.GetTotalPriceFormatted(), "0");
-  const struct {
-    std::vector<std::int64_t> cents;
-    double total;
-    const char* formatted;
-  } rows[] = {{{1299}, 12.99, "12,99 EUR"},
-              {{500}, 5.0, "5,00 EUR"},
-              {{5}, 0.05, "0,05 EUR"},
-              {{1299, 701}, 20.0, "20,00 EUR"},
-              {{123456789}, 1234567.89, "1234567,89 EUR"},
-              {{4294967296 + 1299}, 12.99, "12,99 EUR"},
-              {{2147483647, 1}, -21474836.48, "-21474836,-48 EUR"},
-              {{-5}, -0.05, "0,-5 EUR"}};
-  for (const auto& row : rows) {
+  const std::tuple<std::vector<std::int64_t>, double, const char*> rows[] = {
+      {{1299}, 12.99, "12,99 EUR"},
+      {{500}, 5.0, "5,00 EUR"},
+      {{5}, 0.05, "0,05 EUR"},
+      {{1299, 701}, 20.0, "20,00 EUR"},
+      {{123456789}, 1234567.89, "1234567,89 EUR"},
+      {{4294967296 + 1299}, 12.99, "12,99 EUR"},
+      {{2147483647, 1}, -21474836.48, "-21474836,-48 EUR"},
+      {{-5}, -0.05, "0,-5 EUR"}};
+  for (const auto& [prices, total, formatted] : rows) {
     cart.orderItems.clear();
-    for (const std::int64_t cents : row.cents) AddPriced(cents);
+    for (const std::int64_t cents : prices) AddPriced(cents);
     cart.orderItems[0].string_props[Book::kQuantity] = "3";
-    EXPECT_EQ(cart.GetTotalPrice(), row.total);
-    EXPECT_EQ(cart.GetTotalPriceFormatted(), row.formatted);
+    EXPECT_EQ(cart.GetTotalPrice(), total);
+    EXPECT_EQ(cart.GetTotalPriceFormatted(), formatted);
   }
   cart.orderItems = {Book(), BookOf("2")};
   cart.orderItems[1].string_props[Book::kCurrency] = "EUR";
@@ -150,19 +148,13 @@ TEST_F(CartOnDevice, TotalIsSummedIn32Bits_AndAlwaysHasAComma) {
 }
 
 TEST(ConvertDateTime, SplitsTheServersTimestamp) {
-  const struct {
-    const char *input, *date, *time;
-  } rows[] = {{"2021-03-05 07:08:09", "05.03.2021", "07:08"},
-              {"2021-12-31 23:59:59.123 CET", "31.12.2021", "23:59"},
-              {"05.03.2021", nullptr, nullptr},
-              {"2021-03-05", nullptr, nullptr},
-              {"2021-13-05 07:08:09", nullptr, nullptr},
-              {"", nullptr, nullptr}};
-  for (const auto& row : rows) {
-    std::string date = "kept", time = "kept";
-    EXPECT_EQ(ConvertDateTime(row.input, date, time), row.date != nullptr) << row.input;
-    EXPECT_EQ(date, row.date == nullptr ? "kept" : row.date);
-    EXPECT_EQ(time, row.time == nullptr ? "kept" : row.time);
+  std::string date, time;
+  EXPECT_TRUE(ConvertDateTime("2021-12-31 23:59:59.123 CET", date, time));
+  EXPECT_EQ(date + " " + time, "31.12.2021 23:59");
+  EXPECT_TRUE(ConvertDateTime("2021-03-05 07:08:09", date, time));
+  for (const char* none : {"05.03.2021", "2021-03-05", "2021-13-05 07:08:09", ""}) {
+    EXPECT_FALSE(ConvertDateTime(none, date, time)) << none;
+    EXPECT_EQ(date + " " + time, "05.03.2021 07:08") << none;
   }
 }
 

@@ -10,6 +10,8 @@ namespace {
 
 const std::string kDownloads = "/mnt/ext1/Downloads/";
 const std::string kError = "message 4 @DownloadError @DownloadError 7000";
+const std::string kFinishing =
+    " int saltmoor::quire::StoreManager::CheckDownloadState(): filename [" + kDownloads;
 const Lines kScan = {"task find /ebrmain/bin/scanner.app",
                      "task send 7 84 -scan:/mnt/ext1/Downloads 0 2000", "sleep 200000"};
 
@@ -57,40 +59,37 @@ TEST_F(Downloads, StatusIsDecidedInOrder) {
 }
 
 TEST_F(Downloads, FinishedFile_IsNamedByItsType_AndAnnouncedOrRejected) {
-  const struct {
-    const char *content_type, *saved_name, *file;
-    bool kept;
-  } rows[] = {{"application/epub+zip", "M - T", "M - T.epub", true},
-              {"application/epub+zip; charset=binary", "M - T.bin", "M - T.epub", true},
-              {"application/pdf", "M. N - T", "M.pdf", true},
-              {"application/force-download", "M - T.bin", "M - T.bin", true},
-              {"application/force-download; x", "M - T", "M - T", false},
-              {"application/force-download", "M - T.html", "M - T.html", false},
-              {"text/html; charset=utf-8", "M - T", "M - T.htm", false},
-              {"text/html", "M - T.epub", "M - T.htm", false},
-              {"", "M - T.HTML", "M - T.HTML", true},
-              {"APPLICATION/PDF", "M - T", "M - T", false},
-              {"application/octet-stream", "Mi - T", "Mi - T", true},
-              {"application/octet-stream", "M2 - T", "M2 - T", true},
-              {"application/octet-stream", "MF - T", "MF - T", false}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(std::string(row.content_type) + " " + row.saved_name);
-    device.download.content_type = row.content_type;
-    device.download.saved_name = row.saved_name;
+  const std::tuple<const char*, const char*, const char*, bool> rows[] = {
+      {"application/epub+zip", "M - T", "M - T.epub", true},
+      {"application/epub+zip; charset=binary", "M - T.bin", "M - T.epub", true},
+      {"application/pdf", "M. N - T", "M.pdf", true},
+      {"application/force-download", "M - T.bin", "M - T.bin", true},
+      {"application/force-download; x", "M - T", "M - T", false},
+      {"application/force-download", "M - T.html", "M - T.html", false},
+      {"text/html; charset=utf-8", "M - T", "M - T.htm", false},
+      {"text/html", "M - T.epub", "M - T.htm", false},
+      {"", "M - T.HTML", "M - T.HTML", true},
+      {"APPLICATION/PDF", "M - T", "M - T", false},
+      {"application/octet-stream", "Mi - T", "Mi - T", true},
+      {"application/octet-stream", "M2 - T", "M2 - T", true},
+      {"application/octet-stream", "MF - T", "MF - T", false}};
+  for (const auto& [content_type, saved_name, name, kept] : rows) {
+    SCOPED_TRACE(std::string(content_type) + " " + saved_name);
+    device.download.content_type = content_type;
+    device.download.saved_name = saved_name;
     device.ForgetJournal();
     EXPECT_EQ(manager().DownloadBookById("A"), 0);
     Finish();
-    const std::string file = kDownloads + row.file;
+    const std::string file = kDownloads + name;
     EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink"}),
-              row.kept ? kScan : (Lines{kError, "unlink " + file}));
-    EXPECT_EQ(FilesIn(kDownloads), row.kept ? Lines{row.file} : Lines());
+              kept ? kScan : (Lines{kError, "unlink " + file}));
+    EXPECT_EQ(FilesIn(kDownloads), kept ? Lines{name} : Lines());
     unlink(file.c_str());
     const Lines log = device.Journal({"log"});
     ASSERT_EQ(log.size(), 1u);
-    EXPECT_TRUE(log[0].starts_with("log 5 quire_store/src/data/store_manager:"));
-    EXPECT_TRUE(
-        log[0].ends_with(" int saltmoor::quire::StoreManager::CheckDownloadState(): filename [" +
-                         kDownloads + row.saved_name + "]"));
+    EXPECT_TRUE(log[0].starts_with("log 5 quire_store/src/data/store_manager:") &&
+                log[0].ends_with(kFinishing + saved_name + "]"))
+        << log[0];
     EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
   }
 }
@@ -131,21 +130,18 @@ TEST_F(Downloads, BookTakenWhileAnotherRuns_IsNeverDownloaded) {
   EXPECT_EQ(StatusOf("A"), BookStatus::kDownloading);
   EXPECT_EQ(manager().DownloadBookById("B"), 1);
   EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
-  const struct {
-    bool active;
-    int total, done, progress;
-  } rows[] = {{true, 100, 50, 50},
-              {true, 3, 2, 66},
-              {true, 2000000000, 1900000000, 95},
-              {true, 0, 50, 0},
-              {false, 100, 50, 0}};
-  for (const auto& row : rows) {
-    device.download.active = row.active;
-    device.download.total = row.total;
-    device.download.done = row.done;
+  const std::tuple<bool, int, int, int> rows[] = {{true, 100, 50, 50},
+                                                  {true, 3, 2, 66},
+                                                  {true, 2000000000, 1900000000, 95},
+                                                  {true, 0, 50, 0},
+                                                  {false, 100, 50, 0}};
+  for (const auto& [active, total, done, progress] : rows) {
+    device.download.active = active;
+    device.download.total = total;
+    device.download.done = done;
     const BookStatus status = manager().GetBookStatus("B");
     EXPECT_EQ(status.status, BookStatus::kDownloading);
-    EXPECT_EQ(status.progress, row.progress);
+    EXPECT_EQ(status.progress, progress);
     EXPECT_EQ(status.path, "");
   }
   EXPECT_EQ(manager().CheckDownloadState(), 1);

@@ -12,76 +12,49 @@ std::string Nested(const std::string& opening, int depth) {
   return text;
 }
 
+const std::string kDeep = Nested("[", 2000);
+const Lines kNumbers({"0", "-1", "1.5", "1e400", "-1e400", "9223372036854775807",
+                      "9223372036854775808", "99999999999999999999999999",
+                      "-99999999999999999999999999"});
 /// Every value that may stand where another is expected.
-const Lines kValues = {"[]",
-                       "[1]",
-                       "[[\"error\"]]",
-                       "{}",
-                       R"({"error":{}})",
-                       R"("text")",
-                       R"("")",
-                       "0",
-                       "-1",
-                       "1.5",
-                       "1e400",
-                       "-1e400",
-                       "9223372036854775807",
-                       "9223372036854775808",
-                       "99999999999999999999999999",
-                       "-99999999999999999999999999",
-                       "true",
-                       "null",
-                       R"("1e400")",
-                       R"("nan")",
-                       R"("\u0000\ud800")",
-                       "\"\xff\xfe\""};
+const Lines kValues = kNumbers + Lines({"[]", "[1]", R"([["error"]])", "{}", R"({"error":{}})",
+                                        R"("text")", R"("")", "true", "null", R"("1e400")",
+                                        R"("nan")", R"("\u0000\ud800")", "\"\xff\xfe\""});
 
-std::vector<std::string> HostileBodies() {
-  std::vector<std::string> bodies = {"",
-                                     "{",
-                                     "[",
-                                     "\"",
-                                     "/*",
-                                     "//",
-                                     "{}}",
-                                     "{\"a\"",
-                                     "\xef\xbb\xbf{}",
-                                     "\xff\xff",
-                                     std::string(1, '\0'),
-                                     std::string("{\"error\":\"tr\0ue\"}", 17),
-                                     Nested("[", 2000),
-                                     Nested("{\"response\":", 2000),
-                                     Nested("{\"a\":[", 1000),
-                                     Nested("/*", 2000),
-                                     "{\"error\":\"true\",\"response\":" + Nested("[", 2000)};
-  const char* const keys[] = {"opdsSessionId", "orderId",       "orderItems", "order",
-                              "positions",     "url",           "status",     "paymentStatus",
-                              "successMsg",    "ErrorMsg",      "errorMsg",   "userId",
-                              "opdsUrl",       "orderItemPrice"};
-  for (const std::string& value : kValues) {
-    bodies.push_back(value);
-    bodies.push_back("{\"error\":" + value + "}");
-    bodies.push_back("{\"response\":" + value + "}");
-    bodies.push_back("{\"error\":true,\"response\":" + value + "}");
-    bodies.push_back("{\"opdsUrl\":" + value + ",\"shopName\":" + value + "}");
-    bodies.push_back("{\"opdsUrl\":{\"OPDSStartPage\":" + value + "}}");
-    bodies.push_back("{\"response\":[" + value + "," + value + "]}");
-    std::string object = "{";
-    for (const char* key : keys)
-      object += (object.size() > 1 ? ",\"" : "\"") + std::string(key) + "\":" + value;
-    object += "}";
-    bodies.push_back("{\"response\":" + object + "}");
-    bodies.push_back("{\"error\":true,\"response\":" + object + "}");
-    bodies.push_back("{\"response\":{\"order\":" + object + ",\"orderItems\":[" + object +
-                     "],\"positions\":[" + object + "]}}");
-    std::string item = "{\"orderItemPrice\":" + value;
-    for (const auto& row : Book::s_book_string_map) item += ",\"" + row.first + "\":" + value;
-    bodies.push_back("{\"response\":[" + item + "}]}");
+/// Each pattern with each value at its '$'.
+Lines Filled(const Lines& patterns) {
+  Lines texts;
+  for (const std::string& pattern : patterns) {
+    for (const std::string& value : kValues) {
+      std::string text;
+      for (const char c : pattern) text += c == '$' ? value : std::string(1, c);
+      texts.push_back(text);
+    }
   }
-  return bodies;
+  return texts;
 }
 
-void AddPrefixes(const std::string& whole, std::vector<std::string>* texts) {
+Lines HostileBodies() {
+  const std::string object =
+      R"({"opdsSessionId":$,"orderId":$,"orderItems":$,"order":$,"positions":$,"url":$,"status":$,)"
+      R"("paymentStatus":$,"successMsg":$,"ErrorMsg":$,"errorMsg":$,"userId":$,"opdsUrl":$,)"
+      R"("orderItemPrice":$})";
+  std::string item = R"({"orderItemPrice":$)";
+  for (const auto& row : Book::s_book_string_map) item += ",\"" + row.first + "\":$";
+  return Lines({"", "{", "[", "\"", "/*", "//", "{}}", "{\"a\"", "\xef\xbb\xbf{}", "\xff\xff",
+                std::string(1, '\0'), std::string("{\"error\":\"tr\0ue\"}", 17), kDeep,
+                Nested("{\"response\":", 2000), Nested("{\"a\":[", 1000), Nested("/*", 2000),
+                R"({"error":"true","response":)" + kDeep}) +
+         Filled({"$", R"({"error":$})", R"({"response":$})", R"({"error":true,"response":$})",
+                 R"({"opdsUrl":$,"shopName":$})", R"({"opdsUrl":{"OPDSStartPage":$}})",
+                 R"({"response":[$,$]})", R"({"response":)" + object + "}",
+                 R"({"error":true,"response":)" + object + "}",
+                 R"({"response":{"order":)" + object + R"(,"orderItems":[)" + object +
+                     R"(],"positions":[)" + object + "]}}",
+                 R"({"response":[)" + item + "}]}"});
+}
+
+void AddPrefixes(const std::string& whole, Lines* texts) {
   for (std::size_t size = 0; size < whole.size(); ++size) texts->push_back(whole.substr(0, size));
 }
 
@@ -92,11 +65,10 @@ TEST_F(Malformed, Answers_MakeNoCallThrow) {
   api.SetConfig(SwitchboardConfig::Parse(Parsed(kSwitchboardAnswer)));
   Book::s_book_int_map["orderItemId"] = static_cast<Book::IntProps>(1);
   for (const StoreCall& call : kStoreCalls) {
-    std::vector<std::string> bodies = HostileBodies();
+    Lines bodies = HostileBodies();
     AddPrefixes(call.answer, &bodies);
     for (const std::string& body : bodies) {
-      device.ForgetAnswers();
-      device.Answer(call.path, body);
+      device.AnswerOnly(call.path, body);
       api.SetSessionId(kSession);
       std::string payload;
       ServerApi::Result result;
@@ -113,12 +85,8 @@ TEST_F(Malformed, CartFile_GivesWhatCanBeRead) {
   cart.orderAmount = 20.0;
   cart.Save();
   const std::string whole = ReadFile(kCartPath);
-  std::vector<std::string> contents = HostileBodies();
-  for (const std::string& value : kValues) {
-    contents.push_back("{\"orderItems\":" + value + ",\"order\":" + value + "}");
-    contents.push_back("{\"orderItems\":[" + value + "],\"order\":{\"orderAmount\":" + value +
-                       "}}");
-  }
+  Lines contents = HostileBodies() + Filled({R"({"orderItems":$,"order":$})",
+                                             R"({"orderItems":[$],"order":{"orderAmount":$}})"});
   AddPrefixes(whole, &contents);
   for (const std::string& content : contents) {
     WriteFile(kCartPath, content);
@@ -134,7 +102,7 @@ TEST_F(Malformed, CartFile_GivesWhatCanBeRead) {
 TEST_F(Malformed, SwitchboardCache_IsAskedForAnewOrReadAsItIs) {
   ScriptStart();
   device.clock_s = {100};
-  std::vector<std::string> contents = HostileBodies();
+  Lines contents = HostileBodies();
   AddPrefixes(kSwitchboardAnswer, &contents);
   for (const std::string& content : contents) {
     WriteFile(kSwitchboardPath, content);

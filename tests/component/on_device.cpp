@@ -7,24 +7,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace saltmoor::quire {
-
-std::string ReadFile(const std::string& path) {
-  std::ostringstream content;
-  content << std::ifstream(path, std::ios::binary).rdbuf();
-  return content.str();
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
-
-bool Exists(const std::string& path) {
-  return access(path.c_str(), F_OK) == 0;
-}
 
 Lines FilesIn(const std::string& folder) {
   Lines names;
@@ -39,6 +23,11 @@ Json::Value Parsed(const std::string& text) {
   Json::Value value;
   EXPECT_TRUE(Json::Reader().parse(text, value)) << text;
   return value;
+}
+
+std::string Words(const ServerApi::Result& result) {
+  const std::string message = result.message_.empty() ? "" : ": " + result.message_;
+  return (result.code_ == ServerApi::kOk ? "ok" : "failed") + message;
 }
 
 Book BookOf(const std::string& ean, const std::string& author, const std::string& title) {

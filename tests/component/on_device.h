@@ -10,11 +10,17 @@
 #include "book.h"
 #include "fake_device.h"
 #include "store_manager.h"
+#include "support/files.h"
+#include "support/process.h"
 
 namespace saltmoor::quire {
 
 using fake::device;
 using fake::Lines;
+using tests::Exists;
+using tests::ReadFile;
+using tests::WriteFile;
+using tests::operator+;
 
 inline const std::string kConfigFolder = "/mnt/ext1/system/config";
 inline const std::string kConfigPath = kConfigFolder + "/quire_config.cfg";
@@ -22,6 +28,13 @@ inline const std::string kSwitchboardPath = kConfigFolder + "/switchboard.json";
 inline const std::string kCartPath = kConfigFolder + "/quire_cart";
 inline const std::string kSwitchboardUrl =
     "http://" QUIRE_CONFIG_HOST "/api/config/v1/get-device-opds-config";
+
+/// What the shop is told of the pages to return to.
+inline const std::string kReturnPage = "http://" QUIRE_RETURN_HOST "/QUIRESaltmoor?status=";
+inline const std::string kReturnPages =
+    "&success_url=" + kReturnPage + "success&cancel_url=" + kReturnPage + "cancel";
+
+inline const std::string kStoreApi = "https://" QUIRE_SHOP_HOST "/webapp/wcs/stores/servlet";
 
 // Unmistakable, so that the journal can be searched for them.
 inline const std::string kPassword = "pass-w0rd";
@@ -32,11 +45,10 @@ inline const std::string kSwitchboardAnswer =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
 
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& content);
-bool Exists(const std::string& path);
 Lines FilesIn(const std::string& folder);  ///< sorted
 Json::Value Parsed(const std::string& text);
+/// "ok" or "failed", and the message.
+std::string Words(const ServerApi::Result& result);
 Book BookOf(const std::string& ean, const std::string& author = "", const std::string& title = "");
 
 /// From here on this process has no rights but those of a file's owner, be it root or not.

@@ -13,11 +13,6 @@ const std::string kAsk =
     "GET " + kSwitchboardUrl + "?device_sn=SN-1&nonce=NONCE&client_signature=SIGNATURE";
 const std::string kLogIn = "POST /login username=anna&password=" + kPassword + "&storeId=4711";
 
-Lines operator+(Lines a, const Lines& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
-
 class Start : public OnDevice {
  protected:
   bool Asked() { return !device.Journal({"GET"}).empty(); }
@@ -61,36 +56,34 @@ TEST_F(Start, WithoutACache_AsksLogsInAndLoads_InOrder) {
 
 TEST_F(Start, CacheIsUsed_WhileAtMost1800SecondsOld) {
   ScriptStart();
-  const struct {
-    std::int64_t stored, now;
-    bool asked;
-  } rows[] = {{1700000000, 1700000000, false},
-              {1700000000, 1700001800, false},
-              {1700000000, 1700001801, true},
-              {1700000000, 1699999999, true},
-              {0, 1800, false},
-              {0, 1801, true},
-              {0, 1700000000, true},
-              // The difference is one of 32 bits: across their end, and of a time beyond them.
-              {-100, 4294967196 + 1800, false},
-              {-100, 4294967196 + 1801, true},
-              {-100, 1700, false},
-              {1700000000, 4294967296 + 1700000000 + 1800, false},
-              {1700000000, 4294967296 + 1700000000 - 1, true}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(std::to_string(row.stored) + " " + std::to_string(row.now));
+  const std::tuple<std::int64_t, std::int64_t, bool> rows[] = {
+      {1700000000, 1700000000, false},
+      {1700000000, 1700001800, false},
+      {1700000000, 1700001801, true},
+      {1700000000, 1699999999, true},
+      {0, 1800, false},
+      {0, 1801, true},
+      {0, 1700000000, true},
+      // The difference is one of 32 bits: across their end, and of a time beyond them.
+      {-100, 4294967196 + 1800, false},
+      {-100, 4294967196 + 1801, true},
+      {-100, 1700, false},
+      {1700000000, 4294967296 + 1700000000 + 1800, false},
+      {1700000000, 4294967296 + 1700000000 - 1, true}};
+  for (const auto& [stored, now, asked] : rows) {
+    SCOPED_TRACE(std::to_string(stored) + " " + std::to_string(now));
     WriteFile(kSwitchboardPath, R"({"shopName":"Cached",)"
                                 R"("opdsUrl":{"OPDSStartPage":"https://shop/5/opds/"}})");
-    device.config[kTimeKey] = std::to_string(row.stored);
-    device.clock_s = {row.now};
+    device.config[kTimeKey] = std::to_string(stored);
+    device.clock_s = {now};
     device.ForgetJournal();
     EXPECT_EQ(manager().Init(), 0);
-    EXPECT_EQ(Asked(), row.asked);
-    EXPECT_EQ(manager().GetShopName(), row.asked ? "The Shop" : "Cached");
+    EXPECT_EQ(Asked(), asked);
+    EXPECT_EQ(manager().GetShopName(), asked ? "The Shop" : "Cached");
     EXPECT_EQ(device.Journal({"POST /login"}),
               Lines{"POST /login username=anna&password=" + kPassword +
-                    "&storeId=" + (row.asked ? "4711" : "5")});
-    EXPECT_EQ(!device.Journal({"config write int"}).empty(), row.asked);
+                    "&storeId=" + (asked ? "4711" : "5")});
+    EXPECT_EQ(!device.Journal({"config write int"}).empty(), asked);
   }
 }
 
@@ -115,14 +108,12 @@ TEST_F(Start, FailedFetch_EndsIt_AndKeepsTheGoodConfigurationForCalls) {
   ASSERT_EQ(manager().Init(), 0);
   const std::string cache = ReadFile(kSwitchboardPath);
   for (const bool fresh : {false, true}) {
-    device.ForgetAnswers();
-    device.Answer(kSwitchboardUrl, "{}", 503);
-    device.FailTransport(kSwitchboardUrl);
+    device.AnswerOnly(kSwitchboardUrl, "{}", 503);
+    if (fresh) device.ForgetAnswers();  // a lost answer then
     device.clock_s = {1000};
     device.config[kTimeKey] = fresh ? "1000" : "2000";
     if (fresh) unlink(kSwitchboardPath.c_str());
     const auto saved = device.config;
-    device.ForgetJournal();
     EXPECT_EQ(manager().Init(), -1);
     EXPECT_EQ(device.Journal({"config", "POST"}),
               (Lines{kOpen, "config read " + kTimeKey, "config close"}));
@@ -152,8 +143,7 @@ TEST_F(Start, WithoutItsConfigurationFile_DoesNothing) {
 TEST_F(Start, StoredSession_HoldsHoweverTheLogInEnds_ButIsNotSent) {
   ScriptStart();
   device.config["session_id"] = "old";
-  device.ForgetAnswers();
-  device.Answer(kSwitchboardUrl, kSwitchboardAnswer);
+  device.AnswerOnly(kSwitchboardUrl, kSwitchboardAnswer);
   device.Answer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_TRUE(manager().IsLoggedIn());

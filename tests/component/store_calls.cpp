@@ -35,18 +35,12 @@ std::string Words(const ChekResult& check) {
   return check.status == ChekResult::kFailure ? "" : std::to_string(check.status);
 }
 
-std::string Words(const UserData& user) {
-  std::string words;
-  for (int field = 0; field < 16; ++field) words += user[static_cast<UserData::Fields>(field)];
-  return words;
-}
-
-std::string Words(const SwitchboardConfig& config) {
+template <typename Record, typename Fields = typename Record::Fields>
+std::string Words(const Record& record) {
   std::string words;
   for (int field = 0; field < 16; ++field) {
-    if (field != SwitchboardConfig::kStoreApiUrl) {
-      words += config[static_cast<SwitchboardConfig::Fields>(field)];
-    }
+    const std::string text = record[static_cast<Fields>(field)];
+    if (text != kStoreApi) words += text;  // which is always there
   }
   return words;
 }

@@ -1,15 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <httplib.h>
-
-#include <atomic>
 #include <csignal>
-#include <memory>
-#include <mutex>
-#include <thread>
+#include <optional>
 
-#include "process.h"
+#include "device/test_site.h"
+#include "support/files.h"
 
+namespace tests {
 namespace {
 
 constexpr char kPage[] = R"(<!DOCTYPE html><html><head><meta charset="utf-8"><title>Zahlung</title>
@@ -25,63 +22,31 @@ constexpr char kPage[] = R"(<!DOCTYPE html><html><head><meta charset="utf-8"><ti
 /// A shop's payment pages, as the browser reaches them at http://shop.test.
 class Agent : public testing::Test {
  protected:
-  void SetUp() override { Serve(std::make_unique<httplib::Server>()); }
-  void TearDown() override {
-    server_->stop();
-    thread_.join();
-  }
+  void SetUp() override { Serve(""); }
 
-  void Serve(std::unique_ptr<httplib::Server> server) {
-    server_ = std::move(server);
-    server_->set_pre_routing_handler([this](const httplib::Request&, httplib::Response&) {
-      ++requests_;
-      return httplib::Server::HandlerResponse::Unhandled;
-    });
-    server_->Get("/start", [](const httplib::Request&, httplib::Response& response) {
-      response.set_header("Set-Cookie", "session=s1; Path=/");
-      response.set_redirect("/shop/pay", 302);
-    });
-    server_->Get("/shop/pay", [](const httplib::Request&, httplib::Response& response) {
-      response.set_content(kPage, "text/html");
-    });
-    server_->Post("/shop/pay",
+  void Serve(const std::string& folder) {
+    site_.emplace(folder);
+    site_->Redirect("/start", "/shop/pay");
+    site_->Page("/shop/pay", kPage);
+    site_->OnPost("/shop/pay",
                   [this](const httplib::Request& request, httplib::Response& response) {
-                    const std::lock_guard lock(mutex_);
-                    posted_.push_back(request.target + " " + request.body + " " +
-                                      request.get_header_value("Cookie"));
                     if (refuse_) {
                       response.status = 422;
                       return response.set_content(kPage, "text/html");
                     }
                     const bool cancel = request.body.find("decision=cancel") != std::string::npos;
-                    response.set_redirect(
-                        cancel ? "http://return.test/QUIRESaltmoor?status=cancel" : "/done", 303);
+                    response.set_redirect(cancel ? kReturn + "cancel" : "/done", 303);
                   });
-    server_->Get("/done", [](const httplib::Request&, httplib::Response& response) {
-      response.set_redirect("http://return.test/QUIRESaltmoor?status=success", 302);
-    });
-    server_->Get("/loop", [](const httplib::Request&, httplib::Response& response) {
-      response.set_redirect("/loop", 302);
-    });
-    server_->Get("/broken", [](const httplib::Request&, httplib::Response& response) {
-      response.status = 500;
-      response.set_content(kPage, "text/html");
-    });
-    server_->Get("/plain", [](const httplib::Request&, httplib::Response& response) {
-      response.set_content("<p>Nothing \x1b[2Jto do here", "text/html");
-    });
-    server_->Get("/file", [](const httplib::Request&, httplib::Response& response) {
-      response.set_redirect("file:///etc/passwd", 302);
-    });
-    port_ = std::to_string(server_->bind_to_any_port("127.0.0.1"));
-    thread_ = std::thread([this] { server_->listen_after_bind(); });
-    while (!server_->is_running()) std::this_thread::yield();
+    site_->Redirect("/done", kReturn + "success");
+    site_->Redirect("/loop", "/loop");
+    site_->Redirect("/file", "file:///etc/passwd");
+    site_->Page("/broken", kPage, 500);
+    site_->Page("/plain", "<p>Nothing \x1b[2Jto do here");
+    site_->Start();
   }
 
   Environment With(const std::string& answer) const {
-    return {{"QUIRE_BROWSER_ANSWER", answer},
-            {"TABULET_CONNECT_TO",
-             "shop.test:80:127.0.0.1:" + port_ + ",shop.test:443:127.0.0.1:" + port_}};
+    return site_->Settings() + Environment{{"QUIRE_BROWSER_ANSWER", answer}};
   }
 
   Finished Browse(const std::string& address, const std::string& answer) const {
@@ -89,34 +54,21 @@ class Agent : public testing::Test {
   }
 
   const std::string kProgram = QUIRE_BUILD_DIR "/bin/browser-agent";
+  const std::string kReturn = "http://return.test/QUIRESaltmoor?status=";
   const std::string kVisits = "http://shop.test/start\nhttp://shop.test/shop/pay\n";
   const std::string kPosted = "http://shop.test/shop/pay?step=2\n";
-  const std::string kHidden = "token=a%26b%3D%C3%BC&empty=&";
-  // What was posted so far; the server answers on threads of its own.
-  std::vector<std::string> Posted() {
-    const std::lock_guard lock(mutex_);
-    return posted_;
-  }
-
   std::atomic<bool> refuse_ = false;
-  std::atomic<int> requests_ = 0;
-  std::mutex mutex_;
-  std::vector<std::string> posted_;
-  std::unique_ptr<httplib::Server> server_;
-  std::thread thread_;
-  std::string port_;
+  std::optional<TestSite> site_;
 };
 
 TEST_F(Agent, ApprovesAndFollowsEachRedirectToTheReturnAddress) {
   const Finished run = Browse("http://shop.test/start", "approve");
-  EXPECT_EQ(run.out,
-            kVisits + kPosted +
-                "http://shop.test/done\nhttp://return.test/QUIRESaltmoor?status=success\n");
+  EXPECT_EQ(run.out, kVisits + kPosted + "http://shop.test/done\n" + kReturn + "success\n");
   EXPECT_EQ(run.exit_code, 0) << run.err;
-  ASSERT_EQ(Posted().size(), 1U);
-  EXPECT_EQ(Posted()[0], "/shop/pay?step=2 " + kHidden +
-                             "card_number=4111%201111%201111%201111&card_cvc=123&country=DE&"
-                             "decision=approve session=s1");
+  EXPECT_EQ(site_->Posted(),
+            std::vector<std::string>{
+                "/shop/pay?step=2 token=a%26b%3D%C3%BC&empty=&card_number=4111%201111%201111%201111"
+                "&card_cvc=123&country=DE&decision=approve session=s1"});
   for (const char* text : {"Bestellung 7", "Die Ängste 4,99 EUR", "[Pay 4,99 EUR]"}) {
     EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
   }
@@ -125,10 +77,11 @@ TEST_F(Agent, ApprovesAndFollowsEachRedirectToTheReturnAddress) {
 
 TEST_F(Agent, CancelsWithoutACard) {
   const Finished run = Browse("http://shop.test/start", "cancel");
-  EXPECT_EQ(run.out, kVisits + kPosted + "http://return.test/QUIRESaltmoor?status=cancel\n");
+  EXPECT_EQ(run.out, kVisits + kPosted + kReturn + "cancel\n");
   EXPECT_EQ(run.exit_code, 0) << run.err;
-  ASSERT_EQ(Posted().size(), 1U);
-  EXPECT_NE(Posted()[0].find("card_number=&card_cvc=&"), std::string::npos) << Posted()[0];
+  ASSERT_EQ(site_->Posted().size(), 1U);
+  EXPECT_NE(site_->Posted()[0].find("card_number=&card_cvc=&"), std::string::npos)
+      << site_->Posted()[0];
 }
 
 TEST_F(Agent, IsClosedOrDiesWithoutAnAnswerToThePage) {
@@ -138,7 +91,7 @@ TEST_F(Agent, IsClosedOrDiesWithoutAnAnswerToThePage) {
   const Finished crashed = Browse("http://shop.test/start", "crash");
   EXPECT_EQ(crashed.out, kVisits);
   EXPECT_EQ(crashed.exit_code, 128 + SIGSEGV);
-  EXPECT_TRUE(Posted().empty());
+  EXPECT_TRUE(site_->Posted().empty());
 }
 
 TEST_F(Agent, AsksOnTheTerminal) {
@@ -153,22 +106,19 @@ TEST_F(Agent, AsksOnTheTerminal) {
   const Finished run = browser.Wait();
   EXPECT_EQ(run.exit_code, 0);
   EXPECT_NE(run.out.find("status=success"), std::string::npos) << run.out;
-  ASSERT_EQ(Posted().size(), 1U);
-  EXPECT_NE(Posted()[0].find("card_number=42%2017&card_cvc=999"), std::string::npos) << Posted()[0];
+  ASSERT_EQ(site_->Posted().size(), 1U);
+  EXPECT_NE(site_->Posted()[0].find("card_number=42%2017&card_cvc=999"), std::string::npos)
+      << site_->Posted()[0];
 
   Process closed({kProgram, "http://shop.test/shop/pay"}, With(""), Process::On::kTerminal);
   ASSERT_TRUE(closed.WaitForOutput("or q to close: "));
   closed.Type("q\n");
   EXPECT_EQ(closed.Wait().exit_code, 0);
-  EXPECT_EQ(Posted().size(), 1U);
+  EXPECT_EQ(site_->Posted().size(), 1U);
 }
 
 TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
-  const struct {
-    const char* address;
-    const char* answer;
-    const char* sentence;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"http://shop.test/broken", "approve", "http://shop.test/broken answers 500: Zahlung"},
       {"http://shop.test/none", "approve", "http://shop.test/none answers 404"},
       {"http://shop.test/loop", "approve", "redirects again and again"},
@@ -178,46 +128,37 @@ TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
       {"http://shop.test/shop/pay", "", "set QUIRE_BROWSER_ANSWER"},
       {"http://shop.test/shop/pay", "perhaps", "QUIRE_BROWSER_ANSWER is perhaps"},
   };
-  for (const auto& one : cases) {
-    const Finished run = Browse(one.address, one.answer);
-    EXPECT_EQ(run.exit_code, 1) << one.sentence;
-    EXPECT_NE(run.err.find(one.sentence), std::string::npos) << run.err;
+  for (const auto& [address, answer, sentence] : cases) {
+    const Finished run = Browse(address, answer);
+    EXPECT_EQ(run.exit_code, 1) << sentence;
+    EXPECT_NE(run.err.find(sentence), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("browser: "), std::string::npos) << run.err;
     EXPECT_EQ(run.err.find('\x1b'), std::string::npos) << "drives the terminal";
   }
   EXPECT_EQ(Browse("ftp://shop.test/", "approve").exit_code, 2);
   EXPECT_EQ(Browse("--paypal", "approve").exit_code, 2);
-  EXPECT_TRUE(Posted().empty());
+  EXPECT_TRUE(site_->Posted().empty());
 
   refuse_ = true;
   const Finished refused = Browse("http://shop.test/shop/pay", "approve");
   EXPECT_EQ(refused.exit_code, 1);
   EXPECT_NE(refused.err.find("asks again and again"), std::string::npos) << refused.err;
-  EXPECT_EQ(Posted().size(), 3U);
+  EXPECT_EQ(site_->Posted().size(), 3U);
 }
 
 TEST_F(Agent, LoadsNothingFromAServerThatItCannotTrust) {
   const TemporaryFolder folder;
-  const std::string key = folder / "key.pem";
-  const std::string certificate = folder / "ca.pem";
-  ASSERT_EQ(
-      RunProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                  "ec_paramgen_curve:prime256v1", "-nodes", "-keyout", key, "-out", certificate,
-                  "-subj", "/CN=shop.test", "-addext", "subjectAltName=DNS:shop.test"})
-          .exit_code,
-      0);
-  TearDown();
-  Serve(std::make_unique<httplib::SSLServer>(certificate.c_str(), key.c_str()));
-
+  Serve(folder.path());
   const Finished refused = Browse("https://shop.test/start", "approve");
   EXPECT_EQ(refused.exit_code, 1);
   EXPECT_NE(refused.err.find("certificate"), std::string::npos) << refused.err;
-  EXPECT_EQ(requests_, 0);
+  EXPECT_EQ(site_->requests(), 0);
 
-  Environment trusting = With("approve");
-  trusting.emplace_back("TABULET_CA_FILE", certificate);
+  const Environment trusting =
+      With("approve") + Environment{{"TABULET_CA_FILE", folder / "ca.pem"}};
   EXPECT_EQ(RunProgram({kProgram, "https://shop.test/start"}, trusting).exit_code, 0);
-  EXPECT_EQ(requests_, 4);
+  EXPECT_EQ(site_->requests(), 4);
 }
 
 }  // namespace
+}  // namespace tests

@@ -8,18 +8,13 @@
 #include <filesystem>
 #include <thread>
 
-#include "process.h"
+#include "support/files.h"
+#include "support/process.h"
 
 namespace fs = std::filesystem;
 
+namespace tests {
 namespace {
-
-using Command = std::vector<std::string>;
-
-Command operator+(Command command, const Command& more) {
-  command.insert(command.end(), more.begin(), more.end());
-  return command;
-}
 
 const Command kLauncher = {QUIRE_DEVICE, "--build", QUIRE_BUILD_DIR};
 const Command kQuiet = kLauncher + Command{"--no-scanner"};
@@ -41,11 +36,9 @@ bool StillRuns(const std::string& word) {
 class Launcher : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    if (RunProgram({"bwrap", "--unshare-pid", "--dev-bind", "/", "/", "--proc", "/proc", "true"})
-                .exit_code == 0 ||
-        std::string(GetParam()) != "bwrap") {
-      return;
-    }
+    const Command probe{"bwrap", "--unshare-pid", "--dev-bind", "/",
+                        "/",     "--proc",        "/proc",      "true"};
+    if (GetParam() != std::string("bwrap") || RunProgram(probe).exit_code == 0) return;
     const Finished refusal = RunProgram(On("true"));
     EXPECT_EQ(refusal.exit_code, 2) << "no namespaces here, so bwrap must be refused";
     EXPECT_EQ(refusal.err.find("quire-device: bwrap cannot run here: "), 0U) << refusal.err;
@@ -163,16 +156,15 @@ TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
   EXPECT_FALSE(StillRuns(device)) << "of proot, or of the scanner";
 
   // A scanner that does not come up, and none at all, cost a line and no more.
-  fs::remove(device + "/ebrmain/bin/scanner.app");
-  WriteFile(device + "/ebrmain/bin/scanner.app", "#!/bin/sh\nexit 1\n");
-  chmod((device + "/ebrmain/bin/scanner.app").c_str(), 0755);
-  const Finished broken = RunProgram(on + Command{"bash", "-c", "exit 6"});
-  EXPECT_EQ(broken.exit_code, 6);
-  EXPECT_NE(broken.err.find("the scanner does not serve"), std::string::npos) << broken.err;
-  chmod((device + "/ebrmain/bin/scanner.app").c_str(), 0644);
-  const Finished none = RunProgram(on + Command{"bash", "-c", "exit 6"});
-  EXPECT_EQ(none.exit_code, 6);
-  EXPECT_NE(none.err.find("no scanner.app"), std::string::npos) << none.err;
+  const std::string scanner = device + "/ebrmain/bin/scanner.app";
+  fs::remove(scanner);
+  WriteProgram(scanner, "#!/bin/sh\nexit 1\n");
+  for (const char* line : {"the scanner does not serve", "no scanner.app"}) {
+    const Finished without = RunProgram(on + Command{"bash", "-c", "exit 6"});
+    EXPECT_EQ(without.exit_code, 6);
+    EXPECT_NE(without.err.find(line), std::string::npos) << without.err;
+    chmod(scanner.c_str(), 0644);
+  }
 }
 
 /// Installed elsewhere, and run by somebody who is not root.
@@ -182,22 +174,14 @@ TEST_P(Launcher, WorksForAnOrdinaryUserWhereItIsInstalled) {
   fs::create_directories(prefix + "/libexec/quire");
   fs::copy_file(QUIRE_DEVICE, prefix + "/bin/quire-device");
   fs::copy_file(QUIRE_BUILD_DIR "/bin/proot-guest", prefix + "/libexec/quire/proot-guest");
-  WriteFile(prefix + "/libexec/quire/browser-agent", "#!/bin/sh\necho agent\n");
-  chmod((prefix + "/libexec/quire/browser-agent").c_str(), 0755);
+  WriteProgram(prefix + "/libexec/quire/browser-agent", "#!/bin/sh\necho agent\n");
   chmod(device_.path().c_str(), 0777);
-  Command command = {prefix + "/bin/quire-device",
-                     "--no-scanner",
-                     "--device",
-                     device_ / "d",
-                     "--with",
-                     GetParam(),
-                     "sh",
-                     "-c",
-                     "cd /; ls /mnt/ext1 && /ebrmain/bin/browser.app && id -u"};
+  Command command{prefix + "/bin/quire-device", "--no-scanner", "--device", device_ / "d"};
+  command = command + Command{"--with", GetParam(), "sh", "-c"} +
+            Command{"cd /; ls /mnt/ext1 && /ebrmain/bin/browser.app && id -u"};
   if (geteuid() == 0) {
-    command =
-        Command{"env", "-C", "/", "setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"} +
-        command;
+    const Command nobody{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    command = Command{"env", "-C", "/"} + nobody + command;
   }
   const Finished run = RunProgram(command, {{"QUIRE_BUILD", ""}});
   const std::string user = std::to_string(geteuid() == 0 ? 65534 : geteuid());
@@ -210,18 +194,15 @@ INSTANTIATE_TEST_SUITE_P(With, Launcher, testing::Values("bwrap", "proot"),
 
 TEST(LauncherFallback, TakesProotWhereNamespacesAreForbidden) {
   const TemporaryFolder folder;
-  const auto forbid = [&](const std::string& program) {
-    WriteFile(folder / "bin/" + program, "#!/bin/sh\necho no permission >&2; exit 1\n");
-    chmod((folder / "bin/" + program).c_str(), 0755);
-  };
+  const std::string forbidden = "#!/bin/sh\necho no permission >&2; exit 1\n";
   const Environment path = {{"PATH", folder / "bin:" + std::getenv("PATH")}};
   const Command command =
       kQuiet + Command{"--device", folder / "d", "bash", "-c", "[[ -d /mnt/ext1/Downloads ]]"};
-  forbid("bwrap");
+  WriteProgram(folder / "bin/bwrap", forbidden);
   const Finished fallback = RunProgram(command, path);
   EXPECT_EQ(fallback.exit_code, 0);
   EXPECT_EQ(fallback.err, "");
-  forbid("proot");
+  WriteProgram(folder / "bin/proot", forbidden);
   const Finished refusal = RunProgram(command, path);
   EXPECT_EQ(refusal.exit_code, 2);
   EXPECT_EQ(
@@ -235,11 +216,7 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
   const std::string device = folder / "d";
   WriteFile(folder / "file", "not a program");
   WriteFile(folder / "d/ebrmain/bin/browser.app", "the user's own");
-  const struct {
-    Command arguments;
-    int exit_code;
-    std::string text;
-  } cases[] = {
+  const std::tuple<Command, int, std::string> cases[] = {
       {{}, 2, "no program"},
       {{"--nope", "true"}, 2, "unknown option --nope"},
       {{"--device"}, 2, "--device needs a value"},
@@ -253,14 +230,15 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
       {{"--device", device, "./no such"}, 127, "no program ./no such"},
       {{"--device", device, folder / "file"}, 126, "not executable"},
   };
-  for (const auto& one : cases) {
-    const Finished run = RunProgram(kQuiet + one.arguments);
-    EXPECT_EQ(run.exit_code, one.exit_code) << one.text;
+  for (const auto& [arguments, exit_code, text] : cases) {
+    const Finished run = RunProgram(kQuiet + arguments);
+    EXPECT_EQ(run.exit_code, exit_code) << text;
     EXPECT_EQ(run.err.find("quire-device: "), 0U) << run.err;
-    EXPECT_NE(run.err.find(one.text), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
   }
   EXPECT_EQ(ReadFile(folder / "d/ebrmain/bin/browser.app"), "the user's own");
 }
 
 }  // namespace
+}  // namespace tests

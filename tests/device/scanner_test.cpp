@@ -2,7 +2,6 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zip.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -10,35 +9,20 @@
 #include <string>
 
 #include "epub_metadata.h"
-#include "process.h"
 #include "scan.h"
+#include "support/epub_file.h"
+#include "support/files.h"
+#include "support/process.h"
 
 namespace fs = std::filesystem;
 
+namespace tests {
 namespace {
-
-constexpr char kContainer[] =
-    "<?xml version='1.0'?><container xmlns='urn:oasis:names:tc:opendocument:xmlns:container'>"
-    "<rootfiles><rootfile full-path='OEBPS/content.opf'/></rootfiles></container>";
 
 std::string Package(const std::string& metadata) {
   return "<package xmlns='http://www.idpf.org/2007/opf' xmlns:opf='http://www.idpf.org/2007/opf' "
          "xmlns:dc='http://purl.org/dc/elements/1.1/'><metadata>" +
          metadata + "</metadata></package>";
-}
-
-void WriteZip(const std::string& path, const std::map<std::string, std::string>& entries) {
-  zip_t* zip = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-  ASSERT_TRUE(zip);
-  for (const auto& [name, content] : entries) {
-    zip_source_t* source = zip_source_buffer(zip, content.data(), content.size(), 0);
-    ASSERT_GE(zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8), 0);
-  }
-  ASSERT_EQ(zip_close(zip), 0);
-}
-
-void WriteEpub(const std::string& path, const std::string& package) {
-  WriteZip(path, {{"META-INF/container.xml", kContainer}, {"OEBPS/content.opf", package}});
 }
 
 class EpubMetadata : public testing::Test {
@@ -53,9 +37,7 @@ class EpubMetadata : public testing::Test {
 };
 
 TEST_F(EpubMetadata, IsReadAsItIsWritten) {
-  const struct {
-    std::string package, title, author;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {Package("<dc:title>Die\n  \xC3\x84ngste &amp; W\xC3\xBCnsche</dc:title><dc:creator "
                "opf:role='aut'>A. Eins</dc:creator><dc:creator>B. Zwei</dc:creator>"
                "<dc:creator opf:role='ill'>C. Drei</dc:creator>"),
@@ -68,10 +50,10 @@ TEST_F(EpubMetadata, IsReadAsItIsWritten) {
        "\xC3\x84", ""},
       {Package("<dc:title>Torn</dc:title>").substr(0, 215), "Torn", ""},
   };
-  for (const auto& one : cases) {
-    const scanner::Metadata metadata = ReadPackage(one.package);
-    EXPECT_EQ(metadata.title, one.title) << one.package;
-    EXPECT_EQ(metadata.author, one.author) << one.package;
+  for (const auto& [package, title, author] : cases) {
+    const scanner::Metadata metadata = ReadPackage(package);
+    EXPECT_EQ(metadata.title, title) << package;
+    EXPECT_EQ(metadata.author, author) << package;
   }
   // Cut between two characters, not within one.
   std::string long_title;
@@ -235,3 +217,4 @@ TEST_F(Scan, IsACommandToo) {
 }
 
 }  // namespace
+}  // namespace tests

@@ -1,6 +1,5 @@
-#include <zip.h>
-
 #include "devshop/shop_under_test.h"
+#include "support/epub_file.h"
 
 namespace tests {
 namespace {
@@ -45,29 +44,15 @@ TEST_F(Catalogue, SearchesWithoutRegardToCase) {
   EXPECT_EQ(feed("?q=%FF%FE").substr(0, 3), "200");
 }
 
-void write_epub(const std::filesystem::path& path) {
-  const std::string container =
-      "<container xmlns='urn:oasis:names:tc:opendocument:xmlns:container'><rootfiles>"
-      "<rootfile full-path='OEBPS/p.opf'/></rootfiles></container>";
-  const std::string package =
-      "<package xmlns:d='http://purl.org/dc/elements/1.1/'><metadata><d:title>Der Fluß</d:title>"
-      "<d:creator>A. Öz</d:creator><d:creator>B. Ek</d:creator><d:language>de</d:language>"
-      "</metadata></package>";
-  zip_t* archive = zip_open(path.c_str(), ZIP_CREATE, nullptr);
-  const auto add = [&](const char* name, const std::string& text) {
-    zip_file_add(archive, name, zip_source_buffer(archive, text.data(), text.size(), 0), 0);
-  };
-  add("META-INF/container.xml", container);
-  add("OEBPS/p.opf", package);
-  ASSERT_EQ(zip_close(archive), 0);
-}
-
 TEST_F(Catalogue, MakesTitlesOfAFolderOfOnesOwn) {
-  ScratchFolder books;
-  books.write("Broken.epub", "no archive at all");
-  books.write("Notes: a, b & c.TXT", "text");
-  books.write("photo.jpg", "no book");
-  write_epub(books / "fluss.epub");
+  TemporaryFolder books;
+  WriteFile(books / "Broken.epub", "no archive at all");
+  WriteFile(books / "Notes: a, b & c.TXT", "text");
+  WriteFile(books / "photo.jpg", "no book");
+  WriteEpub(books / "fluss.epub",
+            "<package xmlns:d='http://purl.org/dc/elements/1.1/'><metadata>"
+            "<d:title>Der Fluß</d:title><d:creator>A. Öz</d:creator><d:creator>B. Ek</d:creator>"
+            "<d:language>de</d:language></metadata></package>");
   start({"--books", books.path()});
   const std::string listed = feed("");
   EXPECT_EQ(count(listed, "<entry>"), 3) << listed;
@@ -75,9 +60,9 @@ TEST_F(Catalogue, MakesTitlesOfAFolderOfOnesOwn) {
   EXPECT_NE(listed.find("<name>A. Öz, B. Ek</name>"), std::string::npos);
   EXPECT_NE(listed.find("<title>Broken</title>"), std::string::npos);
   EXPECT_NE(listed.find("<title>Notes: a, b &amp; c</title>"), std::string::npos);
-  const Json before = control("/_books")["books"];
+  const Json before = shop_->Control("/_books")["books"];
   start({"--books", books.path()});
-  EXPECT_EQ(control("/_books")["books"], before) << "the EANs stay";
+  EXPECT_EQ(shop_->Control("/_books")["books"], before) << "the EANs stay";
   // Anna's books are not in this folder, so she owns its first ones.
   EXPECT_EQ(get(file_path(before[0]["ean"])).body, "no archive at all");
 }

@@ -13,23 +13,24 @@ class Faults : public ShopUnderTest {
 };
 
 TEST_F(Faults, AnswersInTheShopsStead) {
-  arm({{"path", "/login"}, {"fault", "refuse"}, {"body", "Inventory today."}});
+  shop_->Arm({{"path", "/login"}, {"fault", "refuse"}, {"body", "Inventory today."}});
   EXPECT_EQ(refusal("/login", {{"username", kAnna}, {"password", "secret"}}), "Inventory today.");
   const std::string session = log_in();
-  arm({{"path", "/getUserEbook"}, {"fault", "refuse"}, {"times", 2}});
+  shop_->Arm({{"path", "/getUserEbook"}, {"fault", "refuse"}, {"times", 2}});
   EXPECT_NE(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
   EXPECT_NE(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
   EXPECT_EQ(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
 
-  arm({{"path", "/"}, {"fault", "status"}, {"status", 500}, {"body", "{}"}});
+  shop_->Arm({{"path", "/"}, {"fault", "status"}, {"status", 500}, {"body", "{}"}});
   EXPECT_EQ(get_home()->status, 500);
-  arm({{"path", "/"}, {"fault", "status"}, {"status", 302}, {"headers", {{"Location", "/x"}}}});
+  shop_->Arm(
+      {{"path", "/"}, {"fault", "status"}, {"status", 302}, {"headers", {{"Location", "/x"}}}});
   EXPECT_EQ(get_home()->get_header_value("Location"), "/x");
-  arm({{"path", "/"}, {"fault", "body"}, {"body", "[[["}});
+  shop_->Arm({{"path", "/"}, {"fault", "body"}, {"body", "[[["}});
   const auto garbage = get_home();
   EXPECT_EQ(garbage->status, 200);
   EXPECT_EQ(garbage->body, "[[[");
-  EXPECT_EQ(delivered(), 6);
+  EXPECT_EQ(shop_->Delivered(), 6);
 }
 
 TEST_F(Faults, BreaksAnswersOnTheirWay) {
@@ -43,57 +44,58 @@ TEST_F(Faults, BreaksAnswersOnTheirWay) {
     EXPECT_FALSE(result);
     return got;
   };
-  arm({{"path", "/"}, {"fault", "truncate"}, {"after_bytes", 700}});
+  shop_->Arm({{"path", "/"}, {"fault", "truncate"}, {"after_bytes", 700}});
   EXPECT_EQ(received(shop_client()), whole.substr(0, 700));
-  arm({{"path", "/"}, {"fault", "reset"}});
+  shop_->Arm({{"path", "/"}, {"fault", "reset"}});
   EXPECT_FALSE(get_home());
-  arm({{"path", "/QUIRESaltmoor"}, {"fault", "reset"}, {"after_bytes", 10}});
+  shop_->Arm({{"path", "/QUIRESaltmoor"}, {"fault", "reset"}, {"after_bytes", 10}});
   EXPECT_FALSE(client("config").Get("/QUIRESaltmoor"));
-  EXPECT_EQ(delivered(), 3);
+  EXPECT_EQ(shop_->Delivered(), 3);
 
-  const Json requests = control("/_requests")["requests"];
+  const Json requests = shop_->Control("/_requests")["requests"];
   EXPECT_EQ(requests.at(2)["fault"], "reset");
   EXPECT_EQ(requests.at(2)["status"], 0) << "nothing was sent";
   EXPECT_EQ(get_home()->body, whole);
 }
 
 TEST_F(Faults, HangsAndDrips) {
-  arm({{"path", "/"}, {"fault", "hang"}, {"delay_ms", 150}});
+  shop_->Arm({{"path", "/"}, {"fault", "hang"}, {"delay_ms", 150}});
   auto started = Clock::now();
   EXPECT_TRUE(get_home()) << "served after the delay";
   EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(150));
   const auto size = get_home()->body.size();
-  arm({{"path", "/"}, {"fault", "slow"}, {"after_bytes", size - 5}, {"delay_ms", 30}});
+  shop_->Arm({{"path", "/"}, {"fault", "slow"}, {"after_bytes", size - 5}, {"delay_ms", 30}});
   started = Clock::now();
   EXPECT_EQ(get_home()->body.size(), size);
   EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(4 * 30));
-  EXPECT_EQ(delivered(), 2);
+  EXPECT_EQ(shop_->Delivered(), 2);
 }
 
 TEST_F(Faults, MeetTheRequestThatTheyWereArmedFor) {
-  arm({{"path", "/opds/*"}, {"fault", "status"}, {"skip", 1}});
+  shop_->Arm({{"path", "/opds/*"}, {"fault", "status"}, {"skip", 1}});
   EXPECT_EQ(get_home()->status, 200);
   EXPECT_EQ(get("/de/4711/opds/start").status, 200);
   EXPECT_EQ(get("/de/4711/opds/search.xml").status, 503);
-  arm({{"path", "/"}, {"fault", "status"}});
+  shop_->Arm({{"path", "/"}, {"fault", "status"}});
   client("control").Delete("/_faults");
   EXPECT_EQ(get_home()->status, 200);
 }
 
 TEST_F(Faults, AreRefusedByTheNameOfWhatIsWrong) {
-  const auto expect_named = [&](const Json& fault, const char* named) {
-    const std::string error = control("/_faults", fault, 400)["error"];
+  const std::pair<Json, const char*> rows[] = {
+      {{{"path", "/login"}, {"fault", "explode"}}, "explode"},
+      {{{"path", "/login"}, {"fault", "hang"}, {"delay", 5}}, "\"delay\""},
+      {{{"path", "/login"}, {"fault", "status"}, {"status", "503"}}, "status"},
+      {{{"path", "/login"}, {"fault", "hang"}, {"delay_ms", -1}}, "delay_ms"},
+      {{{"fault", "hang"}}, "path"},
+      {{{"path", "/login"}}, "fault"},
+      {"text", "object"}};
+  for (const auto& [fault, named] : rows) {
+    const std::string error = shop_->Control("/_faults", fault, 400)["error"];
     EXPECT_NE(error.find(named), std::string::npos) << error;
-  };
-  expect_named({{"path", "/login"}, {"fault", "explode"}}, "explode");
-  expect_named({{"path", "/login"}, {"fault", "hang"}, {"delay", 5}}, "\"delay\"");
-  expect_named({{"path", "/login"}, {"fault", "status"}, {"status", "503"}}, "status");
-  expect_named({{"path", "/login"}, {"fault", "hang"}, {"delay_ms", -1}}, "delay_ms");
-  expect_named({{"fault", "hang"}}, "path");
-  expect_named({{"path", "/login"}}, "fault");
-  expect_named("text", "object");
+  }
   EXPECT_EQ(client("control").Post("/_faults", "{", "application/json")->status, 400);
-  EXPECT_EQ(control("/_faults")["faults"], Json::array());
+  EXPECT_EQ(shop_->Control("/_faults")["faults"], Json::array());
 }
 
 TEST_F(Faults, TheLedgerTellsRequestsAsTheyCame) {
@@ -103,7 +105,7 @@ TEST_F(Faults, TheLedgerTellsRequestsAsTheyCame) {
             "application/x-www-form-urlencoded");
   kept.Get("/de/4711/opds/start?page=2&q=", {{"X-Mark", "here"}});
   client("config").Get("/nothing");
-  const Json requests = control("/_requests")["requests"];
+  const Json requests = shop_->Control("/_requests")["requests"];
   ASSERT_EQ(requests.size(), 3u);
   EXPECT_EQ(requests[0]["form"], Json::parse(R"([["storeId","4711"],["username","ü x"],[" a","1"],
                                                 ["username","2"]])"));
@@ -115,7 +117,7 @@ TEST_F(Faults, TheLedgerTellsRequestsAsTheyCame) {
   EXPECT_EQ(requests[2]["port"], "config");
   EXPECT_EQ(requests[2]["status"], 404);
   client("control").Delete("/_requests");
-  EXPECT_EQ(control("/_requests")["requests"], Json::array());
+  EXPECT_EQ(shop_->Control("/_requests")["requests"], Json::array());
 }
 
 }  // namespace

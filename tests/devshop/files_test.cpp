@@ -59,12 +59,12 @@ TEST_F(Files, SendsTheWholeWhenTheBookIsNotThatOfTheCondition) {
   EXPECT_EQ(tail("\"other\""), 200);
 
   const Json first =
-      control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 1}});
+      shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 1}});
   EXPECT_EQ(tail(etag), 200);
   const auto one = get({});
   EXPECT_EQ(one.body.size(), 300'001u);
   const Json second =
-      control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 2}});
+      shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 2}});
   EXPECT_EQ(tail(first["etag"]), 200);
   EXPECT_NE(get({}).body, one.body);
   EXPECT_NE(first["sha256"], second["sha256"]);
@@ -73,20 +73,20 @@ TEST_F(Files, SendsTheWholeWhenTheBookIsNotThatOfTheCondition) {
 }
 
 TEST_F(Files, CanBeServedByAPoorerServer) {
-  control("/_books", {{"ean", "9001"}, {"ranges", false}, {"validators", "none"}});
+  shop_->Control("/_books", {{"ean", "9001"}, {"ranges", false}, {"validators", "none"}});
   const auto plain = get({{"Range", "bytes=7-"}});
   EXPECT_EQ(plain.status, 200);
   EXPECT_EQ(plain.body, whole_.body);
   EXPECT_FALSE(plain.has_header("ETag") || plain.has_header("Last-Modified"));
-  control("/_books", {{"ean", "9001"}, {"chunked", true}, {"size_bytes", 600'000}});
+  shop_->Control("/_books", {{"ean", "9001"}, {"chunked", true}, {"size_bytes", 600'000}});
   const auto chunked = get({});
   EXPECT_FALSE(chunked.has_header("Content-Length"));
   EXPECT_EQ(chunked.body.size(), 600'000u);
-  control("/_books", {{"ean", "9001"}, {"size_bytes", 0}, {"chunked", false}});
+  shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", 0}, {"chunked", false}});
   EXPECT_EQ(get({}).body, "");
-  control("/_books", {{"ean", "9999"}}, 400);
-  control("/_books", {{"ean", "9001"}, {"size", 5}}, 400);
-  control("/_books", {{"ean", "9001"}, {"size_bytes", "5"}}, 400);
+  shop_->Control("/_books", {{"ean", "9999"}}, 400);
+  shop_->Control("/_books", {{"ean", "9001"}, {"size", 5}}, 400);
+  shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", "5"}}, 400);
 }
 
 }  // namespace

@@ -1,12 +1,7 @@
-#include <arpa/inet.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-
-#include <array>
+#include <boost/asio/ip/tcp.hpp>
 #include <chrono>
-#include <cstdio>
-#include <fstream>
 #include <list>
+#include <thread>
 
 #include "devshop/shop_under_test.h"
 
@@ -17,52 +12,25 @@ using Clock = std::chrono::steady_clock;
 
 class Program : public ShopUnderTest {
  protected:
-  int port(const std::string& key) const {
-    return std::stoi(address_.at(key).substr(address_.at(key).rfind(':') + 1));
+  std::string port(const std::string& key) const {
+    return shop_->Address(key).substr(shop_->Address(key).rfind(':') + 1);
   }
 
-  /// Runs it to its end; gives the exit code and what it said on standard error.
-  std::pair<int, std::string> fail(const std::vector<std::string>& options) const {
-    std::string command = "timeout 10 '" QUIRE_DEVSHOP "'";
-    for (const auto& option : options) command += " '" + option + "'";
-    FILE* pipe = popen((command + " 2>&1 >/dev/null").c_str(), "r");
-    std::string text;
-    std::array<char, 512> piece{};
-    while (fgets(piece.data(), piece.size(), pipe) != nullptr) text += piece.data();
-    return {WEXITSTATUS(pclose(pipe)), text};
+  /// The program must refuse these options, in a sentence that has both.
+  static void expect_fail(const Command& options, const std::string& what,
+                          const std::string& mend) {
+    const Finished run = RunProgram(Command{"timeout", "10", QUIRE_DEVSHOP} + options);
+    EXPECT_EQ(run.exit_code, 2) << run.err;
+    EXPECT_NE(run.err.find(what), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(mend), std::string::npos) << run.err;
   }
-  void expect_fail(const std::vector<std::string>& options, const std::string& what,
-                   const std::string& mend) const {
-    const auto [code, text] = fail(options);
-    EXPECT_EQ(code, 2) << text;
-    EXPECT_NE(text.find(what), std::string::npos) << text;
-    EXPECT_NE(text.find(mend), std::string::npos) << text;
-  }
-};
-
-/// A plain connection that says nothing.
-class SilentConnection {
- public:
-  explicit SilentConnection(int port) : fd_(socket(AF_INET, SOCK_STREAM, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  }
-  ~SilentConnection() { close(fd_); }
-  SilentConnection(const SilentConnection&) = delete;
-  SilentConnection& operator=(const SilentConnection&) = delete;
-
- private:
-  int fd_;
 };
 
 TEST_F(Program, IdleConnectionsNeitherBlockNorOutliveIt) {
-  std::list<SilentConnection> silent;
+  std::list<boost::asio::ip::tcp::iostream> silent;
   std::list<httplib::Client> idle;
   for (int i = 0; i < 20; ++i) {
-    silent.emplace_back(port(i % 2 == 0 ? "shop" : "config"));
+    ASSERT_TRUE(silent.emplace_back("127.0.0.1", port(i % 2 == 0 ? "shop" : "config")));
     idle.push_back(shop_client());
     idle.back().set_keep_alive(true);
     ASSERT_TRUE(idle.back().Get("/"));
@@ -72,15 +40,14 @@ TEST_F(Program, IdleConnectionsNeitherBlockNorOutliveIt) {
   EXPECT_TRUE(client("config").Get("/QUIRESaltmoor"));
   EXPECT_LT(Clock::now() - started, std::chrono::seconds(1));
 
-  arm({{"path", "/"}, {"fault", "hang"}});
+  shop_->Arm({{"path", "/"}, {"fault", "hang"}});
   std::thread hanging([&] { EXPECT_FALSE(shop_client().Get("/")); });
-  while (delivered() == 0) std::this_thread::yield();
+  while (shop_->Delivered() == 0) std::this_thread::yield();
   const auto asked = Clock::now();
-  const int status = process_->Terminate();
+  EXPECT_EQ(shop_->Stop(), 0);
   EXPECT_LT(Clock::now() - asked, std::chrono::seconds(1));
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
   hanging.join();
-  EXPECT_FALSE(std::filesystem::exists(address_["ca"])) << "the temporary folder is gone";
+  EXPECT_FALSE(Exists(shop_->Address("ca"))) << "the temporary folder is gone";
 }
 
 TEST_F(Program, WarmRequestsDoNotWaitForEachOther) {
@@ -103,69 +70,62 @@ TEST_F(Program, ItsCertificateIsGoodUnlessAskedOtherwise) {
 
 TEST_F(Program, KeepsItsAuthorityAndItsStateInTheDataFolder) {
   const std::string data = folder_ / "data";
+  const Command again{"--books", folder_ / "books", "--data", data};
   start({"--data", data});
   const std::string session = log_in("ben@quire.example");
   const auto [order, page] = commit(session, {"9004"}, {{"paymethod", "INVOICE"}});
   call("/submitOrder", {{"orderId", order}, {"opdsSessionId", session}});
   const auto open = commit(session, {"9006"}, {{"paymethod", "PAYPAL"}});
   const std::string link = file_path("9001");
-  expect_fail({"--books", folder_ / "books", "--data", data}, data, "--data");
+  expect_fail(again, data, "--data");
 
-  const auto old_authority = address_["ca"];
-  httplib::Client old_client("https://127.0.0.1");
-  std::ifstream file(old_authority);
-  const std::string pem(std::istreambuf_iterator<char>(file), {});
+  const std::string authority = ReadFile(shop_->Address("ca"));
   start({"--data", data});
-  std::ifstream new_file(address_["ca"]);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(new_file), {}), pem);
+  EXPECT_EQ(ReadFile(shop_->Address("ca")), authority);
   const Json books = call("/getUserEbook", {{"opdsSessionId", log_in("ben@quire.example")}});
   ASSERT_EQ(books["response"].size(), 1u);
   EXPECT_EQ(books["response"][0]["orderItemEAN"], "9004");
   EXPECT_EQ(get(link).status, 200) << "links stay good";
   EXPECT_EQ(get(open.second).status, 200) << "so do open payments";
 
-  stop();
-  std::ofstream(data + "/state.json") << "{";
-  expect_fail({"--books", folder_ / "books", "--data", data}, "state.json", "remove");
+  shop_.reset();
+  WriteFile(data + "/state.json", "{");
+  expect_fail(again, "state.json", "remove");
 }
 
 TEST_F(Program, SaysInASentenceWhyItDoesNotStart) {
-  const std::string books = folder_ / "books";
-  expect_fail({"--books", books, "--shop-port", std::to_string(port("shop"))}, "in use",
-              "--shop-port");
-  expect_fail({"--books", folder_ / "nowhere"}, "nowhere", "--books");
-  expect_fail({"--books", books, "--accounts", folder_ / "nowhere"}, "nowhere", "--accounts");
+  const std::string books = folder_ / "books", nowhere = folder_ / "nowhere";
+  const TemporaryFolder empty;
+  expect_fail({"--books", books, "--shop-port", port("shop")}, "in use", "--shop-port");
+  expect_fail({"--books", nowhere}, "nowhere", "--books");
+  expect_fail({"--books", books, "--accounts", nowhere}, "nowhere", "--accounts");
   expect_fail({"--books", books, "--data", folder_ / "accounts.json/data"}, "accounts.json",
               "--data");
   expect_fail({"--certificate", "forged"}, "--certificate", "expired");
-  ScratchFolder empty;
   expect_fail({"--books", empty.path()}, "no EPUB", "--books");
-
-  const auto expect_bad_catalogue = [&](const char* json, const char* what) {
-    folder_.write("bad/catalogue.json", json);
+  const std::pair<const char*, const char*> bad_catalogues[] = {
+      {"{", "books"},
+      {R"({"books":[{"ean":"1","title":"T","price":"4,99"}]})", "price"},
+      {R"({"books":[{"ean":"1","title":"T","price":"1","file":"../accounts.json"}]})", "../acc"},
+      {R"({"books":[{"ean":7}]})", "ean"}};
+  for (const auto& [json, what] : bad_catalogues) {
+    WriteFile(folder_ / "bad/catalogue.json", json);
     expect_fail({"--books", folder_ / "bad"}, what, "catalogue.json");
-  };
-  expect_bad_catalogue("{", "books");
-  expect_bad_catalogue(R"({"books":[{"ean":"1","title":"T","price":"4,99"}]})", "price");
-  expect_bad_catalogue(R"({"books":[{"ean":"1","title":"T","price":"1","file":"../x"}]})", "../x");
-  expect_bad_catalogue(R"({"books":[{"ean":7}]})", "ean");
+  }
 }
 
 TEST_F(Program, BearsWhateverAClientSends) {
-  const auto status = [&](const std::string& path, const httplib::Headers& headers = {}) {
-    const auto answer = shop_client().Get(path, headers);
-    return answer ? answer->status : 0;
-  };
-  EXPECT_EQ(status("/files/"), 404);
-  EXPECT_EQ(status("/files/a/b/c/../../etc/passwd"), 404);
-  EXPECT_EQ(status("/covers/%00"), 404);
-  EXPECT_EQ(status("/de/4711/product/%3Cscript%3E"), 404);
-  EXPECT_EQ(status("/" + std::string(9000, 'a')), 414);
-  EXPECT_EQ(get(kApi + "/login").status, 405);
-  EXPECT_EQ(shop_client().Post(kApi + "/login", std::string(2 << 20, 'a'), "text/plain")->status,
-            413);
+  const std::string login = kApi + "/login";
+  const std::pair<std::string, int> rows[] = {{"/files/", 404},
+                                              {"/files/a/b/c/../../etc/passwd", 404},
+                                              {"/covers/%00", 404},
+                                              {"/de/4711/product/%3Cscript%3E", 404},
+                                              {"/" + std::string(9000, 'a'), 414},
+                                              {login, 405}};
+  for (const auto& [path, status] : rows) EXPECT_EQ(get(path).status, status) << path;
+  EXPECT_EQ(shop_client().Post(login, std::string(2 << 20, 'a'), "text/plain")->status, 413);
   const httplib::MultipartFormDataItems parts{{"username", "x", "", ""}};
-  EXPECT_EQ(shop_client().Post(kApi + "/login", parts)->status, 415);
+  EXPECT_EQ(shop_client().Post(login, parts)->status, 415);
   // More titles than fit the limit that HTTP libraries set to forms.
   Fields cart{{"opdsSessionId", log_in()}};
   for (int i = 0; i < 600; ++i) {

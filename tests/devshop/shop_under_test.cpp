@@ -1,21 +1,20 @@
 #include "devshop/shop_under_test.h"
 
 #include <csignal>
-#include <fstream>
 
 namespace tests {
 namespace {
 
 const std::string kHost = "https://shop.quire.example";
 
-void write_books(const ScratchFolder& folder) {
+void write_books(const TemporaryFolder& folder) {
   Json books = Json::array();
   for (int i = 1; i <= 12; ++i) {
     const std::string ean = std::to_string(9000 + i);
     const std::string file = i == 3 ? "ticket.acsm" : "Buch „" + std::to_string(i) + "“.txt";
     std::string content;
     for (int n = 0; n < 500; ++n) content += std::to_string(i * 1000 + n) + ",";
-    folder.write("books/" + file, content);
+    WriteFile(folder / ("books/" + file), content);
     books.push_back(
         {{"ean", ean},
          {"title", "Töpfern & \"Ton\" <" + std::to_string(i) + ">"},
@@ -29,16 +28,11 @@ void write_books(const ScratchFolder& folder) {
          {"type", i == 3 ? "application/vnd.adobe.adept+xml" : "text/plain; charset=utf-8"},
          {"out_of_sale", i == 5}});
   }
-  folder.write("books/catalogue.json", Json{{"books", books}}.dump());
-  folder.write("accounts.json", Json{{"accounts",
-                                      {{{"email", kAnna},
-                                        {"password", "secret"},
-                                        {"profile", {{"name", "Anna"}, {"zip", "20457"}}},
-                                        {"books",
-                                         {{{"ean", "9001"}, {"date", "2021-03-15 14:30:00"}},
-                                          Json{{"ean", "9002"}, {"orderId", "1"}}}}},
-                                       {{"email", "ben@quire.example"}, {"password", "secret"}}}}}
-                                    .dump());
+  WriteFile(folder / "books/catalogue.json", Json{{"books", books}}.dump());
+  WriteFile(folder / "accounts.json", R"({"accounts":[
+      {"email":"anna@quire.example","password":"secret","profile":{"name":"Anna","zip":"20457"},
+       "books":[{"ean":"9001","date":"2021-03-15 14:30:00"},{"ean":"9002","orderId":"1"}]},
+      {"email":"ben@quire.example","password":"secret"}]})");
 }
 
 }  // namespace
@@ -52,35 +46,17 @@ std::string encode(const Fields& fields) {
   return text;
 }
 
-ScratchFolder::ScratchFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "devshop-test-XXXXXX").string();
-  path_ = mkdtemp(name.data());
-}
-
-void ScratchFolder::write(const std::string& name, const std::string& content) const {
-  std::filesystem::create_directories((path_ / name).parent_path());
-  std::ofstream(path_ / name, std::ios::binary) << content;
-}
-
-void ShopUnderTest::start(const std::vector<std::string>& options) {
+void ShopUnderTest::start(const Command& options) {
   signal(SIGPIPE, SIG_IGN);  // connections break here on purpose
-  stop();
-  if (!std::filesystem::exists(folder_ / "books")) write_books(folder_);
-  std::vector<std::string> command{QUIRE_DEVSHOP, "--books", folder_ / "books", "--accounts",
-                                   folder_ / "accounts.json"};
-  command.insert(command.end(), options.begin(), options.end());
-  process_ = std::make_unique<ChildProcess>(command);
-  address_.clear();
-  for (std::string line; line != "ready";) {
-    line = process_->ReadLine();
-    const auto blank = line.find(' ');
-    if (blank != std::string::npos) address_[line.substr(0, blank)] = line.substr(blank + 1);
-  }
+  if (!Exists(folder_ / "books")) write_books(folder_);
+  const Command own{"--books", folder_ / "books", "--accounts", folder_ / "accounts.json"};
+  shop_.reset();
+  shop_.emplace(own + options);
 }
 
 httplib::Client ShopUnderTest::shop_client() const {
-  httplib::Client client(address_.at("shop"));
-  client.set_ca_cert_path(address_.at("ca"));
+  httplib::Client client(shop_->Address("shop"));
+  client.set_ca_cert_path(shop_->Address("ca"));
   client.enable_server_certificate_verification(true);
   client.set_read_timeout(5);
   return client;
@@ -93,10 +69,7 @@ httplib::Response ShopUnderTest::get(const std::string& path,
 }
 
 Json ShopUnderTest::call(const std::string& name, Fields form) {
-  const bool has_store = std::any_of(form.begin(), form.end(), [](const auto& field) {
-    return field.first.find("storeId") != std::string::npos;
-  });
-  if (!has_store) form.emplace_back("storeId", "4711");
+  if (encode(form).find("storeId=") == std::string::npos) form.emplace_back("storeId", "4711");
   const auto answer =
       shop_client().Post(kApi + name, encode(form), "application/x-www-form-urlencoded");
   if (!answer || answer->status != 200) throw std::runtime_error(name + " was not answered");
@@ -123,21 +96,9 @@ std::pair<std::string, std::string> ShopUnderTest::commit(const std::string& ses
     cart.emplace_back("quantity_" + std::to_string(i), "1");
   }
   const std::string order = call("/addToCart", cart)["response"]["orderId"];
-  Fields form{{"opdsSessionId", session}, {"orderId", order}};
-  form.insert(form.end(), payment.begin(), payment.end());
-  const std::string url = call("/commitOrderForPayment", form).at("response").at("url");
+  const Fields form{{"opdsSessionId", session}, {"orderId", order}};
+  const std::string url = call("/commitOrderForPayment", form + payment).at("response").at("url");
   return {order, url.empty() ? url : url.substr(kHost.size())};
-}
-
-Json ShopUnderTest::control(const std::string& path, const Json& instruction, int status) {
-  const auto answer = client("control").Post(path, instruction.dump(), "application/json");
-  EXPECT_TRUE(answer && answer->status == status) << (answer ? answer->body : "no answer");
-  return answer ? Json::parse(answer->body) : Json();
-}
-
-Json ShopUnderTest::control(const std::string& path) const {
-  const auto answer = client("control").Get(path);
-  return answer ? Json::parse(answer->body) : Json();
 }
 
 std::string ShopUnderTest::file_path(const std::string& ean) {

@@ -4,18 +4,15 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
-#include <filesystem>
-#include <map>
-#include <memory>
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "support/child_process.h"
+#include "support/development_shop.h"
+#include "support/files.h"
 
 namespace tests {
 
-using Json = nlohmann::json;
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
 inline const std::string kApi = "/webapp/wcs/stores/servlet";
@@ -24,34 +21,17 @@ inline const std::string kAnna = "anna@quire.example";
 /// `name=value` pairs, percent-encoded and joined by `&`.
 std::string encode(const Fields& fields);
 
-/// A folder of the test's own, removed with it.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ~ScratchFolder() { std::filesystem::remove_all(path_); }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-  const std::filesystem::path& path() const { return path_; }
-  void write(const std::string& name, const std::string& content) const;
-
- private:
-  std::filesystem::path path_;
-};
-
 /// A shop with twelve books in a folder of its own. The books have the EANs "9001" to "9012" and
 /// prices of 1.99 to 12.99; 9005 is out of sale, 9003 is a ticket. Anna owns 9001 and 9002.
 class ShopUnderTest : public testing::Test {
  protected:
   void SetUp() override { start(); }
 
-  void start(const std::vector<std::string>& options = {});
-  void stop() { process_.reset(); }
+  void start(const Command& options = {});
 
   httplib::Client shop_client() const;
   httplib::Client client(const std::string& port) const {
-    return httplib::Client(address_.at(port));
+    return httplib::Client(shop_->Address(port));
   }
 
   /// The shop's answer; its status is -1 where none came.
@@ -66,17 +46,11 @@ class ShopUnderTest : public testing::Test {
   std::pair<std::string, std::string> commit(const std::string& session,
                                              const std::vector<std::string>& eans,
                                              const Fields& payment);
-
-  Json control(const std::string& path, const Json& instruction, int status = 200);
-  Json control(const std::string& path) const;
-  void arm(const Json& fault) { control("/_faults", fault); }
-  int delivered() const { return control("/_faults")["delivered"]; }
   /// The path of a book that Anna bought.
   std::string file_path(const std::string& ean);
 
-  ScratchFolder folder_;
-  std::unique_ptr<ChildProcess> process_;
-  std::map<std::string, std::string> address_;  // by the keys that the program prints
+  TemporaryFolder folder_;
+  std::optional<DevelopmentShop> shop_;
 };
 
 }  // namespace tests

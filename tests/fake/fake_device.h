@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,19 +22,20 @@ using Lines = std::vector<std::string>;
 /// written from any thread.
 class Device {
  public:
-  // What happened
-  // ----------------------------------------------------------------------------------
+  // --- What happened
 
   /// Everything that the device was asked, one line each, in order:
   ///
-  ///     config open PATH            POST /login KEY=VALUE&...    sleep MICROSECONDS
-  ///     config read KEY             GET URL?KEY=VALUE&...        log LEVEL SOURCE:LINE FUNCTION:
-  ///     TEXT config write KEY=VALUE      key DATA                     message ICON TITLE TEXT
-  ///     MILLISECONDS config save                 sign QUERY salt=S key=K      network query,
-  ///     network connect NAME config close, config drop   forget authorisation         unlink PATH
-  ///     task find APP               task send TASK REQUEST TEXT FLAGS MILLISECONDS
-  ///     downloader FOLDER           download URL as NAME         resource NAME, bitmap PATH
-  ///     browser session NAME        browser focus                browser run PROGRAM ARG... URL
+  ///     config open PATH             POST /login KEY=VALUE&...   GET URL?KEY=VALUE&...
+  ///     config read KEY              key DATA                    sign QUERY salt=S key=K
+  ///     config write KEY=VALUE       network query               network connect NAME
+  ///     config save                  forget authorisation        sleep MICROSECONDS
+  ///     config close, config drop    downloader FOLDER           download URL as NAME
+  ///     task find APP                task send TASK REQUEST TEXT FLAGS MILLISECONDS
+  ///     unlink PATH                  message ICON TITLE TEXT MILLISECONDS
+  ///     browser session NAME         browser run PROGRAM ARG... URL
+  ///     browser focus                resource NAME               bitmap PATH
+  ///     log LEVEL SOURCE:LINE FUNCTION: TEXT
   ///
   /// Keys of secrets begin with "secret ", those of numbers with "int ".
   Lines Journal() const;
@@ -46,31 +48,30 @@ class Device {
   Lines Misuse() const;
   int OpenHandles() const;
 
-  // The network
-  // ------------------------------------------------------------------------------------
+  // --- The network
 
   /// The next answer to requests of `path` (of the store API, or a whole address); the last one
   /// stays until another is given. Without any the transport fails.
   void Answer(const std::string& path, const std::string& body, long status = 200);
-  void FailTransport(const std::string& path);
+  /// Forgets all answers and the journal first.
+  void AnswerOnly(const std::string& path, const std::string& body, long status = 200);
   void ForgetAnswers();
   int network_state = 0x100;
 
-  // The configuration file, as saved
-  // ---------------------------------------------------------------
+  // --- The configuration file, as saved
 
   std::map<std::string, std::string> config;
   bool config_opens = true;
   std::set<std::string> null_reads;  ///< keys whose text reads as null
 
-  // The rest
-  // ---------------------------------------------------------------------------------------
+  // --- The rest
 
   std::deque<std::int64_t> clock_s;  ///< one a reading, the last stays; empty: the system's
   const char* serial_number = "SN-1";
   const char* signing_key = "KEY";
   int scanner_task = -1;
   bool has_logo = false;
+  std::optional<std::string> upper_case;  ///< what upper-casing gives; not set: the text's own
 
   struct {
     int result = 0;
@@ -88,8 +89,7 @@ class Device {
     bool stays_open = false;  ///< until the session's flag is cleared
   } browser;
 
-  // For the fake libraries
-  // -------------------------------------------------------------------------
+  // --- For the fake libraries
 
   struct Reply {
     int error = 6;
@@ -104,8 +104,6 @@ class Device {
   std::int64_t Now();
 
  private:
-  void AddReply(const std::string& path, const Reply& reply);
-
   mutable std::mutex mutex_;
   std::condition_variable released_;
   bool held_ = false;

@@ -6,11 +6,8 @@
 #include "saltmoor/utilities/browser_authorization.h"
 #include "saltmoor/utilities/http_request.h"
 #include "saltmoor/utilities/http_request_runner.h"
-#include "saltmoor/utilities/serialization_utils.h"
 #include "saltmoor/utilities/signature.h"
 #include "saltmoor/utilities/tev_utilities.h"
-#include "saltmoor/utilities/to_lower.h"
-#include "saltmoor/utilities/url.h"
 
 namespace saltmoor::utilities {
 
@@ -66,45 +63,8 @@ const char* TevUtilities::SHA0BadCrypt() {
   return device.signing_key;
 }
 
-std::string SerializationUtils::trim(const std::string& text) {
-  const char* blanks = " \t\n\v\f\r";
-  const std::size_t begin = text.find_first_not_of(blanks);
-  if (begin == std::string::npos) return "";
-  return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
-}
-
 void BookStoreAuthConfigs::logOut() {
   device.Note("forget authorisation");
-}
-
-std::string ToLower(const std::string& text) {
-  std::string lower = text;
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lower;
-}
-
-Url::Url(const std::string& address) {
-  const std::string without_fragment = address.substr(0, address.find('#'));
-  const std::size_t mark = without_fragment.find('?');
-  if (mark != std::string::npos) query_ = without_fragment.substr(mark + 1);
-}
-
-std::string Url::GetQuery() const {
-  return query_;
-}
-
-std::map<std::string, std::string> Url::ParseQuery(const std::string& query) {
-  std::map<std::string, std::string> fields;
-  for (std::size_t begin = 0; begin < query.size();) {
-    const std::size_t end = std::min(query.find('&', begin), query.size());
-    const std::string field = query.substr(begin, end - begin);
-    const std::size_t sign = std::min(field.find('='), field.size());
-    fields.emplace(field.substr(0, sign), sign < field.size() ? field.substr(sign + 1) : "");
-    begin = end + 1;
-  }
-  return fields;
 }
 
 void BrowserAuthorization::IEventHandler::BrowserError() {}

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cctype>
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
@@ -53,18 +54,16 @@ int Device::OpenHandles() const {
   return static_cast<int>(open_handles.size());
 }
 
-void Device::AddReply(const std::string& path, const Reply& reply) {
+void Device::Answer(const std::string& path, const std::string& body, long status) {
   std::deque<Reply>& replies = replies_[path];
   if (!replies.empty() && replies.front().taken) replies.pop_front();
-  replies.push_back(reply);
+  replies.push_back({0, status, body});
 }
 
-void Device::Answer(const std::string& path, const std::string& body, long status) {
-  AddReply(path, {0, status, body});
-}
-
-void Device::FailTransport(const std::string& path) {
-  AddReply(path, {});
+void Device::AnswerOnly(const std::string& path, const std::string& body, long status) {
+  ForgetAnswers();
+  ForgetJournal();
+  Answer(path, body, status);
 }
 
 void Device::ForgetAnswers() {
@@ -265,10 +264,8 @@ int tb_unlink(const char* path) {
 }
 
 char* utf_toupper_ext(const char* text, int* length) {
-  char* upper = strdup(text);
-  for (char* c = upper; *c != 0; ++c) {
-    if (*c >= 'a' && *c <= 'z') *c = static_cast<char>(*c - 'a' + 'A');
-  }
+  char* const upper = strdup(device.upper_case.value_or(text).c_str());
+  for (char* c = upper; *c != 0; ++c) *c = static_cast<char>(std::toupper(*c));
   if (length != nullptr) *length = static_cast<int>(std::strlen(upper));
   return upper;
 }

@@ -1,61 +1,83 @@
 #ifndef TESTS_SYSTEM_ON_DEVICE_H_
 #define TESTS_SYSTEM_ON_DEVICE_H_
 
-#include <unistd.h>
+#include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "store_manager.h"
+#include "support/development_shop.h"
+#include "support/files.h"
 
-/// What the system tests ask of the device that they run on.
-namespace on_device {
+namespace tests {
 
-inline constexpr char kUser[] = "anna@quire.example";
-inline constexpr char kPassword[] = "secret";
-inline constexpr char kDownloads[] = "/mnt/ext1/Downloads";
+using saltmoor::quire::Book;
+using saltmoor::quire::BookStatus;
+using saltmoor::quire::ServerApi;
+using saltmoor::quire::StoreManager;
 
-inline bool Exists(const std::string& path) {
-  return access(path.c_str(), F_OK) == 0;
+inline const std::string kUser = "anna@quire.example";
+inline const std::string kPassword = "secret";
+
+inline std::string Ean(const Book& book) {
+  return book.string_props.at(Book::kEan);
 }
 
-inline std::string Content(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
+inline Book BookOf(const std::string& ean) {
+  Book book;
+  book.string_props[Book::kEan] = ean;
+  return book;
 }
 
-inline std::string Ean(const saltmoor::quire::Book& book) {
-  return book.string_props.at(saltmoor::quire::Book::kEan);
-}
+/// The shipped library, started on a device of its own beside a shop of its own. CTest runs each
+/// test in a process of its own, so that the one manager is a new one.
+class OnDevice : public testing::Test {
+ protected:
+  explicit OnDevice(const Command& shop_options = {}) : shop_(shop_options) { shop_.Announce(); }
 
-/// Polls until `done`, as an application does. False when it was not within the limit.
-template <typename Done>
-bool Wait(Done done, std::chrono::seconds limit = std::chrono::seconds(30)) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    usleep(20'000);
+  void SetUp() override { ASSERT_EQ(manager_.Init(), 0); }
+
+  void LogIn() { ASSERT_EQ(manager_.LogIn(kUser, kPassword).code_, ServerApi::kOk); }
+
+  /// The first bought book of a format.
+  Book Bought(const std::string& format) const {
+    for (const Book& book : manager_.GetPurchased()) {
+      if (book.string_props.at(Book::kEbookFormat) == format) return book;
+    }
+    throw std::runtime_error("the account has no " + format);
   }
-  return true;
-}
 
-inline bool FinishDownload(saltmoor::quire::StoreManager& manager,
-                           std::chrono::seconds limit = std::chrono::seconds(30)) {
-  return Wait([&] { return manager.CheckDownloadState() == 0; }, limit);
-}
-
-/// The first bought book of a format.
-inline const saltmoor::quire::Book& Bought(const saltmoor::quire::StoreManager& manager,
-                                           const std::string& format) {
-  for (const auto& book : manager.GetPurchased()) {
-    if (book.string_props.at(saltmoor::quire::Book::kEbookFormat) == format) return book;
+  bool HasBought(const std::string& ean) const {
+    const auto& books = manager_.GetPurchased();
+    return std::any_of(books.begin(), books.end(),
+                       [&](const Book& book) { return Ean(book) == ean; });
   }
-  throw std::runtime_error("the account has no " + format);
-}
 
-}  // namespace on_device
+  /// Polls until `done`, as an application does. False when it was not within 30 s.
+  template <typename Done>
+  static bool Wait(Done done) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!done()) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+  }
+
+  BookStatus Download(const std::string& id) {
+    manager_.DownloadBookById(id);
+    EXPECT_TRUE(Wait([&] { return manager_.CheckDownloadState() == 0; }));
+    return manager_.GetBookStatusById(id);
+  }
+
+  DevelopmentShop shop_;
+  StoreManager& manager_ = StoreManager::Instance();
+};
+
+}  // namespace tests
 
 #endif  // TESTS_SYSTEM_ON_DEVICE_H_

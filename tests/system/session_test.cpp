@@ -1,16 +1,11 @@
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <memory>
-
-#include "book_files.h"
 #include "on_device.h"
-#include "support/development_shop.h"
 
+namespace tests {
 namespace {
 
-using namespace on_device;
-using namespace saltmoor::quire;
+using saltmoor::quire::UserData;
 
 int CountInScannerLibrary(const std::string& path) {
   sqlite3* raw = nullptr;
@@ -27,99 +22,90 @@ int CountInScannerLibrary(const std::string& path) {
   return count;
 }
 
-TEST(SessionThroughLauncher, FromStartToABookThatTheScannerKnows) {
-  tests::DevelopmentShop shop;
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);
-  EXPECT_FALSE(manager.GetShopName().empty());
-  EXPECT_FALSE(manager.IsLoggedIn());
+class Session : public OnDevice {};
+class SessionThroughLauncher : public OnDevice {};
 
-  const auto refused = manager.LogIn(kUser, "wrong");
+TEST_F(SessionThroughLauncher, FromStartToABookThatTheScannerKnows) {
+  EXPECT_FALSE(manager_.GetShopName().empty());
+  EXPECT_FALSE(manager_.IsLoggedIn());
+
+  const auto refused = manager_.LogIn(kUser, "wrong");
   EXPECT_EQ(refused.code_, ServerApi::kFailed);
   EXPECT_FALSE(refused.message_.empty());
-  ASSERT_EQ(manager.LogIn(kUser, kPassword).code_, ServerApi::kOk);
-  EXPECT_TRUE(manager.IsLoggedIn());
+  LogIn();
+  EXPECT_TRUE(manager_.IsLoggedIn());
 
-  const Book book = Bought(manager, "epub");
-  EXPECT_EQ(manager.AddToCart(book).code_, ServerApi::kOk);
-  EXPECT_EQ(manager.GetBookStatus(Ean(book)).status, BookStatus::kInCart);
-  manager.RemoveFromCart(book);
-  EXPECT_EQ(manager.GetBookStatus(Ean(book)).status, BookStatus::kPurchased);
+  const Book book = Bought("epub");
+  EXPECT_EQ(manager_.AddToCart(book).code_, ServerApi::kOk);
+  EXPECT_EQ(manager_.GetBookStatus(Ean(book)).status, BookStatus::kInCart);
+  manager_.RemoveFromCart(book);
+  EXPECT_EQ(manager_.GetBookStatus(Ean(book)).status, BookStatus::kPurchased);
 
-  manager.DownloadBookById("catalogue/items/" + Ean(book));
-  ASSERT_TRUE(FinishDownload(manager));
-  const BookStatus status = manager.GetBookStatus(Ean(book));
+  const BookStatus status = Download("catalogue/items/" + Ean(book));
   ASSERT_EQ(status.status, BookStatus::kDownloaded);
-  EXPECT_EQ(Content(status.path).substr(0, 2), "PK");
+  EXPECT_EQ(ReadFile(status.path).substr(0, 2), "PK");
   EXPECT_TRUE(Wait([&] { return CountInScannerLibrary(status.path) == 1; }));
 }
 
-TEST(Session, StoredCredentialsOpenTheNextOne) {
-  tests::DevelopmentShop shop;
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);
-  ASSERT_EQ(manager.LogIn(kUser, kPassword).code_, ServerApi::kOk);
-  EXPECT_EQ(manager.getLogin(), kUser);
-  EXPECT_EQ(manager.getPassword(), kPassword);
+TEST_F(Session, StoredCredentialsOpenTheNextOne) {
+  LogIn();
+  EXPECT_EQ(manager_.getLogin(), kUser);
+  EXPECT_EQ(manager_.getPassword(), kPassword);
 
-  manager.LogOut();
-  EXPECT_FALSE(manager.IsLoggedIn());
-  EXPECT_TRUE(manager.GetPurchased().empty());
-  ASSERT_EQ(manager.Init(), 0);
-  EXPECT_TRUE(manager.IsLoggedIn());
-  EXPECT_FALSE(manager.GetPurchased().empty());
+  manager_.LogOut();
+  EXPECT_FALSE(manager_.IsLoggedIn());
+  EXPECT_TRUE(manager_.GetPurchased().empty());
+  ASSERT_EQ(manager_.Init(), 0);
+  EXPECT_TRUE(manager_.IsLoggedIn());
+  EXPECT_FALSE(manager_.GetPurchased().empty());
   // Within half an hour of the first start the configuration is asked for once.
-  EXPECT_EQ(shop.Requests("/get-device-opds-config").size(), 1u);
+  EXPECT_EQ(shop_.Requests("/get-device-opds-config").size(), 1u);
 }
 
-TEST(Session, ANewCustomerRegistersAndIsLoggedInAtTheNextStart) {
-  tests::DevelopmentShop shop;
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);
-  EXPECT_EQ(manager.Register(kUser, "long enough", "A", "B", "").code_, ServerApi::kFailed);
-  const auto registered = manager.Register("new@quire.example", "long enough", "Nora", "Neu", "Ms");
+TEST_F(Session, ANewCustomerRegistersAndIsLoggedInAtTheNextStart) {
+  EXPECT_EQ(manager_.Register(kUser, "long enough", "A", "B", "").code_, ServerApi::kFailed);
+  const auto registered =
+      manager_.Register("new@quire.example", "long enough", "Nora", "Neu", "Ms");
   ASSERT_EQ(registered.code_, ServerApi::kOk) << registered.message_;
   EXPECT_FALSE(registered.message_.empty());
-  EXPECT_FALSE(manager.IsLoggedIn());
-  ASSERT_EQ(manager.Init(), 0);
-  EXPECT_TRUE(manager.IsLoggedIn());
-  const auto [result, profile] = manager.GetUserData();
+  EXPECT_FALSE(manager_.IsLoggedIn());
+  ASSERT_EQ(manager_.Init(), 0);
+  EXPECT_TRUE(manager_.IsLoggedIn());
+  const auto [result, profile] = manager_.GetUserData();
   EXPECT_EQ(result.code_, ServerApi::kOk);
   EXPECT_EQ(profile[UserData::kEmail], "new@quire.example");
 }
 
-TEST(Session, SecretsStandInNoLogAndInNoFileInClear) {
-  setenv("TABULET_LOG", "/tmp/everything.log", 1);
-  setenv("TABULET_LOG_LEVEL", "9", 1);
-  constexpr char kDistinctPassword[] = "Unm1stakable-Pa55";
-  tests::DevelopmentShop shop;
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);
-  ASSERT_EQ(manager.Register("log@quire.example", kDistinctPassword, "A", "B", "").code_,
-            ServerApi::kOk);
-  ASSERT_EQ(manager.Init(), 0);
-  ASSERT_TRUE(manager.IsLoggedIn());
-  Json::Value fault;  // a failure has the platform explain itself
-  fault["path"] = "/login";
-  fault["fault"] = "reset";
-  shop.Arm(fault);
-  EXPECT_EQ(manager.LogIn("log@quire.example", kDistinctPassword).code_, ServerApi::kFailed);
-
-  const std::string log = Content("/tmp/everything.log");
-  const std::string config = Content("/mnt/ext1/system/config/quire_config.cfg");
-  ASSERT_NE(log.find("0 == err"), std::string::npos);
-  EXPECT_EQ(log.find(kDistinctPassword), std::string::npos);
-  EXPECT_EQ(config.find(kDistinctPassword), std::string::npos);
-
-  // The session id, as the shop heard it.
-  std::string session;
-  for (const Json::Value& request : shop.Requests("/getUserEbook")) {
-    for (const Json::Value& field : request["form"]) {
-      if (field[0].asString() == "opdsSessionId") session = field[1].asString();
-    }
+/// The platform reads at its first use what it is to log.
+class Secrets : public OnDevice {
+ protected:
+  void SetUp() override {
+    setenv("TABULET_LOG", "/tmp/everything.log", 1);
+    setenv("TABULET_LOG_LEVEL", "9", 1);
+    OnDevice::SetUp();
   }
+};
+
+TEST_F(Secrets, StandInNoLogAndInNoFileInClear) {
+  const std::string user = "log@quire.example", password = "Unm1stakable-Pa55";
+  ASSERT_EQ(manager_.Register(user, password, "A", "B", "").code_, ServerApi::kOk);
+  ASSERT_EQ(manager_.Init(), 0);
+  ASSERT_TRUE(manager_.IsLoggedIn());
+  shop_.Arm({{"path", "/login"}, {"fault", "reset"}});  // has the platform explain itself
+  EXPECT_EQ(manager_.LogIn(user, password).code_, ServerApi::kFailed);
+
+  const std::string log = ReadFile("/tmp/everything.log");
+  const std::string config = ReadFile("/mnt/ext1/system/config/quire_config.cfg");
+  ASSERT_NE(log.find("0 == err"), std::string::npos);
+  EXPECT_EQ(log.find(password), std::string::npos);
+  EXPECT_EQ(config.find(password), std::string::npos);
+
+  const Json form = shop_.Requests("/getUserEbook").back()["form"];
+  ASSERT_EQ(form[0][0], "opdsSessionId");
+  const std::string session = form[0][1];
   ASSERT_FALSE(session.empty());
   EXPECT_EQ(log.find(session), std::string::npos);
 }
 
 }  // namespace
+}  // namespace tests

@@ -1,91 +1,59 @@
-#include <gtest/gtest.h>
-
 #include "on_device.h"
-#include "support/development_shop.h"
 
+namespace tests {
 namespace {
 
-using namespace on_device;
-using namespace saltmoor::quire;
+class Wire : public OnDevice {};
 
-Json::Value Fault(const std::string& path, const std::string& fault) {
-  Json::Value value;
-  value["path"] = path;
-  value["fault"] = fault;
-  value["times"] = 1;
-  return value;
-}
-
-TEST(Wire, APostIsSentOnceWhenItsKeptConnectionDies) {
-  tests::DevelopmentShop shop;
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);
-  ASSERT_EQ(manager.LogIn(kUser, kPassword).code_, ServerApi::kOk);
-  ASSERT_EQ(shop.Requests("/getUserData").size(), 0u);
-
-  shop.Arm(Fault("/getUserData", "reset"));
-  EXPECT_EQ(std::get<0>(manager.GetUserData()).code_, ServerApi::kFailed);
-  EXPECT_EQ(shop.Delivered(), 1);
-  EXPECT_EQ(shop.Requests("/getUserData").size(), 1u);
+TEST_F(Wire, APostIsSentOnceWhenItsKeptConnectionDies) {
+  LogIn();
+  const auto ask = [this] { return std::get<0>(manager_.GetUserData()).code_; };
+  shop_.Arm({{"path", "/getUserData"}, {"fault", "reset"}});
+  EXPECT_EQ(ask(), ServerApi::kFailed);
+  EXPECT_EQ(shop_.Delivered(), 1);
+  EXPECT_EQ(shop_.Requests("/getUserData").size(), 1u);
 
   // The next call is served as if nothing had been.
-  EXPECT_EQ(std::get<0>(manager.GetUserData()).code_, ServerApi::kOk);
-  EXPECT_EQ(shop.Requests("/getUserData").size(), 2u);
+  EXPECT_EQ(ask(), ServerApi::kOk);
+  EXPECT_EQ(shop_.Requests("/getUserData").size(), 2u);
 }
 
-TEST(Wire, FieldsArriveInTheirOrderOnOneKeptConnection) {
-  tests::DevelopmentShop shop;
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);
-  ASSERT_EQ(manager.LogIn(kUser, kPassword).code_, ServerApi::kOk);
-
-  const auto log_ins = shop.Requests("/login");
-  const auto lists = shop.Requests("/getUserEbook");
+TEST_F(Wire, FieldsArriveInTheirOrderOnOneKeptConnection) {
+  LogIn();
+  const auto log_ins = shop_.Requests("/login");
+  const auto lists = shop_.Requests("/getUserEbook");
   ASSERT_EQ(log_ins.size(), 1u);
   ASSERT_FALSE(lists.empty());
-  Json::Value expected(Json::arrayValue);
-  for (const auto& [key, value] :
-       {std::pair{"username", kUser}, {"password", kPassword}, {"storeId", "4711"}}) {
-    Json::Value field(Json::arrayValue);
-    field.append(key);
-    field.append(value);
-    expected.append(field);
-  }
-  EXPECT_EQ(log_ins[0]["form"], expected);
+  EXPECT_EQ(log_ins[0]["form"],
+            Json::parse(R"([["username","anna@quire.example"],["password","secret"],
+                            ["storeId","4711"]])"));
   EXPECT_EQ(log_ins[0]["connection"], lists.back()["connection"]);
 }
 
-TEST(Wire, AnswersThatAreNoneNeitherThrowNorLogIn) {
-  tests::DevelopmentShop shop;
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);
+TEST_F(Wire, AnswersThatAreNoneNeitherThrowNorLogIn) {
   for (const std::string& body :
        {std::string("not json"), std::string(2000, '['),
         std::string(R"({"error":[],"response":"text"})"), std::string()}) {
-    Json::Value fault = Fault("/login", "body");
-    fault["body"] = body;
-    shop.Arm(fault);
-    EXPECT_EQ(manager.LogIn(kUser, kPassword).code_, ServerApi::kOk) << body;
-    EXPECT_FALSE(manager.IsLoggedIn()) << body;
+    shop_.Arm({{"path", "/login"}, {"fault", "body"}, {"body", body}});
+    LogIn();
+    EXPECT_FALSE(manager_.IsLoggedIn()) << body;
   }
-  Json::Value fault = Fault("/login", "status");
-  fault["status"] = 500;
-  shop.Arm(fault);
-  EXPECT_EQ(manager.LogIn(kUser, kPassword).code_, ServerApi::kFailed);
+  shop_.Arm({{"path", "/login"}, {"fault", "status"}, {"status", 500}});
+  EXPECT_EQ(manager_.LogIn(kUser, kPassword).code_, ServerApi::kFailed);
 }
 
-class WrongCertificate : public ::testing::TestWithParam<const char*> {};
+class WrongCertificate : public OnDevice, public testing::WithParamInterface<const char*> {
+ protected:
+  WrongCertificate() : OnDevice({"--certificate", GetParam()}) {}
+};
 
-TEST_P(WrongCertificate, NoRequestIsSent) {
-  tests::DevelopmentShop shop({"--certificate", GetParam()});
-  StoreManager& manager = StoreManager::Instance();
-  ASSERT_EQ(manager.Init(), 0);  // the configuration service speaks plain HTTP
-  EXPECT_EQ(manager.LogIn(kUser, kPassword).code_, ServerApi::kFailed);
-  EXPECT_TRUE(shop.Requests("/login").empty());
+TEST_P(WrongCertificate, NoRequestIsSent) {  // but that for the configuration, over plain HTTP
+  EXPECT_EQ(manager_.LogIn(kUser, kPassword).code_, ServerApi::kFailed);
+  EXPECT_TRUE(shop_.Requests("/login").empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, WrongCertificate,
-                         ::testing::Values("other-host", "expired", "unknown-authority"),
+                         testing::Values("other-host", "expired", "unknown-authority"),
                          [](const auto& kind) {
                            std::string name = kind.param;
                            std::replace(name.begin(), name.end(), '-', '_');
@@ -93,3 +61,4 @@ INSTANTIATE_TEST_SUITE_P(Kinds, WrongCertificate,
                          });
 
 }  // namespace
+}  // namespace tests

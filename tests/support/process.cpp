@@ -1,19 +1,18 @@
-#include "process.h"
+#include "support/process.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
+namespace tests {
 namespace {
 
 constexpr long kTimeout_ms = 30'000;
@@ -24,41 +23,37 @@ long Now_ms() {
   return std::chrono::duration_cast<milliseconds>(now).count();
 }
 
-[[noreturn]] void Exec(const std::vector<std::string>& command, const Environment& environment) {
+[[noreturn]] void Exec(const Command& command, const Environment& environment) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);  // a test that dies leaves nothing behind
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_DFL);
   for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
   std::vector<char*> arguments;
-  arguments.reserve(command.size() + 1);
-  for (const std::string& argument : command)
-    arguments.push_back(const_cast<char*>(argument.c_str()));
+  for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   execvp(arguments[0], arguments.data());
   _exit(125);
 }
 
-bool ReadFrom(int* fd, std::string* text) {
+void ReadFrom(int* fd, std::string* text) {
   char buffer[4096];
   const ssize_t count = read(*fd, buffer, sizeof buffer);
   if (count > 0) {
     text->append(buffer, static_cast<std::size_t>(count));
-    return true;
+  } else {
+    close(*fd);
+    *fd = -1;
   }
-  close(*fd);
-  *fd = -1;
-  return false;
 }
 
 }  // namespace
 
-Process::Process(const std::vector<std::string>& command, const Environment& environment, On on)
-    : deadline_ms_(Now_ms() + kTimeout_ms) {
+Process::Process(const Command& command, const Environment& environment, On on) {
   if (on == On::kTerminal) {
     pid_ = forkpty(&out_, nullptr, nullptr, nullptr);
     if (pid_ == 0) Exec(command, environment);
     return;
   }
-  int out[2];
-  int err[2];
+  int out[2], err[2];
   if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) return;
   pid_ = fork();
   if (pid_ == 0) {
@@ -93,9 +88,9 @@ void Process::Type(const std::string& text) const {
 }
 
 /// \return false once there is nothing more to come, or the time is over.
-bool Process::ReadMore() {
+bool Process::ReadMore(long deadline_ms) {
   pollfd polled[] = {{out_, POLLIN, 0}, {err_, POLLIN, 0}};
-  const long left_ms = deadline_ms_ - Now_ms();
+  const long left_ms = deadline_ms - Now_ms();
   if ((out_ < 0 && err_ < 0) || left_ms <= 0) return false;
   if (poll(polled, 2, static_cast<int>(left_ms)) <= 0) return false;
   if (polled[0].revents != 0) ReadFrom(&out_, &finished_.out);
@@ -104,16 +99,18 @@ bool Process::ReadMore() {
 }
 
 bool Process::WaitForOutput(const std::string& text) {
+  const long deadline_ms = Now_ms() + kTimeout_ms;
   while (finished_.out.find(text) == std::string::npos) {
-    if (!ReadMore()) return false;
+    if (!ReadMore(deadline_ms)) return false;
   }
   return true;
 }
 
 Finished Process::Wait() {
-  while (ReadMore()) {
+  const long deadline_ms = Now_ms() + kTimeout_ms;
+  while (ReadMore(deadline_ms)) {
   }
-  if (Now_ms() >= deadline_ms_) {
+  if (Now_ms() >= deadline_ms) {
     ADD_FAILURE() << "still running after " << kTimeout_ms << " ms; its output so far:\n"
                   << finished_.out << finished_.err;
     kill(-pid_, SIGKILL);
@@ -125,26 +122,8 @@ Finished Process::Wait() {
   return finished_;
 }
 
-Finished RunProgram(const std::vector<std::string>& command, const Environment& environment) {
+Finished RunProgram(const Command& command, const Environment& environment) {
   return Process(command, environment).Wait();
 }
 
-TemporaryFolder::TemporaryFolder() {
-  path_ = (std::filesystem::temp_directory_path() / "quire dévice XXXXXX").string();
-  if (!mkdtemp(path_.data())) ADD_FAILURE() << "cannot make " << path_;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  std::ofstream(path, std::ios::binary) << content;
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+}  // namespace tests

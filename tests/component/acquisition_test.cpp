@@ -1,0 +1,88 @@
+#include "acquisition.h"
+
+#include "on_device.h"
+
+namespace saltmoor::quire {
+namespace {
+
+using OPDS::AttributeMap;
+using OPDS::IndirectAcquisition;
+using OPDS::Object;
+
+IndirectAcquisition* Make(const std::string& type, const std::vector<Object*>& children = {}) {
+  auto* const item = new IndirectAcquisition(AttributeMap{{"rel", "x"}, {"type", type}});
+  for (Object* const child : children) EXPECT_TRUE(item->addChild(child));
+  return item;
+}
+
+TEST(Acquisition, OwnsItsChildrenInOrder_AndNoOtherElement) {
+  static Lines deleted;
+  struct Child : IndirectAcquisition {
+    explicit Child(const char* name) : IndirectAcquisition(AttributeMap{{"type", name}}) {}
+    ~Child() override { deleted.push_back(type); }
+  };
+  {
+    const std::unique_ptr<IndirectAcquisition> parent(Make("", {new Child("a"), new Child("b")}));
+    Object other(8);
+    EXPECT_FALSE(parent->addChild(&other) || parent->addChild(nullptr) || other.addChild(&other));
+    EXPECT_EQ(parent->kind, 9);
+    ASSERT_EQ(parent->children.size(), 2u);
+    EXPECT_EQ(parent->children[1].type, "b");
+    EXPECT_EQ(deleted, Lines());
+  }
+  EXPECT_EQ(deleted, (Lines{"a", "b"}));
+  EXPECT_EQ(IndirectAcquisition(AttributeMap{{"Type", "x"}}).type, "");
+}
+
+// By the Itanium ABI, also on 32-bit ARM: two slots for the destructor, and the object first.
+TEST(Acquisition, VirtualSlots_AreInTheContractsOrder) {
+  Object* const item = Make("");
+  void* const* const slots = *reinterpret_cast<void* const* const*>(item);
+  const auto add_child = reinterpret_cast<bool (*)(Object*, Object*)>(slots[2]);
+  const auto append_content = reinterpret_cast<void (*)(Object*, const std::string&)>(slots[3]);
+  const auto delete_it = reinterpret_cast<void (*)(Object*)>(slots[1]);
+  EXPECT_TRUE(add_child(item, Make("text/plain")));
+  append_content(item, "ignored");
+  EXPECT_EQ(static_cast<IndirectAcquisition*>(item)->children.front().type, "text/plain");
+  EXPECT_EQ(reinterpret_cast<char*>(&item->kind) - reinterpret_cast<char*>(item),
+            std::ptrdiff_t{sizeof(void*)});
+  delete_it(item);
+}
+
+TEST(MakeFormat, ListsEachFormat_ParentsFirst_AndSetsTheFlagForATicket) {
+  const std::string acsm = "application/vnd.adobe.adept+xml", epub = "application/epub+zip";
+  const std::tuple<std::vector<Object*>, bool, bool, const char*, const char*> rows[] = {
+      {{Make(acsm, {Make(epub)}), Make("application/pdf")}, false, true, "", "EPUB,PDF"},
+      {{Make(epub, {Make(epub, {Make(acsm)})})}, false, true, "", "EPUB,EPUB"},
+      {{Make(acsm), Make(acsm)}, false, true, "", ""},
+      {{Make("text/html"), Make("application/octet-stream", {Make(epub)}), Make("")},
+       true,
+       true,
+       "",
+       "HTM,EPUB"},
+      {{Make(epub)}, false, false, "X", "X,EPUB"}};
+  for (const auto& [items, flag_before, flag, before, formats] : rows) {
+    const std::unique_ptr<IndirectAcquisition> root(Make("", items));
+    std::stringstream out(before);
+    bool has_acsm = flag_before;
+    MakeFormat(out, has_acsm, root->children);
+    EXPECT_EQ(out.str(), formats);
+    EXPECT_EQ(has_acsm, flag) << formats;
+  }
+}
+
+TEST(MakeFormat, WritesAtMost63Bytes_AndTheTextAsItIsWhereItHasNoUpperCase) {
+  const std::unique_ptr<IndirectAcquisition> root(Make("", {Make("text/plain")}));
+  bool has_acsm = false;
+  const std::pair<std::string, std::string> rows[] = {{std::string(100, 'X'), std::string(63, 'X')},
+                                                      {"", "txt"}};
+  for (const auto& [upper_case, written] : rows) {
+    device.upper_case = upper_case;
+    std::stringstream out;
+    MakeFormat(out, has_acsm, root->children);
+    EXPECT_EQ(out.str(), written);
+  }
+}
+
+}  // namespace
+}  // namespace saltmoor::quire

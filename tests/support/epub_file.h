@@ -1,0 +1,22 @@
+#ifndef TESTS_SUPPORT_EPUB_FILE_H_
+#define TESTS_SUPPORT_EPUB_FILE_H_
+
+#include <map>
+#include <string>
+
+namespace tests {
+
+/// An EPUB's container, which names the package "OEBPS/content.opf".
+inline constexpr char kContainer[] =
+    "<?xml version='1.0'?><container xmlns='urn:oasis:names:tc:opendocument:xmlns:container'>"
+    "<rootfiles><rootfile full-path='OEBPS/content.opf'/></rootfiles></container>";
+
+/// Writes an archive with these entries, by their names.
+void WriteZip(const std::string& path, const std::map<std::string, std::string>& entries);
+
+/// Writes an EPUB that is no more than its package.
+void WriteEpub(const std::string& path, const std::string& package);
+
+}  // namespace tests
+
+#endif  // TESTS_SUPPORT_EPUB_FILE_H_

@@ -1,0 +1,43 @@
+#include "support/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace tests {
+
+TemporaryFolder::TemporaryFolder() {
+  path_ = (std::filesystem::temp_directory_path() / "quire tést XXXXXX").string();
+  if (!mkdtemp(path_.data())) ADD_FAILURE() << "cannot make " << path_;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+bool Exists(const std::string& path) {
+  return access(path.c_str(), F_OK) == 0;
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+void WriteProgram(const std::string& path, const std::string& content) {
+  WriteFile(path, content);
+  chmod(path.c_str(), 0755);
+}
+
+}  // namespace tests
