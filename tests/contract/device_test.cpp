@@ -6,24 +6,24 @@
 #include <thread>
 #include <vector>
 
-#include "device_folder.h"
+#include "support/device_folder.h"
 #include "tabulet.h"
 
 namespace {
 
-TEST(Device, SerialNumberIsOneForAllThreads) {
+TEST(Device, TheSerialNumberIsOneForAllThreads) {
   const char* const serial = GetSerialNumber();
   ASSERT_NE(serial, nullptr);
   EXPECT_STRNE(serial, "");
   std::thread([serial] { EXPECT_STREQ(GetSerialNumber(), serial); }).join();
 }
 
-TEST(Device, NetworkStateAndConnectionAgree) {
+TEST(Device, TheNetworksStateAndConnectingAgree) {
   const bool connected = NetConnect(nullptr) == 0;
   EXPECT_EQ((QueryNetwork() & 0xF00) != 0, connected);
 }
 
-TEST(Device, MessageReturnsAtOnce) {
+TEST(Device, AMessageReturnsAtOnce) {
   const auto start = std::chrono::steady_clock::now();
   for (const int icon : {0, 1, 2, 3, 4, 99}) Message(icon, "@NoSuchKey", "Text", 60'000);
   Message(4, nullptr, nullptr, 0);
@@ -46,7 +46,7 @@ TEST(Device, BitmapsAreFoundSavedOrReplacedByTheFallback) {
   EXPECT_EQ(folder.Names(), std::set<std::string>{"logo.bmp"});
 }
 
-TEST(Device, LogTakesAnythingAndKeepsErrno) {
+TEST(Device, TheLogTakesAnythingAndKeepsErrno) {
   errno = ENOSPC;
   sm_print_log2(5, "source", 1, "function", "%s", std::string(100'000, 'x').c_str());
   sm_print_log2(-1, nullptr, 0, nullptr, "%d %%", 7);

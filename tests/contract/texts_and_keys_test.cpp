@@ -15,24 +15,24 @@ namespace {
 using namespace saltmoor::utilities;
 using Fields = std::map<std::string, std::string>;
 
-TEST(SerializationUtils, TrimTakesOnlyWhiteSpaceAtTheEnds) {
+TEST(TextHelpers, TrimmingTakesOnlyWhiteSpaceAtTheEnds) {
   EXPECT_EQ(SerializationUtils::trim(" \t\n\v\f\r a b \r\n"), "a b");
   EXPECT_EQ(SerializationUtils::trim(" \t "), "");
   EXPECT_EQ(SerializationUtils::trim("\xC2\xA0x\xC2\xA0"), "\xC2\xA0x\xC2\xA0");
 }
 
-TEST(ToLower, TouchesOnlyAsciiLetters) {
+TEST(TextHelpers, LowerCaseTouchesOnlyAsciiLetters) {
   EXPECT_EQ(ToLower("[AZ@azÄ\xC3]"), "[az@azÄ\xC3]");
 }
 
-TEST(Url, QueryStandsBetweenMarkAndFragment) {
+TEST(TextHelpers, AQueryStandsBetweenMarkAndFragment) {
   EXPECT_EQ(Url("http://h/p?status=success&x=?#a?b").GetQuery(), "status=success&x=?");
   EXPECT_EQ(Url("http://h/p#f?status=success").GetQuery(), "");
   EXPECT_EQ(Url("http://h/p").GetQuery(), "");
   EXPECT_EQ(Url("?#").GetQuery(), "");
 }
 
-TEST(Url, ParseQueryDecodesAndTheFirstOfANameCounts) {
+TEST(TextHelpers, AQueryIsDecodedAndTheFirstOfANameCounts) {
   using namespace std::string_literals;
   EXPECT_EQ(Url::ParseQuery("status=%73uccess&status=cancel&a+b=c%2Bd+e"),
             (Fields{{"status", "success"}, {"a b", "c+d e"}}));
@@ -42,7 +42,7 @@ TEST(Url, ParseQueryDecodesAndTheFirstOfANameCounts) {
   EXPECT_EQ(Url::ParseQuery(""), Fields{});
 }
 
-TEST(TevUtilities, KeyBelongsToTheThread) {
+TEST(Signing, TheKeyBelongsToTheThread) {
   // printf %s Tw3kH-pL | sha256sum
   const char kKey[] = "10f6f1504444f0d7ba5dc199c6c119116c3a05b0e40fefc2328210c818058137";
   TevUtilities::SetSha0Data("Tw3kH-pL");
@@ -53,7 +53,7 @@ TEST(TevUtilities, KeyBelongsToTheThread) {
   EXPECT_STREQ(TevUtilities::SHA0BadCrypt(), kKey);
 }
 
-TEST(Signature, CoversMethodAddressFieldsAndSalt) {
+TEST(Signing, TheSignatureCoversMethodAddressFieldsAndSalt) {
   HttpRequest request("GET", "http://config.saltmoor.example/api");
   request.AddGetParam("device_sn", "A 1");
   request.AddGetParam("nonce", "00ff");
@@ -68,7 +68,7 @@ TEST(Signature, CoversMethodAddressFieldsAndSalt) {
   EXPECT_NE(Signature::CreateSignature(request, "", "key"), kSignature);
 }
 
-TEST(Signature, NoncesAreFresh) {
+TEST(Signing, NoncesAreFresh) {
   std::set<std::string> nonces;
   for (int i = 0; i < 100; ++i) nonces.insert(Signature::GenerateNonce());
   EXPECT_EQ(nonces.size(), 100u);
@@ -76,6 +76,10 @@ TEST(Signature, NoncesAreFresh) {
     EXPECT_EQ(nonce.size(), 32u);
     EXPECT_EQ(nonce.find_first_not_of("0123456789abcdef"), std::string::npos);
   }
+}
+
+TEST(Device, LoggingOutWithNothingToForgetIsNoError) {
+  EXPECT_NO_THROW(BookStoreAuthConfigs::logOut());
 }
 
 }  // namespace

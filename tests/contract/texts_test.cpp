@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "device_folder.h"
+#include "support/device_folder.h"
 #include "tabulet.h"
 
 namespace {
@@ -21,7 +21,7 @@ std::string Upper(const std::string& text) {
   return upper.get();
 }
 
-TEST(Texts, UpperCaseKnowsTheAlphabetsAndPassesOnWhatIsNoText) {
+TEST(TextHelpers, UpperCaseKnowsTheAlphabetsAndPassesOnWhatIsNoText) {
   EXPECT_EQ(Upper(""), "");
   EXPECT_EQ(Upper("epub 3.0"), "EPUB 3.0");
   EXPECT_EQ(Upper("äöüé þ œ"), "ÄÖÜÉ Þ Œ");
@@ -36,14 +36,14 @@ TEST(Texts, UpperCaseKnowsTheAlphabetsAndPassesOnWhatIsNoText) {
   std::free(utf_toupper_ext("length is not wanted", nullptr));
 }
 
-TEST(Texts, UpperCaseLeavesTheProgramsLocaleAlone) {
+TEST(TextHelpers, UpperCaseLeavesTheProgramsLocaleAlone) {
   ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
   EXPECT_EQ(Upper("ä"), "Ä");
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
   EXPECT_EQ(MB_CUR_MAX, 1U);
 }
 
-TEST(Texts, DeletedFileIsGone) {
+TEST(Device, ADeletedFileIsGoneAndAFolderStays) {
   const DeviceFolder folder;
   WriteAll(folder / "book.epub", "x");
   EXPECT_EQ(tb_unlink((folder / "book.epub").c_str()), 0);
@@ -52,7 +52,7 @@ TEST(Texts, DeletedFileIsGone) {
   EXPECT_TRUE(std::filesystem::exists(folder.path()));
 }
 
-TEST(Texts, FileTypesAreLowerCaseAndEnd) {
+TEST(Device, FileTypesAreLowerCaseAndEnd) {
   std::set<std::string> extensions;
   for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
     const std::string extension = type->extension;

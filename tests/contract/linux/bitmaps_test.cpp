@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-#include "../device_folder.h"
+#include "support/device_folder.h"
 #include "tabulet.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <map>
 #include <string>
 
-#include "../device_folder.h"
-#include "run_probe.h"
+#include "linux/run_probe.h"
+#include "support/device_folder.h"
 #include "tabulet.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <string>
 #include <thread>
 
-#include "../device_folder.h"
-#include "run_probe.h"
+#include "linux/run_probe.h"
+#include "support/device_folder.h"
 
 namespace {
 

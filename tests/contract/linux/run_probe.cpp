@@ -1,4 +1,4 @@
-#include "run_probe.h"
+#include "linux/run_probe.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "../child.h"
-#include "../device_folder.h"
+#include "support/child.h"
+#include "support/device_folder.h"
 
 namespace {
 

@@ -5,8 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "../child.h"
-#include "../device_folder.h"
+#include "support/child.h"
+#include "support/device_folder.h"
+#include "support/suite.h"
 #include "tabulet.h"
 
 namespace {
@@ -60,9 +61,9 @@ TEST_F(Saving, GarbledFileGoesToBadAndAMoveThatFailsGivesNull) {
   }
   WriteAll(path_, "garbage");
   fs::create_directories(path_ + ".bad/in the way");
-  testing::internal::CaptureStderr();
+  WriteAll(LogFile(), "");
   EXPECT_EQ(OpenConfig(path_.c_str(), nullptr), nullptr);
-  const std::string log = testing::internal::GetCapturedStderr();
+  const std::string log = ReadAll(LogFile());
   EXPECT_NE(log.find(path_ + ": line 1"), std::string::npos) << log;
   EXPECT_NE(log.find("cannot move it to " + path_ + ".bad"), std::string::npos) << log;
   EXPECT_EQ(log.find('\n'), log.size() - 1) << log;

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "../child.h"
-#include "../device_folder.h"
-#include "run_probe.h"
+#include "linux/run_probe.h"
+#include "support/child.h"
+#include "support/device_folder.h"
 #include "tabulet.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "run_probe.h"
+#include "linux/run_probe.h"
 
 namespace {
 
