@@ -2,10 +2,11 @@
 
 #include <cerrno>
 #include <chrono>
+#include <set>
 #include <string>
 #include <thread>
-#include <vector>
 
+#include "saltmoor/utilities/book_store_auth_configs.h"
 #include "support/device_folder.h"
 #include "tabulet.h"
 
@@ -51,6 +52,33 @@ TEST(Device, TheLogTakesAnythingAndKeepsErrno) {
   sm_print_log2(5, "source", 1, "function", "%s", std::string(100'000, 'x').c_str());
   sm_print_log2(-1, nullptr, 0, nullptr, "%d %%", 7);
   EXPECT_EQ(errno, ENOSPC);
+}
+
+TEST(Device, ADeletedFileIsGoneAndAFolderStays) {
+  const DeviceFolder folder;
+  WriteAll(folder / "book.epub", "x");
+  EXPECT_EQ(tb_unlink((folder / "book.epub").c_str()), 0);
+  EXPECT_TRUE(folder.Names().empty());
+  EXPECT_EQ(tb_unlink(folder.path().c_str()), -1);
+  EXPECT_TRUE(std::filesystem::exists(folder.path()));
+}
+
+TEST(Device, FileTypesAreLowerCaseAndEnd) {
+  std::set<std::string> extensions;
+  for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
+    const std::string extension = type->extension;
+    EXPECT_TRUE(extensions.insert(extension).second) << extension;
+    EXPECT_NE(extension.front(), '.');
+    EXPECT_EQ(extension.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ"), std::string::npos);
+    EXPECT_NE(type->description, nullptr);
+  }
+  for (const char* extension : {"epub", "pdf", "txt", "acsm", "htm", "fb2"}) {
+    EXPECT_EQ(extensions.count(extension), 1U) << extension;
+  }
+}
+
+TEST(Device, LoggingOutWithNothingToForgetIsNoError) {
+  EXPECT_NO_THROW(saltmoor::utilities::BookStoreAuthConfigs::logOut());
 }
 
 }  // namespace

@@ -78,13 +78,4 @@ TEST_F(Saving, FileTooLargeForAConfigurationIsMovedAside) {
   EXPECT_EQ(fs::file_size(path_ + ".bad"), 1U << 30);
 }
 
-TEST_F(Saving, LeftoverOfAKilledWriterIsInNobodysWay) {
-  WriteAll(path_ + ".new", "half a fi");
-  iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
-  WriteString(config, "key", "value");
-  EXPECT_EQ(SaveConfig(config), 1);
-  CloseConfig(config);
-  EXPECT_EQ(folder_.Names(), std::set<std::string>{"test.cfg"});
-}
-
 }  // namespace
