@@ -43,7 +43,7 @@ add_executable(linux_platform_tests
   linux/saving_test.cpp
   linux/secrets_test.cpp
   linux/tasks_test.cpp
-  linux/terminal_test.cpp
+  linux/browser_test.cpp
   linux/transfer_test.cpp)
 quire_target(linux_platform_tests)
 target_link_libraries(linux_platform_tests PRIVATE

@@ -9,6 +9,7 @@
 
 #include "saltmoor/utilities/browser_authorization.h"
 #include "support/device_folder.h"
+#include "support/suite.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ int AskOnTerminal() {
          (std::string_view(line, static_cast<std::size_t>(got)) == "me\n" ? 8 : 0);
 }
 
-TEST(Terminal, IsTheBrowsersUntilItEndsHoweverItEnds) {
+TEST(Browser, HasTheTerminalUntilItEndsHoweverItEnds) {
   for (const auto& [typed, expected] : {std::pair("yes\n", 1 + 4 + 8), {"\x03", 2 + 4 + 8}}) {
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
@@ -61,6 +62,17 @@ TEST(Terminal, IsTheBrowsersUntilItEndsHoweverItEnds) {
     close(terminal);
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), expected) << typed;
+  }
+}
+
+TEST(Browser, OneThatCannotBeRunIsNamedInTheLog) {
+  const DeviceFolder folder;
+  Handler handler;
+  BrowserAuthorization session("test", &handler);
+  for (const std::string& path : {folder / "missing", folder.path()}) {
+    session.browser_path_ = path;
+    EXPECT_EQ(session.Start("https://shop.example/", {}), -1);
+    EXPECT_NE(ReadAll(LogFile()).find("cannot run the browser " + path), std::string::npos);
   }
 }
 
