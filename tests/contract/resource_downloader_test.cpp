@@ -49,7 +49,7 @@ TEST_F(Downloads, AWholeFileIsSavedAndTold) {
   EXPECT_EQ(Content("Tüte.epub"), book_);
   EXPECT_EQ(Files(), 1);
   EXPECT_TRUE(std::is_sorted(percentages.begin(), percentages.end()));
-  EXPECT_EQ(percentages.back(), 100);
+  EXPECT_EQ(percentages.empty() ? -1 : percentages.back(), 100);
 
   const auto info = downloader_.GetStatusInfo();
   EXPECT_EQ(info.code, 0);
@@ -117,7 +117,7 @@ TEST_F(Downloads, TwoBooksOfOneNameAreNeverGlued) {
   });
   EXPECT_GT(Fetch(server.Address("/first")), 0);
   EXPECT_TRUE(fs::exists(folder_ + "/b.epub.part"));
-  EXPECT_EQ(Fetch(server.Address("/other")), 0);
+  ASSERT_EQ(Fetch(server.Address("/other")), 0);
   EXPECT_EQ(server.requests().back()["range"], "");
   EXPECT_EQ(Content(), "other");
   EXPECT_EQ(Files(), 1);

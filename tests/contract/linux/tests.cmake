@@ -38,12 +38,12 @@ foreach(subject log settings messages secrets)
 endforeach()
 
 add_executable(linux_platform_tests
+  linux/browser_test.cpp
   linux/device_test.cpp
   linux/download_test.cpp
   linux/saving_test.cpp
   linux/secrets_test.cpp
   linux/tasks_test.cpp
-  linux/browser_test.cpp
   linux/transfer_test.cpp)
 quire_target(linux_platform_tests)
 target_link_libraries(linux_platform_tests PRIVATE
