@@ -130,25 +130,27 @@ TEST_F(ConfigFiles, NumbersAreWholeDecimalIntsOrCountAsAbsent) {
 
 TEST_F(ConfigFiles, TextsStayUntilTheirKeyIsWritten) {
   const Config config(path_);
-  WriteString(config, "text", "short");
-  WriteSecret(config, "secret", "hidden");
+  WriteString(config, "text", "a text too long to be held in place");
+  WriteSecret(config, "secret", "hidden, and too long to be held in place");
   const char* const text = ReadString(config, "text", "");
   const char* const secret = ReadSecret(config, "secret", "");
   for (int i = 0; i < 1000; ++i) {
     WriteInt(config, ("key" + std::to_string(i)).c_str(), i);
     ReadString(config, "text", "");
     ReadSecret(config, "secret", "");
+    WriteSecret(config, "other", "what takes the place of a text given back");
+    ReadSecret(config, "other", "");
   }
   SaveConfig(config);
-  EXPECT_STREQ(text, "short");
-  EXPECT_STREQ(secret, "hidden");
+  EXPECT_STREQ(text, "a text too long to be held in place");
+  EXPECT_STREQ(secret, "hidden, and too long to be held in place");
 
   WriteString(config, "text", text);  // its own old value, or a part of it
-  EXPECT_STREQ(ReadString(config, "text", ""), "short");
-  WriteString(config, "text", ReadString(config, "text", "") + 2);
-  EXPECT_STREQ(ReadString(config, "text", ""), "ort");
-  WriteSecret(config, "secret", secret + 3);
-  EXPECT_STREQ(ReadSecret(config, "secret", ""), "den");
+  EXPECT_STREQ(ReadString(config, "text", ""), "a text too long to be held in place");
+  WriteString(config, "text", ReadString(config, "text", "") + 30);
+  EXPECT_STREQ(ReadString(config, "text", ""), "place");
+  WriteSecret(config, "secret", secret + 35);
+  EXPECT_STREQ(ReadSecret(config, "secret", ""), "place");
 }
 
 TEST_F(ConfigFiles, AFileDoesNotTellItsSecrets) {
