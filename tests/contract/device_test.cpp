@@ -2,28 +2,29 @@
 
 #include <cerrno>
 #include <chrono>
+#include <set>
 #include <string>
 #include <thread>
-#include <vector>
 
-#include "device_folder.h"
+#include "saltmoor/utilities/book_store_auth_configs.h"
+#include "support/device_folder.h"
 #include "tabulet.h"
 
 namespace {
 
-TEST(Device, SerialNumberIsOneForAllThreads) {
+TEST(Device, TheSerialNumberIsOneForAllThreads) {
   const char* const serial = GetSerialNumber();
   ASSERT_NE(serial, nullptr);
   EXPECT_STRNE(serial, "");
   std::thread([serial] { EXPECT_STREQ(GetSerialNumber(), serial); }).join();
 }
 
-TEST(Device, NetworkStateAndConnectionAgree) {
+TEST(Device, TheNetworksStateAndConnectingAgree) {
   const bool connected = NetConnect(nullptr) == 0;
   EXPECT_EQ((QueryNetwork() & 0xF00) != 0, connected);
 }
 
-TEST(Device, MessageReturnsAtOnce) {
+TEST(Device, AMessageReturnsAtOnce) {
   const auto start = std::chrono::steady_clock::now();
   for (const int icon : {0, 1, 2, 3, 4, 99}) Message(icon, "@NoSuchKey", "Text", 60'000);
   Message(4, nullptr, nullptr, 0);
@@ -46,11 +47,38 @@ TEST(Device, BitmapsAreFoundSavedOrReplacedByTheFallback) {
   EXPECT_EQ(folder.Names(), std::set<std::string>{"logo.bmp"});
 }
 
-TEST(Device, LogTakesAnythingAndKeepsErrno) {
+TEST(Device, TheLogTakesAnythingAndKeepsErrno) {
   errno = ENOSPC;
   sm_print_log2(5, "source", 1, "function", "%s", std::string(100'000, 'x').c_str());
   sm_print_log2(-1, nullptr, 0, nullptr, "%d %%", 7);
   EXPECT_EQ(errno, ENOSPC);
+}
+
+TEST(Device, ADeletedFileIsGoneAndAFolderStays) {
+  const DeviceFolder folder;
+  WriteAll(folder / "book.epub", "x");
+  EXPECT_EQ(tb_unlink((folder / "book.epub").c_str()), 0);
+  EXPECT_TRUE(folder.Names().empty());
+  EXPECT_EQ(tb_unlink(folder.path().c_str()), -1);
+  EXPECT_TRUE(std::filesystem::exists(folder.path()));
+}
+
+TEST(Device, FileTypesAreLowerCaseAndEnd) {
+  std::set<std::string> extensions;
+  for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
+    const std::string extension = type->extension;
+    EXPECT_TRUE(extensions.insert(extension).second) << extension;
+    EXPECT_NE(extension.front(), '.');
+    EXPECT_EQ(extension.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ"), std::string::npos);
+    EXPECT_NE(type->description, nullptr);
+  }
+  for (const char* extension : {"epub", "pdf", "txt", "acsm", "htm", "fb2"}) {
+    EXPECT_EQ(extensions.count(extension), 1U) << extension;
+  }
+}
+
+TEST(Device, LoggingOutWithNothingToForgetIsNoError) {
+  EXPECT_NO_THROW(saltmoor::utilities::BookStoreAuthConfigs::logOut());
 }
 
 }  // namespace

@@ -2,15 +2,21 @@
 
 #include <clocale>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <set>
-#include <string>
+#include <thread>
 
-#include "device_folder.h"
+#include "saltmoor/utilities/serialization_utils.h"
+#include "saltmoor/utilities/signature.h"
+#include "saltmoor/utilities/tev_utilities.h"
+#include "saltmoor/utilities/to_lower.h"
+#include "saltmoor/utilities/url.h"
 #include "tabulet.h"
 
 namespace {
+
+using namespace saltmoor::utilities;
+using Map = std::map<std::string, std::string>;
 
 std::string Upper(const std::string& text) {
   int length = -1;
@@ -21,7 +27,7 @@ std::string Upper(const std::string& text) {
   return upper.get();
 }
 
-TEST(Texts, UpperCaseKnowsTheAlphabetsAndPassesOnWhatIsNoText) {
+TEST(TextHelpers, UpperCaseKnowsTheAlphabetsAndPassesOnWhatIsNoText) {
   EXPECT_EQ(Upper(""), "");
   EXPECT_EQ(Upper("epub 3.0"), "EPUB 3.0");
   EXPECT_EQ(Upper("äöüé þ œ"), "ÄÖÜÉ Þ Œ");
@@ -36,33 +42,73 @@ TEST(Texts, UpperCaseKnowsTheAlphabetsAndPassesOnWhatIsNoText) {
   std::free(utf_toupper_ext("length is not wanted", nullptr));
 }
 
-TEST(Texts, UpperCaseLeavesTheProgramsLocaleAlone) {
+TEST(TextHelpers, UpperCaseLeavesTheProgramsLocaleAlone) {
   ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
   EXPECT_EQ(Upper("ä"), "Ä");
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
   EXPECT_EQ(MB_CUR_MAX, 1U);
 }
 
-TEST(Texts, DeletedFileIsGone) {
-  const DeviceFolder folder;
-  WriteAll(folder / "book.epub", "x");
-  EXPECT_EQ(tb_unlink((folder / "book.epub").c_str()), 0);
-  EXPECT_TRUE(folder.Names().empty());
-  EXPECT_EQ(tb_unlink(folder.path().c_str()), -1);
-  EXPECT_TRUE(std::filesystem::exists(folder.path()));
+TEST(TextHelpers, TrimmingTakesOnlyWhiteSpaceAtTheEnds) {
+  EXPECT_EQ(SerializationUtils::trim(" \t\n\v\f\r a b \r\n"), "a b");
+  EXPECT_EQ(SerializationUtils::trim(" \t "), "");
+  EXPECT_EQ(SerializationUtils::trim("\xC2\xA0x\xC2\xA0"), "\xC2\xA0x\xC2\xA0");
 }
 
-TEST(Texts, FileTypesAreLowerCaseAndEnd) {
-  std::set<std::string> extensions;
-  for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
-    const std::string extension = type->extension;
-    EXPECT_TRUE(extensions.insert(extension).second) << extension;
-    EXPECT_NE(extension.front(), '.');
-    EXPECT_EQ(extension.find_first_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ"), std::string::npos);
-    EXPECT_NE(type->description, nullptr);
-  }
-  for (const char* extension : {"epub", "pdf", "txt", "acsm", "htm", "fb2"}) {
-    EXPECT_EQ(extensions.count(extension), 1U) << extension;
+TEST(TextHelpers, LowerCaseTouchesOnlyAsciiLetters) {
+  EXPECT_EQ(ToLower("[AZ@azÄ\xC3]"), "[az@azÄ\xC3]");
+}
+
+TEST(TextHelpers, AQueryStandsBetweenMarkAndFragment) {
+  EXPECT_EQ(Url("http://h/p?status=success&x=?#a?b").GetQuery(), "status=success&x=?");
+  EXPECT_EQ(Url("http://h/p#f?status=success").GetQuery(), "");
+  EXPECT_EQ(Url("http://h/p").GetQuery(), "");
+  EXPECT_EQ(Url("?#").GetQuery(), "");
+}
+
+TEST(TextHelpers, AQueryIsDecodedAndTheFirstOfANameCounts) {
+  using namespace std::string_literals;
+  EXPECT_EQ(Url::ParseQuery("status=%73uccess&status=cancel&a+b=c%2Bd+e"),
+            (Map{{"status", "success"}, {"a b", "c+d e"}}));
+  EXPECT_EQ(Url::ParseQuery("&&flag&=v&x==y&"), (Map{{"flag", ""}, {"", "v"}, {"x", "=y"}}));
+  EXPECT_EQ(Url::ParseQuery("a=%zz%4&b=100%&c=%00%c3%BC&%"),
+            (Map{{"a", "%zz%4"}, {"b", "100%"}, {"c", "\0ü"s}, {"%", ""}}));
+  EXPECT_EQ(Url::ParseQuery(""), Map{});
+}
+
+TEST(Signing, TheKeyBelongsToTheThread) {
+  // printf %s Tw3kH-pL | sha256sum
+  const char kKey[] = "10f6f1504444f0d7ba5dc199c6c119116c3a05b0e40fefc2328210c818058137";
+  TevUtilities::SetSha0Data("Tw3kH-pL");
+  std::thread([] {
+    TevUtilities::SetSha0Data(nullptr);  // the digest of nothing
+    EXPECT_EQ(std::string(TevUtilities::SHA0BadCrypt()).substr(0, 16), "e3b0c44298fc1c14");
+  }).join();
+  EXPECT_STREQ(TevUtilities::SHA0BadCrypt(), kKey);
+}
+
+TEST(Signing, TheSignatureCoversMethodAddressFieldsAndSalt) {
+  HttpRequest request("GET", "http://config.saltmoor.example/api");
+  request.AddGetParam("device_sn", "A 1");
+  request.AddGetParam("nonce", "00ff");
+  // printf 'GET\nhttp://config.saltmoor.example/api\ndevice_sn=A%201&nonce=00ff\n\n' |
+  //   openssl dgst -sha256 -hmac key
+  const std::string kSignature = "09ea93eabf94fffe429ee1a2cae1b82fb37ec52c09b13f06385cc151e4c00d0c";
+  EXPECT_EQ(Signature::CreateSignature(request, "", "key"), kSignature);
+
+  EXPECT_NE(Signature::CreateSignature(request, "salt", "key"), kSignature);
+  EXPECT_NE(Signature::CreateSignature(request, "", "other key"), kSignature);
+  request.AddPostParam("a", 1);
+  EXPECT_NE(Signature::CreateSignature(request, "", "key"), kSignature);
+}
+
+TEST(Signing, NoncesAreFresh) {
+  std::set<std::string> nonces;
+  for (int i = 0; i < 100; ++i) nonces.insert(Signature::GenerateNonce());
+  EXPECT_EQ(nonces.size(), 100u);
+  for (const std::string& nonce : nonces) {
+    EXPECT_EQ(nonce.size(), 32u);
+    EXPECT_EQ(nonce.find_first_not_of("0123456789abcdef"), std::string::npos);
   }
 }
 

@@ -21,7 +21,7 @@ namespace saltmoor::platform {
 namespace {
 
 constexpr std::int64_t kReserve_bytes = 1 << 20;
-constexpr std::size_t kLongestName_bytes = 255;
+constexpr std::size_t kLongestName_bytes = 254;  // 255 but for proot, which takes one less
 constexpr std::size_t kLongestExtension_bytes = 16;
 constexpr std::size_t kLargestInfo_bytes = 64 << 10;
 // The longest of the names beside the file: its record while it is being replaced.

@@ -3,65 +3,57 @@
 #include "platform/linux/opds/download.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/linux/opds/content_range.h"
 #include "saltmoor/opds/resource_downloader.h"
-#include "tests/contract/support/scripted_server.h"
-#include "tests/contract/support/workshop.h"
+#include "support/child.h"
+#include "support/device_folder.h"
+#include "support/scripted_server.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace saltmoor::platform;
 using std::chrono::milliseconds;
-using testing_support::Answer;
-using testing_support::ReadFile;
-using testing_support::Reply;
-using testing_support::Request;
-using testing_support::ScriptedServer;
-using testing_support::UniqueBytes;
-using testing_support::Workshop;
-using testing_support::WriteFile;
-using Then = Reply::Then;
-using Fields = std::vector<std::string>;
 
 constexpr int kSize = 10'000;
 constexpr int kHalf = 5'000;
 
 class DownloadEngine : public testing::Test {
  protected:
-  void SetUp() override { fs::create_directory(folder_); }
-  void TearDown() override { fs::remove_all(folder_); }
-
   /// Downloads "book" from the server; whether it is there afterwards.
   bool Fetch(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
-    PartFile part(folder_, "book");
-    Error error = part.Open(server.Address("/"));
+    PartFile part(folder_.path(), "book");
+    Error error = part.Open(server.Address());
     EXPECT_FALSE(error) << error.text();
     Download download(
-        &part, server.Address("/"), [](auto, auto) {}, limits);
+        &part, server.Address(), [](auto, auto) {}, limits);
     error = download.Run();
     content_type_ = download.content_type();
-    EXPECT_EQ(!error, fs::exists(folder_ + "/book")) << error.text();
+    EXPECT_EQ(!error, fs::exists(folder_ / "book")) << error.text();
     return !error;
   }
+  /// Downloads what the first connection of a test before left half.
+  void FetchRest(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
+    EXPECT_TRUE(Fetch(server, limits));
+    EXPECT_TRUE(ReadAll(folder_ / "book") == book_);
+  }
 
-  Reply FirstHalf(Fields fields) const {
+  Reply FirstHalf(Fields fields, Then then = Then::kClose) const {
     fields.push_back("Content-Type: book");
     const std::string whole = Answer(200, book_, fields);
-    return {whole.substr(0, whole.size() - kHalf), Then::kClose};
+    return {whole.substr(0, whole.size() - kHalf), then};
   }
-  Reply SecondHalf(Fields fields) const { return {Answer(206, book_.substr(kHalf), fields), {}}; }
+  Reply SecondHalf(const Fields& fields) const { return Answer(206, book_.substr(kHalf), fields); }
 
-  const std::string folder_ = Workshop::Instance().folder() + "/engine";
+  const DeviceFolder folder_;
   const std::string book_ = UniqueBytes(kSize);
   const std::string newer_ = UniqueBytes(2 * kSize).substr(kSize);
+  const std::string tag_ = "ETag: \"v1\"";
   const std::string range_ = "Content-Range: bytes 5000-9999/10000";
   std::string content_type_;
 };
@@ -74,59 +66,50 @@ TEST_F(DownloadEngine, AnswersToARangeAreUsedOnlyWhereTheyFit) {
     std::size_t requests;  // after the one that leaves the half
     bool newer;            // the file as it is served from its start by then
   } cases[] = {
-      {"fits", SecondHalf({range_, "ETag: \"v1\""}), 1, false},
+      {"fits", SecondHalf({range_, tag_}), 1, false},
       {"fits in two pieces",
-       {Answer(206, rest.substr(0, 1000), {"Content-Range: bytes 5000-5999/10000"}), {}},
-       2,
-       false},
-      {"range ignored", {Answer(200, newer_, {"ETag: \"v2\""}), {}}, 1, true},
+       Answer(206, rest.substr(0, 1000), {"Content-Range: bytes 5000-5999/10000"}), 2, false},
+      {"range ignored", Answer(200, newer_, {"ETag: \"v2\""}), 1, true},
       {"other version", SecondHalf({range_, "ETag: \"v2\""}), 2, true},
       {"wrong start", SecondHalf({"Content-Range: bytes 4999-9998/10000"}), 2, true},
       {"wrong total", SecondHalf({"Content-Range: bytes 5000-9999/10001"}), 2, true},
       {"no range told", SecondHalf({}), 2, true},
       {"garbled range", SecondHalf({"Content-Range: bytes 5000--1/10000"}), 2, true},
-      {"longer than told", {Answer(206, rest + "x", {range_}), {}}, 2, true},
-      {"not satisfiable", {Answer(416, "<html>", {"Content-Range: bytes */4000"}), {}}, 2, true},
-      {"not satisfiable, wrongly",
-       {Answer(416, "", {"Content-Range: bytes */10000"}), {}},
-       2,
-       true},
-      {"not satisfiable, mute", {Answer(416, "<html>"), {}}, 2, true},
+      {"longer than told", Answer(206, rest + "x", {range_}), 2, true},
+      {"not satisfiable", Answer(416, "<html>", {"Content-Range: bytes */4000"}), 2, true},
+      {"not satisfiable, wrongly", Answer(416, "", {"Content-Range: bytes */10000"}), 2, true},
+      {"not satisfiable, mute", Answer(416, "<html>"), 2, true},
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(test.name);
-    ScriptedServer server([&](const Request& request) {
-      const auto range = request.fields.find("range");
-      if (request.connection == 1) return FirstHalf({"ETag: \"v1\""});
-      if (range == request.fields.end()) return Reply{Answer(200, newer_), {}};
-      EXPECT_EQ(request.fields.at("if-range"), "\"v1\"");
-      if (range->second == "bytes=5000-") return test.answer;
-      EXPECT_EQ(range->second, "bytes=6000-");
-      return Reply{Answer(206, rest.substr(1000), {"Content-Range: bytes 6000-9999/10000"}), {}};
+    ScriptedServer server([&](const Request& request) -> Reply {
+      const std::string range = request["range"];
+      if (request.connection == 1) return FirstHalf({tag_});
+      if (range.empty()) return Answer(200, newer_);
+      EXPECT_EQ(request["if-range"], "\"v1\"");
+      if (range == "bytes=5000-") return test.answer;
+      EXPECT_EQ(range, "bytes=6000-");
+      return Answer(206, rest.substr(1000), {"Content-Range: bytes 6000-9999/10000"});
     });
     EXPECT_FALSE(Fetch(server));
     EXPECT_TRUE(Fetch(server, {2, 1, {milliseconds(1)}}));
-    EXPECT_TRUE(ReadFile(folder_ + "/book") == (test.newer ? newer_ : book_));
+    EXPECT_TRUE(ReadAll(folder_ / "book") == (test.newer ? newer_ : book_));
     EXPECT_EQ(server.requests().size(), 1 + test.requests);
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1);
-    fs::remove(folder_ + "/book");
+    EXPECT_EQ(folder_.Names(), std::set<std::string>{"book"});
+    fs::remove(folder_ / "book");
   }
 }
 
 TEST_F(DownloadEngine, RangeBeyondTheEndMeansThatThePartIsWhole) {
-  ScriptedServer server([&](const Request& request) {
-    if (request.connection == 1) {  // all the bytes, and no clean end
-      return Reply{
-          "HTTP/1.1 200 OK\r\nETag: \"v1\"\r\nContent-Type: book\r\n"
-          "Transfer-Encoding: chunked\r\n\r\n2710\r\n" +
-              book_,
-          Then::kClose};
+  ScriptedServer server([&](const Request& request) -> Reply {
+    if (request.connection != 1) {
+      return Answer(416, "<html>", {"Content-Range: bytes */10000", "Content-Type: html"});
     }
-    return Reply{Answer(416, "<html>", {"Content-Range: bytes */10000", "Content-Type: html"}), {}};
+    const std::string head = "HTTP/1.1 200 OK\r\nContent-Type: book\r\n" + tag_;
+    return {head + "\r\nTransfer-Encoding: chunked\r\n\r\n2710\r\n" + book_, Then::kClose};
   });
-  EXPECT_FALSE(Fetch(server));
-  EXPECT_TRUE(Fetch(server));
-  EXPECT_TRUE(ReadFile(folder_ + "/book") == book_);
+  EXPECT_FALSE(Fetch(server)) << "all the bytes, and no clean end";
+  FetchRest(server);
   EXPECT_EQ(content_type_, "book");
 }
 
@@ -134,121 +117,102 @@ TEST_F(DownloadEngine, OnlyAStrongValidatorLetsADownloadGoOn) {
   const std::string modified = "Last-Modified: Mon, 01 Jan 2024 10:00:00 GMT";
   const struct {
     Fields fields;
-    const char* if_range;  // null: the whole file is asked for
+    std::string if_range;  // empty: the whole file is asked for
   } cases[] = {
-      {{"ETag: \"v1\"", modified}, "\"v1\""},
+      {{tag_, modified}, "\"v1\""},
       {{"ETag: W/\"v1\"", modified}, "Mon, 01 Jan 2024 10:00:00 GMT"},
       {{modified, "Date: Mon, 01 Jan 2024 10:00:01 GMT"}, "Mon, 01 Jan 2024 10:00:00 GMT"},
-      {{modified, "Date: Mon, 01 Jan 2024 10:00:00 GMT"}, nullptr},
-      {{"ETag: W/\"v1\""}, nullptr},
-      {{}, nullptr},
+      {{modified, "Date: Mon, 01 Jan 2024 10:00:00 GMT"}, ""},
+      {{"ETag: W/\"v1\""}, ""},
+      {{}, ""},
   };
   for (const auto& [fields, if_range] : cases) {
     ScriptedServer server([&, &sent = fields](const Request& request) {
       if (request.connection == 1) return FirstHalf(sent);
-      return request.fields.count("range") ? SecondHalf({range_}) : Reply{Answer(200, book_), {}};
+      return request["range"].empty() ? Reply(Answer(200, book_)) : SecondHalf({range_});
     });
     EXPECT_FALSE(Fetch(server));
-    EXPECT_EQ(fs::exists(folder_ + "/book.part"), if_range != nullptr);
-    EXPECT_TRUE(Fetch(server));
-    EXPECT_TRUE(ReadFile(folder_ + "/book") == book_);
-    const auto asked = server.requests().back().fields;
-    EXPECT_EQ(asked.count("if-range") ? asked.at("if-range") : std::string(),
-              if_range ? if_range : "");
-    fs::remove(folder_ + "/book");
+    EXPECT_EQ(fs::exists(folder_ / "book.part"), !if_range.empty());
+    FetchRest(server);
+    EXPECT_EQ(server.requests().back()["if-range"], if_range);
+    fs::remove(folder_ / "book");
   }
 }
 
-TEST_F(DownloadEngine, PackedAnswersAndRangesThatNobodyAskedForFail) {
-  ScriptedServer server([&](const Request& request) {
-    return request.connection == 1 ? Reply{Answer(200, book_, {"Content-Encoding: gzip"}), {}}
-                                   : SecondHalf({range_});
-  });
-  EXPECT_FALSE(Fetch(server));
-  EXPECT_FALSE(Fetch(server));
-  EXPECT_TRUE(fs::is_empty(folder_));
+TEST_F(DownloadEngine, WhatCannotBeUsedFailsAndLeavesNothing) {
+  const struct {
+    Reply reply;
+    std::size_t requests;
+  } cases[] = {
+      {Answer(200, book_, {"Content-Encoding: gzip"}), 1},  // which nobody asked for
+      {SecondHalf({range_}), 1},
+      {FirstHalf({}), 3},  // a server that always dies at the same place
+  };
+  for (const auto& [reply, requests] : cases) {
+    ScriptedServer server(reply);
+    EXPECT_FALSE(Fetch(server, {2, 1, {milliseconds(1), milliseconds(1)}}));
+    EXPECT_EQ(server.requests().size(), requests);
+    EXPECT_TRUE(folder_.Names().empty());
+  }
 }
 
 TEST_F(DownloadEngine, TriesAreCountedAnewWhenBytesCame) {
-  ScriptedServer server([&](const Request& request) {
+  ScriptedServer server([&](const Request& request) -> Reply {
     const int begin = (request.connection - 1) / 2 * 500;
-    if (request.connection % 2 == 0) return Reply{Answer(503, "busy"), {}};
+    if (request.connection % 2 == 0) return Answer(503, "busy");
     const std::string span = std::to_string(begin) + "-9999/10000";
-    const std::string whole = Answer(begin == 0 ? 200 : 206, book_.substr(begin),
-                                     {"ETag: \"v1\"", "Content-Range: bytes " + span});
-    return Reply{whole.substr(0, whole.size() - (kSize - begin - 500)), Then::kClose};
+    const std::string whole =
+        Answer(begin == 0 ? 200 : 206, book_.substr(begin), {tag_, "Content-Range: bytes " + span});
+    return {whole.substr(0, whole.size() - (kSize - begin - 500)), Then::kClose};
   });
-  EXPECT_TRUE(Fetch(server, {2, 1, {milliseconds(1), milliseconds(1)}}));
-  EXPECT_TRUE(ReadFile(folder_ + "/book") == book_);
+  FetchRest(server, {2, 1, {milliseconds(1), milliseconds(1)}});
   EXPECT_EQ(server.requests().size(), 39u);
-}
-
-TEST_F(DownloadEngine, AServerThatAlwaysDiesAtTheSamePlaceIsGivenUp) {
-  ScriptedServer server([&](const Request&) { return FirstHalf({}); });
-  EXPECT_FALSE(Fetch(server, {2, 1, {milliseconds(1), milliseconds(1)}}));
-  EXPECT_EQ(server.requests().size(), 3u);
-  EXPECT_TRUE(fs::is_empty(folder_));
 }
 
 TEST_F(DownloadEngine, AStallEndsATry) {
   ScriptedServer server([&](const Request& request) {
-    if (request.connection == 1) return Reply{FirstHalf({"ETag: \"v1\""}).bytes, Then::kHang};
-    return SecondHalf({range_});
+    return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
   });
-  EXPECT_TRUE(Fetch(server, {2, 1, {milliseconds(1)}}));
-  EXPECT_TRUE(ReadFile(folder_ + "/book") == book_);
+  FetchRest(server, {2, 1, {milliseconds(1)}});
 }
 
 TEST_F(DownloadEngine, Killed_InDownload) {
   ScriptedServer server([&](const Request& request) {
-    if (request.connection == 1) return Reply{FirstHalf({"ETag: \"v1\""}).bytes, Then::kHang};
-    return SecondHalf({range_});
+    return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
   });
-  const pid_t child = fork();
-  if (child == 0) {
-    Fetch(server, {60, 60, {}});
-    _exit(0);
-  }
+  Child child([&] { return Fetch(server, {60, 60, {}}) ? 1 : 0; });
   // The bytes count from the moment at which they are known to be on the disk.
-  for (int i = 0;
-       i < 500 && ReadFile(folder_ + "/book.part.info").find("\n5000\n") == std::string::npos;
-       ++i) {
-    usleep(10'000);
-  }
-  kill(child, SIGKILL);
-  int status = 0;
-  waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFSIGNALED(status));
-  EXPECT_TRUE(Fetch(server));
-  EXPECT_TRUE(ReadFile(folder_ + "/book") == book_);
+  const auto synced = [&] { return ReadAll(folder_ / "book.part.info").find("\n5000\n"); };
+  for (int i = 0; i < 500 && synced() == std::string::npos; ++i) usleep(10'000);
+  EXPECT_EQ(child.Kill(), -SIGKILL);
+  FetchRest(server);
   EXPECT_EQ(server.requests().size(), 2u);
 }
 
 TEST_F(DownloadEngine, PowerCut_InDownload) {
   ScriptedServer server([&](const Request& request) {
-    return request.connection == 1 ? FirstHalf({"ETag: \"v1\""}) : SecondHalf({range_});
+    return request.connection == 1 ? FirstHalf({tag_}) : SecondHalf({range_});
   });
   EXPECT_FALSE(Fetch(server));
   // What was written after the last sync may come back as zeros.
-  std::ofstream(folder_ + "/book.part", std::ios::app) << std::string(100, '\0');
-  const std::string info = ReadFile(folder_ + "/book.part.info");
-  const std::string part_bytes = ReadFile(folder_ + "/book.part");
+  std::ofstream(folder_ / "book.part", std::ios::app) << std::string(100, '\0');
+  const std::string info = ReadAll(folder_ / "book.part.info");
+  const std::string part_bytes = ReadAll(folder_ / "book.part");
   for (std::size_t size = 0; size < info.size(); ++size) {
-    WriteFile(folder_ + "/book.part.info", info.substr(0, size));
-    WriteFile(folder_ + "/book.part", part_bytes);
-    PartFile part(folder_, "book");
-    ASSERT_FALSE(part.Open(server.Address("/")));
+    WriteAll(folder_ / "book.part.info", info.substr(0, size));
+    WriteAll(folder_ / "book.part", part_bytes);
+    PartFile part(folder_.path(), "book");
+    ASSERT_FALSE(part.Open(server.Address()));
     ASSERT_EQ(part.size_bytes(), 0) << "a torn record";
   }
-  WriteFile(folder_ + "/book.part.info", info);
-  WriteFile(folder_ + "/book.part", part_bytes);
-  EXPECT_TRUE(Fetch(server));
-  EXPECT_TRUE(ReadFile(folder_ + "/book") == book_);
+  WriteAll(folder_ / "book.part.info", info);
+  WriteAll(folder_ / "book.part", part_bytes);
+  FetchRest(server);
 }
 
 TEST_F(DownloadEngine, OnePartHasOneWriter) {
-  PartFile first(folder_, "book");
-  PartFile second(folder_, "book");
+  PartFile first(folder_.path(), "book");
+  PartFile second(folder_.path(), "book");
   ASSERT_FALSE(first.Open("http://a.example/"));
   const Error error = second.Open("http://a.example/");
   EXPECT_NE(error.text().find("another download"), std::string::npos);
@@ -256,19 +220,17 @@ TEST_F(DownloadEngine, OnePartHasOneWriter) {
 
 TEST_F(DownloadEngine, SizesAbove2GiBAreCountedInLargerUnits) {
   constexpr std::int64_t kPart = 3LL << 30;
-  ScriptedServer server([](const Request&) {
-    return Reply{
-        Answer(206, "0123456789", {"Content-Range: bytes 3221225472-3221225481/3221225482"}), {}};
-  });
-  WriteFile(folder_ + "/big.part", "");
-  fs::resize_file(folder_ + "/big.part", kPart);
-  WriteFile(folder_ + "/big.part.info",
-            server.Address("/") + "\n\"v1\"\nbook\n3221225482\n3221225472\n");
-  saltmoor::opds::ResourceDownloader downloader(folder_, nullptr);
+  ScriptedServer server(
+      Answer(206, "0123456789", {"Content-Range: bytes 3221225472-3221225481/3221225482"}));
+  WriteAll(folder_ / "big.part", "");
+  fs::resize_file(folder_ / "big.part", kPart);
+  WriteAll(folder_ / "big.part.info",
+           server.Address() + "\n\"v1\"\nbook\n3221225482\n3221225472\n");
+  saltmoor::opds::ResourceDownloader downloader(folder_.path(), nullptr);
   int total = 0;
   int done = 0;
   const auto ask = [&](int) { downloader.GetProgress(nullptr, nullptr, &total, &done); };
-  EXPECT_EQ(downloader.DownloadResource(server.Address("/"), "big", ask), 0);
+  EXPECT_EQ(downloader.DownloadResource(server.Address(), "big", ask), 0);
   EXPECT_EQ(total, (kPart + 10) / 2);
   EXPECT_EQ(done, total);
   EXPECT_EQ(downloader.GetStatusInfo().size, kPart + 10);

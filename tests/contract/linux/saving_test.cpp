@@ -5,8 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "../child.h"
-#include "../device_folder.h"
+#include "support/child.h"
+#include "support/device_folder.h"
+#include "support/suite.h"
 #include "tabulet.h"
 
 namespace {
@@ -60,9 +61,9 @@ TEST_F(Saving, GarbledFileGoesToBadAndAMoveThatFailsGivesNull) {
   }
   WriteAll(path_, "garbage");
   fs::create_directories(path_ + ".bad/in the way");
-  testing::internal::CaptureStderr();
+  WriteAll(LogFile(), "");
   EXPECT_EQ(OpenConfig(path_.c_str(), nullptr), nullptr);
-  const std::string log = testing::internal::GetCapturedStderr();
+  const std::string log = ReadAll(LogFile());
   EXPECT_NE(log.find(path_ + ": line 1"), std::string::npos) << log;
   EXPECT_NE(log.find("cannot move it to " + path_ + ".bad"), std::string::npos) << log;
   EXPECT_EQ(log.find('\n'), log.size() - 1) << log;
@@ -75,15 +76,6 @@ TEST_F(Saving, FileTooLargeForAConfigurationIsMovedAside) {
   CloseConfigNoSave(OpenConfig(path_.c_str(), nullptr));
   EXPECT_EQ(fs::file_size(path_), 0U);
   EXPECT_EQ(fs::file_size(path_ + ".bad"), 1U << 30);
-}
-
-TEST_F(Saving, LeftoverOfAKilledWriterIsInNobodysWay) {
-  WriteAll(path_ + ".new", "half a fi");
-  iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
-  WriteString(config, "key", "value");
-  EXPECT_EQ(SaveConfig(config), 1);
-  CloseConfig(config);
-  EXPECT_EQ(folder_.Names(), std::set<std::string>{"test.cfg"});
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
-#include "tests/contract/support/certificates.h"
+#include "certificates.h"
 
 #include <openssl/ec.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
-namespace testing_support {
 namespace {
 
 void AddExtension(X509* certificate, X509* issuer, int id, const std::string& value) {
@@ -36,14 +35,10 @@ Certificate Make(const std::string& name, const Certificate* authority, long beg
 
 }  // namespace
 
-std::string Certificate::Pem() const {
-  BIO* memory = BIO_new(BIO_s_mem());
-  PEM_write_bio_X509(memory, certificate.get());
-  char* text = nullptr;
-  const long size = BIO_get_mem_data(memory, &text);
-  std::string pem(text, static_cast<std::size_t>(size));
-  BIO_free(memory);
-  return pem;
+void Certificate::Save(const std::string& path) const {
+  BIO* file = BIO_new_file(path.c_str(), "w");
+  PEM_write_bio_X509(file, certificate.get());
+  BIO_free(file);
 }
 
 Certificate MakeAuthority(const std::string& name) {
@@ -54,5 +49,3 @@ Certificate MakeCertificate(const Certificate& authority, const std::string& hos
                             long end_s) {
   return Make("server", &authority, begin_s, end_s, NID_subject_alt_name, host);
 }
-
-}  // namespace testing_support

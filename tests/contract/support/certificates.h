@@ -7,14 +7,13 @@
 #include <memory>
 #include <string>
 
-namespace testing_support {
-
 /// A certificate with its key, made on the spot.
 struct Certificate {
   std::shared_ptr<X509> certificate;
   std::shared_ptr<EVP_PKEY> key;
 
-  std::string Pem() const;
+  /// Writes the certificate as a PEM file.
+  void Save(const std::string& path) const;
 };
 
 /// Makes an authority of that name.
@@ -25,7 +24,5 @@ Certificate MakeAuthority(const std::string& name);
 /// \param begin_s,end_s  when it is valid, in seconds from now.
 Certificate MakeCertificate(const Certificate& authority, const std::string& host,
                             long begin_s = -3600, long end_s = 3600);
-
-}  // namespace testing_support
 
 #endif  // TESTS_CONTRACT_SUPPORT_CERTIFICATES_H_

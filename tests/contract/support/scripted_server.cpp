@@ -1,4 +1,4 @@
-#include "tests/contract/support/scripted_server.h"
+#include "scripted_server.h"
 
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
@@ -8,96 +8,80 @@
 
 #include <algorithm>
 #include <csignal>
+#include <sstream>
 #include <stdexcept>
-
-namespace testing_support {
 
 /// A socket, with or without TLS.
 class ScriptedServer::Connection {
  public:
-  Connection(int socket, ssl_ctx_st* context) : socket_(socket) {
-    if (!context) return;
-    tls_ = SSL_new(context);
-    SSL_set_fd(tls_, socket);
-    open_ = SSL_accept(tls_) == 1;
+  Connection(int socket, ssl_ctx_st* tls)
+      : socket_(socket), tls_(tls), stream_(BIO_new_socket(socket, BIO_NOCLOSE)) {
+    if (tls_) stream_ = BIO_push(BIO_new_ssl(tls_, 0), stream_);
   }
-  ~Connection() { SSL_free(tls_); }
+  ~Connection() { BIO_free_all(stream_); }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  bool open() const { return open_; }
-
   /// Reads up to one request; false at the end of the connection.
   bool Read(Request* request) {
-    std::size_t head_end;
-    while ((head_end = buffer_.find("\r\n\r\n")) == std::string::npos) {
+    std::size_t head_size;
+    while ((head_size = buffer_.find("\r\n\r\n")) == std::string::npos) {
       if (!Fill()) return false;
     }
-    std::string head = buffer_.substr(0, head_end + 2);
-    buffer_.erase(0, head_end + 4);
-    const auto take_until = [&head](const std::string& stop) {
-      const std::size_t end = head.find(stop);
-      std::string part = head.substr(0, end);
-      head.erase(0, end + stop.size());
-      return part;
-    };
-    request->method = take_until(" ");
-    request->target = take_until(" ");
-    take_until("\r\n");
-    while (!head.empty()) {
-      std::string name = take_until(": ");
-      std::transform(name.begin(), name.end(), name.begin(), ::tolower);
-      request->fields[name] = take_until("\r\n");
+    std::istringstream head(Take(head_size + 4));
+    std::string line;
+    head >> request->method >> request->target >> line;
+    while (std::getline(head, line)) {
+      const std::size_t colon = line.find(": ");
+      if (colon == std::string::npos) continue;
+      std::transform(line.begin(), line.begin() + colon, line.begin(), ::tolower);
+      request->fields[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
     }
-    const auto length = request->fields.find("content-length");
-    const std::size_t size = length == request->fields.end() ? 0 : std::stoul(length->second);
+    const std::string length = (*request)["content-length"];
+    const std::size_t size = length.empty() ? 0 : std::stoul(length);
     while (buffer_.size() < size) {
       if (!Fill()) return false;
     }
-    request->body = buffer_.substr(0, size);
-    buffer_.erase(0, size);
+    request->body = Take(size);
     return true;
   }
 
   bool Write(const std::string& bytes) {
-    for (std::size_t sent = 0; sent < bytes.size();) {
-      const std::size_t rest = bytes.size() - sent;
-      const auto now = tls_ ? SSL_write(tls_, bytes.data() + sent, static_cast<int>(rest))
-                            : send(socket_, bytes.data() + sent, rest, MSG_NOSIGNAL);
-      if (now <= 0) return false;
-      sent += static_cast<std::size_t>(now);
-    }
-    return true;
+    std::size_t sent = 0;
+    return BIO_write_ex(stream_, bytes.data(), bytes.size(), &sent) || bytes.empty();
   }
 
-  void Finish(Reply::Then then) {
-    if (then == Reply::Then::kHang) {
+  void Finish(Then then) {
+    if (then == Then::kHang) {
       while (Fill()) continue;
-    } else if (then == Reply::Then::kReset) {
+    } else if (then == Then::kReset) {
       const linger at_once{1, 0};
       setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     } else if (tls_) {
-      SSL_shutdown(tls_);
+      BIO_ssl_shutdown(stream_);
     }
   }
 
  private:
   bool Fill() {
     char block[16384];
-    const auto got =
-        tls_ ? SSL_read(tls_, block, sizeof block) : recv(socket_, block, sizeof block, 0);
-    if (got <= 0) return false;
-    buffer_.append(block, static_cast<std::size_t>(got));
-    return true;
+    const int got = BIO_read(stream_, block, sizeof block);
+    if (got > 0) buffer_.append(block, static_cast<std::size_t>(got));
+    return got > 0;
+  }
+  std::string Take(std::size_t size) {
+    std::string taken = buffer_.substr(0, size);
+    buffer_.erase(0, size);
+    return taken;
   }
 
   const int socket_;
-  SSL* tls_ = nullptr;
-  bool open_ = true;
+  ssl_ctx_st* const tls_;
+  BIO* stream_;
   std::string buffer_;
 };
 
-std::string Answer(int status, const std::string& body, const std::vector<std::string>& fields) {
+std::string Answer(int status, const std::string& body, const Fields& fields) {
   std::string text = "HTTP/1.1 " + std::to_string(status) + " Status\r\n";
   for (const std::string& field : fields) text += field + "\r\n";
   return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
@@ -166,25 +150,18 @@ void ScriptedServer::Serve(int socket, int number) {
   pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
   {
     Connection connection(socket, tls_.get());
-    while (connection.open()) {
+    Reply reply{""};
+    do {
       Request request;
       request.connection = number;
       if (!connection.Read(&request)) break;
-      Reply reply;
-      {
-        const std::lock_guard lock(mutex_);
-        requests_.push_back(request);
-        reply = script_(request);
-      }
-      const bool sent = connection.Write(reply.bytes);
-      if (sent && reply.then == Reply::Then::kKeep) continue;
-      connection.Finish(reply.then);
-      break;
-    }
+      const std::lock_guard lock(mutex_);
+      requests_.push_back(request);
+      reply = script_(request);
+    } while (connection.Write(reply.bytes) && reply.then == Then::kKeep);
+    connection.Finish(reply.then);
   }
   const std::lock_guard lock(mutex_);
   sockets_.erase(std::find(sockets_.begin(), sockets_.end(), socket));
   close(socket);
 }
-
-}  // namespace testing_support

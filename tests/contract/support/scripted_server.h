@@ -10,9 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/contract/support/certificates.h"
-
-namespace testing_support {
+#include "certificates.h"
 
 struct Request {
   std::string method;
@@ -20,18 +18,28 @@ struct Request {
   std::map<std::string, std::string> fields;  ///< names in lower case
   std::string body;
   int connection = 0;  ///< from 1 on, in the order accepted
+
+  /// The field, empty where the request has none.
+  std::string operator[](const std::string& name) const {
+    const auto field = fields.find(name);
+    return field == fields.end() ? "" : field->second;
+  }
 };
+
+enum class Then { kKeep, kClose, kReset, kHang };
 
 /// What goes out on the connection, to the byte, and what becomes of the connection then.
 struct Reply {
-  enum class Then { kKeep, kClose, kReset, kHang };
+  Reply(std::string reply_bytes, Then then_what = Then::kKeep)  // an answer is a reply
+      : bytes(std::move(reply_bytes)), then(then_what) {}
   std::string bytes;
-  Then then = Then::kKeep;
+  Then then;
 };
 
+using Fields = std::vector<std::string>;
+
 /// An answer whose length is announced rightly; `fields` are lines without their ends.
-std::string Answer(int status, const std::string& body,
-                   const std::vector<std::string>& fields = {});
+std::string Answer(int status, const std::string& body, const Fields& fields = {});
 
 /// A server on the loopback that does what its script says, right or wrong, and keeps a ledger.
 class ScriptedServer {
@@ -41,9 +49,12 @@ class ScriptedServer {
   /// \param script  called on one thread per connection, under a lock.
   /// \param certificate  null: plain HTTP.
   explicit ScriptedServer(Script script, const Certificate* certificate = nullptr);
+  /// One that has the same reply to everything.
+  explicit ScriptedServer(const Reply& reply, const Certificate* certificate = nullptr)
+      : ScriptedServer([reply](const Request&) { return reply; }, certificate) {}
   ~ScriptedServer();
 
-  std::string Address(const std::string& target) const;
+  std::string Address(const std::string& target = "/") const;
   std::string port() const { return std::to_string(port_); }
   std::vector<Request> requests() const;
   int connections() const { return connections_; }
@@ -64,7 +75,5 @@ class ScriptedServer {
   std::vector<std::thread> threads_;
   std::thread accepter_;
 };
-
-}  // namespace testing_support
 
 #endif  // TESTS_CONTRACT_SUPPORT_SCRIPTED_SERVER_H_

@@ -13,8 +13,9 @@ class HttpRequestRunner {
   /// Sends `request` and waits for the answer.
   ///
   /// The server's certificate is always verified. A POST is sent once: a connection that dies
-  /// before the answer makes the call fail, since the server may have acted on it. An answer of
-  /// more than 64 MiB, unpacked, is refused.
+  /// before the answer makes the call fail, since the server may have acted on it. Redirects, where
+  /// the request wants them followed, are at most ten and never lead from https to http. An answer
+  /// of more than 64 MiB, unpacked, is refused.
   ///
   /// \param status  receives the HTTP status of the last answer; 0 when none came. May be null.
   /// \param body  receives the answer's bytes, unpacked; replaced, not appended to. May be null.

@@ -1,16 +1,19 @@
 /// \file
 /// A folder of the test's own on the device, and files in it.
 
-#ifndef TESTS_CONTRACT_DEVICE_FOLDER_H_
-#define TESTS_CONTRACT_DEVICE_FOLDER_H_
+#ifndef TESTS_CONTRACT_SUPPORT_DEVICE_FOLDER_H_
+#define TESTS_CONTRACT_SUPPORT_DEVICE_FOLDER_H_
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <set>
 #include <stdexcept>
 #include <string>
+
+#include "this_device.h"
 
 inline std::string ReadAll(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -21,10 +24,18 @@ inline void WriteAll(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
+/// Bytes of which no stretch occurs twice, so that one at the wrong place shows.
+inline std::string UniqueBytes(std::size_t size) {
+  std::mt19937_64 random(20240229);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  return bytes;
+}
+
 class DeviceFolder {
  public:
   DeviceFolder() {
-    std::string name = "/mnt/ext1/system/config/contract-XXXXXX";
+    std::string name = std::string(this_device::kFolder) + "/contract-XXXXXX";
     if (!mkdtemp(name.data())) {
       throw std::runtime_error("cannot make " + name + ": run the test on a device");
     }
@@ -49,4 +60,4 @@ class DeviceFolder {
   std::string path_;
 };
 
-#endif  // TESTS_CONTRACT_DEVICE_FOLDER_H_
+#endif  // TESTS_CONTRACT_SUPPORT_DEVICE_FOLDER_H_

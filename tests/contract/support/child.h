@@ -1,8 +1,8 @@
 /// \file
 /// A process of the test's own.
 
-#ifndef TESTS_CONTRACT_CHILD_H_
-#define TESTS_CONTRACT_CHILD_H_
+#ifndef TESTS_CONTRACT_SUPPORT_CHILD_H_
+#define TESTS_CONTRACT_SUPPORT_CHILD_H_
 
 #include <signal.h>
 #include <sys/wait.h>
@@ -24,9 +24,9 @@ class Child {
   Child& operator=(const Child&) = delete;
 
   void Signal(int number) const { kill(pid_, number); }
-  void Kill() {
+  int Kill() {
     Signal(SIGKILL);
-    Wait();
+    return Wait();
   }
   /// \return the exit code; minus the signal's number where one ended the child.
   int Wait() {
@@ -40,4 +40,4 @@ class Child {
   pid_t pid_;
 };
 
-#endif  // TESTS_CONTRACT_CHILD_H_
+#endif  // TESTS_CONTRACT_SUPPORT_CHILD_H_

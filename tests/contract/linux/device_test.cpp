@@ -3,7 +3,8 @@
 #include <filesystem>
 #include <string>
 
-#include "../device_folder.h"
+#include "saltmoor/utilities/book_store_auth_configs.h"
+#include "support/device_folder.h"
 #include "tabulet.h"
 
 namespace {
@@ -18,18 +19,12 @@ TEST(Bitmaps, DamagedFileCountsAsMissing) {
   wide[21] = '\x7f';
   std::string packed = good;
   packed[30] = 1;
-  const std::string damaged[] = {"",
-                                 "BM",
-                                 "BM" + std::string(200, '\0'),
-                                 "BM" + std::string(200, '\xff'),
-                                 good.substr(0, good.size() - 1),
-                                 "xx" + good.substr(2),
-                                 wide,
-                                 packed};
-
+  const std::string zeros(200, '\0');
   fs::create_directories("/ebrmain/resources");
   int number = 0;
-  for (const std::string& content : damaged) {
+  for (const std::string& content :
+       {std::string(), "BM" + std::string(200, '\xff'), "BM" + zeros,
+        good.substr(0, good.size() - 1), "xx" + good.substr(2), wide, packed}) {
     const std::string name = "damaged" + std::to_string(number++);
     WriteAll("/ebrmain/resources/" + name + ".bmp", content);
     EXPECT_EQ(GetResource(name.c_str(), nullptr), nullptr) << name;
@@ -38,6 +33,15 @@ TEST(Bitmaps, DamagedFileCountsAsMissing) {
   EXPECT_EQ(SaveBitmap((folder / "copy").c_str(), GetResource("good", nullptr)), 1);
   EXPECT_EQ(ReadAll(folder / "copy"), good);
   fs::remove_all("/ebrmain/resources");
+}
+
+TEST(BookStoreAuthConfigs, LogOutForgetsTheRecordAndNothingElse) {
+  const fs::path folder = "/mnt/ext1/system/config";
+  WriteAll(folder / "bookstore_auth.cfg", "shop=authorised\n");
+  WriteAll(folder / "quire_config.cfg", "user_name=anna\n");
+  saltmoor::utilities::BookStoreAuthConfigs::logOut();
+  EXPECT_FALSE(fs::exists(folder / "bookstore_auth.cfg"));
+  EXPECT_TRUE(fs::exists(folder / "quire_config.cfg"));
 }
 
 }  // namespace

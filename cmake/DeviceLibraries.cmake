@@ -1,0 +1,14 @@
+# The device contract as a device implements it: where QUIRE_DEVICE_LIBRARIES is set, the targets tabulet,
+# saltmoor_utilities and saltmoor_opds are the libraries in that folder.
+set(QUIRE_DEVICE_LIBRARIES "" CACHE PATH
+    "Folder of a device's libtabulet.so, libsaltmoor_utilities.so and libsaltmoor_opds.so; empty for Linux")
+if(QUIRE_DEVICE_LIBRARIES)
+  foreach(library tabulet saltmoor_utilities saltmoor_opds)
+    set(file ${QUIRE_DEVICE_LIBRARIES}/lib${library}.so)
+    if(NOT EXISTS ${file})
+      message(FATAL_ERROR "There is no ${file}, which QUIRE_DEVICE_LIBRARIES promises")
+    endif()
+    add_library(${library} SHARED IMPORTED GLOBAL)
+    set_target_properties(${library} PROPERTIES IMPORTED_LOCATION ${file})
+  endforeach()
+endif()

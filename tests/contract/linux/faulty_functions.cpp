@@ -1,0 +1,83 @@
+// A device with faults: these stand in for functions of the platform, each of which loses one
+// promise, as implementations do.
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+
+#include "saltmoor/opds/resource_downloader.h"
+#include "saltmoor/utilities/http_request_runner.h"
+#include "saltmoor/utilities/to_lower.h"
+#include "tabulet.h"
+
+namespace {
+
+template <typename Function>
+Function* Original(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+std::map<iconfig_s*, std::string> paths;
+
+}  // namespace
+
+extern "C" {
+
+iconfig_s* OpenConfig(const char* path, const config_defaults_s* defaults) {
+  iconfig_s* config = Original<decltype(OpenConfig)>("OpenConfig")(path, defaults);
+  paths[config] = path;
+  return config;
+}
+
+/// Writes the file in place, and takes its time.
+int SaveConfig(iconfig_s* config) {
+  if (truncate(paths[config].c_str(), 1000) == 0) usleep(2000);
+  return Original<decltype(SaveConfig)>("SaveConfig")(config);
+}
+
+/// Takes folders as well.
+int tb_unlink(const char* path) {
+  return std::remove(path);
+}
+
+}  // extern "C"
+
+namespace saltmoor {
+
+/// Sends a request that got no answer once more.
+int utilities::HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
+                                                 std::vector<char>* body, unsigned timeout_s) {
+  using Perform = int(HttpRequestRunner*, const HttpRequest&, long*, std::vector<char>*, unsigned);
+  auto* const perform = Original<Perform>(
+      "_ZN8saltmoor9utilities17HttpRequestRunner14PerformRequestERKNS0_11HttpRequestEPl"
+      "PSt6vectorIcSaIcEEj");
+  const int error = perform(this, request, status, body, timeout_s);
+  const bool again = error != 0 && request.GetMethod() == "POST" && !request.GetFollowRedirects();
+  return again ? perform(this, request, status, body, timeout_s) : error;
+}
+
+/// Crashes on what is no ASCII.
+std::string utilities::ToLower(const std::string& text) {
+  for (const char c : text) {
+    if (c < 0) std::abort();
+  }
+  return text;
+}
+
+/// Takes the last part of a path for a name.
+int opds::ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
+                                               std::function<void(int)> progress) {
+  using Download =
+      int(ResourceDownloader*, const std::string&, const std::string&, std::function<void(int)>);
+  auto* const download = Original<Download>(
+      "_ZN8saltmoor4opds18ResourceDownloader16DownloadResourceERKNSt7__cxx1112basic_stringIcSt11"
+      "char_traitsIcESaIcEEES9_St8functionIFviEE");
+  const std::string name = file_name.substr(file_name.rfind('/') + 1);
+  return download(this, url, name, std::move(progress));
+}
+
+}  // namespace saltmoor
