@@ -31,7 +31,7 @@ become_root() {
 # tree_files FOLDER [PATTERN]: the project's own files, NUL-separated, without what builds leave; only
 # those whose path matches the extended regular expression.
 tree_files() {
-  (cd "$1" && find . \( -path ./.git -o -path './build*' -o -path ./.dev \) -prune \
+  (cd "$1" && find . \( -path ./.git -o -path './build*' \) -prune \
     -o -regextype posix-extended -type f -regex "${2-.*}" -print0 | sort -z)
 }
 

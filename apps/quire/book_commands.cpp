@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <memory>
 
 #include "book_place.h"
@@ -32,15 +31,7 @@ void ShowBooks(Session& session, bool as_json) {
   }
   if (as_json) return PrintJson(json);
   if (!books.empty()) return table.Print(Screen::Out());
-  Screen::Out().Say("You have bought no books yet. See what there is with \"quire catalogue\".");
-}
-
-/// The book with this EAN among some; null when there is none.
-const store::Book* Among(const std::vector<store::Book>& books, const std::string& ean) {
-  const auto found = std::find_if(books.begin(), books.end(), [&](const store::Book& book) {
-    return Property(book, store::Book::kEan) == ean;
-  });
-  return found == books.end() ? nullptr : &*found;
+  Screen::Out().Say(kNothingBought);
 }
 
 void ShowStatus(Session& session, const std::vector<std::string>& eans, bool as_json) {
@@ -49,8 +40,8 @@ void ShowStatus(Session& session, const std::vector<std::string>& eans, bool as_
   Json json = Json::array();
   Table table({{"EAN"}, {"Status"}, {"Title", 16}});
   for (const std::string& ean : eans) {
-    const store::Book* bought = Among(manager.GetPurchased(), ean);
-    const store::Book* in_cart = Among(manager.GetCart().orderItems, ean);
+    const store::Book* bought = FindByEan(manager.GetPurchased(), ean);
+    const store::Book* in_cart = FindByEan(manager.GetCart().orderItems, ean);
     const auto status = bought ? StatusOf(manager, *bought) : manager.GetBookStatusById(ean);
     const store::Book* known = in_cart ? in_cart : bought;
     const std::string title = known ? Property(*known, store::Book::kTitle) : std::string();

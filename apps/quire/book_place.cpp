@@ -9,7 +9,7 @@
 namespace app {
 namespace {
 
-constexpr std::size_t kLongName_bytes = 240;  // near the most that a file's name may have
+constexpr std::size_t kLongName_bytes = 200;  // one may be cut from here on
 
 }  // namespace
 
@@ -21,7 +21,7 @@ std::string FindFile(const store::Book& book, bool any_format) {
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(expected.parent_path(), error)) {
     const auto [found, extension] = store::ParseToNameExtention(entry.path().string());
-    const bool is_cut = entry.path().filename().string().size() > kLongName_bytes;
+    const bool is_cut = entry.path().filename().string().size() >= kLongName_bytes;
     if (extension == "part" || !entry.is_regular_file(error)) continue;
     if ((any_format && found == name) || (is_cut && name.starts_with(found))) {
       return entry.path().string();

@@ -8,6 +8,10 @@
 
 namespace app {
 
+/// In place of a list of bought books that is empty.
+inline constexpr char kNothingBought[] =
+    "You have bought no books yet. See what there is with \"quire catalogue\".";
+
 /// A title in quotation marks, for sentences; a very long one is cut.
 std::string Quoted(const std::string& title);
 

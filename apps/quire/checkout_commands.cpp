@@ -72,7 +72,9 @@ void RunBrowser(Session& session, const std::string& method) {
   session.payment_was_started = true;
   const Result result = manager.StartPayment(method);
   if (result.code_ == store::ServerApi::kOk) {
-    Screen::Out().Say("The browser has closed.");
+    const bool failed = log.Tells("the browser /ebrmain/bin/browser.app failed: ");
+    Screen::Out().Say(failed ? "The browser failed" + log.Reason() + "."
+                             : std::string("The browser has closed."));
     return;
   }
   if (!result.message_.empty()) {
@@ -151,11 +153,7 @@ void CheckOrders(Session& session) {
                   "through shows in \"quire books\".");
   }
   const bool all_bought = std::all_of(wanted.begin(), wanted.end(), [&](const store::Book& book) {
-    const std::string ean = Property(book, store::Book::kEan);
-    const auto& bought = manager.GetPurchased();
-    return std::any_of(bought.begin(), bought.end(), [&](const store::Book& each) {
-      return Property(each, store::Book::kEan) == ean;
-    });
+    return FindByEan(manager.GetPurchased(), Property(book, store::Book::kEan)) != nullptr;
   });
   Screen::Out().Say(all_bought && !wanted.empty()
                         ? "The shop knows the order, and its books are yours."

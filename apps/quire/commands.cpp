@@ -17,8 +17,8 @@ constexpr char kFooter[] =
     "never stand on the command line.\n"
     "\n"
     "Exit codes: 0 done; 1 the shop refused, or it failed; 2 wrong command line; 3 not logged in; "
-    "4 shop unreachable; 5 nothing found; 6 a folder or file of the device is missing or broken; "
-    "130 interrupted.";
+    "4 shop unreachable; 5 nothing found; 6 a folder, file or program of the device is missing or "
+    "broken; 130 interrupted.";
 
 /// Where the log goes is settled while the command line is read, before any command runs.
 void AddLogOptions(CLI::App& cli) {

@@ -54,7 +54,7 @@ std::vector<std::string> DeviceLog::Records() const {
   return lines;
 }
 
-std::string DeviceLog::Reason() const {
+std::string DeviceLog::Explanation() const {
   std::string reason;
   for (const std::string& line : Records()) {  // "LEVEL SOURCE:LINE FUNCTION: TEXT"
     const std::size_t colon = line.find(": ");
@@ -67,7 +67,12 @@ std::string DeviceLog::Reason() const {
   const std::size_t failed = reason.find(kFailed);
   if (failed != std::string::npos) reason.erase(0, failed + kFailed.size());
   while (reason.ends_with('.') || reason.ends_with(' ')) reason.pop_back();
-  return reason.empty() ? std::string() : " (" + Printable(reason) + ")";
+  return Printable(reason);
+}
+
+std::string DeviceLog::Reason() const {
+  const std::string explanation = Explanation();
+  return explanation.empty() ? std::string() : " (" + explanation + ")";
 }
 
 bool DeviceLog::Tells(const std::string& text) const {

@@ -25,7 +25,10 @@ class DeviceLog {
   /// Whether the log can be looked at and holds every failure.
   bool IsComplete() const;
 
-  /// The platform's last explanation, as " (it)" to put into a sentence; empty when there is none.
+  /// The platform's last explanation, fit to print; empty when there is none.
+  std::string Explanation() const;
+
+  /// The same, as " (it)" to put into a sentence.
   std::string Reason() const;
 
   /// Whether a record, the function that wrote it included, contains `text`.

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <memory>
 
 #include "book_place.h"
@@ -17,10 +16,7 @@ std::vector<store::Book> Select(const std::vector<store::Book>& bought,
                                 const std::vector<std::string>& eans, std::string& missing) {
   std::vector<store::Book> books;
   for (const std::string& ean : eans) {
-    const auto found = std::find_if(bought.begin(), bought.end(), [&](const store::Book& book) {
-      return Property(book, store::Book::kEan) == ean;
-    });
-    if (found != bought.end()) {
+    if (const store::Book* found = FindByEan(bought, ean)) {
       books.push_back(*found);
     } else {
       missing += (missing.empty() ? "" : ", ") + ean;
@@ -45,9 +41,9 @@ Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
   }
   const bool is_new = json["status"] == "downloaded";
   if (path.empty()) {
-    if (!reason.empty()) json["reason"] = reason.substr(2, reason.size() - 3);  // bare of " ()"
-    PrintFailure(Quoted(TitleOf(book)) + " could not be downloaded" + reason +
-                 ". Try again later.");
+    if (!reason.empty()) json["reason"] = reason;
+    PrintFailure(Quoted(TitleOf(book)) + " could not be downloaded" +
+                 (reason.empty() ? "" : " (" + reason + ")") + ". Try again later.");
   } else {
     json["path"] = path;
     if (!as_json) {
@@ -74,7 +70,7 @@ void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool 
   }
   if (as_json) PrintJson(json);
   if (all && books.empty() && !as_json) {
-    Screen::Out().Say("You have bought no books yet. See what there is with \"quire catalogue\".");
+    Screen::Out().Say(kNothingBought);
   }
   if (!missing.empty()) {
     throw Failure(kNotFound,

@@ -67,7 +67,7 @@ std::string Download(Session& session, const store::Book& book, std::string* rea
                                     Property(book, store::Book::kEan) + "\".");
   }
   std::string path = FindFile(book, true);
-  if (path.empty()) *reason = log.Reason();
+  if (path.empty()) *reason = log.Explanation();
   return path;
 }
 

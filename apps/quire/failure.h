@@ -14,7 +14,7 @@ enum ExitCode {
   kNotLoggedIn = 3,  ///< a log-in is needed first
   kUnreachable = 4,  ///< no network, or the shop does not answer
   kNotFound = 5,     ///< there is nothing of that kind
-  kDevice = 6,       ///< a folder or file of the device is missing or broken
+  kDevice = 6,       ///< a folder, file or program of the device is missing or broken
   kInterrupted = 130,
 };
 

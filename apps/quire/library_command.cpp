@@ -33,6 +33,10 @@ struct LibraryBook {
 };
 
 Failure Unreadable(const Database& database) {
+  const int code = sqlite3_errcode(database.get());
+  if (code == SQLITE_BUSY || code == SQLITE_LOCKED) {
+    return {kDevice, "The scanner is writing the device's library. Try again in a moment."};
+  }
   return {kDevice, std::string("The device's library ") + kLibraryFile + " cannot be read (" +
                        sqlite3_errmsg(database.get()) +
                        "). Delete it; the scanner makes a new one with the next download."};

@@ -3,6 +3,7 @@
 #include <json/reader.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <tuple>
 
@@ -91,6 +92,13 @@ store::SwitchboardConfig Session::Config() {
 std::string Property(const store::Book& book, store::Book::StringProps property) {
   const auto found = book.string_props.find(property);
   return found == book.string_props.end() ? std::string() : found->second;
+}
+
+const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean) {
+  const auto found = std::find_if(books.begin(), books.end(), [&](const store::Book& book) {
+    return Property(book, store::Book::kEan) == ean;
+  });
+  return found == books.end() ? nullptr : &*found;
 }
 
 }  // namespace app

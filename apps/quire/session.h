@@ -55,6 +55,9 @@ class Session {
 /// The book's property; empty when it is absent.
 std::string Property(const store::Book& book, store::Book::StringProps property);
 
+/// The first of some books with that EAN; null when there is none.
+const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean);
+
 }  // namespace app
 
 #endif  // QUIRE_APP_SESSION_H_

@@ -8,8 +8,8 @@
 
 namespace devshop {
 
-/// The control port: `/_faults`, `/_requests`, `/_orders`, `/_books`, each read with GET, set with
-/// POST and put back with DELETE. Any thread.
+/// The control port: `/_faults`, `/_requests`, `/_orders` and `/_books` are read with GET; what can
+/// be set is with POST, and what can be put back with DELETE. Any thread.
 class Control {
  public:
   Control(Shop& shop, Files& files, Faults& faults, Ledger& ledger)

@@ -236,6 +236,10 @@ Json Files::replace(const Json& instruction) {
       manner.chunked = value.get<bool>();
     } else if (name == "validators") {
       manner.validators = value.get<std::string>();
+      if (manner.validators != "strong" && manner.validators != "date" &&
+          manner.validators != "none") {
+        throw BadInstruction("validators is strong, date or none.");
+      }
     } else if (name != "ean" && name != "revision") {
       throw BadInstruction("Unknown field \"" + name +
                            "\"; there are ean, text, size_bytes, revision, ranges, chunked, "

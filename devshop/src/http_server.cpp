@@ -5,6 +5,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <exception>
+#include <iostream>
 
 #include "start_error.h"
 #include "worker_pool.h"
@@ -80,10 +82,18 @@ HttpServer::HttpServer(SSL_CTX* tls, StopSignal& stop, Handler handler, StatusOb
   Post(".*", with_body);
   Put(".*", with_body);
   Patch(".*", with_body);
-  set_exception_handler([](const httplib::Request&, Response& response, std::exception_ptr) {
-    response.status = 500;
-    response.set_content("The shop made a mistake.\n", "text/plain");
-  });
+  set_exception_handler(
+      [](const httplib::Request&, Response& response, std::exception_ptr mistake) {
+        try {
+          std::rethrow_exception(mistake);
+        } catch (const std::exception& error) {
+          std::cerr << std::string("quire-devshop: A mistake of the shop: ") + error.what() + "\n";
+        } catch (...) {
+          std::cerr << "quire-devshop: A mistake of the shop.\n";
+        }
+        response.status = 500;
+        response.set_content("The shop made a mistake.\n", "text/plain");
+      });
   if (on_status) {
     set_post_routing_handler([on_status](const httplib::Request&, Response& response) {
       if (!served.connection->is_broken()) on_status(served.connection->number(), response.status);

@@ -26,6 +26,7 @@ std::string without_secrets(const std::string& path) {
 void Ledger::add(const std::string& port, int connection, const Request& request) {
   const std::lock_guard lock(mutex_);
   entries_.push_back({++added_, port, connection, request, 0, {}});
+  entries_.back().request.body = {};  // its fields are kept, and up to a mebibyte more is not
   if (entries_.size() > kMostEntries) entries_.pop_front();
 }
 

@@ -26,9 +26,8 @@ inline constexpr std::array<LegalPage, 5> kLegalPages{{
      "What you buy here is yours as soon as the order is placed, and costs nothing, whatever the "
      "price says."},
     {"DatenschutzURL", "privacy", "Privacy",
-     "What you type stays on this computer: in the shop's memory and, if it was started with a "
-     "data "
-     "folder, in that folder."},
+     "What you type stays on this computer: in the shop's memory and, if it was started with "
+     "a data folder, in that folder."},
     {"WiderrufsrechtURL", "withdrawal", "Right of withdrawal",
      "Nothing was paid, so there is nothing to pay back. Start the shop anew to return every "
      "book."},

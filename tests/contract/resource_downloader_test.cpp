@@ -180,6 +180,10 @@ TEST_F(Downloads, NamesAreCutWhereTheyAreTooLongAndNeverPaths) {
   }
   EXPECT_TRUE(server.requests().empty());
 
+  const std::string long_name = std::string(246, 'n') + ".pdf";
+  ASSERT_EQ(Fetch(server.Address(), long_name), 0);
+  EXPECT_EQ(Content(long_name), book_) << "a name that fits is cut";
+
   std::string umlauts = "x";
   for (int i = 0; i < 200; ++i) umlauts += "ü";
   for (const std::string& name : {"Wait ... what.epub"s, umlauts + ".epub", umlauts + umlauts}) {

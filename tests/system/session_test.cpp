@@ -81,7 +81,7 @@ class Secrets : public OnDevice {
  protected:
   void SetUp() override {
     setenv("TABULET_LOG", "/tmp/everything.log", 1);
-    setenv("TABULET_LOG_LEVEL", "9", 1);
+    setenv("TABULET_LOG_LEVEL", "5", 1);
     OnDevice::SetUp();
   }
 };

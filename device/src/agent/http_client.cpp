@@ -35,6 +35,8 @@ HttpClient::HttpClient() : curl_(curl_easy_init()) {
   if (!curl_) throw VisitError("the HTTP library does not start");
   CURL* curl = curl_.get();
   curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(curl, CURLOPT_PROXY,
+                   "");  // as the platform: none, whatever the environment says
   curl_easy_setopt(curl, CURLOPT_COOKIEFILE, "");  // cookies, kept in memory
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectTimeout_s);
   curl_easy_setopt(curl, CURLOPT_TIMEOUT, kTimeout_s);

@@ -126,6 +126,7 @@ std::vector<std::string> Command(const chromium::Profile& profile, const fs::pat
       "--no-default-browser-check",
       "--disable-gpu",
       "--disable-quic",
+      "--no-proxy-server",
       "--disable-background-networking",
       "--disable-component-update",
       "--disable-sync",

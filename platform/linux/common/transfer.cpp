@@ -217,9 +217,8 @@ std::string Transfer::Explain(CURLcode code) const {
     return "the address is not an absolute http or https address";
   }
   if (code == CURLE_UNSUPPORTED_PROTOCOL) {
-    return "the server redirects to an address that is not followed, since it is neither https "
-           "nor, "
-           "coming from http, http";
+    return "the server redirects to an address that is not followed: only https is, and http where "
+           "the request was http itself";
   }
   std::string text = *error_ ? error_ : curl_easy_strerror(code);
   if (code == CURLE_PEER_FAILED_VERIFICATION) {

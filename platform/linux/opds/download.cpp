@@ -236,11 +236,14 @@ int Download::Request::KeepTime(void* self, curl_off_t, curl_off_t, curl_off_t, 
   }
   if (request.part_.synced() || now - request.last_sync_ < kSyncInterval) return 0;
   request.last_sync_ = now;
-  if (Error error = request.part_.Sync()) {
-    request.Fail(Outcome::kPermanent, std::move(error));
-    return 1;
+  Error error = request.part_.Sync();
+  // Where the server told no size, the room shows only now.
+  if (!error && request.part_.FreeSpace_bytes() < 0) {
+    error = Error::System(ENOSPC, "cannot write " + request.part_.path());
   }
-  return 0;
+  if (!error) return 0;
+  request.Fail(Outcome::kPermanent, std::move(error));
+  return 1;
 } catch (const std::exception&) {
   return 1;
 }

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/common/log.h"
 #include "platform/linux/common/replace_file.h"
 #include "platform/linux/common/text.h"
 
@@ -21,7 +22,8 @@ namespace saltmoor::platform {
 namespace {
 
 constexpr std::int64_t kReserve_bytes = 1 << 20;
-constexpr std::size_t kLongestName_bytes = 254;  // 255 but for proot, which takes one less
+constexpr std::size_t kLongestName_bytes = 255;
+constexpr std::size_t kLongestNameUnderProot_bytes = 254;
 constexpr std::size_t kLongestExtension_bytes = 16;
 constexpr std::size_t kLargestInfo_bytes = 64 << 10;
 // The longest of the names beside the file: its record while it is being replaced.
@@ -52,7 +54,9 @@ bool IsUnsupported(int error_number) {
 }  // namespace
 
 PartFile::PartFile(std::string folder, const std::string& name)
-    : folder_(std::move(folder)), name_(CutName(name, kLongestName_bytes - kLongestSuffix_bytes)) {}
+    : folder_(std::move(folder)),
+      name_(CutName(name, kLongestName_bytes)),
+      stem_(CutName(name, kLongestNameUnderProot_bytes - kLongestSuffix_bytes)) {}
 
 Error PartFile::Open(const std::string& address) {
   std::error_code failure;
@@ -152,15 +156,20 @@ Error PartFile::Sync() {
 Error PartFile::Finish() {
   if (fsync(part_.get()) != 0) return Error::System(errno, "cannot write to disk " + part_path());
   if (rename(part_path().c_str(), path().c_str()) != 0) {
+    if (errno == ENAMETOOLONG && name_.size() > kLongestNameUnderProot_bytes) {
+      name_ = CutName(name_, kLongestNameUnderProot_bytes);
+      return Finish();
+    }
     return Error::System(errno, "cannot give " + part_path() + " the name " + path());
   }
   unlink(info_path().c_str());
   const UniqueFd folder(open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // Memory cards have file systems that cannot sync a folder.
+  // The file is there, so this is no failure. Memory cards have file systems that cannot sync a
+  // folder.
   if (!folder || (fsync(folder.get()) != 0 && !IsUnsupported(errno))) {
-    return Error::System(errno, "cannot write to disk the folder " + folder_);
+    Log(LogLevel::kWarning,
+        Error::System(errno, "cannot write to disk the folder " + folder_).text());
   }
-  if (close(part_.Release()) != 0) return Error::System(errno, "cannot close " + path());
   return {};
 }
 

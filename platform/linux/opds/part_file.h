@@ -19,7 +19,8 @@ struct PartRecord {
 };
 
 /// A file on its way: its bytes in `NAME.part` and its record in `NAME.part.info`, both in the
-/// folder where it is going to be `NAME`. One process and one thread writes it at a time.
+/// folder where it is going to be `NAME`. One process and one thread writes it at a time. The two
+/// are cut where NAME is so long that it leaves no room for what follows it there.
 class PartFile {
  public:
   /// \param name  without a folder; cut where it is longer than the file system allows.
@@ -34,7 +35,7 @@ class PartFile {
   Error Append(const char* bytes, std::size_t size);
   /// Sees the bytes onto the disk and notes how many. After a power cut only those count.
   Error Sync();
-  /// Gives the file its name: it is on the disk, whole, when this returns.
+  /// Gives the file its name, once it is on the disk, whole.
   Error Finish();
   /// Deletes the part and its record.
   void Discard();
@@ -49,8 +50,8 @@ class PartFile {
   std::int64_t FreeSpace_bytes() const;
 
  private:
-  std::string part_path() const { return path() + ".part"; }
-  std::string info_path() const { return path() + ".part.info"; }
+  std::string part_path() const { return folder_ + "/" + stem_ + ".part"; }
+  std::string info_path() const { return part_path() + ".info"; }
   Error OpenPart();
   Error Cut(std::int64_t size_bytes);
   bool ReadRecord(const std::string& address);
@@ -58,6 +59,7 @@ class PartFile {
 
   std::string folder_;
   std::string name_;
+  std::string stem_;  // what the part and its record are called by
   UniqueFd part_;
   PartRecord record_;
   std::int64_t size_bytes_ = 0;

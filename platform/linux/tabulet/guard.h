@@ -2,6 +2,7 @@
 #define PLATFORM_LINUX_TABULET_GUARD_H_
 
 #include <exception>
+
 #include "tabulet.h"
 
 namespace saltmoor::platform {

@@ -134,7 +134,13 @@ int BrowserAuthorization::Start(const std::string& url, const std::vector<std::s
   try {
     std::vector<std::string> all_args = args;
     all_args.push_back(url);
-    std::thread([&] { error = session->Run(all_args); }).join();
+    std::thread([&]() noexcept {
+      try {
+        error = session->Run(all_args);
+      } catch (const std::exception& e) {
+        error = Error::Data(e.what());
+      }
+    }).join();
   } catch (const std::exception& e) {
     error = Error::Data(e.what());
   }

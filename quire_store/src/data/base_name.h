@@ -5,9 +5,10 @@
 
 namespace saltmoor::quire {
 
-/// (In file_names.cpp.) The part of a path or an address after its last '/'; the whole of it when
-/// it has none.
-std::string BaseName(const std::string& path);
+/// The part of a path or an address after its last '/'; the whole of it when it has none.
+inline std::string BaseName(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);
+}
 
 }  // namespace saltmoor::quire
 

@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "base_name.h"
-
 namespace saltmoor::quire {
 namespace {
 
@@ -69,10 +67,6 @@ std::string ExtentionByMime(const std::string& mime) {
     if (mime.compare(0, std::strlen(row.prefix), row.prefix) == 0) return row.extension;
   }
   return {};
-}
-
-std::string BaseName(const std::string& path) {
-  return path.substr(path.rfind('/') + 1);
 }
 
 }  // namespace saltmoor::quire

@@ -86,7 +86,7 @@ std::string WithoutDecimalPoints(std::string_view json) {
 DecimalPoints::DecimalPoints() : application_locale_(uselocale(CLocale())) {}
 
 DecimalPoints::~DecimalPoints() {
-  uselocale(static_cast<locale_t>(application_locale_));
+  uselocale(application_locale_);
 }
 
 }  // namespace saltmoor::quire

@@ -1,6 +1,8 @@
 #ifndef QUIRE_JSON_LOCALE_H_
 #define QUIRE_JSON_LOCALE_H_
 
+#include <locale.h>
+
 #include <string>
 #include <string_view>
 
@@ -22,7 +24,7 @@ class DecimalPoints {
   ~DecimalPoints();
 
  private:
-  void* const application_locale_;
+  const locale_t application_locale_;
 };
 
 }  // namespace saltmoor::quire

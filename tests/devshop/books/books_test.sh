@@ -55,7 +55,7 @@ catalogue() { # <books>
     [ -s "$books/$file" ] || fail "$file is in the catalogue but not in the folder"
   done
   titles "text/plain; charset=utf-8" | while IFS=$'\t' read -r file title _; do
-    iconv -f UTF-8 "$books/$file" | grep -qF "$title" || fail "$file lacks its title"
+    iconv -f UTF-8 -t UTF-8 "$books/$file" | grep -qF "$title" || fail "$file lacks its title"
   done
   titles application/vnd.adobe.adept+xml | while IFS=$'\t' read -r file title _; do
     expect "$file's title" "$(element title <"$books/$file")" "$title"
