@@ -11,9 +11,10 @@ namespace {
 
 std::string PriceOf(const store::Book& book) {
   const auto price = book.int_props.find(store::Book::kPrice);
-  return price == book.int_props.end()
-             ? "-"
-             : FormatPrice(price->second, Property(book, store::Book::kCurrency));
+  const std::string currency = Property(book, store::Book::kCurrency);
+  // A price that nobody named reads as 0, but has no currency.
+  const bool is_known = price != book.int_props.end() && (price->second != 0 || !currency.empty());
+  return is_known ? FormatPrice(price->second, currency) : "-";
 }
 
 }  // namespace

@@ -30,8 +30,8 @@ Failure TooLarge(const std::string& what) {
 
 }  // namespace
 
-std::optional<Failure> Catalogue::Read(
-    const std::function<bool(const CatalogueEntry&)>& visit) const {
+std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
+                                       std::size_t* left_out) const {
   const std::string start = ResolveAddress("", start_url_);
   if (start.empty()) {
     throw Failure(kFailed, "The shop names no catalogue. Try again later, or ask the shop.");
@@ -62,6 +62,7 @@ std::optional<Failure> Catalogue::Read(
       if (pages == 0) throw;
       return failure;
     }
+    if (left_out != nullptr) *left_out += page.left_out;
     for (const CatalogueEntry& entry : page.entries) {
       if (!entry.ean.empty() && !visited_eans.insert(entry.ean).second) continue;
       if (++titles > kMostTitles) return TooLarge(std::to_string(kMostTitles) + " titles");

@@ -22,8 +22,10 @@ class Catalogue {
 
   /// Reads on until `visit` returns false, the catalogue ends or it grows out of all measure. Each
   /// title with an EAN is visited once. Only pages of the start page's site are read.
+  /// \param left_out  receives how many entries of unknown kinds were passed over; may be null.
   /// \return what cut the reading short, if anything; throws it when nothing at all was read.
-  std::optional<Failure> Read(const std::function<bool(const CatalogueEntry&)>& visit) const;
+  std::optional<Failure> Read(const std::function<bool(const CatalogueEntry&)>& visit,
+                              std::size_t* left_out = nullptr) const;
 
   /// The entry with this EAN for each that the catalogue has, in no certain order. Throws Failure
   /// when some are missing and the catalogue could not be read to its end.

@@ -14,7 +14,7 @@ namespace {
 
 std::string FormatsCell(const CatalogueEntry& entry) {
   if (!entry.needs_adobe) return entry.formats;
-  return entry.formats.empty() ? "Adobe" : entry.formats + " *";
+  return (entry.formats.empty() ? "Adobe" : entry.formats) + " *";
 }
 
 void Print(const std::vector<CatalogueEntry>& entries) {
@@ -28,7 +28,7 @@ void Print(const std::vector<CatalogueEntry>& entries) {
                   entry.ean, FormatsCell(entry)});
   }
   table.Print(Screen::Out());
-  if (adobe) Screen::Out().Say("* opens in Adobe Digital Editions only", Tone::kQuiet);
+  if (adobe) Screen::Out().Say("* some formats need Adobe Digital Editions", Tone::kQuiet);
 }
 
 void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
@@ -36,12 +36,14 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
   const std::string folded = FoldCase(word);
   std::vector<CatalogueEntry> entries;
   std::optional<Failure> trouble;
+  std::size_t left_out = 0;
   {
     const Spinner spinner("Reading the catalogue …");
-    trouble = catalogue.Read([&](const CatalogueEntry& entry) {
+    const auto keep = [&](const CatalogueEntry& entry) {
       if (Matches(entry, folded)) entries.push_back(entry);
       return true;
-    });
+    };
+    trouble = catalogue.Read(keep, &left_out);
   }
   if (as_json) {
     Json json = Json::array();
@@ -49,6 +51,10 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
     PrintJson(json);
   } else if (!entries.empty()) {
     Print(entries);
+  }
+  if (left_out > 0) {
+    Screen::Err().Say((left_out == 1 ? "1 title is" : std::to_string(left_out) + " titles are") +
+                      " left out: the links say no way to get them that quire knows.");
   }
   if (trouble) throw Failure(*trouble);
   if (entries.empty()) {

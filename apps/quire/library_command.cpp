@@ -99,9 +99,9 @@ void ShowLibrary(bool as_json) {
   Table table({{"Title", 16}, {"Author", 10}, {"Format"}, {"Size", 0, true}, {"File", 14}});
   for (const LibraryBook& book : books) {
     const std::string file = book.path.substr(book.path.rfind('/') + 1);
-    const std::string stem = file.substr(0, file.rfind('.'));
-    const Cell title = book.title.empty() ? Cell(stem, Tone::kQuiet) : Cell(book.title);
-    table.AddRow({title, book.author, book.format, SizeText(book.size_bytes), file});
+    const bool is_named = !book.title.empty();
+    table.AddRow({is_named ? book.title : file, book.author, book.format, SizeText(book.size_bytes),
+                  is_named ? file : ""});
   }
   table.Print(Screen::Out());
 }

@@ -29,6 +29,7 @@ constexpr std::string_view kThumbnail =
     "ec.org/image/thumbnail";
 constexpr std::string_view kFeedType = "application/atom+xml";
 constexpr int kMostNested = 8;  // tickets within tickets
+constexpr unsigned kWithBlanks = pugi::parse_default | pugi::parse_ws_pcdata_single;
 
 std::string_view LocalName(const pugi::xml_node& node) {
   const std::string_view name = node.name();
@@ -43,15 +44,16 @@ std::string_view Namespace(const pugi::xml_node& node) {
   for (pugi::xml_node at = node; at; at = at.parent()) {
     if (const auto attribute = at.attribute(declaration.c_str())) return attribute.value();
   }
-  return {};
+  if (colon == name.npos) return {};
+  throw FeedError("it uses the prefix \"" + Cut(Printable(name.substr(0, colon)), 40) +
+                  "\" without declaring it");
 }
 
 bool Is(const pugi::xml_node& node, std::string_view space, std::string_view name) {
   return node.type() == pugi::node_element && LocalName(node) == name && Namespace(node) == space;
 }
 
-/// All text below a node, without mark-up, its white space evened out.
-std::string TextOf(const pugi::xml_node& node) {
+std::string RawTextOf(const pugi::xml_node& node) {
   std::string raw;
   pugi::xml_node at = node.first_child();
   while (at) {
@@ -59,6 +61,18 @@ std::string TextOf(const pugi::xml_node& node) {
     pugi::xml_node next = at.first_child();
     for (; !next && at != node; at = at.parent()) next = at.next_sibling();
     at = next;
+  }
+  return raw;
+}
+
+/// All text below a node, without mark-up, its white space evened out.
+std::string TextOf(const pugi::xml_node& node) {
+  std::string raw = RawTextOf(node);
+  if (std::string_view(node.attribute("type").value()) == "html") {  // mark-up, written as a text
+    pugi::xml_document html;
+    if (html.load_buffer(raw.data(), raw.size(), kWithBlanks | pugi::parse_fragment)) {
+      raw = RawTextOf(html);
+    }
   }
   std::string out;
   for (const char c : Printable(raw)) {
@@ -123,6 +137,8 @@ struct Entry {
   CatalogueEntry title;
   Acquisitions acquisitions;
   std::string section;
+  bool is_title = false;  // there is a way to get it
+  bool has_links = false;
 };
 
 void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry) {
@@ -133,10 +149,13 @@ void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry)
     if (slot.empty()) slot = address;
   };
 
+  entry.has_links = true;
   if (IsAcquisition(relation)) {
+    entry.is_title = true;
     // Where a link leads to a page of the shop, only what comes after it is a format.
     auto acquisition = MakeAcquisition(link);
-    if (type.starts_with("text/html") && !acquisition->children.empty()) {
+    const bool is_free = relation == kAcquisition || relation.ends_with("/open-access");
+    if (type.starts_with("text/html") && !(is_free && acquisition->children.empty())) {
       entry.acquisitions.transfer(entry.acquisitions.end(), acquisition->children);
     } else {
       entry.acquisitions.push_back(acquisition.release());
@@ -197,8 +216,7 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
 
 FeedPage ParseFeed(std::string_view xml, const std::string& url) {
   pugi::xml_document document;
-  const auto read = document.load_buffer(xml.data(), xml.size(),
-                                         pugi::parse_default | pugi::parse_ws_pcdata_single);
+  const auto read = document.load_buffer(xml.data(), xml.size(), kWithBlanks);
   if (!read) {
     throw FeedError("it is no XML: " + FoldCase(read.description()) + " at byte " +
                     std::to_string(read.offset));
@@ -206,10 +224,12 @@ FeedPage ParseFeed(std::string_view xml, const std::string& url) {
   const pugi::xml_node root = document.document_element();
   FeedPage page;
   const auto take = [&page](Entry entry) {
-    if (!entry.acquisitions.empty()) {
+    if (entry.is_title) {
       page.entries.push_back(std::move(entry.title));
     } else if (!entry.section.empty()) {
       page.sections.push_back(std::move(entry.section));
+    } else if (entry.has_links) {
+      ++page.left_out;
     }
   };
   if (Is(root, kAtom, "entry")) {

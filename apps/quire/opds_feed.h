@@ -26,7 +26,7 @@ struct CatalogueEntry {
   std::string page_url;
   std::string type;          ///< MIME type of what the first way to get it yields
   std::string formats;       ///< for display, such as "EPUB,PDF"
-  bool needs_adobe = false;  ///< opens in Adobe Digital Editions only
+  bool needs_adobe = false;  ///< one of them is a ticket that Adobe Digital Editions fulfils
 };
 
 /// One page of an OPDS catalogue. Addresses are absolute.
@@ -34,6 +34,7 @@ struct FeedPage {
   std::vector<CatalogueEntry> entries;
   std::vector<std::string> sections;  ///< other feeds that entries of this one lead to
   std::string next_url;               ///< empty on the last page
+  std::size_t left_out = 0;           ///< entries with links, none of a relation that is known
 };
 
 /// A page that is no catalogue feed; the text says why, as part of a sentence.

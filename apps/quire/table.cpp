@@ -85,10 +85,11 @@ std::string Table::RenderRows(const Screen& screen, const std::vector<int>& widt
 std::string Table::RenderCards(const Screen& screen, int width) const {
   const auto may_be_cut = [](const Column& column) { return column.least_columns > 0; };
   const auto found = std::find_if(columns_.begin(), columns_.end(), may_be_cut);
-  const auto head =
+  const auto first_choice =
       found == columns_.end() ? 0 : static_cast<std::size_t>(found - columns_.begin());
   std::string out;
   for (const auto& row : rows_) {
+    const std::size_t head = row[first_choice].text.empty() ? 0 : first_choice;
     for (const std::string& line : Wrap(row[head].text, width)) {
       out += screen.Paint(Tone::kStrong, line) + "\n";
     }

@@ -91,6 +91,7 @@ TEST(Feed, ListsFormatsOfNestedTickets) {
   EXPECT_EQ(ticket.formats, "EPUB,PDF");
   EXPECT_TRUE(ticket.needs_adobe);
   EXPECT_FALSE(Only(Entry(Buy("application/octet-stream"))).needs_adobe);
+  EXPECT_EQ(Only(Entry(Buy("text/html"))).formats, "") << "a page of the shop is no format";
 
   std::string deep;
   for (int i = 0; i < 50'000; ++i) deep += "<opds:indirectAcquisition type='application/pdf'>";
@@ -105,6 +106,8 @@ TEST(Feed, KeepsTheFirstOfWhatIsThereTwiceAndTheTextOfMarkUp) {
             "<p/> three</div></summary>"));
   EXPECT_EQ(entry.title, "T");
   EXPECT_EQ(entry.summary, "One two three");
+  const std::string html = "<summary type='html'>Tom &amp;amp; &lt;b&gt;Jerry&lt;/b&gt;</summary>";
+  EXPECT_EQ(Only(Entry(html + Buy("application/pdf"))).summary, "Tom & Jerry");
   EXPECT_EQ(Only(Entry("<summary>a\x1b[2Jb</summary>" + Buy("application/pdf"))).summary, "a�[2Jb");
 }
 
@@ -119,6 +122,7 @@ TEST(Feed, TellsTitlesFromSectionsAndSamples) {
                      kAcquisition + "/sample' type='application/pdf' href='s'/></entry>"),
                 kPage);
   EXPECT_TRUE(page.entries.empty());
+  EXPECT_EQ(page.left_out, 2U);
   EXPECT_EQ(page.sections, std::vector<std::string>{"https://shop.example/4711/opds/new"});
   EXPECT_EQ(page.next_url, "https://shop.example/4711/opds/start?page=2");
 }
@@ -137,6 +141,7 @@ TEST(Feed, ThatIsBrokenSaysSo) {
   expect_reason(Feed("<entry>").substr(0, 90), "at byte");
   expect_reason("<html><body/></html>", "\"html\"");
   expect_reason("<\x1b[2J/>", "byte");
+  expect_reason(Entry(Buy("text/html", "<o:indirectAcquisition/>")), "the prefix \"o\"");
   std::string deep;
   for (int i = 0; i < 200'000; ++i) deep += "<a>";
   expect_reason(deep, "");
