@@ -9,6 +9,7 @@ if(QUIRE_DEVICE_LIBRARIES)
       message(FATAL_ERROR "There is no ${file}, which QUIRE_DEVICE_LIBRARIES promises")
     endif()
     add_library(${library} SHARED IMPORTED GLOBAL)
-    set_target_properties(${library} PROPERTIES IMPORTED_LOCATION ${file})
+    # Linked by -l: of a library without a soname the linker would note the path on this machine.
+    set_target_properties(${library} PROPERTIES IMPORTED_LOCATION ${file} IMPORTED_NO_SONAME TRUE)
   endforeach()
 endif()

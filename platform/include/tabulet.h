@@ -52,7 +52,9 @@ void WriteSecret(iconfig_s* config, const char* key, const char* value);
 /// Sets the number under `key`, in memory. A null handle is ignored.
 void WriteInt(iconfig_s* config, const char* key, int value);
 
-/// Writes the file so that a crash or a power cut leaves the old content or the new, whole.
+/// Writes the file so that a crash or a power cut leaves the old content or the new, whole. Several
+/// handles, also of several processes, may save one file at once: the last one counts. Other files
+/// that saving leaves beside it do not pile up.
 /// \return 1 when the content is on the disk, 0 when it is not (the old file stays) or the handle
 ///     is null.
 int SaveConfig(iconfig_s* config);
@@ -112,7 +114,7 @@ int SaveBitmap(const char* path, const ibitmap_s* bitmap);
 
 /// A kind of file that the device can open.
 typedef struct tb_file_type {  // NOLINT(modernize-use-using)
-  const char* extension;       ///< without a dot, in lower case; null in the closing row
+  const char* extension;       ///< without the leading dot, in lower case; null in the closing row
   const char* description;     ///< for people
 } tb_file_type;
 
@@ -129,7 +131,7 @@ int tb_unlink(const char* path);
 /// \return a new text that the caller frees with `free`; null when memory ran out.
 char* utf_toupper_ext(const char* text, int* length);
 
-/// Writes one record of the system log.
+/// Writes one record of the system log. `errno` stays as it is.
 /// \param level  1 fatal, 2 error, 3 warning, 4 information, 5 trace.
 /// \param source,line,function  where the record comes from.
 /// \param format  as for printf.

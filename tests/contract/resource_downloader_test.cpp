@@ -30,6 +30,12 @@ class Downloads : public testing::Test {
     return ReadAll(folder_ + "/" + name);
   }
 
+  /// The book, but for its last bytes.
+  Reply Torn(const Fields& fields, std::size_t missing = 100'000) const {
+    const std::string whole = Answer(200, book_, fields);
+    return {whole.substr(0, whole.size() - missing), Then::kClose};
+  }
+
   const DeviceFolder around_;
   const std::string folder_ = around_ / "new/Downloads";
   const std::string book_ = UniqueBytes(300'000);
@@ -72,10 +78,7 @@ TEST_F(Downloads, ALengthThatNobodyAnnouncesEndsWithTheTransfer) {
 
 TEST_F(Downloads, ADownloadGoesOnWhereTheConnectionDied) {
   ScriptedServer server([&](const Request& request) {
-    if (request.connection == 1) {
-      const std::string whole = Answer(200, book_, {"ETag: \"v1\"", "Content-Type: text/plain"});
-      return Reply(whole.substr(0, whole.size() - 100'000), Then::kClose);
-    }
+    if (request.connection == 1) return Torn({"ETag: \"v1\"", "Content-Type: text/plain"});
     return Reply(Answer(206, book_.substr(200'000),
                         {"Content-Range: bytes 200000-299999/300000", "Content-Type: wrong"}));
   });
@@ -87,6 +90,29 @@ TEST_F(Downloads, ADownloadGoesOnWhereTheConnectionDied) {
   EXPECT_EQ(server.requests()[0]["accept-encoding"], "");
   EXPECT_EQ(server.requests()[1]["range"], "bytes=200000-");
   EXPECT_EQ(server.requests()[1]["if-range"], "\"v1\"");
+}
+
+TEST_F(Downloads, VersionsOfAFileAreNeverGlued) {
+  const std::string newer = UniqueBytes(600'000).substr(300'000);
+  const std::string rest = newer.substr(200'000);
+  const std::string range = "Content-Range: bytes 200000-299999/300000";
+  const std::pair<const char*, std::string> cases[] = {
+      {"another version, whole", Answer(200, newer, {"ETag: \"v2\""})},
+      {"another version, its end", Answer(206, rest, {"ETag: \"v2\"", range})},
+      {"another start", Answer(206, rest, {"Content-Range: bytes 199999-299998/300000"})},
+      {"another length", Answer(206, rest, {"Content-Range: bytes 200000-299999/300001"})},
+      {"another length, without a rest", Answer(416, "", {"Content-Range: bytes */200000"})},
+  };
+  for (const auto& [name, answer] : cases) {
+    ScriptedServer server([&, &rest_or_all = answer](const Request& request) {
+      if (request.connection == 1) return Torn({"ETag: \"v1\""});
+      return Reply(request["range"].empty() ? Answer(200, newer) : rest_or_all);
+    });
+    const bool saved = Fetch(server.Address()) == 0;
+    EXPECT_TRUE(Content() == (saved ? newer : "")) << name;
+    EXPECT_GT(server.requests().size(), 1u) << name;
+    fs::remove_all(folder_);
+  }
 }
 
 TEST_F(Downloads, StatusesOtherThanSuccessLeaveNothing) {
@@ -112,8 +138,7 @@ TEST_F(Downloads, TwoBooksOfOneNameAreNeverGlued) {
   ScriptedServer server([&](const Request& request) -> Reply {
     if (request.target == "/other") return Answer(200, "other", {"ETag: \"v1\""});
     if (!request["range"].empty()) return Answer(404, "");
-    const std::string whole = Answer(200, book_, {"ETag: \"v1\""});
-    return Reply(whole.substr(0, whole.size() - 1), Then::kReset);
+    return Torn({"ETag: \"v1\""}, 1);
   });
   EXPECT_GT(Fetch(server.Address("/first")), 0);
   EXPECT_TRUE(fs::exists(folder_ + "/b.epub.part"));

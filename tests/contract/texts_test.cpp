@@ -27,17 +27,12 @@ std::string Upper(const std::string& text) {
   return upper.get();
 }
 
-TEST(TextHelpers, UpperCaseKnowsTheAlphabetsAndPassesOnWhatIsNoText) {
+TEST(TextHelpers, UpperCaseKnowsTheAlphabets) {
   EXPECT_EQ(Upper(""), "");
   EXPECT_EQ(Upper("epub 3.0"), "EPUB 3.0");
   EXPECT_EQ(Upper("äöüé þ œ"), "ÄÖÜÉ Þ Œ");
   EXPECT_EQ(Upper("αβγ жщя"), "ΑΒΓ ЖЩЯ");
   EXPECT_EQ(Upper("日本"), "日本");
-  EXPECT_EQ(Upper("a\xff"
-                  "b\xc3"),
-            "A\xff"
-            "B\xc3");
-  EXPECT_EQ(Upper("\xe2\x82x"), "\xe2\x82X");
   EXPECT_EQ(Upper(std::string(100'000, 'a')), std::string(100'000, 'A'));
   std::free(utf_toupper_ext("length is not wanted", nullptr));
 }

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "saltmoor/utilities/book_store_auth_configs.h"
 #include "support/device_folder.h"
@@ -10,6 +12,17 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+TEST(Arguments, ThatTheContractRulesOutHarmNobody) {
+  Message(99, nullptr, nullptr, 0);
+  sm_print_log2(-1, nullptr, 0, nullptr, "%d %%", 7);
+  for (const auto& [text, result] :
+       {std::pair("a\xff\x62\xc3", "A\xff\x42\xc3"), std::pair("\xe2\x82x", "\xe2\x82X")}) {
+    char* const upper = utf_toupper_ext(text, nullptr);
+    EXPECT_STREQ(upper, result);
+    std::free(upper);
+  }
+}
 
 TEST(Bitmaps, DamagedFileCountsAsMissing) {
   const DeviceFolder folder;

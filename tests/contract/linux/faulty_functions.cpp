@@ -39,6 +39,15 @@ int SaveConfig(iconfig_s* config) {
   return Original<decltype(SaveConfig)>("SaveConfig")(config);
 }
 
+/// The download engine's: what a download left stays, and what comes next is written behind it.
+int ftruncate(int, off_t) noexcept {
+  return 0;
+}
+ssize_t pwrite(int file, const void* bytes, std::size_t size, off_t) {
+  lseek(file, 0, SEEK_END);
+  return write(file, bytes, size);
+}
+
 /// Takes folders as well.
 int tb_unlink(const char* path) {
   return std::remove(path);

@@ -54,6 +54,20 @@ TEST_F(Secrets, SealedValueBelongsToItsKeyAndIsNeverTheSameTwice) {
   EXPECT_STRNE(ReadString(config_, "password", ""), sealed.c_str());
 }
 
+TEST_F(Secrets, DamagedValueIsAbsent) {
+  WriteSecret(config_, "password", "secret");
+  const std::string sealed = ReadString(config_, "password", "");
+  std::string damaged = sealed;
+  damaged[damaged.size() / 2] = damaged[damaged.size() / 2] == 'A' ? 'B' : 'A';
+  for (const std::string& value : {damaged, sealed.substr(0, sealed.size() - 4),
+                                   sealed.substr(0, 12), std::string("in clear"), std::string()}) {
+    WriteString(config_, "password", value.c_str());
+    EXPECT_EQ(Read("password"), "absent") << value;
+  }
+  WriteString(config_, "password", sealed.c_str());
+  EXPECT_EQ(Read("password"), "secret");
+}
+
 TEST_F(Secrets, ProgramsThatStartTogetherComeByOneKey) {
   for (int round = 0; round < 5; ++round) {
     RemoveKey();

@@ -54,7 +54,10 @@ TEST(LinuxTasks, CallersThatTalkNonsenseOrHangUpHarmNobody) {
     close(fd);
   }
   const int silent = ConnectTo(path);
-  EXPECT_EQ(SendRequestTo(FindTaskByAppName(kApp), 84, "abc", 3, 0, 10'000), 3);
+  const int task = FindTaskByAppName(kApp);
+  EXPECT_EQ(SendRequestTo(task, 84, nullptr, 5, 0, 5000), -1);
+  EXPECT_EQ(SendRequestTo(task, 84, "x", -1, 0, 5000), -1);
+  EXPECT_EQ(SendRequestTo(task, 84, "abc", 3, 0, 10'000), 3);
   server.Stop();
   thread.join();
   close(silent);

@@ -53,8 +53,8 @@ namespace {
 
 using saltmoor::utilities::HttpRequest;
 
-int Perform(const HttpRequest& request, std::vector<char>* body = nullptr) {
-  return saltmoor::utilities::HttpRequestRunner().PerformRequest(request, nullptr, body, 1);
+int Perform(const HttpRequest& request, std::vector<char>* body = nullptr, unsigned timeout_s = 1) {
+  return saltmoor::utilities::HttpRequestRunner().PerformRequest(request, nullptr, body, timeout_s);
 }
 
 void ExpectLogged(const std::string& text) {
@@ -86,10 +86,20 @@ TEST(Transfer, AGetIsSentAgainAndAPostIsNotWhenAKeptConnectionDies) {
   ExpectLogged("not sent a second time");
 }
 
-TEST(Transfer, PackedAnswersAreAskedFor) {
+TEST(Transfer, PackedAnswersAreAskedForAndBlanksInAddressesEncoded) {
   ScriptedServer server(Answer(200, ""));
-  Perform(HttpRequest("GET", server.Address()));
+  Perform(HttpRequest("GET", server.Address("/a b")));
   EXPECT_NE(server.requests().at(0)["accept-encoding"].find("gzip"), std::string::npos);
+  EXPECT_EQ(server.requests().at(0).target, "/a%20b");
+}
+
+TEST(Transfer, AFormInAGetIsNotSentAndNoTimeIsNotEndless) {
+  ScriptedServer silent(Reply("", Then::kHang));
+  HttpRequest form("GET", silent.Address());
+  form.AddPostParam("a", "b");
+  EXPECT_GT(Perform(form), 0);
+  EXPECT_TRUE(silent.requests().empty());
+  EXPECT_GT(Perform(HttpRequest("GET", silent.Address()), nullptr, 0), 0);
 }
 
 TEST(Transfer, TheLogTellsWhatIsWrongWithACertificate) {

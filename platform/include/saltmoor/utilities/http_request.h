@@ -14,17 +14,18 @@ class HttpRequest {
   /// Names and values, in the order in which they were added; a name may occur more than once.
   using Parameters = std::vector<std::pair<std::string, std::string>>;
 
+  /// Neither is checked here: performing a request with a bad one fails.
   /// \param method  "GET" or "POST".
-  /// \param url  absolute, http or https. It is not checked here: performing a bad one fails.
+  /// \param url  absolute, http or https.
   HttpRequest(const std::string& method, const std::string& url);
 
-  /// Adds a field of the query string. It is encoded when the request is performed.
+  /// Adds a field of the query string. When the request is performed, names and values are
+  /// percent-encoded but for letters, digits and `-._~`, as the signature has them.
   void AddGetParam(const std::string& key, const std::string& value);
   /// The same for a number, as its decimal digits.
   void AddGetParam(const std::string& key, int value);
 
-  /// Adds a field of the form that is the request's body. It is encoded when the request is
-  /// performed.
+  /// Adds a field of the form that is a POST's body, encoded in the same way.
   void AddPostParam(const std::string& key, const std::string& value);
   /// The same for a number, as its decimal digits.
   void AddPostParam(const std::string& key, int value);
