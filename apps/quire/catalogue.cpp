@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kMostPages = 500;
 constexpr std::size_t kMostTitles = 20'000;
-constexpr std::size_t kMostBytes = std::size_t{256} << 20;
+constexpr std::size_t kMost_bytes = std::size_t{256} << 20;
 constexpr unsigned kTimeout_s = 30;
 
 Failure Unreadable(const std::string& url, const FeedError& error) {
@@ -47,7 +47,7 @@ std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueE
   };
   for (std::size_t pages = 0; !due.empty(); ++pages) {
     if (pages == kMostPages) return TooLarge(std::to_string(kMostPages) + " pages");
-    if (bytes > kMostBytes) return TooLarge(std::to_string(kMostBytes >> 20) + " MiB");
+    if (bytes > kMost_bytes) return TooLarge(std::to_string(kMost_bytes >> 20) + " MiB");
     const std::string url = due.front();
     due.pop_front();
     FeedPage page;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kDefaultPath[] = "/tmp/quire.log";
 constexpr int kErrorLevel = 2;
-constexpr long long kMostBytes = 1 << 20;  // looked at, in one go
+constexpr long long kMost_bytes = 1 << 20;  // looked at, in one go
 
 long long SizeOf(const std::string& path) {
   struct stat status {};
@@ -49,7 +49,7 @@ std::vector<std::string> DeviceLog::Records() const {
   std::vector<std::string> lines;
   if (path_.empty()) return lines;
   std::ifstream file(path_, std::ios::binary);
-  file.seekg(std::max(start_bytes_, SizeOf(path_) - kMostBytes));
+  file.seekg(std::max(start_bytes_, SizeOf(path_) - kMost_bytes));
   for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
   return lines;
 }

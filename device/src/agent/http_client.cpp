@@ -9,13 +9,13 @@
 namespace agent {
 namespace {
 
-constexpr std::size_t kMaxPageBytes = 4 << 20;
+constexpr std::size_t kMaxPage_bytes = 4 << 20;
 constexpr long kConnectTimeout_s = 10;
 constexpr long kTimeout_s = 30;
 
 std::size_t Append(const char* data, std::size_t, std::size_t size, void* body) {
   auto& text = *static_cast<std::string*>(body);
-  if (text.size() + size > kMaxPageBytes) return 0;
+  if (text.size() + size > kMaxPage_bytes) return 0;
   text.append(data, size);
   return size;
 }

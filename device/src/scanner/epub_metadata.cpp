@@ -15,9 +15,9 @@ namespace {
 
 // The container names one file, and a package document lists a book's files: even the largest
 // books stay far below these.
-constexpr std::size_t kMaxContainerBytes = 64 << 10;
-constexpr std::size_t kMaxPackageBytes = 4 << 20;
-constexpr std::size_t kMaxTextBytes = 1000;
+constexpr std::size_t kMaxContainer_bytes = 64 << 10;
+constexpr std::size_t kMaxPackage_bytes = 4 << 20;
+constexpr std::size_t kMaxText_bytes = 1000;
 
 struct Free {
   void operator()(zip_t* zip) const { zip_discard(zip); }
@@ -32,13 +32,13 @@ Owned<xmlDoc> ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes
   const Owned<zip_file_t> file(zip_fopen(zip, name.c_str(), 0));
   if (!file) return nullptr;
   // What an entry announces as its size may be a lie, so the buffer grows with what is there.
-  constexpr std::size_t kStepBytes = 64 << 10;
+  constexpr std::size_t kStep_bytes = 64 << 10;
   std::string text;
   for (zip_int64_t count = 1; count > 0;) {
     const std::size_t done = text.size();
     if (done > max_bytes) return nullptr;
-    text.resize(done + kStepBytes);
-    count = zip_fread(file.get(), text.data() + done, kStepBytes);
+    text.resize(done + kStep_bytes);
+    count = zip_fread(file.get(), text.data() + done, kStep_bytes);
     if (count < 0) return nullptr;
     text.resize(done + static_cast<std::size_t>(count));
   }
@@ -61,8 +61,8 @@ const xmlNode* Child(const xmlNode* parent, std::string_view name) {
 
 /// Cut between two characters where it is too long.
 std::string Shorten(std::string text) {
-  if (text.size() > kMaxTextBytes) {
-    std::size_t end = kMaxTextBytes;
+  if (text.size() > kMaxText_bytes) {
+    std::size_t end = kMaxText_bytes;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
     text.resize(end);
   }
@@ -90,13 +90,13 @@ Metadata ReadPackage(const xmlDoc* package) {
 Metadata ReadEpubMetadata(const std::filesystem::path& file) {
   const Owned<zip_t> zip(zip_open(file.c_str(), ZIP_RDONLY, nullptr));
   if (!zip) return {};
-  const Owned<xmlDoc> container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainerBytes);
+  const Owned<xmlDoc> container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainer_bytes);
   if (!container) return {};
   const xmlNode* root_file =
       Child(Child(xmlDocGetRootElement(container.get()), "rootfiles"), "rootfile");
   if (!root_file) return {};
   const Owned<xmlDoc> package =
-      ReadXml(zip.get(), Attribute(root_file, "full-path"), kMaxPackageBytes);
+      ReadXml(zip.get(), Attribute(root_file, "full-path"), kMaxPackage_bytes);
   return package ? ReadPackage(package.get()) : Metadata();
 }
 

@@ -32,8 +32,8 @@ std::uint32_t LittleEndian(const std::string& bytes, std::size_t at, std::size_t
 
 /// Whether the file is whole and of the one kind that all programs of the device can read.
 bool IsPlainBmp(const std::string& file) {
-  constexpr std::size_t kHeaderBytes = 54;
-  if (file.size() < kHeaderBytes || file.compare(0, 2, "BM") != 0) return false;
+  constexpr std::size_t kHeader_bytes = 54;
+  if (file.size() < kHeader_bytes || file.compare(0, 2, "BM") != 0) return false;
   const std::uint64_t pixels_at = LittleEndian(file, 10, 4);
   const auto width = static_cast<std::int32_t>(LittleEndian(file, 18, 4));
   const auto height = static_cast<std::int32_t>(LittleEndian(file, 22, 4));  // negative: top first
@@ -43,7 +43,7 @@ bool IsPlainBmp(const std::string& file) {
 
   const std::uint64_t row_bytes = (static_cast<std::uint64_t>(width) * bits + 31) / 32 * 4;
   const auto rows = static_cast<std::uint64_t>(std::llabs(height));
-  return pixels_at >= kHeaderBytes && pixels_at <= file.size() &&
+  return pixels_at >= kHeader_bytes && pixels_at <= file.size() &&
          row_bytes <= (file.size() - pixels_at) / rows;
 }
 

@@ -30,11 +30,11 @@ struct iconfig_s {
 
 namespace {
 
-constexpr std::size_t kLimitBytes = 16 << 20;
+constexpr std::size_t kLimit_bytes = 16 << 20;
 
 Error Load(const std::string& path, KeyValues* values) {
   std::string text;
-  if (Error error = saltmoor::platform::ReadFile(path, kLimitBytes, &text)) return error;
+  if (Error error = saltmoor::platform::ReadFile(path, kLimit_bytes, &text)) return error;
   const Error error = saltmoor::platform::ParseKeyValues(text, values);
   return error ? Error::Data("cannot read " + path + ": " + error.text()) : Error();
 }

@@ -10,7 +10,7 @@
 namespace saltmoor::platform {
 namespace {
 
-constexpr std::size_t kSizeBytes = crypto_aead_xchacha20poly1305_ietf_KEYBYTES;
+constexpr std::size_t kSize_bytes = crypto_aead_xchacha20poly1305_ietf_KEYBYTES;
 
 std::string KeyPath() {
   return "/mnt/ext1/system/.device_key";
@@ -23,11 +23,11 @@ SecretBytes::~SecretBytes() {
 }
 
 Error LoadDeviceKey(SecretBytes* key) {
-  key->bytes.reserve(kSizeBytes);
-  if (Error error = ReadFile(KeyPath(), kSizeBytes, &key->bytes)) return error;
-  if (key->bytes.size() != kSizeBytes) {
+  key->bytes.reserve(kSize_bytes);
+  if (Error error = ReadFile(KeyPath(), kSize_bytes, &key->bytes)) return error;
+  if (key->bytes.size() != kSize_bytes) {
     return Error::Data(KeyPath() + " is damaged: it has " + std::to_string(key->bytes.size()) +
-                       " bytes in place of " + std::to_string(kSizeBytes) +
+                       " bytes in place of " + std::to_string(kSize_bytes) +
                        "; secrets sealed under it are lost");
   }
   return {};
@@ -44,8 +44,8 @@ Error LoadOrMakeDeviceKey(SecretBytes* key) {
   }
   if (!error.IsSystem(ENOENT)) return error;
 
-  key->bytes.resize(kSizeBytes);
-  randombytes_buf(key->bytes.data(), kSizeBytes);
+  key->bytes.resize(kSize_bytes);
+  randombytes_buf(key->bytes.data(), kSize_bytes);
   error = CreateFile(KeyPath(), key->bytes);
   return error.IsSystem(EEXIST) ? LoadDeviceKey(key) : error;
 }

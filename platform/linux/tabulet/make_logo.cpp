@@ -49,21 +49,21 @@ void AppendNumber(std::string* bytes, std::uint32_t number, int size) {
 }
 
 std::string DrawBmp() {
-  constexpr std::uint32_t kHeaderBytes = 54;
-  constexpr std::uint32_t kPixelBytes = kSize * kSize * 3;
+  constexpr std::uint32_t kHeader_bytes = 54;
+  constexpr std::uint32_t kPixel_bytes = kSize * kSize * 3;
   static_assert(kSize * 3 % 4 == 0, "a row is a multiple of four bytes");
 
   std::string bmp = "BM";
-  AppendNumber(&bmp, kHeaderBytes + kPixelBytes, 4);
+  AppendNumber(&bmp, kHeader_bytes + kPixel_bytes, 4);
   AppendNumber(&bmp, 0, 4);
-  AppendNumber(&bmp, kHeaderBytes, 4);
+  AppendNumber(&bmp, kHeader_bytes, 4);
   AppendNumber(&bmp, 40, 4);  // the second header's size
   AppendNumber(&bmp, kSize, 4);
   AppendNumber(&bmp, kSize, 4);
   AppendNumber(&bmp, 1, 2);   // planes
   AppendNumber(&bmp, 24, 2);  // bits a pixel
   AppendNumber(&bmp, 0, 4);   // no compression
-  AppendNumber(&bmp, kPixelBytes, 4);
+  AppendNumber(&bmp, kPixel_bytes, 4);
   AppendNumber(&bmp, 3780, 4);  // pixels a metre, both ways
   AppendNumber(&bmp, 3780, 4);
   AppendNumber(&bmp, 0, 4);

@@ -9,7 +9,7 @@
 namespace saltmoor::platform {
 namespace {
 
-constexpr std::size_t kLimitBytes = 16 << 20;
+constexpr std::size_t kLimit_bytes = 16 << 20;
 
 std::string LibraryFolder() {
   Dl_info library;
@@ -26,7 +26,7 @@ Error ReadResource(const std::string& folder, const std::string& name, std::stri
   // Libraries lie in PREFIX/lib or, as in Debian, in PREFIX/lib/ARCHITECTURE.
   for (const std::string& root : {std::string("/ebrmain"), LibraryFolder() + "/../share/quire",
                                   LibraryFolder() + "/../../share/quire"}) {
-    error = ReadFile(root + "/" + folder + "/" + name, kLimitBytes, content);
+    error = ReadFile(root + "/" + folder + "/" + name, kLimit_bytes, content);
     if (!error.IsSystem(ENOENT) && !error.IsSystem(ENOTDIR)) return error;
   }
   return error;

@@ -9,8 +9,8 @@ namespace {
 
 // A sealed value is this mark, then nonce and box in base64.
 constexpr std::string_view kMark = "sealed1:";
-constexpr std::size_t kNonceBytes = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
-constexpr std::size_t kTagBytes = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+constexpr std::size_t kNonce_bytes = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
+constexpr std::size_t kTag_bytes = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 constexpr int kBase64 = sodium_base64_VARIANT_ORIGINAL;
 
 unsigned char* Bytes(std::string* text) {
@@ -48,9 +48,9 @@ Error Seal(const std::string& name, std::string_view secret, std::string* sealed
   SecretBytes key;
   if (Error error = LoadOrMakeDeviceKey(&key)) return error;
 
-  std::string box(kNonceBytes + secret.size() + kTagBytes, '\0');
-  randombytes_buf(box.data(), kNonceBytes);
-  crypto_aead_xchacha20poly1305_ietf_encrypt(Bytes(&box) + kNonceBytes, nullptr, Bytes(secret),
+  std::string box(kNonce_bytes + secret.size() + kTag_bytes, '\0');
+  randombytes_buf(box.data(), kNonce_bytes);
+  crypto_aead_xchacha20poly1305_ietf_encrypt(Bytes(&box) + kNonce_bytes, nullptr, Bytes(secret),
                                              secret.size(), Bytes(name), name.size(), nullptr,
                                              Bytes(box), Bytes(key.bytes));
   *sealed = std::string(kMark) + ToBase64(box);
@@ -62,15 +62,15 @@ Error Unseal(const std::string& name, const std::string& sealed, std::string* se
   std::string box;
   if (sealed.compare(0, kMark.size(), kMark) != 0 ||
       !FromBase64(std::string_view(sealed).substr(kMark.size()), &box) ||
-      box.size() < kNonceBytes + kTagBytes) {
+      box.size() < kNonce_bytes + kTag_bytes) {
     return Error::Data("the value is no sealed one");
   }
   SecretBytes key;
   if (Error error = LoadDeviceKey(&key)) return error;
 
-  secret->resize(box.size() - kNonceBytes - kTagBytes);
+  secret->resize(box.size() - kNonce_bytes - kTag_bytes);
   if (crypto_aead_xchacha20poly1305_ietf_decrypt(
-          Bytes(secret), nullptr, nullptr, Bytes(box) + kNonceBytes, box.size() - kNonceBytes,
+          Bytes(secret), nullptr, nullptr, Bytes(box) + kNonce_bytes, box.size() - kNonce_bytes,
           Bytes(name), name.size(), Bytes(box), Bytes(key.bytes)) != 0) {
     secret->clear();
     return Error::Data(

@@ -15,7 +15,7 @@ namespace {
 Error WaitFor(int socket, short events, const Deadline& deadline, int stop_fd) {
   for (;;) {
     pollfd polled[] = {{socket, events, 0}, {stop_fd, POLLIN, 0}};
-    const int ready = poll(polled, 2, deadline.RemainingMs());
+    const int ready = poll(polled, 2, deadline.Remaining_ms());
     if (ready < 0 && errno == EINTR) continue;
     if (ready < 0) return Error::System(errno, "cannot wait for a task");
     if (ready == 0) return Error::System(ETIMEDOUT, "no answer in time");
@@ -54,7 +54,7 @@ Error ToAddress(const std::string& path, sockaddr_un* address) {
 
 }  // namespace
 
-int Deadline::RemainingMs() const {
+int Deadline::Remaining_ms() const {
   using std::chrono::milliseconds;
   const auto remaining =
       std::chrono::ceil<milliseconds>(end_ - std::chrono::steady_clock::now()).count();
@@ -64,13 +64,13 @@ int Deadline::RemainingMs() const {
 std::string SocketPath(const std::string& app_path) {
   // The name of the program for people, a hash of its path since that may be longer than a socket's
   // name and programs may share a name.
-  constexpr std::size_t kNameBytes = 32;
+  constexpr std::size_t kName_bytes = 32;
   unsigned char hash[crypto_generichash_BYTES_MIN];
   char digits[2 * sizeof hash + 1];
   crypto_generichash(hash, sizeof hash, reinterpret_cast<const unsigned char*>(app_path.data()),
                      app_path.size(), nullptr, 0);
   sodium_bin2hex(digits, sizeof digits, hash, sizeof hash);
-  const std::string name = app_path.substr(app_path.rfind('/') + 1, kNameBytes);
+  const std::string name = app_path.substr(app_path.rfind('/') + 1, kName_bytes);
   return std::string(kTaskFolder) + "/" + name + "-" + digits + ".sock";
 }
 
@@ -87,9 +87,9 @@ Error Connect(int socket, const std::string& path, const Deadline& deadline) {
       return {};
     }
     // Where too many callers wait already, a Unix socket offers nothing to wait for.
-    const bool busy = errno == EAGAIN && deadline.RemainingMs() > 0;
+    const bool busy = errno == EAGAIN && deadline.Remaining_ms() > 0;
     if (!busy && errno != EINTR) return Error::System(errno, "cannot connect to " + path);
-    if (busy) poll(nullptr, 0, std::min(deadline.RemainingMs(), 10));
+    if (busy) poll(nullptr, 0, std::min(deadline.Remaining_ms(), 10));
   }
 }
 

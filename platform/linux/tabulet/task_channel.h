@@ -15,7 +15,7 @@
 namespace saltmoor::platform {
 
 inline constexpr char kTaskFolder[] = "/tmp/tabulet-tasks";
-inline constexpr std::uint32_t kMaxRequestBytes = 1 << 20;
+inline constexpr std::uint32_t kMaxRequest_bytes = 1 << 20;
 
 /// Goes before the bytes of a request. The answer is one std::int32_t.
 struct RequestHead {
@@ -32,7 +32,7 @@ class Deadline {
   explicit Deadline(int timeout_ms)
       : end_(std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms)) {}
   /// Never negative.
-  int RemainingMs() const;
+  int Remaining_ms() const;
 
  private:
   std::chrono::steady_clock::time_point end_;

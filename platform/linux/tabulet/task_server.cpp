@@ -23,7 +23,7 @@ using saltmoor::platform::Deadline;
 using saltmoor::platform::Error;
 using saltmoor::platform::FolderLock;
 using saltmoor::platform::Guarded;
-using saltmoor::platform::kMaxRequestBytes;
+using saltmoor::platform::kMaxRequest_bytes;
 using saltmoor::platform::kTaskFolder;
 using saltmoor::platform::Log;
 using saltmoor::platform::LogLevel;
@@ -135,7 +135,7 @@ Error TaskServer::Impl::ServeRequest(int caller) {
   const Deadline deadline(kCallerTimeout_ms);
   RequestHead head;
   if (Error error = ReceiveAll(caller, &head, sizeof head, deadline, stop_.get())) return error;
-  if (head.mark != RequestHead::kMark || head.size_bytes > kMaxRequestBytes) {
+  if (head.mark != RequestHead::kMark || head.size_bytes > kMaxRequest_bytes) {
     return Error::Data("a caller sent what is no request");
   }
   std::string data(head.size_bytes, '\0');

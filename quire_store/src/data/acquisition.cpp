@@ -24,14 +24,14 @@ bool IndirectAcquisition::addChild(Object* child) {
 namespace saltmoor::quire {
 namespace {
 
-constexpr std::size_t kMaxFormatBytes = 63;
+constexpr std::size_t kMaxFormat_bytes = 63;
 
 std::string UpperCase(const std::string& text) {
-  const std::string cut = text.substr(0, kMaxFormatBytes);
+  const std::string cut = text.substr(0, kMaxFormat_bytes);
   int length = 0;
   const std::unique_ptr<char, decltype(&std::free)> upper(utf_toupper_ext(cut.c_str(), &length),
                                                           &std::free);
-  return upper && length > 0 ? std::string(upper.get()).substr(0, kMaxFormatBytes) : cut;
+  return upper && length > 0 ? std::string(upper.get()).substr(0, kMaxFormat_bytes) : cut;
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ namespace {
 
 using utilities::HttpRequest;
 
-constexpr unsigned kTimeoutS = 30;
+constexpr unsigned kTimeout_s = 30;
 constexpr char kSigningData[] = "Tw3kH-pL";
 constexpr char kSource[] = "quire_store/src/data/server_api";
 
@@ -90,7 +90,8 @@ std::optional<Json::Value> Perform(HttpRequest& request, const Call& call) {
   request.SetFollowRedirects(true);
   long status = 0;
   std::vector<char> body;
-  const int err = utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeoutS);
+  const int err =
+      utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
   if (err != 0) {
     Log(kLogError, {kSource, call.line, call.function}, FailedCondition("0 == err", call.returned));
     return std::nullopt;

@@ -20,7 +20,7 @@
 namespace saltmoor::quire {
 namespace {
 
-constexpr std::uint32_t kConfigurationLifeS = 1800;
+constexpr std::uint32_t kConfigurationLife_s = 1800;
 
 int NowInSeconds() {
   timeval now{};
@@ -31,7 +31,7 @@ int NowInSeconds() {
 // A time in the future counts as very long ago: the difference has no sign.
 bool IsFresh(int update_time_s, int now_s) {
   return static_cast<std::uint32_t>(now_s) - static_cast<std::uint32_t>(update_time_s) <=
-         kConfigurationLifeS;
+         kConfigurationLife_s;
 }
 
 bool ReadCachedConfiguration(Json::Value& json) {

@@ -14,7 +14,7 @@ namespace saltmoor::quire {
 namespace {
 
 constexpr int kConnectedBits = 0xF00;
-constexpr useconds_t kPollPeriodUs = 5'000'000;
+constexpr useconds_t kPollPeriod_us = 5'000'000;
 
 constexpr char kSource[] = "quire_store/src/data/store_manager";
 constexpr char kStartPayment[] =
@@ -106,7 +106,7 @@ ServerApi::Result StoreManager::CheckPaymentResult() {
     if (check.status == ChekResult::kInProgress || check.status == ChekResult::kFailure) {
       return ServerApi::Result(ServerApi::kFailed);
     }
-    usleep(kPollPeriodUs);
+    usleep(kPollPeriod_us);
     paid = check.status == ChekResult::kSuccess;
   }
 

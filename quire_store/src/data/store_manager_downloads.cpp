@@ -25,13 +25,13 @@ constexpr LogPlace kFinishing{"quire_store/src/data/store_manager", 512,
                               "int saltmoor::quire::StoreManager::CheckDownloadState()"};
 
 constexpr int kErrorIcon = 4;
-constexpr int kErrorShownMs = 7000;
+constexpr int kErrorShown_ms = 7000;
 constexpr int kScanRequest = 84;
-constexpr int kScanTimeoutMs = 2000;
-constexpr useconds_t kScanPauseUs = 200'000;
+constexpr int kScanTimeout_ms = 2000;
+constexpr useconds_t kScanPause_us = 200'000;
 
 void ShowDownloadError() {
-  Message(kErrorIcon, "@DownloadError", "@DownloadError", kErrorShownMs);
+  Message(kErrorIcon, "@DownloadError", "@DownloadError", kErrorShown_ms);
 }
 
 void TellScanner() {
@@ -39,8 +39,8 @@ void TellScanner() {
   if (scanner == -1) return;
   const std::string request = std::string("-scan:") + paths::kDownloads;
   SendRequestTo(scanner, kScanRequest, request.data(), static_cast<int>(request.size()), 0,
-                kScanTimeoutMs);
-  usleep(kScanPauseUs);
+                kScanTimeout_ms);
+  usleep(kScanPause_us);
 }
 
 std::string ExtensionOf(const std::string& path) {
