@@ -64,7 +64,10 @@ void TestSite::Start() {
 
 Environment TestSite::Settings() const {
   const std::string here = ":127.0.0.1:" + std::to_string(port_);
-  return {{"TABULET_CONNECT_TO", "shop.test:80" + here + ",shop.test:443" + here}};
+  const std::string nobody = "http://127.0.0.1:9";  // a proxy that no browser may ask
+  return {{"TABULET_CONNECT_TO", "shop.test:80" + here + ",shop.test:443" + here},
+          {"http_proxy", nobody},
+          {"https_proxy", nobody}};
 }
 
 }  // namespace tests
