@@ -60,9 +60,11 @@ int ExplainUsage(const CLI::App& cli, const CLI::ParseError& error) {
   for (const CLI::App* at = command; at->get_parent() != nullptr; at = at->get_parent()) {
     name.insert(5, " " + at->get_name());
   }
-  if (const auto further = command->get_subcommands({}); !further.empty()) {
+  const bool is_half = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
+                       command != &cli && !command->get_subcommands({}).empty();
+  if (is_half) {
     std::string choices;
-    for (const CLI::App* each : further) {
+    for (const CLI::App* each : command->get_subcommands({})) {
       choices += (choices.empty() ? "\"" : " or \"") + name + " " + each->get_name() + "\"";
     }
     PrintFailure("Say which: " + choices + ".");
