@@ -12,7 +12,8 @@ if(QUIRE_SANITIZE)
   add_link_options(-fsanitize=${QUIRE_SANITIZE})
 endif()
 
-# quire_target(<target> [STANDARD <17|20>]): warnings, standard and visibility.
+# quire_target(<target> [STANDARD <17|20>]): warnings, standard and visibility; for an executable also the
+# definition QUIRE_VERSION, the project's version as a string literal.
 function(quire_target target)
   cmake_parse_arguments(ARG "" "STANDARD" "" ${ARGN})
   if(NOT ARG_STANDARD)
@@ -21,6 +22,10 @@ function(quire_target target)
   set_target_properties(${target} PROPERTIES
     CXX_STANDARD ${ARG_STANDARD} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL EXECUTABLE)
+    target_compile_definitions(${target} PRIVATE QUIRE_VERSION="${quire_VERSION}")
+  endif()
   # Books above 2 GiB, also where a long has 32 bits.
   target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   target_compile_options(${target} PRIVATE
