@@ -1,20 +1,22 @@
-# quire_check_headers(<target> <folder>...): compiles each header of the folders by itself, as C++17 and as
-# the first and only thing that a source includes, so that none leans on another one's includes. What the
-# headers need is linked to <target>, an object library that is part of every build.
+# quire_check_headers(<target> LIBRARIES <library>... DIRECTORIES <directory>...): an object library <target>
+# that compiles each header of the directories as C++17, as the first and only include of a source file, so
+# that no header depends on what another one includes.
 function(quire_check_headers target)
+  cmake_parse_arguments(ARG "" "" "LIBRARIES;DIRECTORIES" ${ARGN})
   set(sources)
-  foreach(folder IN LISTS ARGN)
-    cmake_path(ABSOLUTE_PATH folder)
-    file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${folder} ${folder}/*.h)
+  foreach(directory IN LISTS ARG_DIRECTORIES)
+    cmake_path(ABSOLUTE_PATH directory)
+    file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${directory} ${directory}/*.h)
     if(NOT headers)
-      message(FATAL_ERROR "quire_check_headers: there is no header in ${folder}")
+      message(FATAL_ERROR "quire_check_headers: no header in ${directory}")
     endif()
     foreach(header IN LISTS headers)
       set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}/${header}.cpp)
-      file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${folder}/${header}\"\n")
+      file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${directory}/${header}\"\n")
       list(APPEND sources ${source})
     endforeach()
   endforeach()
   add_library(${target} OBJECT ${sources})
   quire_target(${target} STANDARD 17)
+  target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES})
 endfunction()
