@@ -10,6 +10,9 @@
 #include "platform/linux/common/settings.h"
 
 namespace saltmoor::platform {
+
+using saltmoor::utilities::HttpRequestRunner;
+
 namespace {
 
 constexpr long kMostRedirects = 10;
@@ -203,6 +206,46 @@ const char* Transfer::Header(const char* name) const {
   return code == CURLHE_OK ? header->value : nullptr;
 }
 
+bool Transfer::IsRefusedRedirect(CURLcode code) const {
+  // libcurl has the same code for an answer that is not HTTP.
+  return refusal_ == Refusal::kClearText ||
+         (code == CURLE_UNSUPPORTED_PROTOCOL && Status() / 100 == 3);
+}
+
+HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
+  if (refusal_ == Refusal::kSecondSending) return HttpRequestRunner::kConnectionLost;
+  if (IsRefusedRedirect(code)) return HttpRequestRunner::kRedirectRefused;
+  switch (code) {
+    case CURLE_URL_MALFORMAT:
+      return origin_.empty() ? HttpRequestRunner::kInvalidRequest
+                             : HttpRequestRunner::kRedirectRefused;
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return HttpRequestRunner::kNameNotFound;
+    case CURLE_COULDNT_CONNECT:
+      return HttpRequestRunner::kConnectionRefused;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_BAD_CONTENT_ENCODING:
+      return HttpRequestRunner::kInvalidAnswer;
+    case CURLE_OPERATION_TIMEDOUT:
+      return HttpRequestRunner::kTimedOut;
+    case CURLE_SSL_CONNECT_ERROR:
+      return HttpRequestRunner::kTlsFailed;
+    case CURLE_TOO_MANY_REDIRECTS:
+      return HttpRequestRunner::kRedirectRefused;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+      return HttpRequestRunner::kConnectionLost;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+      return HttpRequestRunner::kCertificateNotTrusted;
+    default:
+      return HttpRequestRunner::kOther;
+  }
+}
+
 std::string Transfer::Explain(CURLcode code) const {
   switch (refusal_) {
     case Refusal::kSecondSending:
@@ -216,7 +259,7 @@ std::string Transfer::Explain(CURLcode code) const {
   if (code == CURLE_URL_MALFORMAT && origin_.empty()) {
     return "the address is not an absolute http or https address";
   }
-  if (code == CURLE_UNSUPPORTED_PROTOCOL) {
+  if (IsRefusedRedirect(code)) {
     return "the server redirects to an address that is not followed: only https is, and http where "
            "the request was http itself";
   }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/linux/common/error.h"
+#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 
@@ -68,6 +69,8 @@ class Transfer {
   std::int64_t ContentLength() const;
   /// A field of the last answer's head, or null; valid until the next call.
   const char* Header(const char* name) const;
+  /// What Perform's result means to a caller of the contract.
+  saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;
   /// What Perform's result means, in words and with a mend where there is one.
   std::string Explain(CURLcode code) const;
 
@@ -79,6 +82,7 @@ class Transfer {
  private:
   enum class Refusal { kNone, kSecondSending, kClearText };
 
+  bool IsRefusedRedirect(CURLcode code) const;
   static int BeforeSending(void* self, char* remote_ip, char* local_ip, int remote_port,
                            int local_port);
 

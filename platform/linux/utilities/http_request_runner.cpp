@@ -52,7 +52,7 @@ long Milliseconds(unsigned timeout_s) {
 Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
   const bool post = request.GetMethod() == "POST";
   if (!post && (request.GetMethod() != "GET" || !request.GetPostParams().empty())) {
-    return Error::Transfer(CURLE_BAD_FUNCTION_ARGUMENT,
+    return Error::Transfer(HttpRequestRunner::kInvalidRequest,
                            "a request is a POST, or a GET without a form");
   }
   Transfer transfer;
@@ -72,10 +72,13 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
   const CURLcode code = transfer.Perform();
   answer->status = transfer.Status();
   if (code == CURLE_OK) return {};
-  const std::string reason =
-      answer->too_large ? "the answer is larger than 64 MiB" : transfer.Explain(code);
-  return Error::Transfer(
-      code, request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: " + reason);
+  const std::string what =
+      request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: ";
+  if (answer->too_large) {
+    return Error::Transfer(HttpRequestRunner::kAnswerTooLarge,
+                           what + "the answer is larger than 64 MiB");
+  }
+  return Error::Transfer(transfer.Classify(code), what + transfer.Explain(code));
 }
 
 }  // namespace
@@ -85,7 +88,7 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   if (status) *status = 0;
   if (body) body->clear();
   Answer answer;
-  if (const Error error = Perform(request, timeout_s, &answer)) {
+  if (const platform::Error error = Perform(request, timeout_s, &answer)) {
     platform::Log(platform::LogLevel::kError, error.text());
     return error.code();
   }
@@ -93,7 +96,7 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   if (body) *body = std::move(answer.body);
   return 0;
 } catch (const std::exception&) {
-  return CURLE_OUT_OF_MEMORY;
+  return kOther;
 }
 
 }  // namespace saltmoor::utilities
