@@ -48,7 +48,7 @@ class Transfer {
 
   /// Sets the address, which must be absolute, http or https. Blanks and bytes above 127 in it are
   /// encoded.
-  void SetAddress(const std::string& address);
+  void SetUrl(const std::string& address);
 
   /// Sets a libcurl option. The first that libcurl refuses makes Perform fail.
   template <typename Value>
@@ -83,8 +83,8 @@ class Transfer {
   enum class Refusal { kNone, kSecondSending, kClearText };
 
   bool IsRefusedRedirect(CURLcode code) const;
-  static int BeforeSending(void* self, char* remote_ip, char* local_ip, int remote_port,
-                           int local_port);
+  static int OnBeforeSend(void* self, char* remote_ip, char* local_ip, int remote_port,
+                          int local_port);
 
   CURL* const handle_;
   CURLcode setup_ = CURLE_OK;
@@ -94,7 +94,7 @@ class Transfer {
   char error_[CURL_ERROR_SIZE] = "";
   bool send_once_ = false;
   bool was_encrypted_ = false;
-  int sendings_ = 0;
+  int send_count_ = 0;
   Refusal refusal_ = Refusal::kNone;
 };
 

@@ -15,7 +15,7 @@ using platform::EncodeFields;
 using platform::Error;
 using platform::Transfer;
 
-constexpr std::size_t kLargestBody_bytes = std::size_t{64} << 20;
+constexpr std::size_t kMaxBody_bytes = std::size_t{64} << 20;
 
 struct Answer {
   int status = 0;
@@ -26,7 +26,7 @@ struct Answer {
 /// Called by libcurl with the next bytes of the answer, unpacked.
 std::size_t Receive(char* bytes, std::size_t, std::size_t size, void* target) noexcept {
   Answer& answer = *static_cast<Answer*>(target);
-  answer.too_large = size > kLargestBody_bytes - answer.body.size();
+  answer.too_large = size > kMaxBody_bytes - answer.body.size();
   if (answer.too_large) return 0;
   try {
     answer.body.insert(answer.body.end(), bytes, bytes + size);
@@ -56,7 +56,7 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
                            "a request is a POST, or a GET without a form");
   }
   Transfer transfer;
-  transfer.SetAddress(WithQuery(request));
+  transfer.SetUrl(WithQuery(request));
   const std::string form = EncodeFields(request.GetPostParams());
   if (post) {
     transfer.Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form.size()));
@@ -89,7 +89,7 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   if (body) body->clear();
   Answer answer;
   if (const platform::Error error = Perform(request, timeout_s, &answer)) {
-    platform::Log(platform::LogLevel::kError, error.text());
+    platform::Log(platform::LogLevel::kError, error.message());
     return error.code();
   }
   if (status) *status = answer.status;
