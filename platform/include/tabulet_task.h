@@ -1,5 +1,5 @@
 /// \file
-/// The other side of FindTaskByAppName and SendRequestTo: what a program needs to be a task.
+/// The receiving side of FindTaskByAppName and SendRequestTo: what a program needs to be a task.
 
 #ifndef TABULET_TASK_H_
 #define TABULET_TASK_H_
@@ -10,36 +10,36 @@
 
 namespace tabulet {
 
-/// Makes the program findable as a task and answers the requests that are sent to it. Construction
-/// and Run() belong on one thread; no member but Stop() may be called while Run() is running.
+/// Registers the program as a task and answers the requests that are sent to it. Not thread-safe,
+/// except for Stop().
 class TaskServer {
  public:
-  /// Answers one request.
-  /// \param request  the code that the caller sent.
-  /// \param data  the bytes that came with it.
-  /// \return the answer, 0 or above. A negative one, and an exception, reach the caller as -1.
+  /// Handles one request.
+  /// \param request  the code of the request.
+  /// \param data  the bytes of the request.
+  /// \return the answer, 0 or above. The caller receives -1 for a negative answer or an exception.
   using Handler = std::function<int(int request, const std::string& data)>;
 
-  /// Prepares the task; it is not to be found before Run().
-  /// \param app_path  the path of the program as callers know it, such as
-  ///     "/ebrmain/bin/scanner.app", whatever file is really run.
-  /// \param handler  called on the thread of Run(), one request at a time. While it works, further
-  ///     callers wait; a caller that has stopped waiting does not stop it.
+  /// Creates a task, which can be found only while Run() is running.
+  /// \param app_path  the path by which callers find the task, such as "/ebrmain/bin/scanner.app",
+  ///     whatever file is executed.
+  /// \param handler  called on the thread of Run(), one request at a time. Other callers wait
+  ///     meanwhile. A caller's time-out does not interrupt it.
   TaskServer(const std::string& app_path, Handler handler);
 
-  /// Run() must have returned.
+  /// Must not be called while Run() is running.
   ~TaskServer();
 
   TaskServer(const TaskServer&) = delete;
   TaskServer& operator=(const TaskServer&) = delete;
 
-  /// Serves until Stop(). A failure is logged. Throws nothing.
-  /// \return 0 after Stop(); -1 when the program is already running as a task or its place in the
-  ///     device's /tmp cannot be made.
+  /// Handles requests until Stop() is called. Throws nothing.
+  /// \return 0 after Stop(); -1 if the task is already running or its socket cannot be created,
+  ///     which is logged.
   int Run();
 
-  /// Makes Run() return once the request in work is answered; a Run() that is still to come returns
-  /// at once. May be called on any thread and in a signal handler.
+  /// Makes Run() return after the request in progress; a later Run() returns immediately.
+  /// Thread-safe and async-signal-safe.
   void Stop() noexcept;
 
  private:

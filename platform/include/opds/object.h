@@ -5,28 +5,28 @@
 #include <cstdint>
 #include <string>
 
-/// The model of an OPDS catalogue: elements that a parser builds and joins into a tree.
+/// The elements of an OPDS catalogue, which a parser builds and joins into a tree.
 namespace OPDS {
 
-/// An element's attributes: name to value, as the parser read them.
+/// The attributes of an element: name to value, as parsed.
 using AttributeMap = boost::unordered_map<std::string, std::string>;
 
-/// Base of every element of a catalogue. An element belongs on one thread at a time.
+/// Base class of all elements of a catalogue. Not thread-safe.
 class Object {
  public:
-  /// \param code  the element's kind code; each class has its own.
+  /// \param code  the kind of the element; each class has its own code.
   explicit Object(std::int32_t code) : kind(code) {}
 
-  std::int32_t kind;  ///< what class the element is of
+  std::int32_t kind;  ///< the class of the element
 
   virtual ~Object() = default;
 
-  /// Offers a child element.
-  /// \return true when this element took it over and will delete it; false when it stays the
-  ///     caller's, as here.
+  /// Adds a child element. The base class refuses every child.
+  /// \param child  owned by this element if the call returns true, otherwise by the caller.
+  /// \return whether the child was added.
   virtual bool addChild(Object* /*child*/) { return false; }
 
-  /// Offers text that stands in the element. Ignored here.
+  /// Appends to the text content of the element. The base class ignores it.
   virtual void appendContent(const std::string& /*text*/) {}
 };
 

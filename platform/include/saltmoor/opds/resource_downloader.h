@@ -9,45 +9,47 @@
 
 namespace saltmoor::opds {
 
-/// Watches a download. No such observer exists yet: the argument is always null.
+/// Observes a download. Reserved: the argument is always null.
 class IDownloadObserver;
 
-/// Downloads files into one folder, one at a time. Copies share the state of one engine.
+/// Downloads files into one directory, one at a time. Copies of an object share its state.
+/// Thread-safe, except that only one thread at a time may call DownloadResource.
 ///
-/// A file grows as `NAME.part` and gets its name only when it is whole: a short answer, a full disk
-/// or a status other than 200 and 206 is a failure and leaves nothing under NAME. A part is gone on
-/// with by a range request when it belongs to the same address and the server still has the same
-/// version; otherwise the download starts anew.
+/// A download is written to `NAME.part` and renamed to `NAME` when it is complete. A short answer,
+/// a full disk or a status other than 200 and 206 is a failure and leaves no file `NAME`. A partial
+/// file of the same URL is resumed with a range request if the server still has the same version;
+/// otherwise the download starts again from the first byte.
 class ResourceDownloader {
  public:
-  /// \param folder  without a closing slash; made on the first download when it is missing.
+  /// \param folder  a directory, without a trailing slash; the first download creates it if it is
+  ///     missing.
+  /// \param observer  null.
   ResourceDownloader(const std::string& folder, IDownloadObserver* observer);
 
-  /// Downloads `url` into the folder as `file_name` and waits for the end. There is no limit on the
-  /// whole, but 30 seconds without a byte are a failure that may pass, and such failures are tried
-  /// a few times before the call gives up.
+  /// Downloads `url` to the file `file_name` and waits until the download has ended. The total time
+  /// is not limited; 30 seconds without a byte are a transient failure. After a transient failure
+  /// the call tries again, a limited number of times.
   ///
-  /// May be called on any thread, by one thread at a time.
-  /// \param file_name  without a folder; it is cut, keeping its extension, where it is longer than
-  ///     the file system allows. An existing file of that name is replaced at the very end.
-  /// \param progress  called on the same thread with the percentage, 0 to 100; may be empty, and
+  /// \param file_name  without a directory. A name that is too long for the file system is
+  ///     truncated before its extension. On success the file replaces an existing one of that name.
+  /// \param progress  called on the calling thread with the percentage, 0 to 100. May be empty;
   ///     must not throw.
-  /// \return 0 on success; otherwise a number above 0 that GetStatusInfo explains.
+  /// \return 0 on success; otherwise a number above 0, with details in GetStatusInfo. The reason is
+  ///     logged.
   int DownloadResource(const std::string& url, const std::string& file_name,
                        std::function<void(int)> progress);
 
-  /// How far the running download is. From any thread; every pointer may be null.
-  /// \param active  whether one runs.
-  /// \param name  its file name.
-  /// \param total,done  of the whole file, in one unit that fits both into an int: bytes up to
-  ///     2 GiB, larger units above. `total` is 0 while the size is unknown.
+  /// Reports the progress of the current download, or of the last one. Every pointer may be null.
+  /// \param active  receives whether a download is running.
+  /// \param name  receives its file name.
+  /// \param total,done  receive the size of the file and the size of what has arrived, in one unit:
+  ///     bytes up to 2 GiB, larger units above. `total` is 0 while the size is unknown.
   void GetProgress(bool* active, std::string* name, int* total, int* done);
 
-  /// The full path of the file of the last successful download; empty when there is none. From any
-  /// thread.
+  /// The full path of the file that the last successful download saved; empty if there is none.
   std::string GetSavedPath() const;
 
-  /// How the last download ended. From any thread.
+  /// The result of the last download.
   saltmoor::utilities::Downloader::StatusInfo GetStatusInfo() const;
 
  private:

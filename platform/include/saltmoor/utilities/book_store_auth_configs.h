@@ -3,10 +3,10 @@
 
 namespace saltmoor::utilities {
 
-/// The device's own record of which shops it is authorised for.
+/// The device's record of the shops that it is authorised for. Thread-safe.
 class BookStoreAuthConfigs {
  public:
-  /// Forgets the authorisation. Nothing to forget is no error, and a failure is only logged.
+  /// Deletes the record. A missing record is not an error; a failure is logged.
   static void logOut();
 };
 

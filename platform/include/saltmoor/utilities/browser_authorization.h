@@ -8,47 +8,46 @@
 
 namespace saltmoor::utilities {
 
-/// A session of the device's browser whose visited addresses an application watches: for log-ins
-/// and payments that happen on web pages.
+/// A session of the device's browser program. The application receives the URLs that the browser
+/// visits, for log-ins and payments on web pages.
 ///
-/// The browser program is run with the arguments and the address; it prints each address that it
-/// goes to, one a line, before loading it.
+/// The browser is run with the arguments and the URL. It prints each URL that it visits to standard
+/// output, one per line, before it loads the page.
 class BrowserAuthorization {
  public:
-  /// What an application hears of a session. The session calls it from a thread of its own, never
-  /// two calls at once, never after Start has returned, and never while it holds `mutex_`. A
-  /// handler must not throw.
+  /// Receives the events of a session. The calls come from a thread of the session, one at a time,
+  /// before Start returns and without `mutex_` held. A handler must not throw.
   class IEventHandler {
    public:
-    /// The browser goes to `url`.
+    /// The browser visits `url`.
     virtual void UrlChanged(const std::string& url) = 0;
-    /// The browser ended by itself, badly: a signal, an exit code other than 0. Does nothing here.
+    /// The browser exited with a code other than 0, or was killed by a signal. Does nothing by
+    /// default.
     virtual void BrowserError();
-    /// The user closed the browser, or it ended by itself with exit code 0.
+    /// The browser exited with code 0, as it does when the user closes it.
     virtual void BrowserClosed() = 0;
-    /// Called once a second while the session runs. Does nothing here.
-    /// \param seconds  since the session began.
+    /// Called once per second during the session. Does nothing by default.
+    /// \param seconds  since the start of the session.
     virtual void TimePassed(int seconds);
     virtual ~IEventHandler();
   };
 
-  /// \param name  of the session, for the log and the browser's window.
-  /// \param handler  stays the caller's and must outlive the session.
+  /// \param name  of the session, for the log.
+  /// \param handler  owned by the caller; must outlive the session.
   BrowserAuthorization(const std::string& name, IEventHandler* handler);
 
-  /// Runs the program at `browser_path_` with `args` and then `url`, and returns when the session
-  /// has ended: the browser ended, however it did, or `running_` went false, upon which the browser
-  /// is asked to end and after two seconds made to. Any thread; one session at a time.
-  /// \return 0 when the session ran; -1 when there is no such program, `url` is neither http nor
-  ///     https, or a session runs already. The reason is logged.
+  /// Runs the program at `browser_path_` with `args`, then `url`, and waits until the session has
+  /// ended: the browser exited, or `running_` became false. In the second case the browser is asked
+  /// to exit and is killed after two seconds. Thread-safe; one session at a time.
+  /// \return 0 if the session ran; -1 if the program cannot be run, `url` is neither http nor
+  ///     https, or another session is running. The reason is logged.
   int Start(const std::string& url, const std::vector<std::string>& args);
 
-  /// Brings the browser's window to the front, where the system can. Any thread; without a running
-  /// session it does nothing.
+  /// Raises the browser's window, if the system can. Does nothing without a session. Thread-safe.
   void SetFocus();
 
   std::mutex mutex_;          ///< guards `running_`
-  bool running_ = false;      ///< the session is live; set by Start, cleared by either side
+  bool running_ = false;      ///< set by Start; cleared by the session or by the application
   std::string browser_path_;  ///< the program; set before Start
 
  private:

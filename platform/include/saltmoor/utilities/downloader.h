@@ -6,17 +6,17 @@
 
 namespace saltmoor::utilities {
 
-/// What is common to the downloads of the platform.
+/// Types that all downloads of the platform share.
 class Downloader {
  public:
-  /// How a download ended.
+  /// The result of a download.
   struct StatusInfo {
-    std::int32_t code = 0;         ///< 0 success, else the transport's error
-    std::int64_t size = 0;         ///< bytes of the whole file; 0 when unknown
-    std::int32_t http_status = 0;  ///< of the last answer; 0 when none came
-    std::string url;               ///< the address asked for
-    std::string content_type;      ///< as the server sent it, parameters included
-    std::string error;             ///< for people; empty on success
+    std::int32_t code = 0;         ///< 0 on success, otherwise above 0
+    std::int64_t size = 0;         ///< of the whole file, in bytes; 0 if unknown
+    std::int32_t http_status = 0;  ///< of the last answer; 0 if there was none
+    std::string url;               ///< as requested
+    std::string content_type;      ///< as received, with its parameters
+    std::string error;             ///< the reason, for a person; empty on success
   };
 };
 

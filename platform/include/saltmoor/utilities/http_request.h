@@ -7,41 +7,42 @@
 
 namespace saltmoor::utilities {
 
-/// One HTTP request, before it is performed: a method, an address and parameters. A plain value;
-/// an object belongs on one thread at a time. HttpRequestRunner performs it.
+/// An HTTP request: a method, a URL and parameters. HttpRequestRunner performs it. A copyable
+/// value; not thread-safe.
 class HttpRequest {
  public:
-  /// Names and values, in the order in which they were added; a name may occur more than once.
+  /// Names and values in the order in which they were added. A name may occur more than once.
   using Parameters = std::vector<std::pair<std::string, std::string>>;
 
-  /// Neither is checked here: performing a request with a bad one fails.
+  /// Does not validate its arguments: performing an invalid request fails.
   /// \param method  "GET" or "POST".
   /// \param url  absolute, http or https.
   HttpRequest(const std::string& method, const std::string& url);
 
-  /// Adds a field of the query string. When the request is performed, names and values are
-  /// percent-encoded but for letters, digits and `-._~`, as the signature has them.
+  /// Adds a parameter to the query string. When the request is performed, names and values are
+  /// percent-encoded except for letters, digits and `-._~`, as in the signature.
   void AddGetParam(const std::string& key, const std::string& value);
-  /// The same for a number, as its decimal digits.
+  /// Adds a number in decimal digits.
   void AddGetParam(const std::string& key, int value);
 
-  /// Adds a field of the form that is a POST's body, encoded in the same way.
+  /// Adds a parameter to the form in the body of a POST, encoded like the query string.
   void AddPostParam(const std::string& key, const std::string& value);
-  /// The same for a number, as its decimal digits.
+  /// Adds a number in decimal digits.
   void AddPostParam(const std::string& key, int value);
 
-  /// Whether the runner follows redirects. Off by default.
+  /// Sets whether the runner follows redirects; by default it does not.
   void SetFollowRedirects(bool on);
 
-  /// The method as given. What this and the next calls return is valid until the request changes.
+  /// The method as given. The references that this and the next calls return are valid until the
+  /// request changes.
   const std::string& GetMethod() const;
-  /// The address as given, without the fields added with AddGetParam.
+  /// The URL as given, without the parameters of AddGetParam.
   const std::string& GetUrl() const;
-  /// What SetFollowRedirects set.
+  /// Whether the runner follows redirects.
   bool GetFollowRedirects() const;
-  /// What AddGetParam added, not encoded.
+  /// The parameters of AddGetParam, not encoded.
   const Parameters& GetGetParams() const;
-  /// What AddPostParam added, not encoded.
+  /// The parameters of AddPostParam, not encoded.
   const Parameters& GetPostParams() const;
 
  private:

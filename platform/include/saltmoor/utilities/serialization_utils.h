@@ -5,11 +5,11 @@
 
 namespace saltmoor::utilities {
 
-/// Text helpers. Any thread.
+/// String helpers. Thread-safe.
 class SerializationUtils {
  public:
-  /// The text without the white space at its two ends: blank, tab, line feed, vertical tab, form
-  /// feed and carriage return, whatever the locale.
+  /// Removes white space from both ends: space, tab, line feed, vertical tab, form feed and
+  /// carriage return. Independent of the locale.
   static std::string trim(const std::string& text);
 };
 

@@ -7,21 +7,22 @@
 
 namespace saltmoor::utilities {
 
-/// Signs requests to the maker's services. Any thread.
+/// Signs requests to the manufacturer's services. Thread-safe.
 class Signature {
  public:
-  /// A fresh random text of 32 hexadecimal digits, fit for use once. Empty when the system has no
-  /// randomness to give.
+  /// Returns 32 random hexadecimal digits, for one use. Empty if the system has no source of
+  /// randomness; the failure is logged.
   static std::string GenerateNonce();
 
-  /// The signature of a request as it stands: lower-case hexadecimal HMAC-SHA-256, under `key`,
-  /// over the lines
+  /// Returns the signature of a request in its present state: the HMAC-SHA-256 under `key`, in
+  /// lower-case hexadecimal digits, of the lines
   ///
   ///     METHOD "\n" URL "\n" QUERY "\n" FORM "\n" SALT
   ///
-  /// where QUERY and FORM are the parameters in the order added, `key=value` joined by `&`, names
-  /// and values percent-encoded but for letters, digits and `-._~`.
+  /// QUERY and FORM are the parameters in the order in which they were added, `key=value` joined by
+  /// `&`. Names and values are percent-encoded except for letters, digits and `-._~`.
   /// \param salt  may be empty.
+  /// \return an empty string on failure, which is logged.
   static std::string CreateSignature(const HttpRequest& request, const std::string& salt,
                                      const std::string& key);
 };

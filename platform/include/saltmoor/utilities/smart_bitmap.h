@@ -7,8 +7,8 @@ struct ibitmap_s;
 
 namespace saltmoor::utilities {
 
-/// A bitmap by value: empty when default-constructed; copies share the same pixels, which nothing
-/// changes.
+/// A bitmap with value semantics. A default-constructed one is empty; copies share their immutable
+/// pixels.
 class SmartBitmap {
  private:
   std::shared_ptr<const ibitmap_s> pixels_;

@@ -3,15 +3,16 @@
 
 namespace saltmoor::utilities {
 
-/// Derives an application's signing key from its data string. The data string is kept per thread,
-/// so that two threads cannot mix up their keys.
+/// Derives an application's signing key from its data string. Thread-safe: each thread has its own
+/// data string and key.
 class TevUtilities {
  public:
-  /// Sets this thread's data string. It is copied; null counts as the empty text.
+  /// Sets the data string of the calling thread. The string is copied; null counts as empty.
   static void SetSha0Data(const char* data);
 
-  /// The key for this thread's data string: the lower-case hexadecimal SHA-256 of it. (The name is
-  /// older than the algorithm.) Never null; valid until this thread calls it again.
+  /// Returns the key for the data string of the calling thread: its SHA-256 in lower-case
+  /// hexadecimal digits. (The name is older than the algorithm.) Never null; empty on failure,
+  /// which is logged. Valid until the same thread calls again.
   static const char* SHA0BadCrypt();
 };
 

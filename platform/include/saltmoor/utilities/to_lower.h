@@ -5,7 +5,8 @@
 
 namespace saltmoor::utilities {
 
-/// The text with the letters A to Z in lower case, whatever the locale; every other byte stays.
+/// Converts the letters A to Z to lower case; other bytes are unchanged. Independent of the locale.
+/// Thread-safe.
 std::string ToLower(const std::string& text);
 
 }  // namespace saltmoor::utilities

@@ -6,19 +6,18 @@
 
 namespace saltmoor::utilities {
 
-/// A web address, taken apart. Any text is allowed and nothing throws. An object belongs on one
-/// thread at a time.
+/// The query part of a URL. Accepts every string. Not thread-safe.
 class Url {
  public:
-  /// Takes a copy of the address apart; it is not checked.
+  /// Parses `address`, which is not validated.
   explicit Url(const std::string& address);
 
-  /// What stands between the first '?' and the fragment ('#'), still encoded; empty when there is
-  /// no query.
+  /// The part between the first '?' and the fragment ('#'), still encoded; empty if there is none.
   std::string GetQuery() const;
 
-  /// Splits a query into its fields, decoded ('+' is a blank, a broken escape stays as it is). A
-  /// field without '=' has an empty value; of fields with one name the first counts.
+  /// Splits a query into decoded fields. '+' is decoded as a space; an invalid escape is unchanged.
+  /// A field without '=' has an empty value. If a name occurs more than once, the first field
+  /// counts.
   static std::map<std::string, std::string> ParseQuery(const std::string& query);
 
  private:
