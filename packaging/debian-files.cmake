@@ -1,5 +1,5 @@
-# Run by CPack on the folders that it is about to pack, one for each component: what Debian wants in a
-# package beyond what is installed.
+# CPack runs this on the directories that it packs, one per component: adds what Debian requires in a package
+# beyond the installed files.
 set(HEADERS_COMPILED_IN_pc-device libcli11-dev nlohmann-json3-dev)
 
 function(gzip file)
@@ -18,11 +18,11 @@ foreach(component library development pc-device)
   file(READ ${CMAKE_CURRENT_LIST_DIR}/copyright copyright)
   foreach(library IN LISTS HEADERS_COMPILED_IN_${component})
     file(READ /usr/share/doc/${library}/copyright notice)
-    string(APPEND copyright "\n\nParts of what Debian's ${library} holds are compiled in:\n\n${notice}")
+    string(APPEND copyright "\n\nParts of Debian's ${library} are compiled in:\n\n${notice}")
   endforeach()
   file(WRITE ${doc}/copyright "${copyright}")
 
-  # What lintian minds and is meant so.
+  # What lintian reports and is intended.
   file(COPY ${CMAKE_CURRENT_LIST_DIR}/lintian/${package} DESTINATION ${root}/share/lintian/overrides)
 
   file(GLOB pages ${root}/share/man/man*/*.[1-9])

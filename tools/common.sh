@@ -1,13 +1,12 @@
 # shellcheck shell=bash
-# What ./dev and its tools share. Sourced with $root, the project's folder, and for the shop with $bin,
-# the programs of the build.
+# Functions that ./dev and its tools share. open_shop needs $bin, the directory of the programs.
 
 if [[ -t 1 && -z ${NO_COLOR-} && ${TERM-dumb} != dumb ]]; then
   bold=$'\e[1m' dim=$'\e[2m' red=$'\e[31m' green=$'\e[32m' plain=$'\e[0m'
 else
   bold='' dim='' red='' green='' plain=''
 fi
-# shellcheck disable=SC2034  # for those who source this
+# shellcheck disable=SC2034  # for the scripts that source this
 readonly bold dim red green plain
 
 say() { printf "%s\n" "$@"; }
@@ -16,8 +15,7 @@ die() {
   exit 1
 }
 
-# become_root ELSE: sets as_root to what runs a command as root where it stands before it; where nothing does,
-# ends and says ELSE.
+# become_root MESSAGE: sets as_root to the prefix that runs a command as root; without one, dies with MESSAGE.
 become_root() {
   as_root=()
   ((EUID != 0)) || return 0
@@ -28,14 +26,14 @@ become_root() {
   fi
 }
 
-# tree_files FOLDER [PATTERN]: the project's own files, NUL-separated, without what builds leave; only
-# those whose path matches the extended regular expression.
+# tree_files DIRECTORY [PATTERN]: the project's own files, NUL-separated, without build directories; only those
+# whose path matches the extended regular expression.
 tree_files() {
   (cd "$1" && find . \( -path ./.git -o -path './build*' \) -prune \
     -o -regextype posix-extended -type f -regex "${2-.*}" -print0 | sort -z)
 }
 
-# script_files FOLDER: the shell scripts among them, by their first line, one a line.
+# script_files DIRECTORY: the shell scripts among them, by their first line, one per line.
 script_files() {
   tree_files "$1" | (
     cd "$1" || exit
@@ -43,8 +41,8 @@ script_files() {
   )
 }
 
-# open_shop LOG [OPTION…]: starts the devshop of the build in $bin, its messages to LOG; waits until it is
-# ready, exports what an application needs to reach it, and sets shop_pid.
+# open_shop LOG [OPTION…]: starts $bin/quire-devshop with its messages in LOG, waits until it is ready, exports
+# what an application needs to reach it, and sets shop_pid.
 open_shop() {
   local log=$1 key value
   shift
@@ -60,7 +58,7 @@ open_shop() {
   done
   close_shop
   [[ ! -f $log ]] || cat "$log" >&2
-  die 'the development shop did not get ready (its messages are above)'
+  die 'the development shop did not start (its messages are above)'
 }
 
 close_shop() {
