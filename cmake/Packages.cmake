@@ -1,4 +1,4 @@
-# What an installed project is made of, in three components, and the Debian package of each:
+# Everything that is installed belongs to one of three components, and each has its Debian package:
 #   library       libquire-store      the library
 #   development   libquire-store-dev  its headers, the CMake package, the pkg-config file
 #   pc-device     quire-pc-device     all the rest: the device for Linux, the shop, the application
@@ -32,9 +32,11 @@ if(NOT PROJECT_IS_TOP_LEVEL OR NOT QUIRE_BUILD_PC)
   return()
 endif()
 
-file(STRINGS ${PACKAGING}/changelog newest LIMIT_COUNT 1)
-if(NOT newest MATCHES "^quire \\(${PROJECT_VERSION}\\) ")
-  message(FATAL_ERROR "packaging/changelog begins with \"${newest}\"; add an entry for ${PROJECT_VERSION}")
+file(STRINGS ${PACKAGING}/changelog newest_package LIMIT_COUNT 1)
+file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md newest LIMIT_COUNT 1 REGEX "^## ")
+if(NOT newest_package MATCHES "^quire \\(${PROJECT_VERSION}\\) " OR NOT newest STREQUAL "## ${PROJECT_VERSION}")
+  message(FATAL_ERROR "The version is ${PROJECT_VERSION}, but packaging/changelog begins with "
+                      "\"${newest_package}\" and CHANGELOG.md with \"${newest}\"")
 endif()
 
 set(CPACK_GENERATOR DEB)

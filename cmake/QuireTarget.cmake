@@ -1,4 +1,4 @@
-# What all targets of the project share.
+# Settings that all targets of the project share.
 
 find_program(CCACHE ccache)
 if(PROJECT_IS_TOP_LEVEL AND CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
