@@ -59,12 +59,12 @@ set(same_version "(= ${PROJECT_VERSION})")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libquire-store)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-# A device brings its own platform. One without packages says so with an equivs package of that name.
+# A device has its own platform; one that is not packaged needs an equivs package of that name.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "quire-pc-device ${same_version} | saltmoor-platform")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PACKAGING}/triggers)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "store library of an e-reader
 An application logs a reader in with it, fills a cart, checks out and pays,
-lists the bought books and brings them onto the device.")
+lists the bought books and downloads them to the device.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libquire-store-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -72,8 +72,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libquire-store ${same_version}, libboost-dev, libjsoncpp-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "store library of an e-reader (development files)
-The headers of the library and of the device contract that it stands on, a
-CMake package and a pkg-config file, all named quire_store.")
+The headers of the library and of the device contract that it uses, a CMake
+package and a pkg-config file, all named quire_store.")
 
 set(CPACK_DEBIAN_PC-DEVICE_PACKAGE_NAME quire-pc-device)
 set(CPACK_DEBIAN_PC-DEVICE_PACKAGE_SECTION devel)
