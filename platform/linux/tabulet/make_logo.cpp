@@ -1,6 +1,5 @@
 /// \file
-/// Draws the logo of the payment browser, a quire of three sheets, as a BMP file:
-/// `make_logo PATH`.
+/// Writes the logo of the payment browser, three folded sheets, as a BMP file: `make_logo PATH`.
 
 #include <algorithm>
 #include <cmath>
@@ -11,7 +10,7 @@
 
 namespace {
 
-constexpr int kSize = 96;  // pixels, both ways
+constexpr int kSize = 96;  // pixels, width and height
 constexpr int kSamples = 4;
 
 struct Colour {
@@ -21,7 +20,7 @@ struct Colour {
 constexpr Colour kPaper{250, 248, 242};
 constexpr Colour kInk{31, 58, 95};
 
-/// Whether a point lies on one of the sheets, which are folded in the middle and lie in each other.
+/// Whether a point is on one of the sheets, which are folded in the middle and nested.
 bool IsOnSheet(double x, double y) {
   const double from_fold = std::abs(x - kSize / 2.0);
   if (from_fold > 38) return false;
@@ -57,14 +56,14 @@ std::string DrawBmp() {
   AppendNumber(&bmp, kHeader_bytes + kPixel_bytes, 4);
   AppendNumber(&bmp, 0, 4);
   AppendNumber(&bmp, kHeader_bytes, 4);
-  AppendNumber(&bmp, 40, 4);  // the second header's size
+  AppendNumber(&bmp, 40, 4);  // size of the second header
   AppendNumber(&bmp, kSize, 4);
   AppendNumber(&bmp, kSize, 4);
   AppendNumber(&bmp, 1, 2);   // planes
-  AppendNumber(&bmp, 24, 2);  // bits a pixel
+  AppendNumber(&bmp, 24, 2);  // bits per pixel
   AppendNumber(&bmp, 0, 4);   // no compression
   AppendNumber(&bmp, kPixel_bytes, 4);
-  AppendNumber(&bmp, 3780, 4);  // pixels a metre, both ways
+  AppendNumber(&bmp, 3780, 4);  // pixels per metre, both axes
   AppendNumber(&bmp, 3780, 4);
   AppendNumber(&bmp, 0, 4);
   AppendNumber(&bmp, 0, 4);
