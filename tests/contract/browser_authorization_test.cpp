@@ -6,7 +6,7 @@
 #include <functional>
 #include <thread>
 
-#include "support/device_folder.h"
+#include "support/test_directory.h"
 
 namespace {
 
@@ -17,9 +17,9 @@ using Lines = std::vector<std::string>;
 class Session : public BrowserAuthorization::IEventHandler {
  public:
   explicit Session(const std::string& script) {
-    WriteAll(folder / "browser", std::string("#!") + this_device::kShell + "\n" + script);
-    std::filesystem::permissions(folder / "browser", std::filesystem::perms::owner_all);
-    browser.browser_path_ = folder / "browser";
+    WriteAll(directory / "browser", std::string("#!") + this_device::kShell + "\n" + script);
+    std::filesystem::permissions(directory / "browser", std::filesystem::perms::owner_all);
+    browser.browser_path_ = directory / "browser";
   }
 
   int Run(const std::string& url = "https://shop.example/pay", const Lines& args = {}) {
@@ -52,7 +52,7 @@ class Session : public BrowserAuthorization::IEventHandler {
     return browser.running_;
   }
 
-  const DeviceFolder folder;
+  const TestDirectory directory;
   Lines events;
   std::vector<int> times;
   std::function<void()> on_time;
@@ -72,17 +72,17 @@ bool IsSilent(const std::string& file) {
   return ReadAll(file) == before;
 }
 
-TEST(BrowserSession, AddressesAreReportedUntilTheUserClosesTheBrowser) {
+TEST(BrowserAuthorization, ReportsUrlsUntilBrowserCloses) {
   Session session(R"(
     printf '%s|' "$@" > "$(dirname "$0")/args"
     echo https://shop.example/pay; printf 'HTTP://a.example/?q=1\r\nhttp://last.example/\nhttp://cut')");
   EXPECT_EQ(session.Run("https://shop.example/pay?a=$HOME", {"--paypal", "a b"}), 0);
   EXPECT_EQ(session.events, (Lines{"https://shop.example/pay", "HTTP://a.example/?q=1",
                                    "http://last.example/", "closed"}));
-  EXPECT_EQ(ReadAll(session.folder / "args"), "--paypal|a b|https://shop.example/pay?a=$HOME|");
+  EXPECT_EQ(ReadAll(session.directory / "args"), "--paypal|a b|https://shop.example/pay?a=$HOME|");
 }
 
-TEST(BrowserSession, ACrashAndAnExitCodeAreErrors) {
+TEST(BrowserAuthorization, ReportsErrorAfterCrashOrExitCode) {
   for (const char* script : {"echo http://a.example/; kill -SEGV $$", "exit 3", "kill -KILL $$"}) {
     Session session(script);
     EXPECT_EQ(session.Run(), 0) << script;
@@ -91,27 +91,27 @@ TEST(BrowserSession, ACrashAndAnExitCodeAreErrors) {
   }
 }
 
-TEST(BrowserSession, WithoutAProgramOrAWebAddressNothingIsStarted) {
+TEST(BrowserAuthorization, StartsNothingWithoutProgramOrHttpUrl) {
   Session session("touch \"$(dirname \"$0\")/started\"");
   for (const char* url : {"", "file:///etc/passwd", "javascript:1", "--help", "httpx://a/"}) {
     EXPECT_EQ(session.Run(url), -1) << url;
   }
-  for (const std::string& path : {std::string("/no/such/browser"), session.folder.path()}) {
+  for (const std::string& path : {std::string("/no/such/browser"), session.directory.path()}) {
     session.browser.browser_path_ = path;
     EXPECT_EQ(session.Run(), -1);
   }
   EXPECT_TRUE(session.events.empty());
-  EXPECT_EQ(session.folder.Names(), std::set<std::string>{"browser"});
+  EXPECT_EQ(session.directory.Names(), std::set<std::string>{"browser"});
 }
 
-TEST(BrowserSession, TheHandlerEndsTheBrowserAndNothingMoreIsReported) {
+TEST(BrowserAuthorization, ReportsNothingAfterHandlerEndsSession) {
   Session session(R"(echo http://a.example/RETURN; echo http://late.example/; exec sleep 60)");
   EXPECT_EQ(session.Run(), 0);
   EXPECT_EQ(session.events, Lines{"http://a.example/RETURN"});
   EXPECT_LT(session.seconds, 1.0);
 }
 
-TEST(BrowserSession, ABrowserThatIgnoresTheRequestToEndIsMadeToWithItsChildren) {
+TEST(BrowserAuthorization, KillsProcessTreeWhenSigtermIsIgnored) {
   Session session(R"(
     trap '' TERM
     while :; do echo x >> "$(dirname "$0")/child"; sleep 0.05; done &
@@ -120,20 +120,20 @@ TEST(BrowserSession, ABrowserThatIgnoresTheRequestToEndIsMadeToWithItsChildren) 
   EXPECT_EQ(session.Run(), 0);
   EXPECT_EQ(session.events, Lines{"http://a.example/RETURN"});
   EXPECT_NEAR(session.seconds, 2.2, 0.7);
-  EXPECT_TRUE(IsSilent(session.folder / "child"));
+  EXPECT_TRUE(IsSilent(session.directory / "child"));
 }
 
-TEST(BrowserSession, WhatTheBrowserLeavesBehindEndsWithIt) {
+TEST(BrowserAuthorization, KillsChildrenWhenBrowserExits) {
   Session session(R"(
     while :; do echo x >> "$(dirname "$0")/child"; sleep 0.05; done &
     sleep 0.2; echo http://a.example/)");
   EXPECT_EQ(session.Run(), 0);
   EXPECT_EQ(session.events, (Lines{"http://a.example/", "closed"}));
   EXPECT_LT(session.seconds, 1.0) << "a child still holds the output";
-  EXPECT_TRUE(IsSilent(session.folder / "child"));
+  EXPECT_TRUE(IsSilent(session.directory / "child"));
 }
 
-TEST(BrowserSession, AnotherThreadEndsASilentSessionWhoseTimePasses) {
+TEST(BrowserAuthorization, ReportsTimeUntilAnotherThreadEndsSession) {
   Session session("exec 1>&-; exec sleep 60");
   std::thread other;
   session.on_time = [&] {
@@ -147,7 +147,7 @@ TEST(BrowserSession, AnotherThreadEndsASilentSessionWhoseTimePasses) {
   EXPECT_LT(session.seconds, 3.0);
 }
 
-TEST(BrowserSession, RubbishAndFloodsAreBorne) {
+TEST(BrowserAuthorization, FindsUrlsAmongGarbageAndFloods) {
   Session session(R"(
     head -c 300000 /dev/zero | tr '\0' x; echo
     printf 'http://long.example/'; head -c 300000 /dev/zero | tr '\0' y; echo
@@ -160,7 +160,7 @@ TEST(BrowserSession, RubbishAndFloodsAreBorne) {
   EXPECT_EQ(session.events.back(), "http://a.example/RETURN");
 }
 
-TEST(BrowserSession, OneSessionAtATimeAndAnotherAfterwards) {
+TEST(BrowserAuthorization, RefusesSecondSessionUntilFirstEnds) {
   Session session("echo http://a.example/; sleep 1.2");
   int inner = 0;
   session.on_time = [&] { inner = session.browser.Start("http://b.example/", {}); };

@@ -43,7 +43,7 @@ std::string Redirect(const std::string& to, int status = 302) {
   return Answer(status, "", {"Location: " + to});
 }
 
-TEST(HttpRequests, FieldsAreEncodedAndKeepTheirOrder) {
+TEST(HttpRequestRunner, EncodesParametersInOrder) {
   ScriptedServer server(Answer(200, "yes"));
   HttpRequest request("POST", server.Address("/a?x=1#part"));
   request.AddGetParam("z", "ü&=+ ");
@@ -62,7 +62,7 @@ TEST(HttpRequests, FieldsAreEncodedAndKeepTheirOrder) {
   EXPECT_EQ(server.requests().at(1)["content-length"], "0");
 }
 
-TEST(HttpRequests, AnyStatusIsAnAnswer) {
+TEST(HttpRequestRunner, ReturnsAnswersOfAnyStatus) {
   ScriptedServer server([](const Request& request) {
     return Answer(std::stoi(request.target.substr(1)), "body", {"Location: /elsewhere"});
   });
@@ -76,7 +76,7 @@ TEST(HttpRequests, AnyStatusIsAnAnswer) {
   EXPECT_EQ(HttpRequestRunner().PerformRequest(unheard, nullptr, nullptr, 5), 0);
 }
 
-TEST(HttpRequests, WhatIsNoHttpAddressOrMethodFails) {
+TEST(HttpRequestRunner, RejectsInvalidUrlsAndMethods) {
   using namespace std::string_literals;
   for (const std::string& address :
        {""s, "shop.example/x"s, "ftp://127.0.0.1/"s, "file:///etc/passwd"s, "http://"s,
@@ -88,7 +88,7 @@ TEST(HttpRequests, WhatIsNoHttpAddressOrMethodFails) {
   EXPECT_TRUE(server.requests().empty());
 }
 
-TEST(HttpRequests, ASilentServerEndsWithTheTimeOut) {
+TEST(HttpRequestRunner, TimesOutWhenServerIsSilent) {
   ScriptedServer server([](const Request& request) {
     const bool begun = request.target == "/begun";
     return Reply(begun ? "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf" : "", Then::kHang);
@@ -100,7 +100,7 @@ TEST(HttpRequests, ASilentServerEndsWithTheTimeOut) {
   }
 }
 
-TEST(HttpRequests, BrokenAnswersFail) {
+TEST(HttpRequestRunner, FailsOnBrokenAnswers) {
   const std::string head = "HTTP/1.1 200 OK\r\n";
   for (const Reply& reply : {Reply(head, Then::kReset), Reply("SSH-2.0 hello\r\n", Then::kClose),
                              Reply(head + "Content-Length: 9\r\n\r\nfew", Then::kClose)}) {
@@ -108,7 +108,7 @@ TEST(HttpRequests, BrokenAnswersFail) {
   }
 }
 
-TEST(HttpRequests, RedirectsAreFollowedOnRequestTenAtMost) {
+TEST(HttpRequestRunner, FollowsAtMostTenRedirects) {
   ScriptedServer server([](const Request& request) {
     const int left = std::stoi(request.target.substr(1));
     return left == 0 ? Answer(200, "there") : Redirect("/" + std::to_string(left - 1));
@@ -117,8 +117,8 @@ TEST(HttpRequests, RedirectsAreFollowedOnRequestTenAtMost) {
   EXPECT_TRUE(Get(server.Address("/11"), true).failed());
 }
 
-TEST(HttpRequests, RedirectsNeverLeaveTls) {
-  const Certificate certificate = GoodCertificate();
+TEST(HttpRequestRunner, NeverFollowsRedirectsFromTls) {
+  const Certificate certificate = TrustedCertificate();
   std::string plain_address;
   ScriptedServer encrypted([&](const Request&) { return Redirect(plain_address, 307); },
                            &certificate);
@@ -139,7 +139,7 @@ TEST(HttpRequests, RedirectsNeverLeaveTls) {
   EXPECT_EQ(plain.requests().size(), 1u) << "http, https and http again";
 }
 
-TEST(HttpRequests, APostIsSentOnceAlsoWhenItsConnectionDies) {
+TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {
   ScriptedServer server([](const Request& request) -> Reply {
     if (request.target == "/warm") return Answer(200, "");
     // On a connection that was kept; transports like to send a request again on a new one.
@@ -155,7 +155,7 @@ TEST(HttpRequests, APostIsSentOnceAlsoWhenItsConnectionDies) {
   EXPECT_EQ(dying.requests().size(), 1u);
 }
 
-TEST(HttpRequests, APostGoesThroughRedirectsAndAfterAnIdleClose) {
+TEST(HttpRequestRunner, SendsPostThroughRedirectsAndAfterIdleClose) {
   ScriptedServer server([](const Request& request) {
     if (request.target == "/moved") return Reply(Redirect("/there", 307));
     return Reply(Answer(200, request.body), Then::kClose);
@@ -170,7 +170,7 @@ TEST(HttpRequests, APostGoesThroughRedirectsAndAfterAnIdleClose) {
   EXPECT_EQ(server.requests().size(), 6u);
 }
 
-TEST(HttpRequests, ThreadsGetTheirOwnAnswers) {
+TEST(HttpRequestRunner, ReturnsEachThreadItsOwnAnswer) {
   ScriptedServer server([](const Request& request) { return Answer(200, request.target); });
   std::vector<std::thread> threads;
   for (int i = 0; i < 8; ++i) {
@@ -185,7 +185,7 @@ TEST(HttpRequests, ThreadsGetTheirOwnAnswers) {
 }
 
 /// So many bytes, as gzip packs them.
-std::string Packed(std::size_t size) {
+std::string Gzip(std::size_t size) {
   z_stream stream{};
   deflateInit2(&stream, 9, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
   std::string input(size, 'x');
@@ -200,10 +200,10 @@ std::string Packed(std::size_t size) {
   return packed;
 }
 
-TEST(HttpRequests, AnswersAreUnpackedAndRefusedAboveTheLimit) {
+TEST(HttpRequestRunner, DecompressesAnswersUpToLimit) {
   constexpr std::size_t kLimit = 64 << 20;
-  const std::string small = Answer(200, Packed(kLimit), {"Content-Encoding: gzip"});
-  const std::string bomb = Answer(200, Packed(kLimit + 1), {"Content-Encoding: gzip"});
+  const std::string small = Answer(200, Gzip(kLimit), {"Content-Encoding: gzip"});
+  const std::string bomb = Answer(200, Gzip(kLimit + 1), {"Content-Encoding: gzip"});
   const std::string undeclared = "HTTP/1.1 200 OK\r\n\r\n" + std::string(kLimit + 1, 'x');
   ScriptedServer server([&](const Request& request) {
     if (request.target == "/small") return Reply(small);
@@ -214,22 +214,22 @@ TEST(HttpRequests, AnswersAreUnpackedAndRefusedAboveTheLimit) {
   EXPECT_TRUE(Get(server.Address("/undeclared")).failed());
 }
 
-TEST(HttpRequests, BadCertificatesAreRefusedBeforeAByteIsSent) {
+TEST(HttpRequestRunner, RefusesBadCertificatesBeforeSending) {
   const struct {
     const char* name;
     Certificate certificate;
   } cases[] = {
       {"of a stranger", MakeCertificate(MakeAuthority("Stranger"), "IP:127.0.0.1")},
-      {"for another host", MakeCertificate(TrustedAuthority(), "DNS:other.example")},
-      {"expired", MakeCertificate(TrustedAuthority(), "IP:127.0.0.1", -7200, -3600)},
-      {"not yet valid", MakeCertificate(TrustedAuthority(), "IP:127.0.0.1", 3600, 7200)},
+      {"for another host", MakeCertificate(TestAuthority(), "DNS:other.example")},
+      {"expired", MakeCertificate(TestAuthority(), "IP:127.0.0.1", -7200, -3600)},
+      {"not yet valid", MakeCertificate(TestAuthority(), "IP:127.0.0.1", 3600, 7200)},
   };
   for (const auto& [name, certificate] : cases) {
     ScriptedServer server(Answer(200, "trust me"), &certificate);
     EXPECT_TRUE(Get(server.Address()).failed()) << name;
     EXPECT_TRUE(server.requests().empty()) << name;
   }
-  const Certificate good = GoodCertificate();
+  const Certificate good = TrustedCertificate();
   EXPECT_EQ(Get(ScriptedServer(Answer(200, "x"), &good).Address()).text(), "x")
       << "does the device trust the authority of the tests, as this_device.h should see to?";
 }

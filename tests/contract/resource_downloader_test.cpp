@@ -7,16 +7,15 @@
 #include <csignal>
 #include <thread>
 
-#include "support/device_folder.h"
 #include "support/scripted_server.h"
 #include "support/suite.h"
+#include "support/test_directory.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using saltmoor::opds::ResourceDownloader;
 
-class Downloads : public testing::Test {
+class ResourceDownloader : public testing::Test {
  protected:
   /// \return what DownloadResource gives.
   int Fetch(const std::string& address, const std::string& name = "b.epub") {
@@ -24,10 +23,10 @@ class Downloads : public testing::Test {
   }
   /// How many files there are, parts included.
   long Files() const {
-    return fs::exists(folder_) ? std::distance(fs::directory_iterator(folder_), {}) : 0;
+    return fs::exists(directory_) ? std::distance(fs::directory_iterator(directory_), {}) : 0;
   }
   std::string Content(const std::string& name = "b.epub") const {
-    return ReadAll(folder_ + "/" + name);
+    return ReadAll(directory_ + "/" + name);
   }
 
   /// The book, but for its last bytes.
@@ -36,13 +35,13 @@ class Downloads : public testing::Test {
     return {whole.substr(0, whole.size() - missing), Then::kClose};
   }
 
-  const DeviceFolder around_;
-  const std::string folder_ = around_ / "new/Downloads";
+  const TestDirectory around_;
+  const std::string directory_ = around_ / "new/Downloads";
   const std::string book_ = UniqueBytes(300'000);
-  ResourceDownloader downloader_{folder_, nullptr};
+  saltmoor::opds::ResourceDownloader downloader_{directory_, nullptr};
 };
 
-TEST_F(Downloads, AWholeFileIsSavedAndTold) {
+TEST_F(ResourceDownloader, SavesFileAndReportsStatus) {
   ScriptedServer server([&](const Request& request) {
     if (request.target == "/moved") return Answer(302, "", {"Location: /book?key=1"});
     return Answer(200, book_, {"Content-Type: application/epub+zip; v=3"});
@@ -51,7 +50,7 @@ TEST_F(Downloads, AWholeFileIsSavedAndTold) {
   const std::string address = server.Address("/moved");
   const auto note = [&](int percentage) { percentages.push_back(percentage); };
   EXPECT_EQ(downloader_.DownloadResource(address, "Tüte.epub", note), 0);
-  EXPECT_EQ(downloader_.GetSavedPath(), folder_ + "/Tüte.epub");
+  EXPECT_EQ(downloader_.GetSavedPath(), directory_ + "/Tüte.epub");
   EXPECT_EQ(Content("Tüte.epub"), book_);
   EXPECT_EQ(Files(), 1);
   EXPECT_TRUE(std::is_sorted(percentages.begin(), percentages.end()));
@@ -66,7 +65,7 @@ TEST_F(Downloads, AWholeFileIsSavedAndTold) {
   EXPECT_EQ(info.error, "");
 }
 
-TEST_F(Downloads, ALengthThatNobodyAnnouncesEndsWithTheTransfer) {
+TEST_F(ResourceDownloader, SavesFileOfUnknownLength) {
   const std::string head = "HTTP/1.1 200 OK\r\n";
   const std::string chunked = "Transfer-Encoding: chunked\r\n\r\n493e0\r\n";
   for (const Reply& reply : {Reply(head + "\r\n" + book_, Then::kClose),
@@ -76,7 +75,7 @@ TEST_F(Downloads, ALengthThatNobodyAnnouncesEndsWithTheTransfer) {
   }
 }
 
-TEST_F(Downloads, ADownloadGoesOnWhereTheConnectionDied) {
+TEST_F(ResourceDownloader, ResumesWhereConnectionDied) {
   ScriptedServer server([&](const Request& request) {
     if (request.connection == 1) return Torn({"ETag: \"v1\"", "Content-Type: text/plain"});
     return Reply(Answer(206, book_.substr(200'000),
@@ -92,7 +91,7 @@ TEST_F(Downloads, ADownloadGoesOnWhereTheConnectionDied) {
   EXPECT_EQ(server.requests()[1]["if-range"], "\"v1\"");
 }
 
-TEST_F(Downloads, VersionsOfAFileAreNeverGlued) {
+TEST_F(ResourceDownloader, NeverMixesVersionsOfAFile) {
   const std::string newer = UniqueBytes(600'000).substr(300'000);
   const std::string rest = newer.substr(200'000);
   const std::string range = "Content-Range: bytes 200000-299999/300000";
@@ -111,17 +110,17 @@ TEST_F(Downloads, VersionsOfAFileAreNeverGlued) {
     const bool saved = Fetch(server.Address()) == 0;
     EXPECT_TRUE(Content() == (saved ? newer : "")) << name;
     EXPECT_GT(server.requests().size(), 1u) << name;
-    fs::remove_all(folder_);
+    fs::remove_all(directory_);
   }
 }
 
-TEST_F(Downloads, StatusesOtherThanSuccessLeaveNothing) {
+TEST_F(ResourceDownloader, SavesNothingForOtherStatuses) {
   ScriptedServer server([&](const Request& request) {
     const int status = std::stoi(request.target.substr(1));
     if (status == 204) return std::string("HTTP/1.1 204 None\r\n\r\n");
     return Answer(status, "<html>", {"Content-Type: text/html"});
   });
-  WriteAll((fs::create_directories(folder_), folder_ + "/b.epub"), "an older copy");
+  WriteAll((fs::create_directories(directory_), directory_ + "/b.epub"), "an older copy");
   for (const int status : {204, 206, 304, 403, 404, 416, 500}) {
     const std::size_t before = server.requests().size();
     EXPECT_GT(Fetch(server.Address("/" + std::to_string(status))), 0);
@@ -134,24 +133,24 @@ TEST_F(Downloads, StatusesOtherThanSuccessLeaveNothing) {
   EXPECT_EQ(downloader_.GetSavedPath(), "");
 }
 
-TEST_F(Downloads, TwoBooksOfOneNameAreNeverGlued) {
+TEST_F(ResourceDownloader, NeverMixesFilesOfOneName) {
   ScriptedServer server([&](const Request& request) -> Reply {
     if (request.target == "/other") return Answer(200, "other", {"ETag: \"v1\""});
     if (!request["range"].empty()) return Answer(404, "");
     return Torn({"ETag: \"v1\""}, 1);
   });
   EXPECT_GT(Fetch(server.Address("/first")), 0);
-  EXPECT_TRUE(fs::exists(folder_ + "/b.epub.part"));
+  EXPECT_TRUE(fs::exists(directory_ + "/b.epub.part"));
   ASSERT_EQ(Fetch(server.Address("/other")), 0);
   EXPECT_EQ(server.requests().back()["range"], "");
   EXPECT_EQ(Content(), "other");
   EXPECT_EQ(Files(), 1);
 }
 
-TEST_F(Downloads, BadCertificatesAndRedirectsOutOfTlsAreNotTriedAgain) {
+TEST_F(ResourceDownloader, DoesNotRetryPermanentTlsFailures) {
   ScriptedServer plain(Answer(200, book_));
   const std::string redirect = Answer(302, "", {"Location: " + plain.Address()});
-  const Certificate good = GoodCertificate();
+  const Certificate good = TrustedCertificate();
   const Certificate bad = MakeCertificate(MakeAuthority("Stranger"), "IP:127.0.0.1");
   ScriptedServer downgrading(redirect, &good);
   ScriptedServer stranger(redirect, &bad);
@@ -163,7 +162,7 @@ TEST_F(Downloads, BadCertificatesAndRedirectsOutOfTlsAreNotTriedAgain) {
   EXPECT_EQ(Files(), 0);
 }
 
-TEST_F(Downloads, AFullDiskFailsAtOnceAndLeavesNoPart) {
+TEST_F(ResourceDownloader, LeavesNoPartFileWhenDiskIsFull) {
   ScriptedServer server([&](const Request& request) {
     if (request.target != "/announced") return Reply(Answer(200, book_, {"ETag: \"1\""}));
     return Reply("HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Length: 4000000000000000\r\n\r\nx",
@@ -184,20 +183,20 @@ TEST_F(Downloads, AFullDiskFailsAtOnceAndLeavesNoPart) {
   EXPECT_EQ(Files(), 0);
 }
 
-TEST_F(Downloads, WhereNothingCanBeWrittenTheFailureNamesThePlace) {
+TEST_F(ResourceDownloader, NamesThePathThatCannotBeWritten) {
   ScriptedServer server(Answer(200, book_));
   WriteAll(around_ / "file", "");
-  ResourceDownloader in_file(around_ / "file", nullptr);
+  saltmoor::opds::ResourceDownloader in_file(around_ / "file", nullptr);
   EXPECT_GT(in_file.DownloadResource(server.Address(), "b.epub", {}), 0);
   EXPECT_NE(in_file.GetStatusInfo().error.find(around_ / "file"), std::string::npos);
 
-  fs::create_directories(folder_ + "/b.epub/taken");
+  fs::create_directories(directory_ + "/b.epub/taken");
   EXPECT_GT(Fetch(server.Address()), 0);
   EXPECT_NE(downloader_.GetStatusInfo().error.find("b.epub"), std::string::npos);
   EXPECT_GT(Fetch("no address"), 0);
 }
 
-TEST_F(Downloads, NamesAreCutWhereTheyAreTooLongAndNeverPaths) {
+TEST_F(ResourceDownloader, TruncatesLongNamesAndRejectsPaths) {
   ScriptedServer server(Answer(200, book_));
   using namespace std::string_literals;
   for (const std::string& name : {""s, "."s, ".."s, "a/b"s, "../../x"s, "/etc/x"s, "a\0b"s}) {
@@ -223,13 +222,13 @@ TEST_F(Downloads, NamesAreCutWhereTheyAreTooLongAndNeverPaths) {
   }
 }
 
-TEST_F(Downloads, APlantedLinkIsNotWrittenThrough) {
+TEST_F(ResourceDownloader, DoesNotFollowPlantedLinks) {
   ScriptedServer server(Answer(200, book_));
-  fs::create_directories(folder_);
+  fs::create_directories(directory_);
   for (const char* name : {"linked", "hard"}) WriteAll(around_ / name, "precious");
-  fs::create_symlink(around_ / "linked", folder_ + "/a.epub.part");
-  fs::create_hard_link(around_ / "hard", folder_ + "/b.epub.part");
-  fs::create_symlink(around_ / "missing", folder_ + "/c.epub.part");
+  fs::create_symlink(around_ / "linked", directory_ + "/a.epub.part");
+  fs::create_hard_link(around_ / "hard", directory_ + "/b.epub.part");
+  fs::create_symlink(around_ / "missing", directory_ + "/c.epub.part");
   for (const char* name : {"a.epub", "b.epub", "c.epub"}) {
     EXPECT_EQ(Fetch(server.Address(), name), 0);
     EXPECT_EQ(Content(name), book_);
@@ -238,7 +237,7 @@ TEST_F(Downloads, APlantedLinkIsNotWrittenThrough) {
   EXPECT_FALSE(fs::exists(around_ / "missing"));
 }
 
-TEST_F(Downloads, ProgressMayBeAskedForWhileADownloadRuns) {
+TEST_F(ResourceDownloader, ReportsProgressToOtherThreads) {
   ScriptedServer server(Answer(200, book_));
   std::atomic<bool> over{false};
   std::thread watcher([&] {

@@ -11,8 +11,8 @@
 #include "platform/linux/opds/content_range.h"
 #include "saltmoor/opds/resource_downloader.h"
 #include "support/child.h"
-#include "support/device_folder.h"
 #include "support/scripted_server.h"
+#include "support/test_directory.h"
 
 namespace {
 
@@ -27,20 +27,20 @@ class DownloadEngine : public testing::Test {
  protected:
   /// Downloads "book" from the server; whether it is there afterwards.
   bool Fetch(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
-    PartFile part(folder_.path(), "book");
+    PartFile part(directory_.path(), "book");
     Error error = part.Open(server.Address());
     EXPECT_FALSE(error) << error.message();
     Download download(
         &part, server.Address(), [](auto, auto) {}, limits);
     error = download.Run();
     content_type_ = download.content_type();
-    EXPECT_EQ(!error, fs::exists(folder_ / "book")) << error.message();
+    EXPECT_EQ(!error, fs::exists(directory_ / "book")) << error.message();
     return !error;
   }
   /// Downloads what the first connection of a test before left half.
   void FetchRest(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
     EXPECT_TRUE(Fetch(server, limits));
-    EXPECT_TRUE(ReadAll(folder_ / "book") == book_);
+    EXPECT_TRUE(ReadAll(directory_ / "book") == book_);
   }
 
   Reply FirstHalf(Fields fields, Then then = Then::kClose) const {
@@ -50,7 +50,7 @@ class DownloadEngine : public testing::Test {
   }
   Reply SecondHalf(const Fields& fields) const { return Answer(206, book_.substr(kHalf), fields); }
 
-  const DeviceFolder folder_;
+  const TestDirectory directory_;
   const std::string book_ = UniqueBytes(kSize);
   const std::string newer_ = UniqueBytes(2 * kSize).substr(kSize);
   const std::string tag_ = "ETag: \"v1\"";
@@ -58,7 +58,7 @@ class DownloadEngine : public testing::Test {
   std::string content_type_;
 };
 
-TEST_F(DownloadEngine, AnswersToARangeAreUsedOnlyWhereTheyFit) {
+TEST_F(DownloadEngine, UsesOnlyMatchingRanges) {
   const std::string rest = book_.substr(kHalf);
   const struct {
     const char* name;
@@ -87,14 +87,14 @@ TEST_F(DownloadEngine, AnswersToARangeAreUsedOnlyWhereTheyFit) {
     });
     EXPECT_FALSE(Fetch(server));
     EXPECT_TRUE(Fetch(server, {2, 1, {milliseconds(1)}}));
-    EXPECT_TRUE(ReadAll(folder_ / "book") == (test.newer ? newer_ : book_));
+    EXPECT_TRUE(ReadAll(directory_ / "book") == (test.newer ? newer_ : book_));
     EXPECT_EQ(server.requests().size(), 1 + test.requests);
-    EXPECT_EQ(folder_.Names(), std::set<std::string>{"book"});
-    fs::remove(folder_ / "book");
+    EXPECT_EQ(directory_.Names(), std::set<std::string>{"book"});
+    fs::remove(directory_ / "book");
   }
 }
 
-TEST_F(DownloadEngine, RangeBeyondTheEndMeansThatThePartIsWhole) {
+TEST_F(DownloadEngine, FinishesWhenRangeStartsAtEnd) {
   ScriptedServer server([&](const Request& request) -> Reply {
     if (request.connection != 1) {
       return Answer(416, "<html>", {"Content-Range: bytes */10000", "Content-Type: html"});
@@ -107,7 +107,7 @@ TEST_F(DownloadEngine, RangeBeyondTheEndMeansThatThePartIsWhole) {
   EXPECT_EQ(content_type_, "book");
 }
 
-TEST_F(DownloadEngine, OnlyAStrongValidatorLetsADownloadGoOn) {
+TEST_F(DownloadEngine, ResumesOnlyWithStrongValidator) {
   const std::string modified = "Last-Modified: Mon, 01 Jan 2024 10:00:00 GMT";
   const struct {
     Fields fields;
@@ -126,14 +126,14 @@ TEST_F(DownloadEngine, OnlyAStrongValidatorLetsADownloadGoOn) {
       return request["range"].empty() ? Reply(Answer(200, book_)) : SecondHalf({range_});
     });
     EXPECT_FALSE(Fetch(server));
-    EXPECT_EQ(fs::exists(folder_ / "book.part"), !if_range.empty());
+    EXPECT_EQ(fs::exists(directory_ / "book.part"), !if_range.empty());
     FetchRest(server);
     EXPECT_EQ(server.requests().back()["if-range"], if_range);
-    fs::remove(folder_ / "book");
+    fs::remove(directory_ / "book");
   }
 }
 
-TEST_F(DownloadEngine, WhatCannotBeUsedFailsAndLeavesNothing) {
+TEST_F(DownloadEngine, LeavesNothingAfterUnusableAnswers) {
   const struct {
     Reply reply;
     std::size_t requests;
@@ -146,11 +146,11 @@ TEST_F(DownloadEngine, WhatCannotBeUsedFailsAndLeavesNothing) {
     ScriptedServer server(reply);
     EXPECT_FALSE(Fetch(server, {2, 1, {milliseconds(1), milliseconds(1)}}));
     EXPECT_EQ(server.requests().size(), requests);
-    EXPECT_TRUE(folder_.Names().empty());
+    EXPECT_TRUE(directory_.Names().empty());
   }
 }
 
-TEST_F(DownloadEngine, TriesAreCountedAnewWhenBytesCame) {
+TEST_F(DownloadEngine, RestartsRetryCountWhenBytesArrive) {
   ScriptedServer server([&](const Request& request) -> Reply {
     const int begin = (request.connection - 1) / 2 * 500;
     if (request.connection % 2 == 0) return Answer(503, "busy");
@@ -163,64 +163,64 @@ TEST_F(DownloadEngine, TriesAreCountedAnewWhenBytesCame) {
   EXPECT_EQ(server.requests().size(), 39u);
 }
 
-TEST_F(DownloadEngine, AStallEndsATry) {
+TEST_F(DownloadEngine, RetriesAfterStall) {
   ScriptedServer server([&](const Request& request) {
     return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
   });
   FetchRest(server, {2, 1, {milliseconds(1)}});
 }
 
-TEST_F(DownloadEngine, Killed_InDownload) {
+TEST_F(DownloadEngine, ResumesAfterKill) {
   ScriptedServer server([&](const Request& request) {
     return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
   });
   Child child([&] { return Fetch(server, {60, 60, {}}) ? 1 : 0; });
   // The bytes count from the moment at which they are known to be on the disk.
-  const auto synced = [&] { return ReadAll(folder_ / "book.part.info").find("\n5000\n"); };
+  const auto synced = [&] { return ReadAll(directory_ / "book.part.info").find("\n5000\n"); };
   for (int i = 0; i < 500 && synced() == std::string::npos; ++i) usleep(10'000);
   EXPECT_EQ(child.Kill(), -SIGKILL);
   FetchRest(server);
   EXPECT_EQ(server.requests().size(), 2u);
 }
 
-TEST_F(DownloadEngine, PowerCut_InDownload) {
+TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
   ScriptedServer server([&](const Request& request) {
     return request.connection == 1 ? FirstHalf({tag_}) : SecondHalf({range_});
   });
   EXPECT_FALSE(Fetch(server));
   // What was written after the last sync may come back as zeros.
-  std::ofstream(folder_ / "book.part", std::ios::app) << std::string(100, '\0');
-  const std::string info = ReadAll(folder_ / "book.part.info");
-  const std::string part_bytes = ReadAll(folder_ / "book.part");
+  std::ofstream(directory_ / "book.part", std::ios::app) << std::string(100, '\0');
+  const std::string info = ReadAll(directory_ / "book.part.info");
+  const std::string part_bytes = ReadAll(directory_ / "book.part");
   for (std::size_t size = 0; size < info.size(); ++size) {
-    WriteAll(folder_ / "book.part.info", info.substr(0, size));
-    WriteAll(folder_ / "book.part", part_bytes);
-    PartFile part(folder_.path(), "book");
+    WriteAll(directory_ / "book.part.info", info.substr(0, size));
+    WriteAll(directory_ / "book.part", part_bytes);
+    PartFile part(directory_.path(), "book");
     ASSERT_FALSE(part.Open(server.Address()));
     ASSERT_EQ(part.size_bytes(), 0) << "a torn record";
   }
-  WriteAll(folder_ / "book.part.info", info);
-  WriteAll(folder_ / "book.part", part_bytes);
+  WriteAll(directory_ / "book.part.info", info);
+  WriteAll(directory_ / "book.part", part_bytes);
   FetchRest(server);
 }
 
-TEST_F(DownloadEngine, OnePartHasOneWriter) {
-  PartFile first(folder_.path(), "book");
-  PartFile second(folder_.path(), "book");
+TEST_F(DownloadEngine, LocksPartFile) {
+  PartFile first(directory_.path(), "book");
+  PartFile second(directory_.path(), "book");
   ASSERT_FALSE(first.Open("http://a.example/"));
   const Error error = second.Open("http://a.example/");
   EXPECT_NE(error.message().find("another download"), std::string::npos);
 }
 
-TEST_F(DownloadEngine, SizesAbove2GiBAreCountedInLargerUnits) {
+TEST_F(DownloadEngine, ReportsSizesAbove2GiBInLargerUnits) {
   constexpr std::int64_t kPart = 3LL << 30;
   ScriptedServer server(
       Answer(206, "0123456789", {"Content-Range: bytes 3221225472-3221225481/3221225482"}));
-  WriteAll(folder_ / "big.part", "");
-  fs::resize_file(folder_ / "big.part", kPart);
-  WriteAll(folder_ / "big.part.info",
+  WriteAll(directory_ / "big.part", "");
+  fs::resize_file(directory_ / "big.part", kPart);
+  WriteAll(directory_ / "big.part.info",
            server.Address() + "\n\"v1\"\nbook\n3221225482\n3221225472\n");
-  saltmoor::opds::ResourceDownloader downloader(folder_.path(), nullptr);
+  saltmoor::opds::ResourceDownloader downloader(directory_.path(), nullptr);
   int total = 0;
   int done = 0;
   const auto ask = [&](int) { downloader.GetProgress(nullptr, nullptr, &total, &done); };
@@ -230,7 +230,7 @@ TEST_F(DownloadEngine, SizesAbove2GiBAreCountedInLargerUnits) {
   EXPECT_EQ(downloader.GetStatusInfo().size, kPart + 10);
 }
 
-TEST(ContentRange, OnlyWholeFieldsAreRead) {
+TEST(ContentRange, ParsesOnlyValidHeaders) {
   ContentRange range;
   EXPECT_TRUE(ParseContentRange("Bytes 0-9/10", &range));
   EXPECT_EQ(range.last, 9);

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "support/child.h"
-#include "support/device_folder.h"
+#include "support/test_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -15,10 +15,10 @@ namespace fs = std::filesystem;
 
 constexpr char kKeyPath[] = "/mnt/ext1/system/.device_key";
 
-class Secrets : public testing::Test {
+class LinuxSecret : public testing::Test {
  protected:
-  Secrets() { RemoveKey(); }
-  ~Secrets() override {
+  LinuxSecret() { RemoveKey(); }
+  ~LinuxSecret() override {
     CloseConfigNoSave(config_);
     RemoveKey();
   }
@@ -28,11 +28,11 @@ class Secrets : public testing::Test {
   }
   std::string Read(const char* key) { return ReadSecret(config_, key, "absent"); }
 
-  const DeviceFolder folder_;
-  iconfig_s* const config_ = OpenConfig((folder_ / "test.cfg").c_str(), nullptr);
+  const TestDirectory directory_;
+  iconfig_s* const config_ = OpenConfig((directory_ / "test.cfg").c_str(), nullptr);
 };
 
-TEST_F(Secrets, KeyIsMadeAtFirstNeedForTheUserAlone) {
+TEST_F(LinuxSecret, CreatesDeviceKeyAtFirstUse) {
   EXPECT_EQ(Read("password"), "absent");
   EXPECT_FALSE(fs::exists(kKeyPath));
   WriteSecret(config_, "password", "secret");
@@ -43,7 +43,7 @@ TEST_F(Secrets, KeyIsMadeAtFirstNeedForTheUserAlone) {
   EXPECT_EQ(ReadAll(kKeyPath), key);
 }
 
-TEST_F(Secrets, SealedValueBelongsToItsKeyAndIsNeverTheSameTwice) {
+TEST_F(LinuxSecret, BindsValueToItsKey) {
   WriteSecret(config_, "password", "secret");
   WriteSecret(config_, "other", "secret");
   const std::string sealed = ReadString(config_, "password", "");
@@ -54,7 +54,7 @@ TEST_F(Secrets, SealedValueBelongsToItsKeyAndIsNeverTheSameTwice) {
   EXPECT_STRNE(ReadString(config_, "password", ""), sealed.c_str());
 }
 
-TEST_F(Secrets, DamagedValueIsAbsent) {
+TEST_F(LinuxSecret, TreatsDamagedValueAsAbsent) {
   WriteSecret(config_, "password", "secret");
   const std::string sealed = ReadString(config_, "password", "");
   std::string damaged = sealed;
@@ -68,28 +68,28 @@ TEST_F(Secrets, DamagedValueIsAbsent) {
   EXPECT_EQ(Read("password"), "secret");
 }
 
-TEST_F(Secrets, ProgramsThatStartTogetherComeByOneKey) {
+TEST_F(LinuxSecret, SharesOneDeviceKeyBetweenPrograms) {
   for (int round = 0; round < 5; ++round) {
     RemoveKey();
     std::vector<std::unique_ptr<Child>> children;
     children.reserve(8);
     for (int i = 0; i < 8; ++i) {
       children.push_back(std::make_unique<Child>([this, i] {
-        iconfig_s* config = OpenConfig((folder_ / std::to_string(i)).c_str(), nullptr);
+        iconfig_s* config = OpenConfig((directory_ / std::to_string(i)).c_str(), nullptr);
         WriteSecret(config, "password", "secret");
         return SaveConfig(config);
       }));
     }
     for (int i = 0; i < 8; ++i) {
       EXPECT_EQ(children[i]->Wait(), 1);
-      iconfig_s* config = OpenConfig((folder_ / std::to_string(i)).c_str(), nullptr);
+      iconfig_s* config = OpenConfig((directory_ / std::to_string(i)).c_str(), nullptr);
       EXPECT_STREQ(ReadSecret(config, "password", "absent"), "secret");
       CloseConfig(config);
     }
   }
 }
 
-TEST_F(Secrets, DamagedKeyIsKeptAsideWhenANewOneIsNeeded) {
+TEST_F(LinuxSecret, MovesDamagedDeviceKeyAside) {
   WriteSecret(config_, "password", "secret");
   const std::string damaged = ReadAll(kKeyPath).substr(0, 5);
   WriteAll(kKeyPath, damaged);
@@ -100,7 +100,7 @@ TEST_F(Secrets, DamagedKeyIsKeptAsideWhenANewOneIsNeeded) {
   EXPECT_EQ(ReadAll(std::string(kKeyPath) + ".bad"), damaged);
 }
 
-TEST_F(Secrets, SecretThatCannotBeSealedLeavesNoOldOne) {
+TEST_F(LinuxSecret, RemovesOldValueWhenEncryptionFails) {
   WriteSecret(config_, "password", "old");
   fs::remove(kKeyPath);
   fs::create_directory(kKeyPath);

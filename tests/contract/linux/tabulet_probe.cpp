@@ -1,5 +1,5 @@
 /// \file
-/// Calls libtabulet.so as its arguments say: `tabulet_probe COMMAND [ARG...]`.
+/// Calls libtabulet.so according to its arguments: `tabulet_probe COMMAND [ARG...]`.
 
 #include <sys/wait.h>
 

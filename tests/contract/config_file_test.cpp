@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "support/child.h"
-#include "support/device_folder.h"
+#include "support/test_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -31,13 +31,13 @@ std::string ReadOnce(const std::string& path, const char* key) {
   return ReadString(Config(path), key, "absent");
 }
 
-class ConfigFiles : public testing::Test {
+class ConfigFile : public testing::Test {
  protected:
-  const DeviceFolder folder_;
-  const std::string path_ = folder_ / "test.cfg";
+  const TestDirectory directory_;
+  const std::string path_ = directory_ / "test.cfg";
 };
 
-TEST_F(ConfigFiles, AMissingFileIsCreatedAndKeepsWhatIsSaved) {
+TEST_F(ConfigFile, CreatesMissingFileAndKeepsSavedValues) {
   {
     const Config config(path_);
     ASSERT_TRUE(config);
@@ -56,7 +56,7 @@ TEST_F(ConfigFiles, AMissingFileIsCreatedAndKeepsWhatIsSaved) {
   EXPECT_STREQ(ReadSecret(config, "password", ""), "secret");
 }
 
-TEST_F(ConfigFiles, ClosingSavesWhatIsUnsavedAndOnlyThat) {
+TEST_F(ConfigFile, SavesOnCloseOnlyIfChanged) {
   iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
   WriteString(config, "key", "mine");
   CloseConfig(config);
@@ -70,7 +70,7 @@ TEST_F(ConfigFiles, ClosingSavesWhatIsUnsavedAndOnlyThat) {
   EXPECT_EQ(ReadOnce(path_, "key"), "another's");
 }
 
-TEST_F(ConfigFiles, NullHandlesReadFallbacksAndIgnoreWrites) {
+TEST_F(ConfigFile, AcceptsNullHandles) {
   EXPECT_STREQ(ReadString(nullptr, "key", "fallback"), "fallback");
   EXPECT_STREQ(ReadSecret(nullptr, "key", "fallback"), "fallback");
   EXPECT_EQ(ReadString(nullptr, "key", nullptr), nullptr);
@@ -91,7 +91,7 @@ TEST_F(ConfigFiles, NullHandlesReadFallbacksAndIgnoreWrites) {
   EXPECT_STREQ(ReadSecret(config, "null secret", "fallback"), "");
 }
 
-TEST_F(ConfigFiles, AnyTextSurvivesAsKeyAndAsValue) {
+TEST_F(ConfigFile, KeepsAnyStringAsKeyAndValue) {
   std::vector<std::string> texts = {std::string(100'000, 'x')};
   for (const char* text :
        {"", " ", "  leading", "trailing ", "a=b", "=", "two\nlines", "\r\n", "tab\there", "100%",
@@ -115,7 +115,7 @@ TEST_F(ConfigFiles, AnyTextSurvivesAsKeyAndAsValue) {
   }
 }
 
-TEST_F(ConfigFiles, NumbersAreWholeDecimalIntsOrCountAsAbsent) {
+TEST_F(ConfigFile, ReadsOnlyDecimalIntegers) {
   const Config config(path_);
   for (const int number : {0, -7, INT_MAX, INT_MIN}) {
     WriteInt(config, "number", number);
@@ -128,7 +128,7 @@ TEST_F(ConfigFiles, NumbersAreWholeDecimalIntsOrCountAsAbsent) {
   }
 }
 
-TEST_F(ConfigFiles, TextsStayUntilTheirKeyIsWritten) {
+TEST_F(ConfigFile, KeepsReturnedStringsUntilKeyIsWritten) {
   const Config config(path_);
   WriteString(config, "text", "a text too long to be held in place");
   WriteSecret(config, "secret", "hidden, and too long to be held in place");
@@ -153,7 +153,7 @@ TEST_F(ConfigFiles, TextsStayUntilTheirKeyIsWritten) {
   EXPECT_STREQ(ReadSecret(config, "secret", ""), "place");
 }
 
-TEST_F(ConfigFiles, AFileDoesNotTellItsSecrets) {
+TEST_F(ConfigFile, EncryptsSecrets) {
   const Config config(path_);
   WriteSecret(config, "password", "correct horse battery");
   ASSERT_EQ(SaveConfig(config), 1);
@@ -162,14 +162,14 @@ TEST_F(ConfigFiles, AFileDoesNotTellItsSecrets) {
   EXPECT_STREQ(ReadSecret(config, "password", "absent"), "absent");
 }
 
-TEST_F(ConfigFiles, AGarbledFileIsKeptAsideAndReplacedByAnEmptyOne) {
+TEST_F(ConfigFile, MovesGarbledFileAside) {
   const std::string garbage("\0\xff\x01 no configuration", 20);
   WriteAll(path_, garbage);
   const Config config(path_);
   ASSERT_TRUE(config);
   EXPECT_EQ(ReadString(config, "key", nullptr), nullptr);
   bool kept = false;
-  for (const std::string& name : folder_.Names()) kept |= ReadAll(folder_ / name) == garbage;
+  for (const std::string& name : directory_.Names()) kept |= ReadAll(directory_ / name) == garbage;
   EXPECT_TRUE(kept);
 
   WriteString(config, "key", "value");
@@ -177,7 +177,7 @@ TEST_F(ConfigFiles, AGarbledFileIsKeptAsideAndReplacedByAnEmptyOne) {
   EXPECT_EQ(ReadOnce(path_, "key"), "value");
 }
 
-TEST_F(ConfigFiles, EveryBeginningOfAFileOpens) {
+TEST_F(ConfigFile, OpensEveryTruncationOfAFile) {
   {
     const Config config(path_);
     WriteString(config, "user", "100% anna\n");
@@ -193,19 +193,19 @@ TEST_F(ConfigFiles, EveryBeginningOfAFileOpens) {
   }
 }
 
-TEST_F(ConfigFiles, APlaceThatHoldsNoFileGivesNull) {
-  EXPECT_FALSE(Config(folder_ / "missing/test.cfg"));
+TEST_F(ConfigFile, ReturnsNullWhereNoFileCanBe) {
+  EXPECT_FALSE(Config(directory_ / "missing/test.cfg"));
   EXPECT_FALSE(Config(""));
   WriteAll(path_, "");
   EXPECT_FALSE(Config(path_ + "/test.cfg"));
 
-  ASSERT_EQ(mkdir((folder_ / "folder").c_str(), 0700), 0);
-  EXPECT_FALSE(Config(folder_ / "folder"));
-  ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
-  EXPECT_FALSE(Config(folder_ / "pipe"));
+  ASSERT_EQ(mkdir((directory_ / "folder").c_str(), 0700), 0);
+  EXPECT_FALSE(Config(directory_ / "folder"));
+  ASSERT_EQ(mkfifo((directory_ / "pipe").c_str(), 0600), 0);
+  EXPECT_FALSE(Config(directory_ / "pipe"));
 }
 
-TEST_F(ConfigFiles, AFailedSaveSaysSoAndMayBeTriedAgain) {
+TEST_F(ConfigFile, SavesAgainAfterFailure) {
   const Config config(path_);
   WriteString(config, "key", "value");
   std::filesystem::remove(path_);
@@ -239,7 +239,7 @@ bool IsWhole(const std::string& path) {
   return whole;
 }
 
-TEST_F(ConfigFiles, ASavedConfigurationSurvivesAKillInTheMiddleOfASave) {
+TEST_F(ConfigFile, SurvivesKillDuringSave) {
   SaveGeneration(Config(path_), 0);
   for (int delay_us = 0; delay_us < 20'000; delay_us += 500) {
     Child writer([this] {
@@ -252,10 +252,10 @@ TEST_F(ConfigFiles, ASavedConfigurationSurvivesAKillInTheMiddleOfASave) {
     ASSERT_TRUE(IsWhole(path_)) << delay_us;
   }
   EXPECT_EQ(SaveGeneration(Config(path_), 0), 1);
-  EXPECT_LT(folder_.Names().size(), 5U) << "what 40 kills left";
+  EXPECT_LT(directory_.Names().size(), 5U) << "what 40 kills left";
 }
 
-TEST_F(ConfigFiles, SeveralWritersLeaveOneWholeFile) {
+TEST_F(ConfigFile, StaysCompleteUnderConcurrentWriters) {
   SaveGeneration(Config(path_), 0);
   const auto write = [this](int first) {
     const Config config(path_);

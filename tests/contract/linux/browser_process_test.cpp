@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "saltmoor/utilities/browser_authorization.h"
-#include "support/device_folder.h"
 #include "support/suite.h"
+#include "support/test_directory.h"
 
 namespace {
 
@@ -25,13 +25,13 @@ struct Handler : BrowserAuthorization::IEventHandler {
 /// Runs a session whose browser asks on the terminal, then asks there itself. What went well is in
 /// the exit code.
 int AskOnTerminal() {
-  const DeviceFolder folder;
-  WriteAll(folder / "browser",
+  const TestDirectory directory;
+  WriteAll(directory / "browser",
            "#!/bin/sh\nstty -echo; read answer; echo http://a.example/?$answer; [ $answer = yes ]");
-  std::filesystem::permissions(folder / "browser", std::filesystem::perms::owner_all);
+  std::filesystem::permissions(directory / "browser", std::filesystem::perms::owner_all);
   Handler handler;
   BrowserAuthorization session("test", &handler);
-  session.browser_path_ = folder / "browser";
+  session.browser_path_ = directory / "browser";
   session.Start("https://shop.example/", {});
   termios modes{};
   tcgetattr(STDIN_FILENO, &modes);
@@ -43,7 +43,7 @@ int AskOnTerminal() {
          (std::string_view(line, static_cast<std::size_t>(got)) == "me\n" ? 8 : 0);
 }
 
-TEST(Browser, HasTheTerminalUntilItEndsHoweverItEnds) {
+TEST(BrowserProcess, ReturnsTerminalHoweverItExits) {
   for (const auto& [typed, expected] : {std::pair("yes\n", 1 + 4 + 8), {"\x03", 2 + 4 + 8}}) {
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
@@ -65,14 +65,14 @@ TEST(Browser, HasTheTerminalUntilItEndsHoweverItEnds) {
   }
 }
 
-TEST(Browser, OneThatCannotBeRunIsNamedInTheLog) {
-  const DeviceFolder folder;
+TEST(BrowserProcess, LogsProgramThatCannotRun) {
+  const TestDirectory directory;
   Handler handler;
   BrowserAuthorization session("test", &handler);
-  for (const std::string& path : {folder / "missing", folder.path()}) {
+  for (const std::string& path : {directory / "missing", directory.path()}) {
     session.browser_path_ = path;
     EXPECT_EQ(session.Start("https://shop.example/", {}), -1);
-    EXPECT_NE(ReadAll(LogFile()).find("cannot run the browser " + path), std::string::npos);
+    EXPECT_NE(ReadAll(LogPath()).find("cannot run the browser " + path), std::string::npos);
   }
 }
 

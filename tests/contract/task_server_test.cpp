@@ -62,14 +62,14 @@ int Send(int task, int request, const std::string& data = "", int timeout_ms = 5
   return SendRequestTo(task, request, data.data(), static_cast<int>(data.size()), 0, timeout_ms);
 }
 
-TEST(Tasks, WithoutATaskThereIsNoAnswer) {
+TEST(TaskServer, ReturnsNoAnswerWithoutTask) {
   EXPECT_EQ(FindTaskByAppName("/ebrmain/bin/no such.app"), -1);
   EXPECT_EQ(FindTaskByAppName(""), -1);
   EXPECT_EQ(Send(-1, kSize), -1);
   EXPECT_EQ(Send(1'000'000, kSize), -1);
 }
 
-TEST(Tasks, RequestsAreAnsweredWithTheirBytes) {
+TEST(TaskServer, PassesRequestBytesToHandler) {
   const auto child = Start();
   const int task = FindTaskByAppName(kApp);
   ASSERT_NE(task, -1);
@@ -82,7 +82,7 @@ TEST(Tasks, RequestsAreAnsweredWithTheirBytes) {
   EXPECT_EQ(Send(task, kSize, "still there"), 11);
 }
 
-TEST(Tasks, EachProgramIsFoundByItsPathUntilItIsKilled) {
+TEST(TaskServer, FindsTaskByPathUntilKilled) {
   const std::string other = "/ebrmain/other/" + std::string(200, 'x') + "/contract.app";
   auto child = Start();
   const auto other_child = Start(other);
@@ -100,7 +100,7 @@ TEST(Tasks, EachProgramIsFoundByItsPathUntilItIsKilled) {
   EXPECT_EQ(Send(FindTaskByAppName(kApp), kSize, "xy"), 2);
 }
 
-TEST(Tasks, ASlowAnswerTimesOutAndTheTaskGoesOn) {
+TEST(TaskServer, KeepsServingAfterCallerTimesOut) {
   const auto child = Start();
   const int task = FindTaskByAppName(kApp);
   const auto start = steady_clock::now();
@@ -111,13 +111,13 @@ TEST(Tasks, ASlowAnswerTimesOutAndTheTaskGoesOn) {
   EXPECT_EQ(Send(task, kSize, "next", 5000), 4);
 }
 
-TEST(Tasks, ASecondStartOfAProgramGivesWay) {
+TEST(TaskServer, RefusesSecondInstance) {
   const auto child = Start();
   EXPECT_EQ(Child([] { return Serve(kApp); }).Wait(), 1);
   EXPECT_EQ(Send(FindTaskByAppName(kApp), kSize, "first"), 5);
 }
 
-TEST(Tasks, StopEndsTheTaskAlsoInASignalHandler) {
+TEST(TaskServer, StopsFromSignalHandler) {
   const auto child = Start();
   ASSERT_NE(FindTaskByAppName(kApp), -1);
   child->Signal(SIGTERM);
@@ -130,7 +130,7 @@ TEST(Tasks, StopEndsTheTaskAlsoInASignalHandler) {
   EXPECT_EQ(FindTaskByAppName(kApp), -1);
 }
 
-TEST(Tasks, SeveralThreadsAndProgramsMayAskAtOnce) {
+TEST(TaskServer, AnswersConcurrentCallers) {
   const auto child = Start();
   const auto ask = [] {
     const int task = FindTaskByAppName(kApp);
