@@ -17,11 +17,11 @@ namespace fs = std::filesystem;
 
 class ResourceDownloader : public testing::Test {
  protected:
-  /// \return what DownloadResource gives.
+  /// \return the result of DownloadResource.
   int Fetch(const std::string& address, const std::string& name = "b.epub") {
     return downloader_.DownloadResource(address, name, {});
   }
-  /// How many files there are, parts included.
+  /// The number of files, including part files.
   long Files() const {
     return fs::exists(directory_) ? std::distance(fs::directory_iterator(directory_), {}) : 0;
   }
@@ -29,7 +29,7 @@ class ResourceDownloader : public testing::Test {
     return ReadAll(directory_ + "/" + name);
   }
 
-  /// The book, but for its last bytes.
+  /// The book without its last bytes.
   Reply Torn(const Fields& fields, std::size_t missing = 100'000) const {
     const std::string whole = Answer(200, book_, fields);
     return {whole.substr(0, whole.size() - missing), Then::kClose};
@@ -78,13 +78,17 @@ TEST_F(ResourceDownloader, SavesFileOfUnknownLength) {
 TEST_F(ResourceDownloader, ResumesWhereConnectionDied) {
   ScriptedServer server([&](const Request& request) {
     if (request.connection == 1) return Torn({"ETag: \"v1\"", "Content-Type: text/plain"});
-    return Reply(Answer(206, book_.substr(200'000),
-                        {"Content-Range: bytes 200000-299999/300000", "Content-Type: wrong"}));
+    if (request["range"] == "bytes=250000-") {
+      return Reply(Answer(206, book_.substr(250'000),
+                          {"Content-Range: bytes 250000-299999/300000", "Content-Type: wrong"}));
+    }
+    return Reply(Answer(206, book_.substr(200'000, 50'000),
+                        {"Content-Range: bytes 200000-249999/300000", "Content-Type: wrong"}));
   });
   EXPECT_EQ(Fetch(server.Address()), 0);
   EXPECT_EQ(Content(), book_);
   EXPECT_EQ(downloader_.GetStatusInfo().content_type, "text/plain");
-  ASSERT_EQ(server.requests().size(), 2u);
+  ASSERT_EQ(server.requests().size(), 3u);
   EXPECT_EQ(server.requests()[0]["range"], "");
   EXPECT_EQ(server.requests()[0]["accept-encoding"], "");
   EXPECT_EQ(server.requests()[1]["range"], "bytes=200000-");
@@ -100,15 +104,21 @@ TEST_F(ResourceDownloader, NeverMixesVersionsOfAFile) {
       {"another version, its end", Answer(206, rest, {"ETag: \"v2\"", range})},
       {"another start", Answer(206, rest, {"Content-Range: bytes 199999-299998/300000"})},
       {"another length", Answer(206, rest, {"Content-Range: bytes 200000-299999/300001"})},
-      {"another length, without a rest", Answer(416, "", {"Content-Range: bytes */200000"})},
+      {"no range", Answer(206, rest)},
+      {"garbled range", Answer(206, rest, {"Content-Range: bytes 200000--1/300000"})},
+      {"longer than its range", Answer(206, rest + "x", {range})},
+      {"no such range", Answer(416, "", {"Content-Range: bytes */300000"})},
+      {"no such range, another length", Answer(416, "", {"Content-Range: bytes */200000"})},
+      {"no such range, no length", Answer(416, "<html>")},
   };
   for (const auto& [name, answer] : cases) {
     ScriptedServer server([&, &rest_or_all = answer](const Request& request) {
       if (request.connection == 1) return Torn({"ETag: \"v1\""});
       return Reply(request["range"].empty() ? Answer(200, newer) : rest_or_all);
     });
-    const bool saved = Fetch(server.Address()) == 0;
-    EXPECT_TRUE(Content() == (saved ? newer : "")) << name;
+    EXPECT_EQ(Fetch(server.Address()), 0) << name;
+    EXPECT_TRUE(Content() == newer) << name;
+    EXPECT_EQ(Files(), 1) << name;
     EXPECT_GT(server.requests().size(), 1u) << name;
     fs::remove_all(directory_);
   }
@@ -124,7 +134,8 @@ TEST_F(ResourceDownloader, SavesNothingForOtherStatuses) {
   for (const int status : {204, 206, 304, 403, 404, 416, 500}) {
     const std::size_t before = server.requests().size();
     EXPECT_GT(Fetch(server.Address("/" + std::to_string(status))), 0);
-    EXPECT_EQ(server.requests().size() - before > 1, status == 500) << "what may pass by itself";
+    EXPECT_EQ(server.requests().size() - before > 1, status == 500)
+        << "only a transient failure is retried";
     EXPECT_EQ(downloader_.GetStatusInfo().http_status, status);
     EXPECT_NE(downloader_.GetStatusInfo().error.find(std::to_string(status)), std::string::npos);
   }
@@ -206,7 +217,7 @@ TEST_F(ResourceDownloader, TruncatesLongNamesAndRejectsPaths) {
 
   const std::string long_name = std::string(246, 'n') + ".pdf";
   ASSERT_EQ(Fetch(server.Address(), long_name), 0);
-  EXPECT_EQ(Content(long_name), book_) << "a name that fits is cut";
+  EXPECT_EQ(Content(long_name), book_) << "this name fits";
 
   std::string umlauts = "x";
   for (int i = 0; i < 200; ++i) umlauts += "ü";

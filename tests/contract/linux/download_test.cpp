@@ -1,4 +1,4 @@
-// The download engine under limits short enough for tests, and what it leaves on the disk.
+// The download engine with short time limits, and the files that it leaves.
 
 #include "platform/linux/opds/download.h"
 
@@ -25,7 +25,7 @@ constexpr int kHalf = 5'000;
 
 class DownloadEngine : public testing::Test {
  protected:
-  /// Downloads "book" from the server; whether it is there afterwards.
+  /// Downloads "book" and returns whether it was saved.
   bool Fetch(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
     PartFile part(directory_.path(), "book");
     Error error = part.Open(server.Address());
@@ -37,7 +37,7 @@ class DownloadEngine : public testing::Test {
     EXPECT_EQ(!error, fs::exists(directory_ / "book")) << error.message();
     return !error;
   }
-  /// Downloads what the first connection of a test before left half.
+  /// Downloads the part that an interrupted download left out.
   void FetchRest(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
     EXPECT_TRUE(Fetch(server, limits));
     EXPECT_TRUE(ReadAll(directory_ / "book") == book_);
@@ -50,49 +50,18 @@ class DownloadEngine : public testing::Test {
   }
   Reply SecondHalf(const Fields& fields) const { return Answer(206, book_.substr(kHalf), fields); }
 
+  ScriptedServer::Script HangHalfway() const {
+    return [this](const Request& request) {
+      return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
+    };
+  }
+
   const TestDirectory directory_;
   const std::string book_ = UniqueBytes(kSize);
-  const std::string newer_ = UniqueBytes(2 * kSize).substr(kSize);
   const std::string tag_ = "ETag: \"v1\"";
   const std::string range_ = "Content-Range: bytes 5000-9999/10000";
   std::string content_type_;
 };
-
-TEST_F(DownloadEngine, UsesOnlyMatchingRanges) {
-  const std::string rest = book_.substr(kHalf);
-  const struct {
-    const char* name;
-    Reply answer;
-    std::size_t requests;  // after the one that leaves the half
-    bool newer;            // the file as it is served from its start by then
-  } cases[] = {
-      {"fits in two pieces",
-       Answer(206, rest.substr(0, 1000), {"Content-Range: bytes 5000-5999/10000"}), 2, false},
-      {"no range told", SecondHalf({}), 2, true},
-      {"garbled range", SecondHalf({"Content-Range: bytes 5000--1/10000"}), 2, true},
-      {"longer than told", Answer(206, rest + "x", {range_}), 2, true},
-      {"not satisfiable", Answer(416, "", {"Content-Range: bytes */10000"}), 2, true},
-      {"not satisfiable, mute", Answer(416, "<html>"), 2, true},
-  };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
-    ScriptedServer server([&](const Request& request) -> Reply {
-      const std::string range = request["range"];
-      if (request.connection == 1) return FirstHalf({tag_});
-      if (range.empty()) return Answer(200, newer_);
-      EXPECT_EQ(request["if-range"], "\"v1\"");
-      if (range == "bytes=5000-") return test.answer;
-      EXPECT_EQ(range, "bytes=6000-");
-      return Answer(206, rest.substr(1000), {"Content-Range: bytes 6000-9999/10000"});
-    });
-    EXPECT_FALSE(Fetch(server));
-    EXPECT_TRUE(Fetch(server, {2, 1, {milliseconds(1)}}));
-    EXPECT_TRUE(ReadAll(directory_ / "book") == (test.newer ? newer_ : book_));
-    EXPECT_EQ(server.requests().size(), 1 + test.requests);
-    EXPECT_EQ(directory_.Names(), std::set<std::string>{"book"});
-    fs::remove(directory_ / "book");
-  }
-}
 
 TEST_F(DownloadEngine, FinishesWhenRangeStartsAtEnd) {
   ScriptedServer server([&](const Request& request) -> Reply {
@@ -102,7 +71,7 @@ TEST_F(DownloadEngine, FinishesWhenRangeStartsAtEnd) {
     const std::string head = "HTTP/1.1 200 OK\r\nContent-Type: book\r\n" + tag_;
     return {head + "\r\nTransfer-Encoding: chunked\r\n\r\n2710\r\n" + book_, Then::kClose};
   });
-  EXPECT_FALSE(Fetch(server)) << "all the bytes, and no clean end";
+  EXPECT_FALSE(Fetch(server)) << "all bytes, but no proper end";
   FetchRest(server);
   EXPECT_EQ(content_type_, "book");
 }
@@ -111,7 +80,7 @@ TEST_F(DownloadEngine, ResumesOnlyWithStrongValidator) {
   const std::string modified = "Last-Modified: Mon, 01 Jan 2024 10:00:00 GMT";
   const struct {
     Fields fields;
-    std::string if_range;  // empty: the whole file is asked for
+    std::string if_range;  // empty if the whole file is requested
   } cases[] = {
       {{tag_, modified}, "\"v1\""},
       {{"ETag: W/\"v1\"", modified}, "Mon, 01 Jan 2024 10:00:00 GMT"},
@@ -138,9 +107,9 @@ TEST_F(DownloadEngine, LeavesNothingAfterUnusableAnswers) {
     Reply reply;
     std::size_t requests;
   } cases[] = {
-      {Answer(200, book_, {"Content-Encoding: gzip"}), 1},  // which nobody asked for
+      {Answer(200, book_, {"Content-Encoding: gzip"}), 1},  // not requested
       {SecondHalf({range_}), 1},
-      {FirstHalf({}), 3},  // a server that always dies at the same place
+      {FirstHalf({}), 3},  // always ends at the same byte
   };
   for (const auto& [reply, requests] : cases) {
     ScriptedServer server(reply);
@@ -164,18 +133,14 @@ TEST_F(DownloadEngine, RestartsRetryCountWhenBytesArrive) {
 }
 
 TEST_F(DownloadEngine, RetriesAfterStall) {
-  ScriptedServer server([&](const Request& request) {
-    return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
-  });
+  ScriptedServer server(HangHalfway());
   FetchRest(server, {2, 1, {milliseconds(1)}});
 }
 
 TEST_F(DownloadEngine, ResumesAfterKill) {
-  ScriptedServer server([&](const Request& request) {
-    return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
-  });
+  ScriptedServer server(HangHalfway());
   Child child([&] { return Fetch(server, {60, 60, {}}) ? 1 : 0; });
-  // The bytes count from the moment at which they are known to be on the disk.
+  // Wait until the bytes are recorded as synced.
   const auto synced = [&] { return ReadAll(directory_ / "book.part.info").find("\n5000\n"); };
   for (int i = 0; i < 500 && synced() == std::string::npos; ++i) usleep(10'000);
   EXPECT_EQ(child.Kill(), -SIGKILL);
@@ -188,7 +153,7 @@ TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
     return request.connection == 1 ? FirstHalf({tag_}) : SecondHalf({range_});
   });
   EXPECT_FALSE(Fetch(server));
-  // What was written after the last sync may come back as zeros.
+  // Bytes written after the last sync may be zeros after a power failure.
   std::ofstream(directory_ / "book.part", std::ios::app) << std::string(100, '\0');
   const std::string info = ReadAll(directory_ / "book.part.info");
   const std::string part_bytes = ReadAll(directory_ / "book.part");
@@ -197,7 +162,7 @@ TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
     WriteAll(directory_ / "book.part", part_bytes);
     PartFile part(directory_.path(), "book");
     ASSERT_FALSE(part.Open(server.Address()));
-    ASSERT_EQ(part.size_bytes(), 0) << "a torn record";
+    ASSERT_EQ(part.size_bytes(), 0) << "truncated record";
   }
   WriteAll(directory_ / "book.part.info", info);
   WriteAll(directory_ / "book.part", part_bytes);

@@ -30,7 +30,7 @@ endif()
 add_executable(tabulet_probe linux/tabulet_probe.cpp)
 quire_target(tabulet_probe)
 target_link_libraries(tabulet_probe PRIVATE tabulet)
-foreach(subject log settings messages secrets)
+foreach(subject log settings messages)
   add_test(NAME platform.environment.${subject}
     COMMAND ${ON_SCRATCH_DEVICE} ${CMAKE_CURRENT_SOURCE_DIR}/linux/environment_test
             $<TARGET_FILE:tabulet_probe> ${subject})

@@ -1,7 +1,7 @@
 /// \file
-/// What the suite has to know of the device under test and cannot learn from the contract: here, of
-/// the Linux platform. Whoever ports the library writes a `this_device.h` of their own and names
-/// its directory with -DTHIS_DEVICE=FOLDER.
+/// What the suite must know about the device under test beyond the contract, here the Linux
+/// platform. A port has a `this_device.h` of its own, whose directory is set with
+/// -DTHIS_DEVICE=DIRECTORY.
 
 #ifndef TESTS_CONTRACT_LINUX_THIS_DEVICE_H_
 #define TESTS_CONTRACT_LINUX_THIS_DEVICE_H_
@@ -11,13 +11,15 @@
 
 namespace this_device {
 
-/// A directory of the device, without a closing slash, in which the tests make folders of their
-/// own.
+/// A directory of the device, without a trailing slash, for the temporary directories of the tests.
 inline constexpr char kDirectory[] = "/mnt/ext1/system/config";
 
 /// The POSIX shell that runs the test scripts in place of the browser. They also call head, sleep,
 /// tr and yes.
 inline constexpr char kShell[] = "/bin/sh";
+
+/// Whether HttpRequestRunner returns no other errors than those of HttpRequestRunner::Error.
+inline constexpr bool kReturnsNamedErrors = true;
 
 /// Called once before the platform is used.
 /// \param ca_file  the certificate of a generated authority, PEM. The platform must trust its
@@ -26,6 +28,7 @@ inline constexpr char kShell[] = "/bin/sh";
 inline void Prepare(const std::string& ca_file, const std::string& log_path) {
   setenv("TABULET_CA_FILE", ca_file.c_str(), 1);
   setenv("TABULET_LOG", log_path.c_str(), 1);
+  setenv("TABULET_LOG_LEVEL", "5", 1);
 }
 
 }  // namespace this_device

@@ -1,5 +1,5 @@
 /// \file
-/// A directory of the test's own on the device, and files in it.
+/// A temporary directory on the device under test, and its files.
 
 #ifndef TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
 #define TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
