@@ -1,79 +1,25 @@
-#include "saltmoor/utilities/browser_authorization.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <thread>
 
-#include "support/test_directory.h"
+#include "support/browser_session.h"
 
 namespace {
 
-using saltmoor::utilities::BrowserAuthorization;
-using Lines = std::vector<std::string>;
+using Lines = BrowserSession::Lines;
 
-/// A session whose browser is a shell script, with everything that its handler hears.
-class Session : public BrowserAuthorization::IEventHandler {
- public:
-  explicit Session(const std::string& script) {
-    WriteAll(directory / "browser", std::string("#!") + this_device::kShell + "\n" + script);
-    std::filesystem::permissions(directory / "browser", std::filesystem::perms::owner_all);
-    browser.browser_path_ = directory / "browser";
-  }
-
-  int Run(const std::string& url = "https://shop.example/pay", const Lines& args = {}) {
-    const auto begin = std::chrono::steady_clock::now();
-    const int result = browser.Start(url, args);
-    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    EXPECT_FALSE(IsRunning());
-    return result;
-  }
-
-  void UrlChanged(const std::string& url) override {
-    EXPECT_TRUE(IsRunning());
-    EXPECT_NE(std::this_thread::get_id(), creator_);
-    events.push_back(url);
-    if (url.find("RETURN") != std::string::npos) Stop();
-  }
-  void BrowserError() override { events.push_back("error"); }
-  void BrowserClosed() override { events.push_back("closed"); }
-  void TimePassed(int passed_s) override {
-    times.push_back(passed_s);
-    if (on_time) on_time();
-  }
-
-  void Stop() {
-    const std::lock_guard lock(browser.mutex_);
-    browser.running_ = false;
-  }
-  bool IsRunning() {
-    const std::lock_guard lock(browser.mutex_);
-    return browser.running_;
-  }
-
-  const TestDirectory directory;
-  Lines events;
-  std::vector<int> times;
-  std::function<void()> on_time;
-  double seconds = 0;
-  BrowserAuthorization browser{"test", this};
-
- private:
-  const std::thread::id creator_ = std::this_thread::get_id();
-};
-
-/// Whether the processes that append to a file have all ended.
+/// Whether no process appends to the file.
 bool IsSilent(const std::string& file) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   const std::string before = ReadAll(file);
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_NE(before, "") << "it has never begun";
+  EXPECT_NE(before, "") << "no process has written";
   return ReadAll(file) == before;
 }
 
 TEST(BrowserAuthorization, ReportsUrlsUntilBrowserCloses) {
-  Session session(R"(
+  BrowserSession session(R"(
     printf '%s|' "$@" > "$(dirname "$0")/args"
     echo https://shop.example/pay; printf 'HTTP://a.example/?q=1\r\nhttp://last.example/\nhttp://cut')");
   EXPECT_EQ(session.Run("https://shop.example/pay?a=$HOME", {"--paypal", "a b"}), 0);
@@ -84,7 +30,7 @@ TEST(BrowserAuthorization, ReportsUrlsUntilBrowserCloses) {
 
 TEST(BrowserAuthorization, ReportsErrorAfterCrashOrExitCode) {
   for (const char* script : {"echo http://a.example/; kill -SEGV $$", "exit 3", "kill -KILL $$"}) {
-    Session session(script);
+    BrowserSession session(script);
     EXPECT_EQ(session.Run(), 0) << script;
     ASSERT_FALSE(session.events.empty());
     EXPECT_EQ(session.events.back(), "error") << script;
@@ -92,7 +38,7 @@ TEST(BrowserAuthorization, ReportsErrorAfterCrashOrExitCode) {
 }
 
 TEST(BrowserAuthorization, StartsNothingWithoutProgramOrHttpUrl) {
-  Session session("touch \"$(dirname \"$0\")/started\"");
+  BrowserSession session("touch \"$(dirname \"$0\")/started\"");
   for (const char* url : {"", "file:///etc/passwd", "javascript:1", "--help", "httpx://a/"}) {
     EXPECT_EQ(session.Run(url), -1) << url;
   }
@@ -105,14 +51,15 @@ TEST(BrowserAuthorization, StartsNothingWithoutProgramOrHttpUrl) {
 }
 
 TEST(BrowserAuthorization, ReportsNothingAfterHandlerEndsSession) {
-  Session session(R"(echo http://a.example/RETURN; echo http://late.example/; exec sleep 60)");
+  BrowserSession session(
+      R"(echo http://a.example/RETURN; echo http://late.example/; exec sleep 60)");
   EXPECT_EQ(session.Run(), 0);
   EXPECT_EQ(session.events, Lines{"http://a.example/RETURN"});
   EXPECT_LT(session.seconds, 1.0);
 }
 
 TEST(BrowserAuthorization, KillsProcessTreeWhenSigtermIsIgnored) {
-  Session session(R"(
+  BrowserSession session(R"(
     trap '' TERM
     while :; do echo x >> "$(dirname "$0")/child"; sleep 0.05; done &
     echo http://a.example/RETURN
@@ -124,7 +71,7 @@ TEST(BrowserAuthorization, KillsProcessTreeWhenSigtermIsIgnored) {
 }
 
 TEST(BrowserAuthorization, KillsChildrenWhenBrowserExits) {
-  Session session(R"(
+  BrowserSession session(R"(
     while :; do echo x >> "$(dirname "$0")/child"; sleep 0.05; done &
     sleep 0.2; echo http://a.example/)");
   EXPECT_EQ(session.Run(), 0);
@@ -134,7 +81,7 @@ TEST(BrowserAuthorization, KillsChildrenWhenBrowserExits) {
 }
 
 TEST(BrowserAuthorization, ReportsTimeUntilAnotherThreadEndsSession) {
-  Session session("exec 1>&-; exec sleep 60");
+  BrowserSession session("exec 1>&-; exec sleep 60");
   std::thread other;
   session.on_time = [&] {
     session.browser.SetFocus();
@@ -148,7 +95,7 @@ TEST(BrowserAuthorization, ReportsTimeUntilAnotherThreadEndsSession) {
 }
 
 TEST(BrowserAuthorization, FindsUrlsAmongGarbageAndFloods) {
-  Session session(R"(
+  BrowserSession session(R"(
     head -c 300000 /dev/zero | tr '\0' x; echo
     printf 'http://long.example/'; head -c 300000 /dev/zero | tr '\0' y; echo
     head -c 200000 /dev/urandom; echo
@@ -161,7 +108,7 @@ TEST(BrowserAuthorization, FindsUrlsAmongGarbageAndFloods) {
 }
 
 TEST(BrowserAuthorization, RefusesSecondSessionUntilFirstEnds) {
-  Session session("echo http://a.example/; sleep 1.2");
+  BrowserSession session("echo http://a.example/; sleep 1.2");
   int inner = 0;
   session.on_time = [&] { inner = session.browser.Start("http://b.example/", {}); };
   EXPECT_EQ(session.Run(), 0);

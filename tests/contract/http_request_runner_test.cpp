@@ -8,6 +8,7 @@
 
 #include "support/scripted_server.h"
 #include "support/suite.h"
+#include "support/test_directory.h"
 #include "this_device.h"
 
 namespace {
@@ -202,18 +203,13 @@ TEST(HttpRequestRunner, ReturnsEachThreadItsOwnAnswer) {
 
 /// Returns `size` bytes, compressed.
 std::string Gzip(std::size_t size) {
-  z_stream stream{};
-  deflateInit2(&stream, 9, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
-  std::string input(size, 'x');
-  std::string packed(size / 100 + 1024, '\0');
-  stream.next_in = reinterpret_cast<Bytef*>(input.data());
-  stream.avail_in = static_cast<uInt>(input.size());
-  stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-  stream.avail_out = static_cast<uInt>(packed.size());
-  deflate(&stream, Z_FINISH);
-  packed.resize(stream.total_out);
-  deflateEnd(&stream);
-  return packed;
+  const TestDirectory directory;
+  const std::string path = directory / "x.gz";
+  const std::string bytes(size, 'x');
+  const gzFile file = gzopen(path.c_str(), "w");
+  gzwrite(file, bytes.data(), static_cast<unsigned>(size));
+  gzclose(file);
+  return ReadAll(path);
 }
 
 TEST(HttpRequestRunner, DecompressesAnswersUpToLimit) {
