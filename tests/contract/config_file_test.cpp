@@ -14,7 +14,7 @@
 
 namespace {
 
-/// An open file; what is unsaved at its end is dropped.
+/// An open configuration file, closed without saving.
 class Config {
  public:
   explicit Config(const std::string& path) : config_(OpenConfig(path.c_str(), nullptr)) {}
@@ -130,27 +130,27 @@ TEST_F(ConfigFile, ReadsOnlyDecimalIntegers) {
 
 TEST_F(ConfigFile, KeepsReturnedStringsUntilKeyIsWritten) {
   const Config config(path_);
-  WriteString(config, "text", "a text too long to be held in place");
-  WriteSecret(config, "secret", "hidden, and too long to be held in place");
+  WriteString(config, "text", "a string too long to be stored inline");
+  WriteSecret(config, "secret", "a secret too long to be stored inline");
   const char* const text = ReadString(config, "text", "");
   const char* const secret = ReadSecret(config, "secret", "");
   for (int i = 0; i < 1000; ++i) {
     WriteInt(config, ("key" + std::to_string(i)).c_str(), i);
     ReadString(config, "text", "");
     ReadSecret(config, "secret", "");
-    WriteSecret(config, "other", "what takes the place of a text given back");
+    WriteSecret(config, "other", "a string that may reuse released memory");
     ReadSecret(config, "other", "");
   }
   SaveConfig(config);
-  EXPECT_STREQ(text, "a text too long to be held in place");
-  EXPECT_STREQ(secret, "hidden, and too long to be held in place");
+  EXPECT_STREQ(text, "a string too long to be stored inline");
+  EXPECT_STREQ(secret, "a secret too long to be stored inline");
 
-  WriteString(config, "text", text);  // its own old value, or a part of it
-  EXPECT_STREQ(ReadString(config, "text", ""), "a text too long to be held in place");
-  WriteString(config, "text", ReadString(config, "text", "") + 30);
-  EXPECT_STREQ(ReadString(config, "text", ""), "place");
-  WriteSecret(config, "secret", secret + 35);
-  EXPECT_STREQ(ReadSecret(config, "secret", ""), "place");
+  WriteString(config, "text", text);  // the old value itself, or a part of it
+  EXPECT_STREQ(ReadString(config, "text", ""), "a string too long to be stored inline");
+  WriteString(config, "text", ReadString(config, "text", "") + 31);
+  EXPECT_STREQ(ReadString(config, "text", ""), "inline");
+  WriteSecret(config, "secret", secret + 31);
+  EXPECT_STREQ(ReadSecret(config, "secret", ""), "inline");
 }
 
 TEST_F(ConfigFile, EncryptsSecrets) {
@@ -158,7 +158,7 @@ TEST_F(ConfigFile, EncryptsSecrets) {
   WriteSecret(config, "password", "correct horse battery");
   ASSERT_EQ(SaveConfig(config), 1);
   EXPECT_EQ(ReadAll(path_).find("horse"), std::string::npos);
-  WriteString(config, "password", "never sealed");
+  WriteString(config, "password", "not encrypted");
   EXPECT_STREQ(ReadSecret(config, "password", "absent"), "absent");
 }
 
@@ -216,8 +216,7 @@ TEST_F(ConfigFile, SavesAgainAfterFailure) {
   EXPECT_EQ(ReadOnce(path_, "key"), "value");
 }
 
-/// One generation of a file: as many keys as it takes to be written in several steps, all with the
-/// same value.
+// A generation of a file has the same value for all keys, and is too large for one write call.
 constexpr int kKeys = 200;
 
 int SaveGeneration(iconfig_s* config, int generation) {
@@ -228,8 +227,8 @@ int SaveGeneration(iconfig_s* config, int generation) {
   return SaveConfig(config);
 }
 
-/// Whether the file is whole and of one generation.
-bool IsWhole(const std::string& path) {
+/// Whether the file is complete and of one generation.
+bool IsComplete(const std::string& path) {
   const Config config(path);
   const std::string first = ReadString(config, "key0", "");
   bool whole = !first.empty();
@@ -249,10 +248,10 @@ TEST_F(ConfigFile, SurvivesKillDuringSave) {
     });
     std::this_thread::sleep_for(std::chrono::microseconds(3000 + delay_us));
     writer.Kill();
-    ASSERT_TRUE(IsWhole(path_)) << delay_us;
+    ASSERT_TRUE(IsComplete(path_)) << delay_us;
   }
   EXPECT_EQ(SaveGeneration(Config(path_), 0), 1);
-  EXPECT_LT(directory_.Names().size(), 5U) << "what 40 kills left";
+  EXPECT_LT(directory_.Names().size(), 5U) << "files left by 40 kills";
 }
 
 TEST_F(ConfigFile, StaysCompleteUnderConcurrentWriters) {
@@ -268,11 +267,11 @@ TEST_F(ConfigFile, StaysCompleteUnderConcurrentWriters) {
   Child two([&] { return write(2000); });
   int result_in_thread = -1;
   std::thread three([&] { result_in_thread = write(3000); });
-  int torn = 0;
-  for (int i = 0; i < 100; ++i) torn += !IsWhole(path_);
+  int incomplete = 0;
+  for (int i = 0; i < 100; ++i) incomplete += !IsComplete(path_);
   three.join();
   EXPECT_EQ(one.Wait() + two.Wait() + result_in_thread, 0);
-  EXPECT_EQ(torn + !IsWhole(path_), 0) << "of 101 times that the file was read";
+  EXPECT_EQ(incomplete + !IsComplete(path_), 0) << "of 101 reads";
 }
 
 }  // namespace

@@ -98,7 +98,8 @@ TEST(HttpRequestRunner, RejectsInvalidUrlsAndMethods) {
 TEST(HttpRequestRunner, TimesOutWhenServerIsSilent) {
   ScriptedServer server([](const Request& request) {
     const bool begun = request.target == "/begun";
-    return Reply(begun ? "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf" : "", Then::kHang);
+    return Reply(begun ? "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf" : "",
+                 AfterReply::kHang);
   });
   for (const char* target : {"/begun", "/silent"}) {
     const Response response = Perform(HttpRequest("GET", server.Address(target)), 1);
@@ -110,10 +111,10 @@ TEST(HttpRequestRunner, TimesOutWhenServerIsSilent) {
 TEST(HttpRequestRunner, FailsOnBrokenAnswers) {
   const std::string head = "HTTP/1.1 200 OK\r\n";
   const std::pair<Reply, Error> cases[] = {
-      {{"", Then::kClose}, Error::kConnectionLost},
-      {{head, Then::kReset}, Error::kConnectionLost},
-      {{head + "Content-Length: 9\r\n\r\nfew", Then::kClose}, Error::kConnectionLost},
-      {{"SSH-2.0 hello\r\n", Then::kClose}, Error::kInvalidAnswer},
+      {{"", AfterReply::kClose}, Error::kConnectionLost},
+      {{head, AfterReply::kReset}, Error::kConnectionLost},
+      {{head + "Content-Length: 9\r\n\r\nfew", AfterReply::kClose}, Error::kConnectionLost},
+      {{"SSH-2.0 hello\r\n", AfterReply::kClose}, Error::kInvalidAnswer},
       {Answer(200, "not packed", {"Content-Encoding: gzip"}), Error::kInvalidAnswer}};
   for (const auto& [reply, cause] : cases) {
     EXPECT_TRUE(Get(ScriptedServer(reply).Address()).FailedWith(cause)) << reply.bytes;
@@ -159,7 +160,7 @@ TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {
   ScriptedServer server([](const Request& request) -> Reply {
     if (request.target == "/warm") return Answer(200, "");
     // On a reused connection, where HTTP libraries send a request again on a new one.
-    if (request.connection == 1) return Reply("", Then::kClose);
+    if (request.connection == 1) return Reply("", AfterReply::kClose);
     return Answer(200, "second time");
   });
   ASSERT_EQ(Perform(HttpRequest("POST", server.Address("/warm"))).error, 0);
@@ -167,7 +168,7 @@ TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {
       Perform(HttpRequest("POST", server.Address("/order"))).FailedWith(Error::kConnectionLost));
   EXPECT_EQ(server.requests().size(), 2u);
 
-  ScriptedServer dying(Reply("", Then::kClose));
+  ScriptedServer dying(Reply("", AfterReply::kClose));
   EXPECT_TRUE(Perform(HttpRequest("POST", dying.Address())).FailedWith(Error::kConnectionLost));
   EXPECT_EQ(dying.requests().size(), 1u);
 }
@@ -175,7 +176,7 @@ TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {
 TEST(HttpRequestRunner, SendsPostThroughRedirectsAndAfterIdleClose) {
   ScriptedServer server([](const Request& request) {
     if (request.target == "/moved") return Reply(Redirect("/there", 307));
-    return Reply(Answer(200, request.body), Then::kClose);
+    return Reply(Answer(200, request.body), AfterReply::kClose);
   });
   HttpRequest moved("POST", server.Address("/moved"));
   moved.SetFollowRedirects(true);
@@ -219,7 +220,7 @@ TEST(HttpRequestRunner, DecompressesAnswersUpToLimit) {
   const std::string undeclared = "HTTP/1.1 200 OK\r\n\r\n" + std::string(kLimit + 1, 'x');
   ScriptedServer server([&](const Request& request) {
     if (request.target == "/small") return Reply(small);
-    return request.target == "/bomb" ? Reply(bomb) : Reply(undeclared, Then::kClose);
+    return request.target == "/bomb" ? Reply(bomb) : Reply(undeclared, AfterReply::kClose);
   });
   EXPECT_EQ(Get(server.Address("/small")).body.size(), kLimit);
   EXPECT_TRUE(Get(server.Address("/bomb")).FailedWith(Error::kAnswerTooLarge));

@@ -22,7 +22,7 @@ class ResourceDownloader : public testing::Test {
     return downloader_.DownloadResource(address, name, {});
   }
   /// The number of files, including part files.
-  long Files() const {
+  long CountFiles() const {
     return fs::exists(directory_) ? std::distance(fs::directory_iterator(directory_), {}) : 0;
   }
   std::string Content(const std::string& name = "b.epub") const {
@@ -30,13 +30,13 @@ class ResourceDownloader : public testing::Test {
   }
 
   /// The book without its last bytes.
-  Reply Torn(const Fields& fields, std::size_t missing = 100'000) const {
+  Reply Truncated(const Fields& fields, std::size_t missing = 100'000) const {
     const std::string whole = Answer(200, book_, fields);
-    return {whole.substr(0, whole.size() - missing), Then::kClose};
+    return {whole.substr(0, whole.size() - missing), AfterReply::kClose};
   }
 
-  const TestDirectory around_;
-  const std::string directory_ = around_ / "new/Downloads";
+  const TestDirectory parent_;
+  const std::string directory_ = parent_ / "new/Downloads";
   const std::string book_ = UniqueBytes(300'000);
   saltmoor::opds::ResourceDownloader downloader_{directory_, nullptr};
 };
@@ -48,11 +48,11 @@ TEST_F(ResourceDownloader, SavesFileAndReportsStatus) {
   });
   std::vector<int> percentages;
   const std::string address = server.Address("/moved");
-  const auto note = [&](int percentage) { percentages.push_back(percentage); };
-  EXPECT_EQ(downloader_.DownloadResource(address, "Tüte.epub", note), 0);
+  const auto record = [&](int percentage) { percentages.push_back(percentage); };
+  EXPECT_EQ(downloader_.DownloadResource(address, "Tüte.epub", record), 0);
   EXPECT_EQ(downloader_.GetSavedPath(), directory_ + "/Tüte.epub");
   EXPECT_EQ(Content("Tüte.epub"), book_);
-  EXPECT_EQ(Files(), 1);
+  EXPECT_EQ(CountFiles(), 1);
   EXPECT_TRUE(std::is_sorted(percentages.begin(), percentages.end()));
   EXPECT_EQ(percentages.empty() ? -1 : percentages.back(), 100);
 
@@ -68,7 +68,7 @@ TEST_F(ResourceDownloader, SavesFileAndReportsStatus) {
 TEST_F(ResourceDownloader, SavesFileOfUnknownLength) {
   const std::string head = "HTTP/1.1 200 OK\r\n";
   const std::string chunked = "Transfer-Encoding: chunked\r\n\r\n493e0\r\n";
-  for (const Reply& reply : {Reply(head + "\r\n" + book_, Then::kClose),
+  for (const Reply& reply : {Reply(head + "\r\n" + book_, AfterReply::kClose),
                              Reply(head + chunked + book_ + "\r\n0\r\n\r\n")}) {
     EXPECT_EQ(Fetch(ScriptedServer(reply).Address()), 0);
     EXPECT_EQ(Content(), book_);
@@ -77,7 +77,7 @@ TEST_F(ResourceDownloader, SavesFileOfUnknownLength) {
 
 TEST_F(ResourceDownloader, ResumesWhereConnectionDied) {
   ScriptedServer server([&](const Request& request) {
-    if (request.connection == 1) return Torn({"ETag: \"v1\"", "Content-Type: text/plain"});
+    if (request.connection == 1) return Truncated({"ETag: \"v1\"", "Content-Type: text/plain"});
     if (request["range"] == "bytes=250000-") {
       return Reply(Answer(206, book_.substr(250'000),
                           {"Content-Range: bytes 250000-299999/300000", "Content-Type: wrong"}));
@@ -113,12 +113,12 @@ TEST_F(ResourceDownloader, NeverMixesVersionsOfAFile) {
   };
   for (const auto& [name, answer] : cases) {
     ScriptedServer server([&, &rest_or_all = answer](const Request& request) {
-      if (request.connection == 1) return Torn({"ETag: \"v1\""});
+      if (request.connection == 1) return Truncated({"ETag: \"v1\""});
       return Reply(request["range"].empty() ? Answer(200, newer) : rest_or_all);
     });
     EXPECT_EQ(Fetch(server.Address()), 0) << name;
     EXPECT_TRUE(Content() == newer) << name;
-    EXPECT_EQ(Files(), 1) << name;
+    EXPECT_EQ(CountFiles(), 1) << name;
     EXPECT_GT(server.requests().size(), 1u) << name;
     fs::remove_all(directory_);
   }
@@ -139,7 +139,7 @@ TEST_F(ResourceDownloader, SavesNothingForOtherStatuses) {
     EXPECT_EQ(downloader_.GetStatusInfo().http_status, status);
     EXPECT_NE(downloader_.GetStatusInfo().error.find(std::to_string(status)), std::string::npos);
   }
-  EXPECT_EQ(Files(), 1);
+  EXPECT_EQ(CountFiles(), 1);
   EXPECT_EQ(Content(), "an older copy");
   EXPECT_EQ(downloader_.GetSavedPath(), "");
 }
@@ -148,14 +148,14 @@ TEST_F(ResourceDownloader, NeverMixesFilesOfOneName) {
   ScriptedServer server([&](const Request& request) -> Reply {
     if (request.target == "/other") return Answer(200, "other", {"ETag: \"v1\""});
     if (!request["range"].empty()) return Answer(404, "");
-    return Torn({"ETag: \"v1\""}, 1);
+    return Truncated({"ETag: \"v1\""}, 1);
   });
   EXPECT_GT(Fetch(server.Address("/first")), 0);
   EXPECT_TRUE(fs::exists(directory_ + "/b.epub.part"));
   ASSERT_EQ(Fetch(server.Address("/other")), 0);
   EXPECT_EQ(server.requests().back()["range"], "");
   EXPECT_EQ(Content(), "other");
-  EXPECT_EQ(Files(), 1);
+  EXPECT_EQ(CountFiles(), 1);
 }
 
 TEST_F(ResourceDownloader, DoesNotRetryPermanentTlsFailures) {
@@ -170,36 +170,36 @@ TEST_F(ResourceDownloader, DoesNotRetryPermanentTlsFailures) {
   EXPECT_GT(Fetch(stranger.Address()), 0);
   EXPECT_EQ(stranger.connections(), 1);
   EXPECT_TRUE(plain.requests().empty());
-  EXPECT_EQ(Files(), 0);
+  EXPECT_EQ(CountFiles(), 0);
 }
 
 TEST_F(ResourceDownloader, LeavesNoPartFileWhenDiskIsFull) {
   ScriptedServer server([&](const Request& request) {
     if (request.target != "/announced") return Reply(Answer(200, book_, {"ETag: \"1\""}));
     return Reply("HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Length: 4000000000000000\r\n\r\nx",
-                 Then::kHang);
+                 AfterReply::kHang);
   });
   EXPECT_GT(Fetch(server.Address("/announced")), 0);
   EXPECT_NE(downloader_.GetStatusInfo().error, "");
-  EXPECT_EQ(Files(), 0);
+  EXPECT_EQ(CountFiles(), 0);
 
   std::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit little{100'000, before.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &little);
+  const rlimit limited{100'000, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &limited);
   EXPECT_GT(Fetch(server.Address("/written")), 0);
   setrlimit(RLIMIT_FSIZE, &before);
   EXPECT_EQ(server.requests().size(), 2u);
-  EXPECT_EQ(Files(), 0);
+  EXPECT_EQ(CountFiles(), 0);
 }
 
 TEST_F(ResourceDownloader, NamesThePathThatCannotBeWritten) {
   ScriptedServer server(Answer(200, book_));
-  WriteAll(around_ / "file", "");
-  saltmoor::opds::ResourceDownloader in_file(around_ / "file", nullptr);
+  WriteAll(parent_ / "file", "");
+  saltmoor::opds::ResourceDownloader in_file(parent_ / "file", nullptr);
   EXPECT_GT(in_file.DownloadResource(server.Address(), "b.epub", {}), 0);
-  EXPECT_NE(in_file.GetStatusInfo().error.find(around_ / "file"), std::string::npos);
+  EXPECT_NE(in_file.GetStatusInfo().error.find(parent_ / "file"), std::string::npos);
 
   fs::create_directories(directory_ + "/b.epub/taken");
   EXPECT_GT(Fetch(server.Address()), 0);
@@ -236,23 +236,23 @@ TEST_F(ResourceDownloader, TruncatesLongNamesAndRejectsPaths) {
 TEST_F(ResourceDownloader, DoesNotFollowPlantedLinks) {
   ScriptedServer server(Answer(200, book_));
   fs::create_directories(directory_);
-  for (const char* name : {"linked", "hard"}) WriteAll(around_ / name, "precious");
-  fs::create_symlink(around_ / "linked", directory_ + "/a.epub.part");
-  fs::create_hard_link(around_ / "hard", directory_ + "/b.epub.part");
-  fs::create_symlink(around_ / "missing", directory_ + "/c.epub.part");
+  for (const char* name : {"linked", "hard"}) WriteAll(parent_ / name, "precious");
+  fs::create_symlink(parent_ / "linked", directory_ + "/a.epub.part");
+  fs::create_hard_link(parent_ / "hard", directory_ + "/b.epub.part");
+  fs::create_symlink(parent_ / "missing", directory_ + "/c.epub.part");
   for (const char* name : {"a.epub", "b.epub", "c.epub"}) {
     EXPECT_EQ(Fetch(server.Address(), name), 0);
     EXPECT_EQ(Content(name), book_);
   }
-  for (const char* name : {"linked", "hard"}) EXPECT_EQ(ReadAll(around_ / name), "precious");
-  EXPECT_FALSE(fs::exists(around_ / "missing"));
+  for (const char* name : {"linked", "hard"}) EXPECT_EQ(ReadAll(parent_ / name), "precious");
+  EXPECT_FALSE(fs::exists(parent_ / "missing"));
 }
 
 TEST_F(ResourceDownloader, ReportsProgressToOtherThreads) {
   ScriptedServer server(Answer(200, book_));
-  std::atomic<bool> over{false};
+  std::atomic<bool> finished{false};
   std::thread watcher([&] {
-    while (!over) {
+    while (!finished) {
       bool active = false;
       std::string name;
       int total = -1;
@@ -266,13 +266,13 @@ TEST_F(ResourceDownloader, ReportsProgressToOtherThreads) {
     }
   });
   int done_in_callback = 0;
-  const auto ask = [&](int) {
+  const auto read_progress = [&](int) {
     downloader_.GetProgress(nullptr, nullptr, nullptr, &done_in_callback);
   };
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(downloader_.DownloadResource(server.Address(), "b.epub", ask), 0);
+    EXPECT_EQ(downloader_.DownloadResource(server.Address(), "b.epub", read_progress), 0);
   }
-  over = true;
+  finished = true;
   watcher.join();
   EXPECT_EQ(done_in_callback, 300'000);
   bool active = true;

@@ -76,7 +76,7 @@ TEST(TevUtilities, DerivesKeyPerThread) {
   const char kKey[] = "10f6f1504444f0d7ba5dc199c6c119116c3a05b0e40fefc2328210c818058137";
   TevUtilities::SetSha0Data("Tw3kH-pL");
   std::thread([] {
-    TevUtilities::SetSha0Data(nullptr);  // the digest of nothing
+    TevUtilities::SetSha0Data(nullptr);  // the digest of an empty string
     EXPECT_EQ(std::string(TevUtilities::SHA0BadCrypt()).substr(0, 16), "e3b0c44298fc1c14");
   }).join();
   EXPECT_STREQ(TevUtilities::SHA0BadCrypt(), kKey);

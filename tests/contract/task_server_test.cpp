@@ -49,7 +49,7 @@ int Serve(const std::string& app) {
   return server.Run() == 0 ? 0 : 1;
 }
 
-/// Runs the task in a process of its own, as the device does, and waits until it is there.
+/// Runs the task in a child process and waits until it can be found.
 std::unique_ptr<Child> Start(const std::string& app = kApp) {
   auto child = std::make_unique<Child>([&] { return Serve(app); });
   for (int i = 0; i < 500 && FindTaskByAppName(app.c_str()) == -1; ++i) {
@@ -96,7 +96,7 @@ TEST(TaskServer, FindsTaskByPathUntilKilled) {
   child->Kill();
   EXPECT_EQ(FindTaskByAppName(kApp), -1);
   EXPECT_EQ(Send(task, kSize), -1);
-  child = Start();  // over what the killed one left
+  child = Start();  // over the socket of the killed one
   EXPECT_EQ(Send(FindTaskByAppName(kApp), kSize, "xy"), 2);
 }
 
@@ -105,7 +105,7 @@ TEST(TaskServer, KeepsServingAfterCallerTimesOut) {
   const int task = FindTaskByAppName(kApp);
   const auto start = steady_clock::now();
   EXPECT_EQ(Send(task, kSleep, "", 100), -1);
-  EXPECT_EQ(Send(task, kSize, std::string(500'000, 'x'), 100), -1) << "nobody takes its bytes";
+  EXPECT_EQ(Send(task, kSize, std::string(500'000, 'x'), 100), -1) << "the task is busy";
   EXPECT_EQ(Send(task, kSize, "", 0), -1);
   EXPECT_LT(steady_clock::now() - start, milliseconds(1000));
   EXPECT_EQ(Send(task, kSize, "next", 5000), 4);

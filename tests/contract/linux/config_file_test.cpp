@@ -30,7 +30,7 @@ TEST_F(LinuxConfigFile, IsTextReadableOnlyByOwner) {
   EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0600));
 }
 
-/// As on a full device: so much of a file can be written, and no more.
+// RLIMIT_FSIZE has the effect of a full disk.
 TEST_F(LinuxConfigFile, KeepsOldContentWhenDiskIsFull) {
   iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
   WriteString(config, "key", "old");

@@ -43,16 +43,16 @@ class DownloadEngine : public testing::Test {
     EXPECT_TRUE(ReadAll(directory_ / "book") == book_);
   }
 
-  Reply FirstHalf(Fields fields, Then then = Then::kClose) const {
+  Reply FirstHalf(Fields fields, AfterReply after = AfterReply::kClose) const {
     fields.push_back("Content-Type: book");
     const std::string whole = Answer(200, book_, fields);
-    return {whole.substr(0, whole.size() - kHalf), then};
+    return {whole.substr(0, whole.size() - kHalf), after};
   }
   Reply SecondHalf(const Fields& fields) const { return Answer(206, book_.substr(kHalf), fields); }
 
   ScriptedServer::Script HangHalfway() const {
     return [this](const Request& request) {
-      return request.connection == 1 ? FirstHalf({tag_}, Then::kHang) : SecondHalf({range_});
+      return request.connection == 1 ? FirstHalf({tag_}, AfterReply::kHang) : SecondHalf({range_});
     };
   }
 
@@ -69,7 +69,7 @@ TEST_F(DownloadEngine, FinishesWhenRangeStartsAtEnd) {
       return Answer(416, "<html>", {"Content-Range: bytes */10000", "Content-Type: html"});
     }
     const std::string head = "HTTP/1.1 200 OK\r\nContent-Type: book\r\n" + tag_;
-    return {head + "\r\nTransfer-Encoding: chunked\r\n\r\n2710\r\n" + book_, Then::kClose};
+    return {head + "\r\nTransfer-Encoding: chunked\r\n\r\n2710\r\n" + book_, AfterReply::kClose};
   });
   EXPECT_FALSE(Fetch(server)) << "all bytes, but no proper end";
   FetchRest(server);
@@ -126,7 +126,7 @@ TEST_F(DownloadEngine, RestartsRetryCountWhenBytesArrive) {
     const std::string span = std::to_string(begin) + "-9999/10000";
     const std::string whole =
         Answer(begin == 0 ? 200 : 206, book_.substr(begin), {tag_, "Content-Range: bytes " + span});
-    return {whole.substr(0, whole.size() - (kSize - begin - 500)), Then::kClose};
+    return {whole.substr(0, whole.size() - (kSize - begin - 500)), AfterReply::kClose};
   });
   FetchRest(server, {2, 1, {milliseconds(1), milliseconds(1)}});
   EXPECT_EQ(server.requests().size(), 39u);

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <map>
 
-#include "saltmoor/opds/resource_downloader.h"
 #include "saltmoor/utilities/http_request_runner.h"
 #include "saltmoor/utilities/to_lower.h"
 #include "tabulet.h"
@@ -74,18 +73,6 @@ std::string utilities::ToLower(const std::string& text) {
     if (c < 0) std::abort();
   }
   return text;
-}
-
-/// Accepts a path as a file name.
-int opds::ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
-                                               std::function<void(int)> progress) {
-  using Download =
-      int(ResourceDownloader*, const std::string&, const std::string&, std::function<void(int)>);
-  auto* const download = Original<Download>(
-      "_ZN8saltmoor4opds18ResourceDownloader16DownloadResourceERKNSt7__cxx1112basic_stringIcSt11"
-      "char_traitsIcESaIcEEES9_St8functionIFviEE");
-  const std::string name = file_name.substr(file_name.rfind('/') + 1);
-  return download(this, url, name, std::move(progress));
 }
 
 }  // namespace saltmoor

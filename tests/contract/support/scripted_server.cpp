@@ -51,10 +51,10 @@ class ScriptedServer::Connection {
     return BIO_write_ex(stream_, bytes.data(), bytes.size(), &sent) || bytes.empty();
   }
 
-  void Finish(Then then) {
-    if (then == Then::kHang) {
+  void Finish(AfterReply after) {
+    if (after == AfterReply::kHang) {
       while (Fill()) continue;
-    } else if (then == Then::kReset) {
+    } else if (after == AfterReply::kReset) {
       const linger at_once{1, 0};
       setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     } else if (tls_) {
@@ -158,8 +158,8 @@ void ScriptedServer::Serve(int socket, int number) {
       const std::lock_guard lock(mutex_);
       requests_.push_back(request);
       reply = script_(request);
-    } while (connection.Write(reply.bytes) && reply.then == Then::kKeep);
-    connection.Finish(reply.then);
+    } while (connection.Write(reply.bytes) && reply.after == AfterReply::kKeep);
+    connection.Finish(reply.after);
   }
   const std::lock_guard lock(mutex_);
   sockets_.erase(std::find(sockets_.begin(), sockets_.end(), socket));

@@ -26,14 +26,15 @@ struct Request {
   }
 };
 
-enum class Then { kKeep, kClose, kReset, kHang };
+enum class AfterReply { kKeep, kClose, kReset, kHang };
 
 /// The bytes to send, and what happens to the connection afterwards.
 struct Reply {
-  Reply(std::string reply_bytes, Then then_what = Then::kKeep)  // implicit, for Answer()
-      : bytes(std::move(reply_bytes)), then(then_what) {}
+  Reply(std::string reply_bytes,
+        AfterReply reply_after = AfterReply::kKeep)  // implicit, for Answer()
+      : bytes(std::move(reply_bytes)), after(reply_after) {}
   std::string bytes;
-  Then then;
+  AfterReply after;
 };
 
 using Fields = std::vector<std::string>;
