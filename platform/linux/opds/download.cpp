@@ -14,26 +14,17 @@
 namespace saltmoor::platform {
 namespace {
 
+using saltmoor::utilities::HttpRequestRunner;
 using Clock = std::chrono::steady_clock;
 
 // A power failure loses at most what was received since the last sync.
 constexpr std::chrono::seconds kSyncInterval{1};
 
-/// Whether a retry may succeed after a failure of the network.
-bool IsTransient(CURLcode code) {
-  switch (code) {
-    case CURLE_COULDNT_RESOLVE_HOST:
-    case CURLE_COULDNT_CONNECT:
-    case CURLE_GOT_NOTHING:
-    case CURLE_OPERATION_TIMEDOUT:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_RECV_ERROR:
-    case CURLE_SEND_ERROR:
-    case CURLE_SSL_CONNECT_ERROR:  // such as a reset; a bad certificate has another code
-      return true;
-    default:
-      return false;
-  }
+/// Whether a retry may succeed.
+bool IsTransient(HttpRequestRunner::Error error) {
+  return error == HttpRequestRunner::kNameNotFound ||
+         error == HttpRequestRunner::kConnectionRefused || error == HttpRequestRunner::kTimedOut ||
+         error == HttpRequestRunner::kTlsFailed || error == HttpRequestRunner::kConnectionLost;
 }
 
 bool IsTransientStatus(int http_status) {
@@ -253,7 +244,8 @@ RequestOutcome Download::Request::ClassifyResult(CURLcode code) {
   if (error_ || outcome_ == RequestOutcome::kUnusable || outcome_ == RequestOutcome::kComplete)
     return outcome_;
   if (code != CURLE_OK) {
-    return Fail(IsTransient(code) ? RequestOutcome::kTransient : RequestOutcome::kPermanent,
+    return Fail(IsTransient(transfer_.Classify(code)) ? RequestOutcome::kTransient
+                                                      : RequestOutcome::kPermanent,
                 Error::Transfer(code, transfer_.Explain(code)));
   }
   if (total_ > 0 && part_.size_bytes() != total_) {
