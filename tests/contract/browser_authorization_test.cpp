@@ -1,118 +1,65 @@
-#include "saltmoor/utilities/browser_authorization.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <thread>
 
-#include "support/device_folder.h"
+#include "support/browser_session.h"
 
 namespace {
 
-using saltmoor::utilities::BrowserAuthorization;
-using Lines = std::vector<std::string>;
+using Lines = BrowserSession::Lines;
 
-/// A session whose browser is a shell script, with everything that its handler hears.
-class Session : public BrowserAuthorization::IEventHandler {
- public:
-  explicit Session(const std::string& script) {
-    WriteAll(folder / "browser", std::string("#!") + this_device::kShell + "\n" + script);
-    std::filesystem::permissions(folder / "browser", std::filesystem::perms::owner_all);
-    browser.browser_path_ = folder / "browser";
-  }
-
-  int Run(const std::string& url = "https://shop.example/pay", const Lines& args = {}) {
-    const auto begin = std::chrono::steady_clock::now();
-    const int result = browser.Start(url, args);
-    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    EXPECT_FALSE(IsRunning());
-    return result;
-  }
-
-  void UrlChanged(const std::string& url) override {
-    EXPECT_TRUE(IsRunning());
-    EXPECT_NE(std::this_thread::get_id(), creator_);
-    events.push_back(url);
-    if (url.find("RETURN") != std::string::npos) Stop();
-  }
-  void BrowserError() override { events.push_back("error"); }
-  void BrowserClosed() override { events.push_back("closed"); }
-  void TimePassed(int passed_s) override {
-    times.push_back(passed_s);
-    if (on_time) on_time();
-  }
-
-  void Stop() {
-    const std::lock_guard lock(browser.mutex_);
-    browser.running_ = false;
-  }
-  bool IsRunning() {
-    const std::lock_guard lock(browser.mutex_);
-    return browser.running_;
-  }
-
-  const DeviceFolder folder;
-  Lines events;
-  std::vector<int> times;
-  std::function<void()> on_time;
-  double seconds = 0;
-  BrowserAuthorization browser{"test", this};
-
- private:
-  const std::thread::id creator_ = std::this_thread::get_id();
-};
-
-/// Whether the processes that append to a file have all ended.
+/// Whether no process appends to the file.
 bool IsSilent(const std::string& file) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   const std::string before = ReadAll(file);
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  EXPECT_NE(before, "") << "it has never begun";
+  EXPECT_NE(before, "") << "no process has written";
   return ReadAll(file) == before;
 }
 
-TEST(BrowserSession, AddressesAreReportedUntilTheUserClosesTheBrowser) {
-  Session session(R"(
+TEST(BrowserAuthorization, ReportsUrlsUntilBrowserCloses) {
+  BrowserSession session(R"(
     printf '%s|' "$@" > "$(dirname "$0")/args"
     echo https://shop.example/pay; printf 'HTTP://a.example/?q=1\r\nhttp://last.example/\nhttp://cut')");
   EXPECT_EQ(session.Run("https://shop.example/pay?a=$HOME", {"--paypal", "a b"}), 0);
   EXPECT_EQ(session.events, (Lines{"https://shop.example/pay", "HTTP://a.example/?q=1",
                                    "http://last.example/", "closed"}));
-  EXPECT_EQ(ReadAll(session.folder / "args"), "--paypal|a b|https://shop.example/pay?a=$HOME|");
+  EXPECT_EQ(ReadAll(session.directory / "args"), "--paypal|a b|https://shop.example/pay?a=$HOME|");
 }
 
-TEST(BrowserSession, ACrashAndAnExitCodeAreErrors) {
+TEST(BrowserAuthorization, ReportsErrorAfterCrashOrExitCode) {
   for (const char* script : {"echo http://a.example/; kill -SEGV $$", "exit 3", "kill -KILL $$"}) {
-    Session session(script);
+    BrowserSession session(script);
     EXPECT_EQ(session.Run(), 0) << script;
     ASSERT_FALSE(session.events.empty());
     EXPECT_EQ(session.events.back(), "error") << script;
   }
 }
 
-TEST(BrowserSession, WithoutAProgramOrAWebAddressNothingIsStarted) {
-  Session session("touch \"$(dirname \"$0\")/started\"");
+TEST(BrowserAuthorization, StartsNothingWithoutProgramOrHttpUrl) {
+  BrowserSession session("touch \"$(dirname \"$0\")/started\"");
   for (const char* url : {"", "file:///etc/passwd", "javascript:1", "--help", "httpx://a/"}) {
     EXPECT_EQ(session.Run(url), -1) << url;
   }
-  for (const std::string& path : {std::string("/no/such/browser"), session.folder.path()}) {
+  for (const std::string& path : {std::string("/no/such/browser"), session.directory.path()}) {
     session.browser.browser_path_ = path;
     EXPECT_EQ(session.Run(), -1);
   }
   EXPECT_TRUE(session.events.empty());
-  EXPECT_EQ(session.folder.Names(), std::set<std::string>{"browser"});
+  EXPECT_EQ(session.directory.Names(), std::set<std::string>{"browser"});
 }
 
-TEST(BrowserSession, TheHandlerEndsTheBrowserAndNothingMoreIsReported) {
-  Session session(R"(echo http://a.example/RETURN; echo http://late.example/; exec sleep 60)");
+TEST(BrowserAuthorization, ReportsNothingAfterHandlerEndsSession) {
+  BrowserSession session(
+      R"(echo http://a.example/RETURN; echo http://late.example/; exec sleep 60)");
   EXPECT_EQ(session.Run(), 0);
   EXPECT_EQ(session.events, Lines{"http://a.example/RETURN"});
   EXPECT_LT(session.seconds, 1.0);
 }
 
-TEST(BrowserSession, ABrowserThatIgnoresTheRequestToEndIsMadeToWithItsChildren) {
-  Session session(R"(
+TEST(BrowserAuthorization, KillsProcessTreeWhenSigtermIsIgnored) {
+  BrowserSession session(R"(
     trap '' TERM
     while :; do echo x >> "$(dirname "$0")/child"; sleep 0.05; done &
     echo http://a.example/RETURN
@@ -120,21 +67,21 @@ TEST(BrowserSession, ABrowserThatIgnoresTheRequestToEndIsMadeToWithItsChildren) 
   EXPECT_EQ(session.Run(), 0);
   EXPECT_EQ(session.events, Lines{"http://a.example/RETURN"});
   EXPECT_NEAR(session.seconds, 2.2, 0.7);
-  EXPECT_TRUE(IsSilent(session.folder / "child"));
+  EXPECT_TRUE(IsSilent(session.directory / "child"));
 }
 
-TEST(BrowserSession, WhatTheBrowserLeavesBehindEndsWithIt) {
-  Session session(R"(
+TEST(BrowserAuthorization, KillsChildrenWhenBrowserExits) {
+  BrowserSession session(R"(
     while :; do echo x >> "$(dirname "$0")/child"; sleep 0.05; done &
     sleep 0.2; echo http://a.example/)");
   EXPECT_EQ(session.Run(), 0);
   EXPECT_EQ(session.events, (Lines{"http://a.example/", "closed"}));
   EXPECT_LT(session.seconds, 1.0) << "a child still holds the output";
-  EXPECT_TRUE(IsSilent(session.folder / "child"));
+  EXPECT_TRUE(IsSilent(session.directory / "child"));
 }
 
-TEST(BrowserSession, AnotherThreadEndsASilentSessionWhoseTimePasses) {
-  Session session("exec 1>&-; exec sleep 60");
+TEST(BrowserAuthorization, ReportsTimeUntilAnotherThreadEndsSession) {
+  BrowserSession session("exec 1>&-; exec sleep 60");
   std::thread other;
   session.on_time = [&] {
     session.browser.SetFocus();
@@ -147,8 +94,8 @@ TEST(BrowserSession, AnotherThreadEndsASilentSessionWhoseTimePasses) {
   EXPECT_LT(session.seconds, 3.0);
 }
 
-TEST(BrowserSession, RubbishAndFloodsAreBorne) {
-  Session session(R"(
+TEST(BrowserAuthorization, FindsUrlsAmongGarbageAndFloods) {
+  BrowserSession session(R"(
     head -c 300000 /dev/zero | tr '\0' x; echo
     printf 'http://long.example/'; head -c 300000 /dev/zero | tr '\0' y; echo
     head -c 200000 /dev/urandom; echo
@@ -160,8 +107,8 @@ TEST(BrowserSession, RubbishAndFloodsAreBorne) {
   EXPECT_EQ(session.events.back(), "http://a.example/RETURN");
 }
 
-TEST(BrowserSession, OneSessionAtATimeAndAnotherAfterwards) {
-  Session session("echo http://a.example/; sleep 1.2");
+TEST(BrowserAuthorization, RefusesSecondSessionUntilFirstEnds) {
+  BrowserSession session("echo http://a.example/; sleep 1.2");
   int inner = 0;
   session.on_time = [&] { inner = session.browser.Start("http://b.example/", {}); };
   EXPECT_EQ(session.Run(), 0);

@@ -7,53 +7,52 @@
 #include <csignal>
 #include <thread>
 
-#include "support/device_folder.h"
 #include "support/scripted_server.h"
 #include "support/suite.h"
+#include "support/test_directory.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using saltmoor::opds::ResourceDownloader;
 
-class Downloads : public testing::Test {
+class ResourceDownloader : public testing::Test {
  protected:
-  /// \return what DownloadResource gives.
+  /// \return the result of DownloadResource.
   int Fetch(const std::string& address, const std::string& name = "b.epub") {
     return downloader_.DownloadResource(address, name, {});
   }
-  /// How many files there are, parts included.
-  long Files() const {
-    return fs::exists(folder_) ? std::distance(fs::directory_iterator(folder_), {}) : 0;
+  /// The number of files, including part files.
+  long CountFiles() const {
+    return fs::exists(directory_) ? std::distance(fs::directory_iterator(directory_), {}) : 0;
   }
   std::string Content(const std::string& name = "b.epub") const {
-    return ReadAll(folder_ + "/" + name);
+    return ReadAll(directory_ + "/" + name);
   }
 
-  /// The book, but for its last bytes.
-  Reply Torn(const Fields& fields, std::size_t missing = 100'000) const {
+  /// The book without its last bytes.
+  Reply Truncated(const Fields& fields, std::size_t missing = 100'000) const {
     const std::string whole = Answer(200, book_, fields);
-    return {whole.substr(0, whole.size() - missing), Then::kClose};
+    return {whole.substr(0, whole.size() - missing), AfterReply::kClose};
   }
 
-  const DeviceFolder around_;
-  const std::string folder_ = around_ / "new/Downloads";
+  const TestDirectory parent_;
+  const std::string directory_ = parent_ / "new/Downloads";
   const std::string book_ = UniqueBytes(300'000);
-  ResourceDownloader downloader_{folder_, nullptr};
+  saltmoor::opds::ResourceDownloader downloader_{directory_, nullptr};
 };
 
-TEST_F(Downloads, AWholeFileIsSavedAndTold) {
+TEST_F(ResourceDownloader, SavesFileAndReportsStatus) {
   ScriptedServer server([&](const Request& request) {
     if (request.target == "/moved") return Answer(302, "", {"Location: /book?key=1"});
     return Answer(200, book_, {"Content-Type: application/epub+zip; v=3"});
   });
   std::vector<int> percentages;
   const std::string address = server.Address("/moved");
-  const auto note = [&](int percentage) { percentages.push_back(percentage); };
-  EXPECT_EQ(downloader_.DownloadResource(address, "Tüte.epub", note), 0);
-  EXPECT_EQ(downloader_.GetSavedPath(), folder_ + "/Tüte.epub");
+  const auto record = [&](int percentage) { percentages.push_back(percentage); };
+  EXPECT_EQ(downloader_.DownloadResource(address, "Tüte.epub", record), 0);
+  EXPECT_EQ(downloader_.GetSavedPath(), directory_ + "/Tüte.epub");
   EXPECT_EQ(Content("Tüte.epub"), book_);
-  EXPECT_EQ(Files(), 1);
+  EXPECT_EQ(CountFiles(), 1);
   EXPECT_TRUE(std::is_sorted(percentages.begin(), percentages.end()));
   EXPECT_EQ(percentages.empty() ? -1 : percentages.back(), 100);
 
@@ -66,33 +65,37 @@ TEST_F(Downloads, AWholeFileIsSavedAndTold) {
   EXPECT_EQ(info.error, "");
 }
 
-TEST_F(Downloads, ALengthThatNobodyAnnouncesEndsWithTheTransfer) {
+TEST_F(ResourceDownloader, SavesFileOfUnknownLength) {
   const std::string head = "HTTP/1.1 200 OK\r\n";
   const std::string chunked = "Transfer-Encoding: chunked\r\n\r\n493e0\r\n";
-  for (const Reply& reply : {Reply(head + "\r\n" + book_, Then::kClose),
+  for (const Reply& reply : {Reply(head + "\r\n" + book_, AfterReply::kClose),
                              Reply(head + chunked + book_ + "\r\n0\r\n\r\n")}) {
     EXPECT_EQ(Fetch(ScriptedServer(reply).Address()), 0);
     EXPECT_EQ(Content(), book_);
   }
 }
 
-TEST_F(Downloads, ADownloadGoesOnWhereTheConnectionDied) {
+TEST_F(ResourceDownloader, ResumesWhereConnectionDied) {
   ScriptedServer server([&](const Request& request) {
-    if (request.connection == 1) return Torn({"ETag: \"v1\"", "Content-Type: text/plain"});
-    return Reply(Answer(206, book_.substr(200'000),
-                        {"Content-Range: bytes 200000-299999/300000", "Content-Type: wrong"}));
+    if (request.connection == 1) return Truncated({"ETag: \"v1\"", "Content-Type: text/plain"});
+    if (request["range"] == "bytes=250000-") {
+      return Reply(Answer(206, book_.substr(250'000),
+                          {"Content-Range: bytes 250000-299999/300000", "Content-Type: wrong"}));
+    }
+    return Reply(Answer(206, book_.substr(200'000, 50'000),
+                        {"Content-Range: bytes 200000-249999/300000", "Content-Type: wrong"}));
   });
   EXPECT_EQ(Fetch(server.Address()), 0);
   EXPECT_EQ(Content(), book_);
   EXPECT_EQ(downloader_.GetStatusInfo().content_type, "text/plain");
-  ASSERT_EQ(server.requests().size(), 2u);
+  ASSERT_EQ(server.requests().size(), 3u);
   EXPECT_EQ(server.requests()[0]["range"], "");
   EXPECT_EQ(server.requests()[0]["accept-encoding"], "");
   EXPECT_EQ(server.requests()[1]["range"], "bytes=200000-");
   EXPECT_EQ(server.requests()[1]["if-range"], "\"v1\"");
 }
 
-TEST_F(Downloads, VersionsOfAFileAreNeverGlued) {
+TEST_F(ResourceDownloader, NeverMixesVersionsOfAFile) {
   const std::string newer = UniqueBytes(600'000).substr(300'000);
   const std::string rest = newer.substr(200'000);
   const std::string range = "Content-Range: bytes 200000-299999/300000";
@@ -101,57 +104,64 @@ TEST_F(Downloads, VersionsOfAFileAreNeverGlued) {
       {"another version, its end", Answer(206, rest, {"ETag: \"v2\"", range})},
       {"another start", Answer(206, rest, {"Content-Range: bytes 199999-299998/300000"})},
       {"another length", Answer(206, rest, {"Content-Range: bytes 200000-299999/300001"})},
-      {"another length, without a rest", Answer(416, "", {"Content-Range: bytes */200000"})},
+      {"no range", Answer(206, rest)},
+      {"garbled range", Answer(206, rest, {"Content-Range: bytes 200000--1/300000"})},
+      {"longer than its range", Answer(206, rest + "x", {range})},
+      {"no such range", Answer(416, "", {"Content-Range: bytes */300000"})},
+      {"no such range, another length", Answer(416, "", {"Content-Range: bytes */200000"})},
+      {"no such range, no length", Answer(416, "<html>")},
   };
   for (const auto& [name, answer] : cases) {
     ScriptedServer server([&, &rest_or_all = answer](const Request& request) {
-      if (request.connection == 1) return Torn({"ETag: \"v1\""});
+      if (request.connection == 1) return Truncated({"ETag: \"v1\""});
       return Reply(request["range"].empty() ? Answer(200, newer) : rest_or_all);
     });
-    const bool saved = Fetch(server.Address()) == 0;
-    EXPECT_TRUE(Content() == (saved ? newer : "")) << name;
+    EXPECT_EQ(Fetch(server.Address()), 0) << name;
+    EXPECT_TRUE(Content() == newer) << name;
+    EXPECT_EQ(CountFiles(), 1) << name;
     EXPECT_GT(server.requests().size(), 1u) << name;
-    fs::remove_all(folder_);
+    fs::remove_all(directory_);
   }
 }
 
-TEST_F(Downloads, StatusesOtherThanSuccessLeaveNothing) {
+TEST_F(ResourceDownloader, SavesNothingForOtherStatuses) {
   ScriptedServer server([&](const Request& request) {
     const int status = std::stoi(request.target.substr(1));
     if (status == 204) return std::string("HTTP/1.1 204 None\r\n\r\n");
     return Answer(status, "<html>", {"Content-Type: text/html"});
   });
-  WriteAll((fs::create_directories(folder_), folder_ + "/b.epub"), "an older copy");
+  WriteAll((fs::create_directories(directory_), directory_ + "/b.epub"), "an older copy");
   for (const int status : {204, 206, 304, 403, 404, 416, 500}) {
     const std::size_t before = server.requests().size();
     EXPECT_GT(Fetch(server.Address("/" + std::to_string(status))), 0);
-    EXPECT_EQ(server.requests().size() - before > 1, status == 500) << "what may pass by itself";
+    EXPECT_EQ(server.requests().size() - before > 1, status == 500)
+        << "only a transient failure is retried";
     EXPECT_EQ(downloader_.GetStatusInfo().http_status, status);
     EXPECT_NE(downloader_.GetStatusInfo().error.find(std::to_string(status)), std::string::npos);
   }
-  EXPECT_EQ(Files(), 1);
+  EXPECT_EQ(CountFiles(), 1);
   EXPECT_EQ(Content(), "an older copy");
   EXPECT_EQ(downloader_.GetSavedPath(), "");
 }
 
-TEST_F(Downloads, TwoBooksOfOneNameAreNeverGlued) {
+TEST_F(ResourceDownloader, NeverMixesFilesOfOneName) {
   ScriptedServer server([&](const Request& request) -> Reply {
     if (request.target == "/other") return Answer(200, "other", {"ETag: \"v1\""});
     if (!request["range"].empty()) return Answer(404, "");
-    return Torn({"ETag: \"v1\""}, 1);
+    return Truncated({"ETag: \"v1\""}, 1);
   });
   EXPECT_GT(Fetch(server.Address("/first")), 0);
-  EXPECT_TRUE(fs::exists(folder_ + "/b.epub.part"));
+  EXPECT_TRUE(fs::exists(directory_ + "/b.epub.part"));
   ASSERT_EQ(Fetch(server.Address("/other")), 0);
   EXPECT_EQ(server.requests().back()["range"], "");
   EXPECT_EQ(Content(), "other");
-  EXPECT_EQ(Files(), 1);
+  EXPECT_EQ(CountFiles(), 1);
 }
 
-TEST_F(Downloads, BadCertificatesAndRedirectsOutOfTlsAreNotTriedAgain) {
+TEST_F(ResourceDownloader, DoesNotRetryPermanentTlsFailures) {
   ScriptedServer plain(Answer(200, book_));
   const std::string redirect = Answer(302, "", {"Location: " + plain.Address()});
-  const Certificate good = GoodCertificate();
+  const Certificate good = TrustedCertificate();
   const Certificate bad = MakeCertificate(MakeAuthority("Stranger"), "IP:127.0.0.1");
   ScriptedServer downgrading(redirect, &good);
   ScriptedServer stranger(redirect, &bad);
@@ -160,44 +170,44 @@ TEST_F(Downloads, BadCertificatesAndRedirectsOutOfTlsAreNotTriedAgain) {
   EXPECT_GT(Fetch(stranger.Address()), 0);
   EXPECT_EQ(stranger.connections(), 1);
   EXPECT_TRUE(plain.requests().empty());
-  EXPECT_EQ(Files(), 0);
+  EXPECT_EQ(CountFiles(), 0);
 }
 
-TEST_F(Downloads, AFullDiskFailsAtOnceAndLeavesNoPart) {
+TEST_F(ResourceDownloader, LeavesNoPartFileWhenDiskIsFull) {
   ScriptedServer server([&](const Request& request) {
     if (request.target != "/announced") return Reply(Answer(200, book_, {"ETag: \"1\""}));
     return Reply("HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Length: 4000000000000000\r\n\r\nx",
-                 Then::kHang);
+                 AfterReply::kHang);
   });
   EXPECT_GT(Fetch(server.Address("/announced")), 0);
   EXPECT_NE(downloader_.GetStatusInfo().error, "");
-  EXPECT_EQ(Files(), 0);
+  EXPECT_EQ(CountFiles(), 0);
 
   std::signal(SIGXFSZ, SIG_IGN);
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit little{100'000, before.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &little);
+  const rlimit limited{100'000, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &limited);
   EXPECT_GT(Fetch(server.Address("/written")), 0);
   setrlimit(RLIMIT_FSIZE, &before);
   EXPECT_EQ(server.requests().size(), 2u);
-  EXPECT_EQ(Files(), 0);
+  EXPECT_EQ(CountFiles(), 0);
 }
 
-TEST_F(Downloads, WhereNothingCanBeWrittenTheFailureNamesThePlace) {
+TEST_F(ResourceDownloader, NamesThePathThatCannotBeWritten) {
   ScriptedServer server(Answer(200, book_));
-  WriteAll(around_ / "file", "");
-  ResourceDownloader in_file(around_ / "file", nullptr);
+  WriteAll(parent_ / "file", "");
+  saltmoor::opds::ResourceDownloader in_file(parent_ / "file", nullptr);
   EXPECT_GT(in_file.DownloadResource(server.Address(), "b.epub", {}), 0);
-  EXPECT_NE(in_file.GetStatusInfo().error.find(around_ / "file"), std::string::npos);
+  EXPECT_NE(in_file.GetStatusInfo().error.find(parent_ / "file"), std::string::npos);
 
-  fs::create_directories(folder_ + "/b.epub/taken");
+  fs::create_directories(directory_ + "/b.epub/taken");
   EXPECT_GT(Fetch(server.Address()), 0);
   EXPECT_NE(downloader_.GetStatusInfo().error.find("b.epub"), std::string::npos);
   EXPECT_GT(Fetch("no address"), 0);
 }
 
-TEST_F(Downloads, NamesAreCutWhereTheyAreTooLongAndNeverPaths) {
+TEST_F(ResourceDownloader, TruncatesLongNamesAndRejectsPaths) {
   ScriptedServer server(Answer(200, book_));
   using namespace std::string_literals;
   for (const std::string& name : {""s, "."s, ".."s, "a/b"s, "../../x"s, "/etc/x"s, "a\0b"s}) {
@@ -207,7 +217,7 @@ TEST_F(Downloads, NamesAreCutWhereTheyAreTooLongAndNeverPaths) {
 
   const std::string long_name = std::string(246, 'n') + ".pdf";
   ASSERT_EQ(Fetch(server.Address(), long_name), 0);
-  EXPECT_EQ(Content(long_name), book_) << "a name that fits is cut";
+  EXPECT_EQ(Content(long_name), book_) << "this name fits";
 
   std::string umlauts = "x";
   for (int i = 0; i < 200; ++i) umlauts += "ü";
@@ -223,26 +233,26 @@ TEST_F(Downloads, NamesAreCutWhereTheyAreTooLongAndNeverPaths) {
   }
 }
 
-TEST_F(Downloads, APlantedLinkIsNotWrittenThrough) {
+TEST_F(ResourceDownloader, DoesNotFollowPlantedLinks) {
   ScriptedServer server(Answer(200, book_));
-  fs::create_directories(folder_);
-  for (const char* name : {"linked", "hard"}) WriteAll(around_ / name, "precious");
-  fs::create_symlink(around_ / "linked", folder_ + "/a.epub.part");
-  fs::create_hard_link(around_ / "hard", folder_ + "/b.epub.part");
-  fs::create_symlink(around_ / "missing", folder_ + "/c.epub.part");
+  fs::create_directories(directory_);
+  for (const char* name : {"linked", "hard"}) WriteAll(parent_ / name, "precious");
+  fs::create_symlink(parent_ / "linked", directory_ + "/a.epub.part");
+  fs::create_hard_link(parent_ / "hard", directory_ + "/b.epub.part");
+  fs::create_symlink(parent_ / "missing", directory_ + "/c.epub.part");
   for (const char* name : {"a.epub", "b.epub", "c.epub"}) {
     EXPECT_EQ(Fetch(server.Address(), name), 0);
     EXPECT_EQ(Content(name), book_);
   }
-  for (const char* name : {"linked", "hard"}) EXPECT_EQ(ReadAll(around_ / name), "precious");
-  EXPECT_FALSE(fs::exists(around_ / "missing"));
+  for (const char* name : {"linked", "hard"}) EXPECT_EQ(ReadAll(parent_ / name), "precious");
+  EXPECT_FALSE(fs::exists(parent_ / "missing"));
 }
 
-TEST_F(Downloads, ProgressMayBeAskedForWhileADownloadRuns) {
+TEST_F(ResourceDownloader, ReportsProgressToOtherThreads) {
   ScriptedServer server(Answer(200, book_));
-  std::atomic<bool> over{false};
+  std::atomic<bool> finished{false};
   std::thread watcher([&] {
-    while (!over) {
+    while (!finished) {
       bool active = false;
       std::string name;
       int total = -1;
@@ -256,13 +266,13 @@ TEST_F(Downloads, ProgressMayBeAskedForWhileADownloadRuns) {
     }
   });
   int done_in_callback = 0;
-  const auto ask = [&](int) {
+  const auto read_progress = [&](int) {
     downloader_.GetProgress(nullptr, nullptr, nullptr, &done_in_callback);
   };
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(downloader_.DownloadResource(server.Address(), "b.epub", ask), 0);
+    EXPECT_EQ(downloader_.DownloadResource(server.Address(), "b.epub", read_progress), 0);
   }
-  over = true;
+  finished = true;
   watcher.join();
   EXPECT_EQ(done_in_callback, 300'000);
   bool active = true;

@@ -8,58 +8,38 @@
 #include <cstdio>
 
 #include "platform/linux/common/directory_lock.h"
+#include "platform/linux/common/log.h"
 
 namespace saltmoor::platform {
 namespace {
 
-Error WriteAll(int fd, std::string_view content, const std::string& path) {
-  while (!content.empty()) {
-    const ssize_t written = write(fd, content.data(), content.size());
-    if (written > 0) {
-      content.remove_prefix(static_cast<std::size_t>(written));
-    } else if (written == 0 || errno != EINTR) {
-      return Error::System(written == 0 ? EIO : errno, "cannot write " + path);
-    }
-  }
-  return {};
-}
-
-/// Writes `content` to a new file and sees it onto the disk.
 Error WriteTempFile(const std::string& path, std::string_view content) {
   UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!file) {
-    const std::string mend = errno == EEXIST
-                                 ? " (another program is writing, or one has died while it was: "
-                                   "delete the file if none is)"
-                                 : "";
-    return Error::System(errno, "cannot create " + path + mend);
+    const char* const hint = errno == EEXIST ? " (another program is writing, or was killed while "
+                                               "it was: delete the file if none is)"
+                                             : "";
+    return Error::System(errno, "cannot create " + path + hint);
   }
   if (Error error = WriteAll(file.get(), content, path)) return error;
 
   struct stat status;
   if (fstat(file.get(), &status) != 0) return Error::System(errno, "cannot examine " + path);
   if (status.st_size != static_cast<off_t>(content.size())) {
-    return Error::InvalidData("cannot write " + path +
-                              ": it has a length other than what was written");
+    return Error::InvalidData("cannot write " + path + ": its size differs from what was written");
   }
-  if (fsync(file.get()) != 0) return Error::System(errno, "cannot write to the disk: " + path);
+  if (fsync(file.get()) != 0) return Error::System(errno, "cannot sync " + path);
   if (close(file.Release()) != 0) return Error::System(errno, "cannot close " + path);
   return {};
-}
-
-/// Sees a rename onto the disk. Memory cards have file systems that cannot sync a folder.
-Error SyncDirectory(int folder, const std::string& path) {
-  if (fsync(folder) == 0 || errno == EINVAL || errno == ENOTSUP) return {};
-  return Error::System(errno, "cannot write to the disk: the folder of " + path);
 }
 
 Error Write(const std::string& path, std::string_view content, bool keep_existing) {
   if (path.empty()) return Error::System(ENOENT, "cannot write a file without a name");
   const DirectoryLock lock(DirectoryOf(path));
-  if (!lock.folder()) return Error::System(errno, "cannot open the folder of " + path);
+  if (!lock.directory()) return Error::System(errno, "cannot open the directory of " + path);
 
-  // The name is the same for all writers, so that what a killed one left does not pile up, and
-  // creating the file excludes other writers even where the folder cannot be locked.
+  // All writers use one name, so that killed ones leave at most one file, and O_EXCL excludes other
+  // writers even on a file system without directory locks.
   const std::string temp_path = path + ".new";
   if (lock.held()) unlink(temp_path.c_str());
 
@@ -74,7 +54,7 @@ Error Write(const std::string& path, std::string_view content, bool keep_existin
     unlink(temp_path.c_str());
     return error;
   }
-  return SyncDirectory(lock.folder().get(), path);
+  return SyncDirectory(lock.directory().get(), path);
 }
 
 }  // namespace
@@ -87,8 +67,20 @@ Error CreateFile(const std::string& path, std::string_view content) {
   return Write(path, content, true);
 }
 
+Error MoveAside(const std::string& path, const std::function<Error()>& check) {
+  const DirectoryLock lock(DirectoryOf(path));
+  const Error fault = check();
+  if (!fault || fault.IsSystem(ENOENT)) return {};
+  const std::string bad_path = path + ".bad";
+  if (std::rename(path.c_str(), bad_path.c_str()) != 0) {
+    return Error::System(errno, fault.message() + "; cannot move it to " + bad_path);
+  }
+  Log(LogLevel::kError, fault.message() + "; moved to " + bad_path);
+  return {};
+}
+
 Error ReadFile(const std::string& path, std::size_t max_bytes, std::string* content) {
-  // Not to wait for ever where the path names a pipe.
+  // O_NONBLOCK: opening a pipe must not block.
   const UniqueFd file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (!file) return Error::System(errno, "cannot open " + path);
   struct stat status;
@@ -109,6 +101,24 @@ Error ReadFile(const std::string& path, std::size_t max_bytes, std::string* cont
                                 std::to_string(max_bytes) + " bytes");
     }
   }
+}
+
+Error WriteAll(int fd, std::string_view content, const std::string& path) {
+  while (!content.empty()) {
+    const ssize_t written = write(fd, content.data(), content.size());
+    if (written > 0) {
+      content.remove_prefix(static_cast<std::size_t>(written));
+    } else if (written == 0 || errno != EINTR) {
+      return Error::System(written == 0 ? EIO : errno, "cannot write " + path);
+    }
+  }
+  return {};
+}
+
+Error SyncDirectory(int directory_fd, const std::string& path) {
+  // Some file systems of memory cards cannot sync a directory.
+  if (fsync(directory_fd) == 0 || errno == EINVAL || errno == ENOTSUP) return {};
+  return Error::System(errno, "cannot sync the directory of " + path);
 }
 
 std::string DirectoryOf(const std::string& path) {

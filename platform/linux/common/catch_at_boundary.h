@@ -7,8 +7,9 @@
 
 namespace saltmoor::platform {
 
-/// The contract's edge: what `body` returns, or `fallback` where it throws, since an exception must
-/// not reach a caller in C. In practice that is memory running out.
+/// Calls `body` for a function of the contract, from which no exception may escape. An exception,
+/// in practice std::bad_alloc, is logged with the caller's place.
+/// \return what `body` returns; `fallback` if it throws.
 template <typename Body, typename Result>
 Result CatchAtBoundary(Result fallback, const Body& body, const char* source = __builtin_FILE(),
                        int line = __builtin_LINE(),
@@ -18,9 +19,21 @@ Result CatchAtBoundary(Result fallback, const Body& body, const char* source = _
   } catch (const std::exception& error) {
     sm_print_log2(2, source, line, function, "%s", error.what());
   } catch (...) {
-    sm_print_log2(2, source, line, function, "an exception of an unknown kind");
+    sm_print_log2(2, source, line, function, "an exception of an unknown type");
   }
   return fallback;
+}
+
+/// The same for a function that returns nothing.
+template <typename Body>
+void CatchAtBoundary(const Body& body, const char* source = __builtin_FILE(),
+                     int line = __builtin_LINE(),
+                     const char* function = __builtin_FUNCTION()) noexcept {
+  const auto call = [&body] {
+    body();
+    return true;
+  };
+  CatchAtBoundary(false, call, source, line, function);
 }
 
 }  // namespace saltmoor::platform

@@ -7,12 +7,12 @@
 
 namespace saltmoor::platform {
 
-DirectoryLock::DirectoryLock(const std::string& folder)
-    : folder_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  if (!folder_) return;
+DirectoryLock::DirectoryLock(const std::string& path)
+    : directory_(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+  if (!directory_) return;
   int status;
   do {
-    status = flock(folder_.get(), LOCK_EX);
+    status = flock(directory_.get(), LOCK_EX);
   } while (status != 0 && errno == EINTR);
   held_ = status == 0;
 }

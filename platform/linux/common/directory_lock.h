@@ -7,20 +7,19 @@
 
 namespace saltmoor::platform {
 
-/// Keeps other threads and processes from replacing files in a folder, for as long as it lives.
-/// The folder itself is locked: unlike a file in it, it is never replaced by another of its name.
-/// One thread must not lock a folder twice.
+/// An exclusive lock, among threads and processes, on replacing files in a directory. The directory
+/// itself is locked, because a file in it may be replaced. Not recursive.
 class DirectoryLock {
  public:
-  explicit DirectoryLock(const std::string& folder);
+  explicit DirectoryLock(const std::string& path);
 
-  /// False where the file system cannot lock folders, or there is no such folder.
+  /// False if the file system cannot lock directories or the directory does not exist.
   bool held() const { return held_; }
-  /// The open folder; none when it cannot be opened.
-  const UniqueFd& folder() const { return folder_; }
+  /// The open directory; empty if it cannot be opened.
+  const UniqueFd& directory() const { return directory_; }
 
  private:
-  UniqueFd folder_;
+  UniqueFd directory_;
   bool held_ = false;
 };
 

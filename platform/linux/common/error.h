@@ -1,6 +1,3 @@
-/// \file
-/// How a piece of the Linux platform tells another that something failed.
-
 #ifndef PLATFORM_LINUX_COMMON_ERROR_H_
 #define PLATFORM_LINUX_COMMON_ERROR_H_
 
@@ -9,25 +6,24 @@
 
 namespace saltmoor::platform {
 
-/// The outcome of an operation: false when it went well. The text names what failed and where; at
-/// the contract's edge it becomes the caller's int and one line of the log.
+/// The result of an operation of the Linux platform: converts to false on success. The message says
+/// what failed on what. A function of the contract returns it as an int and logs the message once.
 class [[nodiscard]] Error {
  public:
   enum class Kind {
     kNone,
-    kSystem,       ///< a system call failed: code is its errno
-    kTransfer,     ///< libcurl failed: code is its CURLcode
-    kInvalidData,  ///< what was read is not what it should be: code is 0
+    kSystem,       ///< a system call failed; the code is its errno
+    kTransfer,     ///< a transfer failed; the code is a CURLcode or an HttpRequestRunner::Error
+    kInvalidData,  ///< data is not what it should be; the code is 0
   };
 
   Error() = default;
 
-  /// \param what  what was attempted on what, such as "cannot write /tmp/a"; the meaning of
+  /// \param what  what was attempted, such as "cannot write /tmp/a"; the description of
   ///     `error_number` is appended.
   static Error System(int error_number, const std::string& what);
-  /// \param message  complete: this header knows no libcurl.
-  static Error Transfer(int curl_code, std::string message) {
-    return {Kind::kTransfer, curl_code, std::move(message)};
+  static Error Transfer(int code, std::string message) {
+    return {Kind::kTransfer, code, std::move(message)};
   }
   static Error InvalidData(std::string message) {
     return {Kind::kInvalidData, 0, std::move(message)};

@@ -18,7 +18,7 @@ std::string GetEnvironment(const char* name) {
   return value ? value : "";
 }
 
-/// Takes the part before the next colon off `text`. A colon within brackets belongs to an address.
+/// Removes the part up to the next colon from `text`. Colons in brackets belong to an IPv6 address.
 std::string_view ConsumePart(std::string_view* text) {
   std::size_t start = 0;
   if (!text->empty() && text->front() == '[') start = std::min(text->find(']'), text->size());
@@ -30,10 +30,10 @@ std::string_view ConsumePart(std::string_view* text) {
 
 bool IsPort(std::string_view text) {
   int port = 0;
-  return ParseInt(std::string(text), &port) && port >= 1 && port <= 65535;
+  return ParseNumber(text, &port) && port >= 1 && port <= 65535;
 }
 
-/// Reads HOST:PORT:TO-HOST:TO-PORT. The first two may be empty, which means any.
+/// Parses HOST:PORT:TO-HOST:TO-PORT. An empty HOST or PORT matches any.
 bool ParseConnectTo(std::string_view entry, ConnectTo* result) {
   if (std::count(entry.begin(), entry.end(), ':') < 3) return false;
   result->entry = entry;
@@ -55,7 +55,7 @@ void ReadConnectTo(Settings* settings) {
       settings->connect_to.push_back(std::move(connect_to));
     } else {
       settings->problems.push_back("TABULET_CONNECT_TO: \"" + entry +
-                                   "\" is left out; write HOST:PORT:TO-HOST:TO-PORT, "
+                                   "\" is ignored; write HOST:PORT:TO-HOST:TO-PORT, "
                                    "comma-separated");
     }
   }
@@ -64,7 +64,7 @@ void ReadConnectTo(Settings* settings) {
 void ReadCaFile(Settings* settings) {
   settings->ca_file = GetEnvironment("TABULET_CA_FILE");
   if (settings->ca_file.empty() || access(settings->ca_file.c_str(), R_OK) == 0) return;
-  // It still counts: to trust the system's authorities instead would be a surprise.
+  // Falling back to the system's authorities would trust servers that the setting excludes.
   settings->problems.push_back("TABULET_CA_FILE: cannot read \"" + settings->ca_file + "\" (" +
                                std::strerror(errno) +
                                "), so no server is trusted; name a readable PEM file, or unset it "
@@ -78,11 +78,11 @@ void ReadLog(Settings* settings) {
   const std::string level = GetEnvironment("TABULET_LOG_LEVEL");
   int number = 0;
   if (level.empty()) return;
-  if (ParseInt(level, &number) && number >= 0 && number <= 5) {
+  if (ParseNumber(level, &number) && number >= 0 && number <= 5) {
     settings->log_level = number;
   } else {
     settings->problems.push_back("TABULET_LOG_LEVEL: \"" + level +
-                                 "\" counts as 2; write 1 (fatal) to 5 (trace), or 0 for nothing");
+                                 "\" counts as 2; write 1 (fatal) to 5 (trace), or 0 for no log");
   }
 }
 
@@ -94,7 +94,7 @@ void ReadSerial(Settings* settings) {
     settings->serial = serial;
   } else {
     settings->problems.push_back(
-        "TABULET_SERIAL: the value is left out; write printable ASCII characters without blanks");
+        "TABULET_SERIAL: the value is ignored; write printable ASCII characters without spaces");
   }
 }
 
@@ -110,7 +110,7 @@ Settings ReadEnvironment() {
 }  // namespace
 
 const Settings& GetSettings() {
-  // Never destroyed: programs log until after their own statics are gone.
+  // Never destroyed: a program may log from the destructors of its own static objects.
   static const Settings& settings = *new Settings(ReadEnvironment());
   return settings;
 }

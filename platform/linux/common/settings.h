@@ -1,6 +1,3 @@
-/// \file
-/// The settings of the Linux platform: the TABULET_* variables of the environment.
-
 #ifndef PLATFORM_LINUX_COMMON_SETTINGS_H_
 #define PLATFORM_LINUX_COMMON_SETTINGS_H_
 
@@ -11,22 +8,24 @@ namespace saltmoor::platform {
 
 struct ConnectTo {
   std::string entry;    ///< HOST:PORT:TO-HOST:TO-PORT, as libcurl takes it
-  std::string to_host;  ///< without the brackets of an IPv6 address
+  std::string to_host;  ///< without brackets around an IPv6 address
 };
 
+/// The settings of the Linux platform: the TABULET_* variables of the environment, which
+/// docs/settings.md describes.
 struct Settings {
   std::vector<ConnectTo> connect_to;  ///< TABULET_CONNECT_TO
-  std::string ca_file;                ///< TABULET_CA_FILE; empty: the system's authorities
+  std::string ca_file;                ///< TABULET_CA_FILE; if empty, the system's authorities
   std::string log = "-";              ///< TABULET_LOG: a path, or "-" for standard error
   int log_level = 2;                  ///< TABULET_LOG_LEVEL
-  std::string serial;                 ///< TABULET_SERIAL; empty: derived from the machine
+  std::string serial;                 ///< TABULET_SERIAL; if empty, derived from the machine
 
-  /// One line for each bad value: what it is, what counts in its place, how to mend it. The logger
-  /// reports them ahead of its first record; nobody else needs to.
+  /// One line for each invalid value: the value, what is used instead, and how to correct it. Only
+  /// the logger reports them, before its first record.
   std::vector<std::string> problems;
 };
 
-/// Reads the environment at the first call; the same object ever after. Any thread.
+/// Returns the settings, read from the environment at the first call. Thread-safe.
 const Settings& GetSettings();
 
 }  // namespace saltmoor::platform

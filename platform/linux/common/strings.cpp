@@ -1,6 +1,5 @@
 #include "platform/linux/common/strings.h"
 
-#include <charconv>
 #include <cstdio>
 
 namespace saltmoor::platform {
@@ -27,18 +26,8 @@ std::vector<std::string> Split(std::string_view text, char separator) {
   }
 }
 
-bool ParseInt(const std::string& text, int* number) {
-  const char* const end = text.data() + text.size();
-  int result = 0;
-  const auto [stop, error] = std::from_chars(text.data(), end, result);
-  if (error != std::errc() || stop != end) return false;
-  *number = result;
-  return true;
-}
-
 std::string EscapeControlCharacters(std::string_view text) {
   std::string line;
-  line.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto c = static_cast<unsigned char>(text[i]);
     const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);

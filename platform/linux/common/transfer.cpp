@@ -28,12 +28,12 @@ struct FreeUrl {
 };
 using CurlUrl = std::unique_ptr<CURLU, FreeUrl>;
 
-/// Handles that nobody uses at the moment. A new one pays a TLS handshake and reads every
-/// certificate again, so they are kept, and the last used is lent first.
+/// Idle handles. A new handle costs a TLS handshake and reading all certificates, so handles are
+/// reused, the last used one first. Thread-safe.
 class HandlePool {
  public:
   static HandlePool& Instance() {
-    // Never destroyed: an application's own statics may still wait for a download when it exits.
+    // Never destroyed: a program's static objects may wait for a download when it exits.
     static HandlePool& pool = *new HandlePool;
     return pool;
   }
@@ -66,7 +66,7 @@ class HandlePool {
 
  private:
   HandlePool() {
-    // For the same reason OpenSSL must not take itself down at exit.
+    // For the same reason OpenSSL must not clean up at exit.
     OPENSSL_init_ssl(OPENSSL_INIT_NO_ATEXIT, nullptr);
     curl_global_init(CURL_GLOBAL_DEFAULT);
     idle_.reserve(kMaxIdleHandles);
@@ -91,7 +91,7 @@ std::string FormatDate(std::time_t time) {
   return text;
 }
 
-/// What a person at the device can do about a certificate that was refused.
+/// What the user can do about a refused certificate.
 std::string CertificateHint(long verify_result) {
   const std::time_t now = std::time(nullptr);
   if (verify_result == X509_V_ERR_CERT_NOT_YET_VALID && now < PLATFORM_BUILD_TIME) {
@@ -113,7 +113,7 @@ std::string CertificateHint(long verify_result) {
 bool CurlList::Append(const std::string& text) {
   curl_slist* longer = curl_slist_append(list_.get(), text.c_str());
   if (!longer) return false;
-  static_cast<void>(list_.release());  // part of the longer one now
+  static_cast<void>(list_.release());  // part of the longer list now
   list_.reset(longer);
   return true;
 }
@@ -121,11 +121,11 @@ bool CurlList::Append(const std::string& text) {
 Transfer::Transfer() : handle_(HandlePool::Instance().Acquire()) {
   Set(CURLOPT_ERRORBUFFER, error_);
   Set(CURLOPT_NOSIGNAL, 1L);
-  Set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server must not outlast the time limit
+  Set(CURLOPT_QUICK_EXIT, 1L);  // do not wait for a slow name server after the time limit
   Set(CURLOPT_PROXY, "");
   Set(CURLOPT_PROTOCOLS_STR, "http,https");
   Set(CURLOPT_MAXREDIRS, kMaxRedirects);
-  // A handle carries one request at a time, for which HTTP/2 has nothing to give.
+  // HTTP/2 has no advantage for one request at a time.
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   Set(CURLOPT_SSL_VERIFYPEER, 1L);
@@ -148,22 +148,22 @@ Transfer::~Transfer() {
   HandlePool::Instance().Release(handle_);
 }
 
-void Transfer::SetUrl(const std::string& address) {
-  const CurlUrl url(curl_url());
-  if (!url) throw std::bad_alloc();
-  const bool is_address =
-      address.find('\0') == std::string::npos &&
-      curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_URLENCODE) == CURLUE_OK;
-  const std::string scheme = is_address ? GetUrlPart(url.get(), CURLUPART_SCHEME) : "";
+void Transfer::SetUrl(const std::string& url) {
+  const CurlUrl parsed(curl_url());
+  if (!parsed) throw std::bad_alloc();
+  const bool valid =
+      url.find('\0') == std::string::npos &&
+      curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_URLENCODE) == CURLUE_OK;
+  const std::string scheme = valid ? GetUrlPart(parsed.get(), CURLUPART_SCHEME) : "";
   if (scheme != "http" && scheme != "https") {
     setup_ = CURLE_URL_MALFORMAT;
     return;
   }
-  const std::string port = GetUrlPart(url.get(), CURLUPART_PORT);
+  const std::string port = GetUrlPart(parsed.get(), CURLUPART_PORT);
   origin_ =
-      scheme + "://" + GetUrlPart(url.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
-  path_ = GetUrlPart(url.get(), CURLUPART_PATH);
-  Set(CURLOPT_URL, GetUrlPart(url.get(), CURLUPART_URL).c_str());
+      scheme + "://" + GetUrlPart(parsed.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
+  path_ = GetUrlPart(parsed.get(), CURLUPART_PATH);
+  Set(CURLOPT_URL, GetUrlPart(parsed.get(), CURLUPART_URL).c_str());
   Set(CURLOPT_REDIR_PROTOCOLS_STR, scheme == "https" ? "https" : "http,https");
 }
 
@@ -171,7 +171,7 @@ CURLcode Transfer::Perform() {
   return setup_ == CURLE_OK ? curl_easy_perform(handle_) : setup_;
 }
 
-/// Called by libcurl when a connection stands and before a byte of the request is sent.
+/// Called by libcurl after connecting and before sending each request.
 int Transfer::OnBeforeSend(void* self, char*, char*, int, int) {
   Transfer& transfer = *static_cast<Transfer*>(self);
   long redirects = 0;
@@ -183,7 +183,7 @@ int Transfer::OnBeforeSend(void* self, char*, char*, int, int) {
   if (transfer.send_once_ && ++transfer.send_count_ > 1 + redirects) {
     transfer.refusal_ = Refusal::kSecondSending;
   } else if (transfer.was_encrypted_ && !encrypted) {
-    transfer.refusal_ = Refusal::kClearText;  // by way of http, https and http again
+    transfer.refusal_ = Refusal::kClearText;  // http to https to http
   }
   transfer.was_encrypted_ = encrypted;
   return transfer.refusal_ == Refusal::kNone ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
@@ -208,7 +208,7 @@ const char* Transfer::Header(const char* name) const {
 }
 
 bool Transfer::IsRefusedRedirect(CURLcode code) const {
-  // libcurl has the same code for an answer that is not HTTP.
+  // libcurl uses the same code for an answer that is not HTTP.
   return refusal_ == Refusal::kClearText ||
          (code == CURLE_UNSUPPORTED_PROTOCOL && Status() / 100 == 3);
 }
@@ -250,7 +250,8 @@ HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
 std::string Transfer::Explain(CURLcode code) const {
   switch (refusal_) {
     case Refusal::kSecondSending:
-      return "the connection ended before the answer; the request is not sent a second time, since "
+      return "the connection ended before the answer; the request is not sent a second time, "
+             "because "
              "the server may have acted on it";
     case Refusal::kClearText:
       return "the server redirects from https to http, which is not followed";
@@ -261,8 +262,8 @@ std::string Transfer::Explain(CURLcode code) const {
     return "the address is not an absolute http or https address";
   }
   if (IsRefusedRedirect(code)) {
-    return "the server redirects to an address that is not followed: only https is, and http where "
-           "the request was http itself";
+    return "the server redirects to an address that is not followed: only https is allowed, and "
+           "http if the request was http";
   }
   std::string text = *error_ ? error_ : curl_easy_strerror(code);
   if (code == CURLE_PEER_FAILED_VERIFICATION) {
@@ -275,7 +276,7 @@ std::string Transfer::Explain(CURLcode code) const {
 
 std::string EncodeFields(const std::vector<std::pair<std::string, std::string>>& fields) {
   const auto encode = [](const std::string& text) -> std::string {
-    if (text.empty()) return "";  // to libcurl a length of 0 means that it shall count itself
+    if (text.empty()) return "";  // for libcurl a length of 0 means strlen
     const CurlString encoded(curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
     if (!encoded) throw std::bad_alloc();
     return encoded.get();

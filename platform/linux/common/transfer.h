@@ -1,6 +1,3 @@
-/// \file
-/// What every libcurl transfer of the platform has in common.
-
 #ifndef PLATFORM_LINUX_COMMON_TRANSFER_H_
 #define PLATFORM_LINUX_COMMON_TRANSFER_H_
 
@@ -17,10 +14,10 @@
 
 namespace saltmoor::platform {
 
-/// A list of texts as libcurl wants it.
+/// A list of strings for libcurl.
 class CurlList {
  public:
-  /// \return false when memory ran out; the list is as before.
+  /// \return false, with the list unchanged, if there is no memory.
   [[nodiscard]] bool Append(const std::string& text);
   curl_slist* get() const { return list_.get(); }
 
@@ -31,14 +28,13 @@ class CurlList {
   std::unique_ptr<curl_slist, Free> list_;
 };
 
-/// One transfer on a libcurl handle from a small pool whose handles keep their connections.
+/// A transfer on a libcurl handle from a pool, whose handles keep their connections.
 ///
-/// What holds for all of them: certificates are verified, against the setting TABULET_CA_FILE in
-/// place of the system's authorities when it is set; connections go where TABULET_CONNECT_TO says;
-/// only http and https are spoken; of redirects, where they are followed at all, at most ten, and
-/// none from https to http; no proxy, cookie or signal is used.
+/// Every transfer verifies certificates, applies TABULET_CA_FILE and TABULET_CONNECT_TO, speaks
+/// only http and https, and follows redirects, if enabled, at most ten times and never from https
+/// to http. It uses no proxy, cookies or signals.
 ///
-/// A transfer belongs on one thread; any number may run at the same time.
+/// Not thread-safe; any number of transfers may run concurrently.
 class Transfer {
  public:
   Transfer();
@@ -46,36 +42,36 @@ class Transfer {
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
 
-  /// Sets the address, which must be absolute, http or https. Blanks and bytes above 127 in it are
-  /// encoded.
-  void SetUrl(const std::string& address);
+  /// Sets the URL, which must be absolute, http or https; Perform fails otherwise. Spaces and bytes
+  /// above 127 are encoded.
+  void SetUrl(const std::string& url);
 
-  /// Sets a libcurl option. The first that libcurl refuses makes Perform fail.
+  /// Sets a libcurl option. Perform fails if libcurl refuses one.
   template <typename Value>
   void Set(CURLoption option, Value value) {
     if (setup_ == CURLE_OK) setup_ = curl_easy_setopt(handle_, option, value);
   }
 
-  /// Makes the transfer fail where libcurl would send the request a second time by itself, as it
-  /// does when a kept connection dies before the answer.
+  /// Makes the transfer fail instead of sending the request again, as libcurl does when a reused
+  /// connection ends before the answer.
   void SendOnce() { send_once_ = true; }
 
-  /// Runs the transfer, up to its end.
+  /// Runs the transfer and waits for its end.
   [[nodiscard]] CURLcode Perform();
 
-  /// The status of the last answer; 0 when none came.
+  /// The status of the last answer; 0 if there was none.
   int Status() const;
-  /// The announced length of the last answer's body in bytes; -1 when there is none.
+  /// The Content-Length of the last answer, in bytes; -1 if it has none.
   std::int64_t ContentLength() const;
-  /// A field of the last answer's head, or null; valid until the next call.
+  /// A header of the last answer, valid until the next call; null if it has none of that name.
   const char* Header(const char* name) const;
-  /// What Perform's result means to a caller of the contract.
+  /// Converts Perform's result to the contract's error.
   saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;
-  /// What Perform's result means, in words and with a mend where there is one.
+  /// Describes Perform's result in words, with a hint on how to correct it if there is one.
   std::string Explain(CURLcode code) const;
 
-  /// The address in parts that may be logged: "https://host:port", and the path. Empty for a text
-  /// that is no address.
+  /// The parts of the URL that may be logged: "https://host:port", and the path. Empty if the URL
+  /// is invalid.
   const std::string& origin() const { return origin_; }
   const std::string& path() const { return path_; }
 
@@ -98,7 +94,7 @@ class Transfer {
   Refusal refusal_ = Refusal::kNone;
 };
 
-/// `key=value` joined by `&`, everything percent-encoded but letters, digits and `-._~`.
+/// Returns `key=value` joined by `&`, percent-encoded except for letters, digits and `-._~`.
 std::string EncodeFields(const std::vector<std::pair<std::string, std::string>>& fields);
 
 }  // namespace saltmoor::platform

@@ -7,7 +7,7 @@
 
 namespace saltmoor::platform {
 
-/// Owns a file descriptor; -1 is none.
+/// Owns a file descriptor, or none (-1).
 class UniqueFd {
  public:
   explicit UniqueFd(int fd = -1) : fd_(fd) {}
@@ -22,7 +22,7 @@ class UniqueFd {
 
   explicit operator bool() const { return fd_ >= 0; }
   int get() const { return fd_; }
-  /// Hands the descriptor over, for a close whose outcome matters.
+  /// Transfers the ownership to the caller, such as to check the result of close.
   int Release() { return std::exchange(fd_, -1); }
 
  private:

@@ -5,15 +5,16 @@
 
 namespace saltmoor::platform {
 
-/// A Content-Range field: "bytes 100-199/200", or "bytes */200" where no range could be given.
+/// A Content-Range header: "bytes 100-199/200", or "bytes */200" without a range.
 struct ContentRange {
-  std::int64_t first = -1;  ///< -1: none
+  std::int64_t first = -1;  ///< -1 if none
   std::int64_t last = -1;
-  std::int64_t total = -1;  ///< -1: unknown
+  std::int64_t total = -1;  ///< -1 if unknown
 };
 
+/// Parses the value of a Content-Range header.
 /// \param field  may be null.
-/// \return false when it is no such field; all members are -1 then.
+/// \return false, with all members -1, if the value is invalid.
 bool ParseContentRange(const char* field, ContentRange* range);
 
 }  // namespace saltmoor::platform

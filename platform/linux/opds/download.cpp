@@ -14,34 +14,25 @@
 namespace saltmoor::platform {
 namespace {
 
+using saltmoor::utilities::HttpRequestRunner;
 using Clock = std::chrono::steady_clock;
 
-// How much of a download a power cut may cost.
+// A power failure loses at most what was received since the last sync.
 constexpr std::chrono::seconds kSyncInterval{1};
 
-/// The one place that says which failures of the network may pass by themselves.
-bool IsTransient(CURLcode code) {
-  switch (code) {
-    case CURLE_COULDNT_RESOLVE_HOST:
-    case CURLE_COULDNT_CONNECT:
-    case CURLE_GOT_NOTHING:
-    case CURLE_OPERATION_TIMEDOUT:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_RECV_ERROR:
-    case CURLE_SEND_ERROR:
-    case CURLE_SSL_CONNECT_ERROR:  // a reset in the handshake; a bad certificate is another
-      return true;
-    default:
-      return false;
-  }
+/// Whether a retry may succeed.
+bool IsTransient(HttpRequestRunner::Error error) {
+  return error == HttpRequestRunner::kNameNotFound ||
+         error == HttpRequestRunner::kConnectionRefused || error == HttpRequestRunner::kTimedOut ||
+         error == HttpRequestRunner::kTlsFailed || error == HttpRequestRunner::kConnectionLost;
 }
 
-bool IsTransient(int http_status) {
+bool IsTransientStatus(int http_status) {
   return http_status >= 500 || http_status == 408 || http_status == 429;
 }
 
-/// What a later request can name this version by: a strong ETag, or a date that lies before the
-/// answer's own, since two versions can fall into one second.
+/// The validator for If-Range: a strong ETag, or a Last-Modified that is earlier than the answer's
+/// own date, because two versions may have the same second.
 std::string GetValidator(const Transfer& transfer) {
   const char* etag = transfer.Header("ETag");
   if (etag && *etag == '"') return etag;
@@ -53,69 +44,69 @@ std::string GetValidator(const Transfer& transfer) {
   return modified;
 }
 
-/// Whether the answer, if it names its version at all, names the record's.
+/// Whether the answer has the validator of the record, or none.
 bool MatchesVersion(const std::string& validator, const Transfer& transfer) {
-  const char* named = transfer.Header(validator.front() == '"' ? "ETag" : "Last-Modified");
-  return !named || validator == named;
+  const char* const current = transfer.Header(validator.front() == '"' ? "ETag" : "Last-Modified");
+  return !current || validator == current;
 }
+
+enum class RequestOutcome {
+  kUndecided,  ///< no answer yet
+  kBody,       ///< the body is appended to the part file
+  kComplete,   ///< the file is complete
+  kUnusable,   ///< the part file cannot be resumed: start again
+  kTransient,  ///< failed; a retry may succeed
+  kPermanent,  ///< failed; a retry would fail too
+};
 
 }  // namespace
 
-/// One request and what became of it.
+/// One request of a download.
 class Download::Request {
  public:
-  enum class Outcome {
-    kUndecided,  ///< no head has come yet
-    kBody,       ///< the bytes that come belong into the part
-    kWhole,      ///< the file is there, all of it
-    kUnusable,   ///< the part is of no use: begin anew
-    kPassing,    ///< failed; another try may do better
-    kPermanent,  ///< failed; another try would fail too
-  };
-
   explicit Request(Download* download)
       : download_(*download),
         part_(*download->part_),
         offset_(part_.record().validator.empty() ? 0 : part_.size_bytes()) {}
 
-  Outcome Perform();
+  RequestOutcome Perform();
   const Error& error() const { return error_; }
 
  private:
   void HandleHeaders();
-  void BeginFile();
+  void StartFile();
   void ExpectBody(std::int64_t total);
-  Outcome ClassifyResult(CURLcode code);
-  Outcome Fail(Outcome outcome, Error error);
+  RequestOutcome ClassifyResult(CURLcode code);
+  RequestOutcome Fail(RequestOutcome outcome, Error error);
   static std::size_t OnHeader(char*, std::size_t, std::size_t size, void* self) noexcept;
-  static std::size_t Receive(char* bytes, std::size_t, std::size_t size, void* self) noexcept;
+  static std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* self) noexcept;
   static int OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept;
 
   Download& download_;
   PartFile& part_;
   Transfer transfer_;
-  const std::int64_t offset_;  // where the part is to be gone on with; 0: from the start
+  const std::int64_t offset_;  // the first byte to request
   std::int64_t total_ = 0;
-  Clock::time_point last_byte_ = Clock::now();
-  Clock::time_point last_sync_ = last_byte_;
-  Outcome outcome_ = Outcome::kUndecided;
+  Clock::time_point last_receipt_ = Clock::now();
+  Clock::time_point last_sync_ = last_receipt_;
+  RequestOutcome outcome_ = RequestOutcome::kUndecided;
   Error error_;
 };
 
-Download::Request::Outcome Download::Request::Perform() {
-  transfer_.SetUrl(download_.address_);
+RequestOutcome Download::Request::Perform() {
+  transfer_.SetUrl(download_.url_);
   transfer_.Set(CURLOPT_FOLLOWLOCATION, 1L);
-  transfer_.Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(download_.limits_.connect_s));
+  transfer_.Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(download_.limits_.connect_timeout_s));
   transfer_.Set(CURLOPT_HEADERFUNCTION, &Request::OnHeader);
   transfer_.Set(CURLOPT_HEADERDATA, static_cast<void*>(this));
-  transfer_.Set(CURLOPT_WRITEFUNCTION, &Request::Receive);
+  transfer_.Set(CURLOPT_WRITEFUNCTION, &Request::OnBody);
   transfer_.Set(CURLOPT_WRITEDATA, static_cast<void*>(this));
   transfer_.Set(CURLOPT_NOPROGRESS, 0L);
   transfer_.Set(CURLOPT_XFERINFOFUNCTION, &Request::OnProgress);
   transfer_.Set(CURLOPT_XFERINFODATA, static_cast<void*>(this));
   CurlList fields;
   if (offset_ > 0) {
-    // Not CURLOPT_RESUME_FROM: libcurl would judge the answer by rules of its own.
+    // Not CURLOPT_RESUME_FROM, with which libcurl itself rejects some answers.
     transfer_.Set(CURLOPT_RANGE, (std::to_string(offset_) + '-').c_str());
     if (!fields.Append("If-Range: " + part_.record().validator)) throw std::bad_alloc();
     transfer_.Set(CURLOPT_HTTPHEADER, fields.get());
@@ -123,31 +114,31 @@ Download::Request::Outcome Download::Request::Perform() {
 
   const CURLcode code = transfer_.Perform();
   download_.http_status_ = transfer_.Status();
-  if (code == CURLE_OK && outcome_ == Outcome::kUndecided) HandleHeaders();  // there was no body
+  if (code == CURLE_OK && outcome_ == RequestOutcome::kUndecided) HandleHeaders();  // no body
   return ClassifyResult(code);
 }
 
-Download::Request::Outcome Download::Request::Fail(Outcome outcome, Error error) {
+RequestOutcome Download::Request::Fail(RequestOutcome outcome, Error error) {
   error_ = std::move(error);
   return outcome_ = outcome;
 }
 
-/// Looks at the answer's head, before the first byte of its body is written anywhere.
+/// Called when the headers are complete, before the first byte of the body.
 void Download::Request::HandleHeaders() {
   const int status = transfer_.Status();
-  if (status == 200) return BeginFile();
+  if (status == 200) return StartFile();
 
   const bool resuming = offset_ > 0 && (status == 206 || status == 416);
   if (!resuming) {
     const char* content_type = transfer_.Header("Content-Type");
     download_.content_type_ = content_type ? content_type : "";
-    Fail(IsTransient(status) ? Outcome::kPassing : Outcome::kPermanent,
+    Fail(IsTransientStatus(status) ? RequestOutcome::kTransient : RequestOutcome::kPermanent,
          Error::Transfer(CURLE_HTTP_RETURNED_ERROR,
                          "the server answers with status " + std::to_string(status)));
     return;
   }
 
-  // What an answer to a range says of itself is the part's business, or that of an error page.
+  // The type of the part or of the error page, not of the file.
   const PartRecord& record = part_.record();
   download_.content_type_ = record.content_type;
   ContentRange range;
@@ -157,27 +148,27 @@ void Download::Request::HandleHeaders() {
   if (same_file && status == 206 && range.first == offset_) {
     ExpectBody(range.total);
   } else if (same_file && status == 416 && range.total == offset_) {
-    outcome_ = Outcome::kWhole;
+    outcome_ = RequestOutcome::kComplete;
   } else {
-    outcome_ = Outcome::kUnusable;
+    outcome_ = RequestOutcome::kUnusable;
   }
 }
 
-/// A 200: the file comes from its first byte, whatever was asked for.
-void Download::Request::BeginFile() {
+/// Handles status 200: the body is the whole file, even if a range was requested.
+void Download::Request::StartFile() {
   const char* encoding = transfer_.Header("Content-Encoding");
   if (encoding && std::strcmp(encoding, "identity") != 0) {
-    Fail(Outcome::kPermanent,
-         Error::InvalidData("the server packs the file, which was not asked for"));
+    Fail(RequestOutcome::kPermanent,
+         Error::InvalidData("the server compresses the file, which was not requested"));
     return;
   }
   const char* content_type = transfer_.Header("Content-Type");
   download_.content_type_ = content_type ? content_type : "";
   const std::int64_t length = std::max<std::int64_t>(transfer_.ContentLength(), 0);
   Error error =
-      part_.Restart({download_.address_, GetValidator(transfer_), download_.content_type_, length});
+      part_.Restart({download_.url_, GetValidator(transfer_), download_.content_type_, length});
   if (error) {
-    Fail(Outcome::kPermanent, std::move(error));
+    Fail(RequestOutcome::kPermanent, std::move(error));
   } else {
     ExpectBody(length);
   }
@@ -185,34 +176,34 @@ void Download::Request::BeginFile() {
 
 void Download::Request::ExpectBody(std::int64_t total) {
   if (total - part_.size_bytes() > part_.AvailableBytes()) {
-    Fail(Outcome::kPermanent, Error::System(ENOSPC, "cannot write " + part_.path()));
+    Fail(RequestOutcome::kPermanent, Error::System(ENOSPC, "cannot write " + part_.path()));
     return;
   }
-  outcome_ = Outcome::kBody;
+  outcome_ = RequestOutcome::kBody;
   total_ = total;
   download_.progress_(part_.size_bytes(), total_);
 }
 
-/// Called by libcurl with each line of an answer's head.
+/// Called by libcurl for each header line.
 std::size_t Download::Request::OnHeader(char*, std::size_t, std::size_t size, void* self) noexcept {
-  static_cast<Request*>(self)->last_byte_ = Clock::now();
+  static_cast<Request*>(self)->last_receipt_ = Clock::now();
   return size;
 }
 
-/// Called by libcurl with the next bytes of an answer, whatever its status.
-std::size_t Download::Request::Receive(char* bytes, std::size_t, std::size_t size,
-                                       void* self) noexcept try {
+/// Called by libcurl with the next bytes of the body, whatever the status.
+std::size_t Download::Request::OnBody(char* bytes, std::size_t, std::size_t size,
+                                      void* self) noexcept try {
   Request& request = *static_cast<Request*>(self);
   PartFile& part = request.part_;
-  request.last_byte_ = Clock::now();
-  if (request.outcome_ == Outcome::kUndecided) request.HandleHeaders();
-  if (request.outcome_ != Outcome::kBody) return 0;
+  request.last_receipt_ = Clock::now();
+  if (request.outcome_ == RequestOutcome::kUndecided) request.HandleHeaders();
+  if (request.outcome_ != RequestOutcome::kBody) return 0;
   if (request.total_ > 0 && static_cast<std::int64_t>(size) > request.total_ - part.size_bytes()) {
-    request.outcome_ = Outcome::kUnusable;
+    request.outcome_ = RequestOutcome::kUnusable;
     return 0;
   }
   if (Error error = part.Append(bytes, size)) {
-    request.Fail(Outcome::kPermanent, std::move(error));
+    request.Fail(RequestOutcome::kPermanent, std::move(error));
     return 0;
   }
   request.download_.progress_(part.size_bytes(), request.total_);
@@ -221,49 +212,52 @@ std::size_t Download::Request::Receive(char* bytes, std::size_t, std::size_t siz
   return 0;
 }
 
-/// Called by libcurl at least once a second, also while nothing comes. libcurl's own limit on low
-/// speed takes an average, which lets a silent server go on for seconds longer.
+/// Called by libcurl at least once a second, even while nothing arrives. CURLOPT_LOW_SPEED_TIME
+/// averages, which detects a stall seconds too late.
 int Download::Request::OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t,
                                   curl_off_t) noexcept try {
   Request& request = *static_cast<Request*>(self);
   const Clock::time_point now = Clock::now();
-  const int stall_s = request.download_.limits_.stall_s;
-  if (now - request.last_byte_ >= std::chrono::seconds(stall_s)) {
-    request.Fail(Outcome::kPassing, Error::Transfer(CURLE_OPERATION_TIMEDOUT,
-                                                    "the server has sent nothing for " +
-                                                        std::to_string(stall_s) + " seconds"));
+  const int stall_timeout_s = request.download_.limits_.stall_timeout_s;
+  if (now - request.last_receipt_ >= std::chrono::seconds(stall_timeout_s)) {
+    request.Fail(RequestOutcome::kTransient,
+                 Error::Transfer(CURLE_OPERATION_TIMEDOUT, "the server has sent nothing for " +
+                                                               std::to_string(stall_timeout_s) +
+                                                               " seconds"));
     return 1;
   }
   if (request.part_.synced() || now - request.last_sync_ < kSyncInterval) return 0;
   request.last_sync_ = now;
   Error error = request.part_.Sync();
-  // Where the server told no size, the room shows only now.
+  // Without a Content-Length the disk may fill up during the transfer.
   if (!error && request.part_.AvailableBytes() < 0) {
     error = Error::System(ENOSPC, "cannot write " + request.part_.path());
   }
   if (!error) return 0;
-  request.Fail(Outcome::kPermanent, std::move(error));
+  request.Fail(RequestOutcome::kPermanent, std::move(error));
   return 1;
 } catch (const std::exception&) {
   return 1;
 }
 
-Download::Request::Outcome Download::Request::ClassifyResult(CURLcode code) {
-  if (error_ || outcome_ == Outcome::kUnusable || outcome_ == Outcome::kWhole) return outcome_;
+RequestOutcome Download::Request::ClassifyResult(CURLcode code) {
+  if (error_ || outcome_ == RequestOutcome::kUnusable || outcome_ == RequestOutcome::kComplete)
+    return outcome_;
   if (code != CURLE_OK) {
-    return Fail(IsTransient(code) ? Outcome::kPassing : Outcome::kPermanent,
+    return Fail(IsTransient(transfer_.Classify(code)) ? RequestOutcome::kTransient
+                                                      : RequestOutcome::kPermanent,
                 Error::Transfer(code, transfer_.Explain(code)));
   }
   if (total_ > 0 && part_.size_bytes() != total_) {
-    return Fail(Outcome::kPassing,
+    return Fail(RequestOutcome::kTransient,
                 Error::Transfer(CURLE_PARTIAL_FILE, "the server sends less than it announced"));
   }
-  return outcome_ = Outcome::kWhole;
+  return outcome_ = RequestOutcome::kComplete;
 }
 
-Download::Download(PartFile* part, std::string address, Progress progress, DownloadLimits limits)
+Download::Download(PartFile* part, std::string url, Progress progress, DownloadLimits limits)
     : part_(part),
-      address_(std::move(address)),
+      url_(std::move(url)),
       progress_(std::move(progress)),
       limits_(std::move(limits)) {}
 
@@ -271,7 +265,7 @@ Error Download::Run() {
   Error error = Fetch();
   if (!error) error = part_->Finish();
   if (!error) return {};
-  // Nothing that the disk has failed on is trusted, and on a full one a part starves all else.
+  // After a failed write the part file is not reliable, and on a full disk it only takes space.
   const bool resumable = error.kind() != Error::Kind::kSystem && part_->size_bytes() > 0 &&
                          !part_->record().validator.empty();
   if (!resumable || part_->Sync()) part_->Discard();
@@ -279,29 +273,29 @@ Error Download::Run() {
 }
 
 Error Download::Fetch() {
-  std::size_t pauses_taken = 0;
+  std::size_t retries = 0;
   std::int64_t furthest = part_->size_bytes();
   for (;;) {
     Request request(this);
     switch (request.Perform()) {
-      case Request::Outcome::kWhole:
+      case RequestOutcome::kComplete:
         return {};
-      case Request::Outcome::kUnusable:
-        if (Error error = part_->Restart({address_, "", "", 0})) return error;
+      case RequestOutcome::kUnusable:
+        if (Error error = part_->Restart({url_, "", "", 0})) return error;
         continue;
-      case Request::Outcome::kPassing:
+      case RequestOutcome::kTransient:
         break;
       default:
         return request.error();
     }
     if (part_->size_bytes() > furthest) {
       furthest = part_->size_bytes();
-      pauses_taken = 0;
+      retries = 0;
     }
-    if (pauses_taken == limits_.pauses.size()) return request.error();
+    if (retries == limits_.retry_delays.size()) return request.error();
     Log(LogLevel::kInformation,
-        "the download of " + part_->path() + " is tried again: " + request.error().message());
-    std::this_thread::sleep_for(limits_.pauses[pauses_taken++]);
+        "the download of " + part_->path() + " is retried: " + request.error().message());
+    std::this_thread::sleep_for(limits_.retry_delays[retries++]);
   }
 }
 

@@ -13,30 +13,30 @@
 namespace saltmoor::platform {
 
 struct DownloadLimits {
-  int connect_s = 30;
-  int stall_s = 30;  ///< the longest time without a byte
-  /// Before each further try after a fault that may pass; when they are used up and no byte has
-  /// come since, the download has failed.
-  std::vector<std::chrono::milliseconds> pauses{std::chrono::milliseconds(500),
-                                                std::chrono::milliseconds(1500)};
+  int connect_timeout_s = 30;
+  int stall_timeout_s = 30;  ///< the longest time without a byte
+  /// The delay before each retry after a transient failure. The download fails when all retries are
+  /// used; received bytes start the count again.
+  std::vector<std::chrono::milliseconds> retry_delays{std::chrono::milliseconds(500),
+                                                      std::chrono::milliseconds(1500)};
 };
 
-/// Fetches one address into a part, over as many requests as it takes.
+/// Downloads one URL into a part file, with as many requests as necessary. Not thread-safe.
 class Download {
  public:
-  /// Called with the bytes that are there and those of the whole file, 0 while unknown.
+  /// Called with the bytes received and the bytes of the whole file, 0 if unknown.
   using Progress = std::function<void(std::int64_t done, std::int64_t total)>;
 
-  /// \param part  open; stays the caller's.
-  Download(PartFile* part, std::string address, Progress progress, DownloadLimits limits = {});
+  /// \param part  open; owned by the caller.
+  Download(PartFile* part, std::string url, Progress progress, DownloadLimits limits = {});
 
-  /// Waits for the end. On success the file has its name; on failure the part stays only where a
-  /// later download can go on with it.
+  /// Runs the download and waits for its end. On success the file has its final name; on failure
+  /// the part file remains only if a later download can resume it.
   Error Run();
 
-  /// The status of the last answer; 0 when none came.
+  /// The status of the last answer; 0 if there was none.
   int http_status() const { return http_status_; }
-  /// As the server sent it, also where it came with an earlier answer.
+  /// As received, possibly with an earlier answer.
   const std::string& content_type() const { return content_type_; }
 
  private:
@@ -44,7 +44,7 @@ class Download {
   Error Fetch();
 
   PartFile* const part_;
-  const std::string address_;
+  const std::string url_;
   const Progress progress_;
   const DownloadLimits limits_;
   int http_status_ = 0;

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -23,28 +22,21 @@ namespace {
 
 constexpr std::int64_t kReserve_bytes = 1 << 20;
 constexpr std::size_t kMaxName_bytes = 255;
-constexpr std::size_t kLongestNameUnderProot_bytes = 254;
 constexpr std::size_t kMaxExtension_bytes = 16;
 constexpr std::size_t kMaxInfo_bytes = 64 << 10;
-// The longest of the names beside the file: its record while it is being replaced.
+// The longest suffix: of the record while it is replaced.
 constexpr std::size_t kMaxSuffix_bytes = sizeof ".part.info.new" - 1;
 
-/// Cuts a name in front of its extension and between two characters.
-std::string TruncateName(const std::string& name, std::size_t limit_bytes) {
-  if (name.size() <= limit_bytes) return name;
+/// Truncates a name before its extension and between two UTF-8 characters.
+std::string TruncateName(const std::string& name, std::size_t max_bytes) {
+  if (name.size() <= max_bytes) return name;
   const std::size_t dot = name.rfind('.');
   const bool has_extension = dot != std::string::npos && dot > 0 &&
-                             name.size() - dot <= std::min(kMaxExtension_bytes, limit_bytes);
+                             name.size() - dot <= std::min(kMaxExtension_bytes, max_bytes);
   const std::string extension = has_extension ? name.substr(dot) : "";
-  std::size_t end = limit_bytes - extension.size();
+  std::size_t end = max_bytes - extension.size();
   while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80) --end;
   return name.substr(0, end) + extension;
-}
-
-bool ParseSize(const std::string& text, std::int64_t* size) {
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, *size);
-  return error == std::errc() && stop == end && *size >= 0;
 }
 
 bool IsUnsupported(int error_number) {
@@ -53,17 +45,17 @@ bool IsUnsupported(int error_number) {
 
 }  // namespace
 
-PartFile::PartFile(std::string folder, const std::string& name)
-    : folder_(std::move(folder)),
+PartFile::PartFile(std::string directory, const std::string& name)
+    : directory_(std::move(directory)),
       name_(TruncateName(name, kMaxName_bytes)),
-      stem_(TruncateName(name, kLongestNameUnderProot_bytes - kMaxSuffix_bytes)) {}
+      stem_(TruncateName(name, kMaxName_bytes - kMaxSuffix_bytes)) {}
 
-Error PartFile::Open(const std::string& address) {
+Error PartFile::Open(const std::string& url) {
   std::error_code failure;
-  std::filesystem::create_directories(folder_, failure);
-  if (failure) return Error::System(failure.value(), "cannot make the folder " + folder_);
+  std::filesystem::create_directories(directory_, failure);
+  if (failure) return Error::System(failure.value(), "cannot create the directory " + directory_);
   if (Error error = OpenPart()) return error;
-  return Truncate(ReadRecord(address) ? std::min(size_bytes_, synced_bytes_) : 0);
+  return Truncate(ReadRecord(url) ? std::min(size_bytes_, synced_bytes_) : 0);
 }
 
 Error PartFile::OpenPart() {
@@ -77,7 +69,7 @@ Error PartFile::OpenPart() {
     if (part_ && fstat(part_.get(), &opened) != 0) {
       return Error::System(errno, "cannot examine " + path);
     }
-    if (!part_ || opened.st_nlink > 1) {  // a link to a file that is not ours to write
+    if (!part_ || opened.st_nlink > 1) {  // a link to another file
       if (unlink(path.c_str()) != 0) return Error::System(errno, "cannot delete the link " + path);
       continue;
     }
@@ -86,7 +78,7 @@ Error PartFile::OpenPart() {
     if (flock(part_.get(), LOCK_EX | LOCK_NB) != 0 && !IsUnsupported(errno)) {
       return Error::System(errno, "another download is writing " + path);
     }
-    // Between opening and locking another process may have given the file its name.
+    // Between open and flock another process may have renamed the file.
     struct stat named {};
     if (lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino) {
       size_bytes_ = opened.st_size;
@@ -96,13 +88,14 @@ Error PartFile::OpenPart() {
   return Error::InvalidData("cannot open " + path + ": other programs keep replacing it");
 }
 
-bool PartFile::ReadRecord(const std::string& address) {
+bool PartFile::ReadRecord(const std::string& url) {
   std::string text;
   if (ReadFile(info_path(), kMaxInfo_bytes, &text)) return false;
   const std::vector<std::string> lines = Split(text, '\n');
   std::int64_t total_bytes = 0;
-  if (lines.size() != 6 || !lines[5].empty() || lines[0] != address || lines[1].empty() ||
-      !ParseSize(lines[3], &total_bytes) || !ParseSize(lines[4], &synced_bytes_)) {
+  if (lines.size() != 6 || !lines[5].empty() || lines[0] != url || lines[1].empty() ||
+      !ParseNumber(lines[3], &total_bytes) || !ParseNumber(lines[4], &synced_bytes_) ||
+      total_bytes < 0 || synced_bytes_ < 0) {
     return false;
   }
   record_ = {lines[0], lines[1], lines[2], total_bytes};
@@ -110,7 +103,7 @@ bool PartFile::ReadRecord(const std::string& address) {
 }
 
 Error PartFile::WriteRecord() {
-  return ReplaceFile(info_path(), record_.address + '\n' + record_.validator + '\n' +
+  return ReplaceFile(info_path(), record_.url + '\n' + record_.validator + '\n' +
                                       record_.content_type + '\n' +
                                       std::to_string(record_.total_bytes) + '\n' +
                                       std::to_string(synced_bytes_) + '\n');
@@ -125,9 +118,9 @@ Error PartFile::Truncate(std::int64_t size_bytes) {
 }
 
 Error PartFile::Restart(const PartRecord& record) {
-  // The old version must be gone from the disk before the record names the new one.
+  // The old version must be off the disk before the record names the new one.
   if (Error error = Truncate(0)) return error;
-  if (fsync(part_.get()) != 0) return Error::System(errno, "cannot write to disk " + part_path());
+  if (fsync(part_.get()) != 0) return Error::System(errno, "cannot sync " + part_path());
   record_ = record;
   return WriteRecord();
 }
@@ -148,28 +141,22 @@ Error PartFile::Append(const char* bytes, std::size_t size) {
 
 Error PartFile::Sync() {
   if (fdatasync(part_.get()) != 0) {
-    return Error::System(errno, "cannot write to disk " + part_path());
+    return Error::System(errno, "cannot sync " + part_path());
   }
   synced_bytes_ = size_bytes_;
   return WriteRecord();
 }
 
 Error PartFile::Finish() {
-  if (fsync(part_.get()) != 0) return Error::System(errno, "cannot write to disk " + part_path());
+  if (fsync(part_.get()) != 0) return Error::System(errno, "cannot sync " + part_path());
   if (rename(part_path().c_str(), path().c_str()) != 0) {
-    if (errno == ENAMETOOLONG && name_.size() > kLongestNameUnderProot_bytes) {
-      name_ = TruncateName(name_, kLongestNameUnderProot_bytes);
-      return Finish();
-    }
-    return Error::System(errno, "cannot give " + part_path() + " the name " + path());
+    return Error::System(errno, "cannot rename " + part_path() + " to " + path());
   }
   unlink(info_path().c_str());
-  const UniqueFd folder(open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // The file is there, so this is no failure. Memory cards have file systems that cannot sync a
-  // folder.
-  if (!folder || (fsync(folder.get()) != 0 && !IsUnsupported(errno))) {
-    Log(LogLevel::kWarning,
-        Error::System(errno, "cannot write to disk the folder " + folder_).message());
+  // The file exists under its name, so a failure here is only logged.
+  const UniqueFd directory(open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (Error error = SyncDirectory(directory.get(), path())) {
+    Log(LogLevel::kWarning, error.message());
   }
   return {};
 }
@@ -182,7 +169,7 @@ void PartFile::Discard() {
 
 std::int64_t PartFile::AvailableBytes() const {
   struct statvfs space {};
-  if (statvfs(folder_.c_str(), &space) != 0) return 0;
+  if (statvfs(directory_.c_str(), &space) != 0) return 0;
   return static_cast<std::int64_t>(space.f_bavail) * static_cast<std::int64_t>(space.f_frsize) -
          kReserve_bytes;
 }

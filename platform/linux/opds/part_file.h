@@ -9,57 +9,57 @@
 
 namespace saltmoor::platform {
 
-/// Which version of which file a part was begun with. A part is only ever gone on with when the
-/// server still has that version.
+/// The version of the file that a part file belongs to. A part file is resumed only if the server
+/// still has that version.
 struct PartRecord {
-  std::string address;
-  std::string validator;         ///< a strong ETag, else a date; empty: there is no going on
-  std::string content_type;      ///< as the server sent it
-  std::int64_t total_bytes = 0;  ///< of the whole file; 0 when unknown
+  std::string url;
+  std::string validator;         ///< a strong ETag or a date; if empty, not resumable
+  std::string content_type;      ///< as received
+  std::int64_t total_bytes = 0;  ///< of the whole file; 0 if unknown
 };
 
-/// A file on its way: its bytes in `NAME.part` and its record in `NAME.part.info`, both in the
-/// folder where it is going to be `NAME`. One process and one thread writes it at a time. The two
-/// are cut where NAME is so long that it leaves no room for what follows it there.
+/// A file that is being downloaded: its bytes in `NAME.part` and its record in `NAME.part.info`, in
+/// the directory of the final `NAME`. NAME is truncated if it is too long, more in the first two so
+/// that the suffix fits. Locked against other processes; not thread-safe.
 class PartFile {
  public:
-  /// \param name  without a folder; cut where it is longer than the file system allows.
-  PartFile(std::string folder, const std::string& name);
+  /// \param name  without a directory.
+  PartFile(std::string directory, const std::string& name);
 
-  /// Makes the folder where it is missing, opens the part and locks it. A part that does not belong
-  /// to `address` or cannot be gone on with is emptied.
-  Error Open(const std::string& address);
+  /// Opens and locks the part file and creates the directory if it is missing. Truncates a part
+  /// file of another URL or without a valid record.
+  Error Open(const std::string& url);
 
-  /// Empties the part and writes the record of the version that is to come.
+  /// Truncates the part file and writes the record of the version that follows.
   Error Restart(const PartRecord& record);
   Error Append(const char* bytes, std::size_t size);
-  /// Sees the bytes onto the disk and notes how many. After a power cut only those count.
+  /// Syncs the bytes to the disk and records their number. Open discards bytes beyond it.
   Error Sync();
-  /// Gives the file its name, once it is on the disk, whole.
+  /// Syncs the file and renames it to its final name.
   Error Finish();
-  /// Deletes the part and its record.
+  /// Deletes the part file and its record.
   void Discard();
 
   std::int64_t size_bytes() const { return size_bytes_; }
   bool synced() const { return synced_bytes_ == size_bytes_; }
   const PartRecord& record() const { return record_; }
-  /// The name as cut, and the full path of the file that it names.
+  /// The final name, truncated if necessary, and the full path.
   const std::string& name() const { return name_; }
-  std::string path() const { return folder_ + "/" + name_; }
-  /// Bytes that the file system has room for, less a reserve for what the device itself must save.
+  std::string path() const { return directory_ + "/" + name_; }
+  /// The free bytes of the file system, less a reserve for what the device itself saves.
   std::int64_t AvailableBytes() const;
 
  private:
-  std::string part_path() const { return folder_ + "/" + stem_ + ".part"; }
+  std::string part_path() const { return directory_ + "/" + stem_ + ".part"; }
   std::string info_path() const { return part_path() + ".info"; }
   Error OpenPart();
   Error Truncate(std::int64_t size_bytes);
-  bool ReadRecord(const std::string& address);
+  bool ReadRecord(const std::string& url);
   Error WriteRecord();
 
-  std::string folder_;
+  std::string directory_;
   std::string name_;
-  std::string stem_;  // what the part and its record are called by
+  std::string stem_;  // of the names of the part file and its record
   UniqueFd part_;
   PartRecord record_;
   std::int64_t size_bytes_ = 0;

@@ -18,10 +18,10 @@ using platform::Error;
 using platform::PartFile;
 using StatusInfo = utilities::Downloader::StatusInfo;
 
-// The contract's numbers are libcurl's where libcurl failed; these stand for other failures.
-constexpr int kBadFileName = 43;
+// Status codes of failures other than those of libcurl, which keep its numbers.
+constexpr int kInvalidAnswer = 22;
 constexpr int kFileFailure = 23;
-constexpr int kBadAnswer = 22;
+constexpr int kInvalidFileName = 43;
 
 bool IsValidFileName(const std::string& name) {
   return !name.empty() && name != "." && name != ".." &&
@@ -39,7 +39,7 @@ int ToStatusCode(const Error& error) {
     case Error::Kind::kInvalidData:
       break;
   }
-  return kBadAnswer;
+  return kInvalidAnswer;
 }
 
 int Percentage(std::int64_t done, std::int64_t total) {
@@ -50,14 +50,14 @@ int Percentage(std::int64_t done, std::int64_t total) {
 }  // namespace
 
 struct __attribute__((visibility("hidden"))) ResourceDownloader::State {
-  explicit State(const std::string& download_folder) : folder(download_folder) {}
+  explicit State(const std::string& path) : directory(path) {}
 
   Error Run(const std::string& url, const std::string& file_name,
             const std::function<void(int)>& progress, StatusInfo* info);
 
-  const std::string folder;
+  const std::string directory;
   std::mutex download_mutex;
-  mutable std::mutex mutex;  // guards what follows
+  mutable std::mutex mutex;  // guards the following members
   bool active = false;
   std::string name;
   std::int64_t done = 0;
@@ -69,9 +69,9 @@ struct __attribute__((visibility("hidden"))) ResourceDownloader::State {
 Error ResourceDownloader::State::Run(const std::string& url, const std::string& file_name,
                                      const std::function<void(int)>& progress, StatusInfo* info) {
   if (!IsValidFileName(file_name)) {
-    return Error::Transfer(kBadFileName, "\"" + file_name + "\" is no file name");
+    return Error::Transfer(kInvalidFileName, "\"" + file_name + "\" is not a file name");
   }
-  PartFile part(folder, file_name);
+  PartFile part(directory, file_name);
   {
     const std::lock_guard<std::mutex> lock(mutex);
     active = true;
@@ -126,8 +126,8 @@ int ResourceDownloader::DownloadResource(const std::string& url, const std::stri
     state->status = info;
   }
   if (error) {
-    platform::Log(platform::LogLevel::kError, "the download of " + state->folder + "/" + file_name +
-                                                  " failed: " + error.message());
+    platform::Log(platform::LogLevel::kError, "the download of " + state->directory + "/" +
+                                                  file_name + " failed: " + error.message());
   }
   return info.code;
 }

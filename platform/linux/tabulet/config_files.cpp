@@ -5,7 +5,6 @@
 #include "platform/linux/common/atomic_file.h"
 #include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/common/move_aside.h"
 #include "platform/linux/common/strings.h"
 #include "platform/linux/tabulet/key_values.h"
 #include "platform/linux/tabulet/secrets.h"
@@ -19,12 +18,12 @@ using saltmoor::platform::LogLevel;
 
 struct iconfig_s {
   ~iconfig_s() {
-    for (auto& [key, secret] : unsealed) saltmoor::platform::Wipe(&secret);
+    for (auto& [key, secret] : secrets) saltmoor::platform::Wipe(&secret);
   }
 
   std::string path;
   KeyValues values;
-  KeyValues unsealed;  ///< the secrets that were read, since the caller keeps pointers to them
+  KeyValues secrets;  ///< the secrets that were read; callers have pointers to them
   bool changed = false;
 };
 
@@ -39,8 +38,8 @@ Error Load(const std::string& path, KeyValues* values) {
   return error ? Error::InvalidData("cannot read " + path + ": " + error.message()) : Error();
 }
 
-/// Whether the fault is the file's own. A folder of that name is not to be moved, and a process
-/// that has too many files open says nothing about this one.
+/// Whether the error is a property of the file. A directory must not be moved aside, nor a file
+/// when the process has too many open files.
 bool IsBadFile(const Error& error) {
   return error.kind() == Error::Kind::kInvalidData || error.IsSystem(EACCES) || error.IsSystem(EIO);
 }
@@ -70,10 +69,10 @@ iconfig_s* Open(const char* path) {
 }
 
 void Set(iconfig_s* config, const std::string& key, std::string value) {
-  const auto secret = config->unsealed.find(key);
-  if (secret != config->unsealed.end()) {
+  const auto secret = config->secrets.find(key);
+  if (secret != config->secrets.end()) {
     saltmoor::platform::Wipe(&secret->second);
-    config->unsealed.erase(secret);
+    config->secrets.erase(secret);
   }
   config->values[key] = std::move(value);
   config->changed = true;
@@ -84,20 +83,20 @@ void SetSecret(iconfig_s* config, const std::string& key, const char* value) {
   const Error error = saltmoor::platform::Seal(key, value, &sealed);
   Set(config, key, std::move(sealed));
   if (!error) return;
-  // The old secret goes all the same: somebody who logs out must not find it again.
+  // Remove the old secret nevertheless: it must not survive a log-out.
   config->values.erase(key);
   Log(LogLevel::kError,
-      config->path + ": the secret \"" + key + "\" cannot be kept: " + error.message());
+      config->path + ": the secret \"" + key + "\" cannot be stored: " + error.message());
 }
 
-/// \return the text under `key`, null when there is none.
+/// \return the value of `key`; null if there is none.
 const std::string* Find(const KeyValues& values, const std::string& key) {
   const auto entry = values.find(key);
   return entry == values.end() ? nullptr : &entry->second;
 }
 
 const char* FindSecret(iconfig_s* config, const std::string& key, const char* fallback) {
-  if (const std::string* secret = Find(config->unsealed, key)) return secret->c_str();
+  if (const std::string* secret = Find(config->secrets, key)) return secret->c_str();
   const std::string* sealed = Find(config->values, key);
   if (!sealed) return fallback;
   std::string secret;
@@ -106,7 +105,7 @@ const char* FindSecret(iconfig_s* config, const std::string& key, const char* fa
         config->path + ": the secret \"" + key + "\" counts as absent: " + error.message());
     return fallback;
   }
-  return (config->unsealed[key] = std::move(secret)).c_str();
+  return (config->secrets[key] = std::move(secret)).c_str();
 }
 
 int Save(iconfig_s* config, const char* consequence) {
@@ -143,7 +142,7 @@ int ReadInt(iconfig_s* config, const char* key, int fallback) {
   return CatchAtBoundary(fallback, [=] {
     int number = fallback;
     if (const std::string* value = Find(config->values, key)) {
-      saltmoor::platform::ParseInt(*value, &number);
+      saltmoor::platform::ParseNumber(*value, &number);
     }
     return number;
   });
@@ -151,26 +150,17 @@ int ReadInt(iconfig_s* config, const char* key, int fallback) {
 
 void WriteString(iconfig_s* config, const char* key, const char* value) {
   if (!config) return;
-  CatchAtBoundary(0, [=] {
-    Set(config, key, value ? value : "");
-    return 0;
-  });
+  CatchAtBoundary([=] { Set(config, key, value ? value : ""); });
 }
 
 void WriteSecret(iconfig_s* config, const char* key, const char* value) {
   if (!config) return;
-  CatchAtBoundary(0, [=] {
-    SetSecret(config, key, value ? value : "");
-    return 0;
-  });
+  CatchAtBoundary([=] { SetSecret(config, key, value ? value : ""); });
 }
 
 void WriteInt(iconfig_s* config, const char* key, int value) {
   if (!config) return;
-  CatchAtBoundary(0, [=] {
-    Set(config, key, std::to_string(value));
-    return 0;
-  });
+  CatchAtBoundary([=] { Set(config, key, std::to_string(value)); });
 }
 
 int SaveConfig(iconfig_s* config) {

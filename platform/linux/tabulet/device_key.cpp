@@ -5,7 +5,6 @@
 #include <cerrno>
 
 #include "platform/linux/common/atomic_file.h"
-#include "platform/linux/common/move_aside.h"
 
 namespace saltmoor::platform {
 namespace {
@@ -27,8 +26,8 @@ Error LoadDeviceKey(SecretBytes* key) {
   if (Error error = ReadFile(KeyPath(), kSize_bytes, &key->bytes)) return error;
   if (key->bytes.size() != kSize_bytes) {
     return Error::InvalidData(KeyPath() + " is damaged: it has " +
-                              std::to_string(key->bytes.size()) + " bytes in place of " +
-                              std::to_string(kSize_bytes) + "; secrets sealed under it are lost");
+                              std::to_string(key->bytes.size()) + " bytes instead of " +
+                              std::to_string(kSize_bytes) + "; secrets that it encrypted are lost");
   }
   return {};
 }

@@ -7,7 +7,7 @@
 
 namespace saltmoor::platform {
 
-/// Bytes that are wiped when nobody needs them any more.
+/// Bytes that the destructor overwrites.
 class SecretBytes {
  public:
   SecretBytes() = default;
@@ -18,11 +18,11 @@ class SecretBytes {
   std::string bytes;
 };
 
-/// Reads the key that the secrets of this device are sealed under.
+/// Reads the key that encrypts the secrets of this device.
 Error LoadDeviceKey(SecretBytes* key);
 
-/// As LoadDeviceKey, but makes a key where there is none. A damaged key file is moved aside, since
-/// what it sealed is out of reach anyway. All programs on the device come by the same key.
+/// Like LoadDeviceKey, but creates a key if there is none. A damaged key file is moved aside: what
+/// it encrypted cannot be recovered. Programs that call this concurrently get the same key.
 Error LoadOrCreateDeviceKey(SecretBytes* key);
 
 }  // namespace saltmoor::platform

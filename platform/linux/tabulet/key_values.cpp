@@ -25,19 +25,19 @@ std::string Escape(const std::string& text, bool is_key) {
   return line;
 }
 
-/// \return false for a text that Escape does not make. A zero byte is none: it would end the text
-///     in the hands of the caller.
-bool Unescape(std::string_view line, std::string* text) {
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    if (IsControl(line[i])) return false;
-    if (line[i] != '%') {
-      *text += line[i];
+/// \return false for a string that Escape does not produce, such as one with an escaped zero byte,
+///     which a C string cannot hold.
+bool Unescape(std::string_view escaped, std::string* text) {
+  for (std::size_t i = 0; i < escaped.size(); ++i) {
+    if (IsControl(escaped[i])) return false;
+    if (escaped[i] != '%') {
+      *text += escaped[i];
       continue;
     }
     unsigned char byte = 0;
-    const char* const digits = line.data() + i + 1;
-    if (i + 2 >= line.size() || std::from_chars(digits, digits + 2, byte, 16).ptr != digits + 2 ||
-        byte == 0) {
+    const char* const digits = escaped.data() + i + 1;
+    if (i + 2 >= escaped.size() ||
+        std::from_chars(digits, digits + 2, byte, 16).ptr != digits + 2 || byte == 0) {
       return false;
     }
     *text += static_cast<char>(byte);

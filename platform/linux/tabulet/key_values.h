@@ -9,15 +9,15 @@
 
 namespace saltmoor::platform {
 
-/// Texts under their keys. A text stays where it is in memory while others come and go.
+/// Strings by key. Pointers to a value are valid until that value changes.
 using KeyValues = std::map<std::string, std::string>;
 
-/// One line `key=value` for each, every line ended. %XX stands for a byte that a line, a key or an
-/// editor could not carry: control characters, '%', blanks at either end, '=' in a key.
+/// Returns one line `key=value` for each entry. Control characters, '%', outer spaces, and '=' in a
+/// key, are written as %XX.
 std::string SerializeKeyValues(const KeyValues& values);
 
-/// Reads such a text. Of a key that stands there twice, the last counts.
-/// \return what is wrong with which line; `*values` is unchanged then.
+/// Parses the result of SerializeKeyValues. If a key occurs more than once, the last entry counts.
+/// \return an error with the line's number, and `*values` unchanged, if a line is invalid.
 Error ParseKeyValues(std::string_view text, KeyValues* values);
 
 }  // namespace saltmoor::platform

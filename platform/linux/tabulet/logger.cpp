@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/linux/common/atomic_file.h"
 #include "platform/linux/common/settings.h"
 #include "platform/linux/common/strings.h"
 #include "tabulet.h"
@@ -16,32 +17,23 @@ namespace {
 using saltmoor::platform::GetSettings;
 using saltmoor::platform::Settings;
 
-/// Writes one line in one call, so that lines of several threads and programs do not mix.
-bool WriteLine(int file, std::string line) {
-  line = saltmoor::platform::EscapeControlCharacters(line) + '\n';
-  const char* rest = line.data();
-  std::size_t size = line.size();
-  while (size > 0) {
-    const ssize_t written = write(file, rest, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    rest += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return true;
+/// Writes one line with one call, so that lines of concurrent threads and programs do not mix.
+bool WriteLine(int file, const std::string& line) {
+  return !saltmoor::platform::WriteAll(
+      file, saltmoor::platform::EscapeControlCharacters(line) + '\n', "the log");
 }
 
-std::string Record(int level, const char* source, int line, const char* function,
-                   const std::string& text) {
+std::string FormatRecord(int level, const char* source, int line, const char* function,
+                         const std::string& text) {
   return std::to_string(level) + ' ' + (source ? source : "?") + ':' + std::to_string(line) + ' ' +
          (function ? function : "?") + ": " + text;
 }
 
-/// The file that the log goes to. What is wrong with the settings is its first record, whatever
-/// the level: somebody who mistypes one must learn why nothing happens.
+/// Opens the log and reports invalid settings first, at every log level: a mistyped setting must
+/// not go unnoticed.
 int OpenLog() {
   const auto report = [](int file, const std::string& problem) {
-    WriteLine(file, Record(2, __FILE__, __LINE__, "OpenLog", problem));
+    WriteLine(file, FormatRecord(2, __FILE__, __LINE__, "OpenLog", problem));
   };
   const Settings& settings = GetSettings();
   int file = STDERR_FILENO;
@@ -51,7 +43,7 @@ int OpenLog() {
       const std::string cause = std::strerror(errno);
       file = STDERR_FILENO;
       report(file, "TABULET_LOG: cannot write \"" + settings.log + "\" (" + cause +
-                       "), so the log goes here; name a file in a folder that you may write to");
+                       "), so the log goes here; name a file in a writable directory");
     }
   }
   for (const std::string& problem : settings.problems) report(file, problem);
@@ -80,10 +72,10 @@ void sm_print_log2(int level, const char* source, int line, const char* function
     static const int file = OpenLog();
     if (level <= GetSettings().log_level) {
       const std::string record =
-          Record(level, source, line, function, FormatText(format ? format : "", arguments));
+          FormatRecord(level, source, line, function, FormatText(format ? format : "", arguments));
       if (!WriteLine(file, record) && file != STDERR_FILENO) WriteLine(STDERR_FILENO, record);
     }
-  } catch (...) {  // memory ran out: better a record lost than the program
+  } catch (...) {  // without memory the record is lost
   }
   va_end(arguments);
   errno = caller_errno;

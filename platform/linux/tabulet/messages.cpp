@@ -37,8 +37,8 @@ Icon GetIcon(int icon) {
   }
 }
 
-/// The user's language, such as "de", from the variables that set it everywhere else.
-std::string Language() {
+/// The user's language, such as "de", from the usual locale variables.
+std::string GetLanguage() {
   for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
     const char* value = std::getenv(name);
     if (!value || !*value) continue;
@@ -47,8 +47,8 @@ std::string Language() {
   return "en";
 }
 
-/// Adds the texts of a language, in place of those that are there.
-void AddLanguage(const std::string& language, KeyValues* texts) {
+/// Adds the strings of a language, which replace those of the same keys.
+void AddLanguage(const std::string& language, KeyValues* strings) {
   std::string content;
   KeyValues added;
   Error error = saltmoor::platform::ReadResource("language", language + ".txt", &content);
@@ -56,26 +56,26 @@ void AddLanguage(const std::string& language, KeyValues* texts) {
   if (!error) error = saltmoor::platform::ParseKeyValues(content, &added);
   if (error) {
     Log(saltmoor::platform::LogLevel::kError,
-        "the texts of the language \"" + language + "\" are left out: " + error.message());
+        "the strings of the language \"" + language + "\" are ignored: " + error.message());
   }
-  added.merge(*texts);
-  *texts = std::move(added);
+  added.merge(*strings);
+  *strings = std::move(added);
 }
 
 KeyValues LoadStrings() {
-  KeyValues texts = {{"@DownloadError", "The book could not be downloaded."}};
-  AddLanguage("en", &texts);
-  if (const std::string language = Language(); language != "en") AddLanguage(language, &texts);
-  return texts;
+  KeyValues strings = {{"@DownloadError", "The book could not be downloaded."}};
+  AddLanguage("en", &strings);
+  if (const std::string language = GetLanguage(); language != "en") AddLanguage(language, &strings);
+  return strings;
 }
 
-/// What the user is shown for a text of the caller's, on one line.
+/// The string to show for an argument of Message, on one line.
 std::string Localize(const char* text) {
   if (!text) return "";
   if (*text == '@') {
-    static const KeyValues& texts = *new KeyValues(LoadStrings());
-    const auto known = texts.find(text);
-    if (known != texts.end()) return saltmoor::platform::EscapeControlCharacters(known->second);
+    static const KeyValues& strings = *new KeyValues(LoadStrings());
+    const auto known = strings.find(text);
+    if (known != strings.end()) return saltmoor::platform::EscapeControlCharacters(known->second);
   }
   return saltmoor::platform::EscapeControlCharacters(text);
 }
@@ -84,20 +84,19 @@ void ShowOnTerminal(const Icon& icon, const std::string& title, const std::strin
   std::string line = std::string("[") + icon.label + "] " + title;
   if (text != title) line += (title.empty() ? "" : ": ") + text;
   line += '\n';
-  // A message that nobody can see is not worth failing for.
+  // A failed write is ignored: nobody sees the terminal.
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }
 
 }  // namespace
 
 void Message(int icon, const char* title, const char* text, int timeout_ms) {
-  saltmoor::platform::CatchAtBoundary(0, [=] {
+  saltmoor::platform::CatchAtBoundary([=] {
     const Icon shown_icon = GetIcon(icon);
     const std::string shown_title = Localize(title);
     const std::string shown_text = Localize(text);
     ShowOnTerminal(shown_icon, shown_title, shown_text);
     saltmoor::platform::NotifyDesktop(shown_icon.desktop_name, shown_title,
                                       shown_text == shown_title ? "" : shown_text, timeout_ms);
-    return 0;
   });
 }

@@ -20,11 +20,11 @@ using saltmoor::platform::Error;
 using saltmoor::platform::Log;
 using saltmoor::platform::LogLevel;
 
-// Two of the bits that mean connected.
+// Two of the bits 0xF00, any of which means connected.
 constexpr int kByInterface = 0x100;
 constexpr int kByLoopback = 0x200;
 
-bool IsReachableOutside(const ifaddrs& entry) {
+bool IsExternalInterface(const ifaddrs& entry) {
   constexpr unsigned kUp = IFF_UP | IFF_RUNNING;
   if (!entry.ifa_addr || (entry.ifa_flags & kUp) != kUp || (entry.ifa_flags & IFF_LOOPBACK)) {
     return false;
@@ -39,12 +39,12 @@ bool IsReachableOutside(const ifaddrs& entry) {
 bool HasInterface() {
   ifaddrs* list = nullptr;
   if (getifaddrs(&list) != 0) {
-    Log(LogLevel::kError, Error::System(errno, "cannot list the network's interfaces").message());
+    Log(LogLevel::kError, Error::System(errno, "cannot list the network interfaces").message());
     return false;
   }
   const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
   for (const ifaddrs* entry = list; entry; entry = entry->ifa_next) {
-    if (IsReachableOutside(*entry)) return true;
+    if (IsExternalInterface(*entry)) return true;
   }
   return false;
 }
@@ -55,28 +55,28 @@ bool IsLoopback(const std::string& host) {
   return host == "localhost" || host == "::1";
 }
 
-/// Whether servers are reached on this very machine, which needs no network.
+/// Whether servers are on this machine, which needs no network.
 bool UsesLoopback() {
   const auto& connect_to = saltmoor::platform::GetSettings().connect_to;
   return std::any_of(connect_to.begin(), connect_to.end(),
                      [](const auto& entry) { return IsLoopback(entry.to_host); });
 }
 
-int State() {
+int GetState() {
   return (HasInterface() ? kByInterface : 0) | (UsesLoopback() ? kByLoopback : 0);
 }
 
 int Connect() {
-  // Bringing a network up is the system's business on a PC: it is up by now or it is not.
-  if (State() != 0) return 0;
-  Log(LogLevel::kError, "no network: no interface but loopback is up with an address");
+  // On a PC the system manages the network: it cannot be brought up here.
+  if (GetState() != 0) return 0;
+  Log(LogLevel::kError, "no network: no interface except loopback is up and has an address");
   return -1;
 }
 
 }  // namespace
 
 int QueryNetwork() {
-  return saltmoor::platform::CatchAtBoundary(0, [] { return State(); });
+  return saltmoor::platform::CatchAtBoundary(0, [] { return GetState(); });
 }
 
 int NetConnect(const char* /*network*/) {

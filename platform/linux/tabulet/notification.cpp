@@ -17,7 +17,7 @@ bool HasDesktop() {
   return runtime && access((std::string(runtime) + "/bus").c_str(), F_OK) == 0;
 }
 
-/// Runs the program in place of this process. Only calls that are safe after a fork.
+/// Executes the program. Makes only async-signal-safe calls, as required after fork.
 [[noreturn]] void Exec(const char* const* arguments) {
   constexpr unsigned kMaxRun_s = 10;
   sigset_t none;
@@ -27,7 +27,7 @@ bool HasDesktop() {
   const int null = open("/dev/null", O_RDWR);
   for (int fd = 0; fd <= 2; ++fd) dup2(null, fd);
   close_range(3, ~0U, 0);
-  alarm(kMaxRun_s);  // outlives the exec: a desktop that does not answer keeps nothing behind
+  alarm(kMaxRun_s);  // survives exec: kills the program if the desktop does not answer
   execvp(arguments[0], const_cast<char* const*>(arguments));
   _exit(127);
 }
@@ -41,7 +41,7 @@ void NotifyDesktop(const std::string& icon, const std::string& title, const std:
   const char* const arguments[] = {"notify-send", "-t",         timeout.c_str(),
                                    "-i",          icon.c_str(), "--",
                                    title.c_str(), text.c_str(), nullptr};
-  // The program is the child of a child that ends at once: so it is not ours to wait for.
+  // A double fork: init reaps the program.
   const pid_t child = fork();
   if (child == 0) {
     if (fork() == 0) Exec(arguments);

@@ -5,8 +5,8 @@
 
 namespace saltmoor::platform {
 
-/// Shows a notification on the desktop, where there is one, and returns without waiting for it.
-/// \param icon  a name of the desktop's icon theme.
+/// Shows a notification on the desktop, if there is one, and returns without waiting for it.
+/// \param icon  a name in the desktop's icon theme.
 void NotifyDesktop(const std::string& icon, const std::string& title, const std::string& text,
                    int timeout_ms);
 

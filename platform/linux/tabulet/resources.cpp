@@ -20,13 +20,13 @@ std::string LibraryDirectory() {
 
 }  // namespace
 
-Error ReadResource(const std::string& folder, const std::string& name, std::string* content) {
+Error ReadResource(const std::string& directory, const std::string& name, std::string* content) {
   Error error = Error::System(ENOENT, "no resource " + name);
   if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) return error;
-  // Libraries lie in PREFIX/lib or, as in Debian, in PREFIX/lib/ARCHITECTURE.
+  // The library is in PREFIX/lib or, on Debian, in PREFIX/lib/ARCHITECTURE.
   for (const std::string& root : {std::string("/ebrmain"), LibraryDirectory() + "/../share/quire",
                                   LibraryDirectory() + "/../../share/quire"}) {
-    error = ReadFile(root + "/" + folder + "/" + name, kMaxResource_bytes, content);
+    error = ReadFile(root + "/" + directory + "/" + name, kMaxResource_bytes, content);
     if (!error.IsSystem(ENOENT) && !error.IsSystem(ENOTDIR)) return error;
   }
   return error;

@@ -7,10 +7,10 @@
 
 namespace saltmoor::platform {
 
-/// Reads a file that comes with the system: the device's own, /ebrmain/FOLDER/NAME, or else the one
-/// that came with this library.
-/// \return ENOENT when there is none, or `name` is not the bare name of a file.
-Error ReadResource(const std::string& folder, const std::string& name, std::string* content);
+/// Reads a resource file: the device's own, /ebrmain/DIRECTORY/NAME, otherwise the one installed
+/// with this library.
+/// \return ENOENT if there is none or `name` is not a plain file name.
+Error ReadResource(const std::string& directory, const std::string& name, std::string* content);
 
 }  // namespace saltmoor::platform
 

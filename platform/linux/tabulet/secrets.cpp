@@ -7,8 +7,8 @@
 namespace saltmoor::platform {
 namespace {
 
-// A sealed value is this mark, then nonce and box in base64.
-constexpr std::string_view kMark = "sealed1:";
+// A sealed value is this prefix, followed by nonce and ciphertext in base64.
+constexpr std::string_view kPrefix = "sealed1:";
 constexpr std::size_t kNonce_bytes = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
 constexpr std::size_t kTag_bytes = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 constexpr int kBase64 = sodium_base64_VARIANT_ORIGINAL;
@@ -23,7 +23,7 @@ const unsigned char* Bytes(std::string_view text) {
 std::string ToBase64(const std::string& bytes) {
   std::string text(sodium_base64_encoded_len(bytes.size(), kBase64), '\0');
   sodium_bin2base64(text.data(), text.size(), Bytes(bytes), bytes.size(), kBase64);
-  text.pop_back();  // the closing zero byte
+  text.pop_back();  // the terminating zero byte
   return text;
 }
 
@@ -37,8 +37,9 @@ bool FromBase64(std::string_view text, std::string* bytes) {
 }
 
 Error InitSodium() {
-  return sodium_init() < 0 ? Error::InvalidData("libsodium cannot start: no source of randomness")
-                           : Error();
+  return sodium_init() < 0
+             ? Error::InvalidData("cannot initialize libsodium: no source of randomness")
+             : Error();
 }
 
 }  // namespace
@@ -53,17 +54,17 @@ Error Seal(const std::string& name, std::string_view secret, std::string* sealed
   crypto_aead_xchacha20poly1305_ietf_encrypt(Bytes(&box) + kNonce_bytes, nullptr, Bytes(secret),
                                              secret.size(), Bytes(name), name.size(), nullptr,
                                              Bytes(box), Bytes(key.bytes));
-  *sealed = std::string(kMark) + ToBase64(box);
+  *sealed = std::string(kPrefix) + ToBase64(box);
   return {};
 }
 
 Error Unseal(const std::string& name, const std::string& sealed, std::string* secret) {
   if (Error error = InitSodium()) return error;
   std::string box;
-  if (sealed.compare(0, kMark.size(), kMark) != 0 ||
-      !FromBase64(std::string_view(sealed).substr(kMark.size()), &box) ||
+  if (sealed.compare(0, kPrefix.size(), kPrefix) != 0 ||
+      !FromBase64(std::string_view(sealed).substr(kPrefix.size()), &box) ||
       box.size() < kNonce_bytes + kTag_bytes) {
-    return Error::InvalidData("the value is no sealed one");
+    return Error::InvalidData("the value is not encrypted");
   }
   SecretBytes key;
   if (Error error = LoadDeviceKey(&key)) return error;
@@ -74,7 +75,7 @@ Error Unseal(const std::string& name, const std::string& sealed, std::string* se
           Bytes(name), name.size(), Bytes(box), Bytes(key.bytes)) != 0) {
     secret->clear();
     return Error::InvalidData(
-        "the value is damaged, or was sealed on another device or under another name");
+        "the value is damaged, or was encrypted on another device or for another key");
   }
   return {};
 }

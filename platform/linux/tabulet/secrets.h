@@ -8,12 +8,13 @@
 
 namespace saltmoor::platform {
 
-/// Seals a secret for this device and for its place: under another name it does not unseal.
+/// Encrypts a secret under the key of this device, bound to `name`. Creates the key if necessary.
 Error Seal(const std::string& name, std::string_view secret, std::string* sealed);
 
+/// Decrypts the result of Seal with the same `name`.
 Error Unseal(const std::string& name, const std::string& sealed, std::string* secret);
 
-/// Overwrites the text in memory and empties it.
+/// Overwrites a string in memory and clears it.
 void Wipe(std::string* secret);
 
 }  // namespace saltmoor::platform

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What tells this machine from others: its id, or its name where it has none, as in a container.
+/// The machine's id; its host name if it has none, as in a container.
 std::string GetMachineId() {
   std::string id;
   for (const char* path : {"/etc/machine-id", "/var/lib/dbus/machine-id"}) {
@@ -21,7 +21,7 @@ std::string GetMachineId() {
   return name;
 }
 
-/// The machine's id itself is confidential and must not go to a server: a hash of it does.
+/// Returns a hash of the machine's id, because the id itself is confidential.
 std::string DeriveSerialNumber() {
   static constexpr char kPurpose[] = "tabulet serial number";
   const std::string identity = GetMachineId();

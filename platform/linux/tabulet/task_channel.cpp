@@ -24,7 +24,7 @@ Error WaitFor(int socket, short events, const Deadline& deadline, int stop_fd) {
   }
 }
 
-/// `transfer(done)` moves bytes from there on and returns how many, as send and recv do.
+/// Calls `transfer(done)` until `size` bytes are done; it returns like send and recv.
 template <typename Transfer>
 Error TransferAll(int socket, short events, std::size_t size, const Deadline& deadline, int stop_fd,
                   const Transfer& transfer) {
@@ -34,11 +34,11 @@ Error TransferAll(int socket, short events, std::size_t size, const Deadline& de
     if (count > 0) {
       done += static_cast<std::size_t>(count);
     } else if (count == 0) {
-      return Error::System(ECONNRESET, "the other side hung up");
+      return Error::System(ECONNRESET, "the connection was closed");
     } else if (errno == EAGAIN) {
       if (Error error = WaitFor(socket, events, deadline, stop_fd)) return error;
     } else if (errno != EINTR) {
-      return Error::System(errno, "the connection broke");
+      return Error::System(errno, "the connection failed");
     }
   }
   return {};
@@ -62,8 +62,7 @@ int Deadline::Remaining_ms() const {
 }
 
 std::string SocketPath(const std::string& app_path) {
-  // The name of the program for people, a hash of its path since that may be longer than a socket's
-  // name and programs may share a name.
+  // The path itself may be too long for a socket, and the name alone may be ambiguous.
   constexpr std::size_t kName_bytes = 32;
   unsigned char hash[crypto_generichash_BYTES_MIN];
   char digits[2 * sizeof hash + 1];
@@ -76,7 +75,7 @@ std::string SocketPath(const std::string& app_path) {
 
 Error CreateSocket(UniqueFd* socket) {
   *socket = UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  return *socket ? Error() : Error::System(errno, "cannot make a socket");
+  return *socket ? Error() : Error::System(errno, "cannot create a socket");
 }
 
 Error Connect(int socket, const std::string& path, const Deadline& deadline) {
@@ -86,7 +85,7 @@ Error Connect(int socket, const std::string& path, const Deadline& deadline) {
     if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
       return {};
     }
-    // Where too many callers wait already, a Unix socket offers nothing to wait for.
+    // poll cannot wait for room in the backlog of a Unix socket.
     const bool busy = errno == EAGAIN && deadline.Remaining_ms() > 0;
     if (!busy && errno != EINTR) return Error::System(errno, "cannot connect to " + path);
     if (busy) poll(nullptr, 0, std::min(deadline.Remaining_ms(), 10));
@@ -97,7 +96,7 @@ Error Bind(int socket, const std::string& path) {
   sockaddr_un address;
   if (Error error = ToAddress(path, &address)) return error;
   if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return {};
-  return Error::System(errno, "cannot make " + path);
+  return Error::System(errno, "cannot create " + path);
 }
 
 Error SendAll(int socket, const void* bytes, std::size_t size, const Deadline& deadline,

@@ -1,5 +1,5 @@
 /// \file
-/// What both sides of a task's socket agree on.
+/// The protocol between a task and its callers, over a Unix socket.
 
 #ifndef PLATFORM_LINUX_TABULET_TASK_CHANNEL_H_
 #define PLATFORM_LINUX_TABULET_TASK_CHANNEL_H_
@@ -17,11 +17,11 @@ namespace saltmoor::platform {
 inline constexpr char kTaskDirectory[] = "/tmp/tabulet-tasks";
 inline constexpr std::uint32_t kMaxRequest_bytes = 1 << 20;
 
-/// Goes before the bytes of a request. The answer is one std::int32_t.
+/// Precedes the bytes of a request. The answer is one std::int32_t.
 struct RequestHeader {
-  static constexpr std::uint32_t kMark = 0x54414231;
+  static constexpr std::uint32_t kMagic = 0x54414231;
 
-  std::uint32_t mark = kMark;
+  std::uint32_t magic = kMagic;
   std::int32_t request = 0;
   std::int32_t flags = 0;
   std::uint32_t size_bytes = 0;
@@ -38,20 +38,20 @@ class Deadline {
   std::chrono::steady_clock::time_point end_;
 };
 
-/// Where the task of that program listens.
+/// The path of the socket of a task.
 std::string SocketPath(const std::string& app_path);
 
-/// A socket bound to nothing; an error when the process has no more.
+/// Creates an unconnected socket.
 Error CreateSocket(UniqueFd* socket);
 
-/// Connects to the listener at `path`, and waits while it has too many callers.
+/// Connects to the socket at `path`; waits while its backlog is full.
 Error Connect(int socket, const std::string& path, const Deadline& deadline);
 
-/// Binds to `path`. EADDRINUSE where something is there.
+/// Binds to `path`. Fails with EADDRINUSE if it exists.
 Error Bind(int socket, const std::string& path);
 
-/// Sends, or receives, exactly so many bytes. A connection that ends before is an error, and so is
-/// `stop_fd` becoming readable meanwhile.
+/// Sends or receives exactly `size` bytes. Fails if the connection ends first or `stop_fd` becomes
+/// readable.
 Error SendAll(int socket, const void* bytes, std::size_t size, const Deadline& deadline,
               int stop_fd = -1);
 Error ReceiveAll(int socket, void* bytes, std::size_t size, const Deadline& deadline,

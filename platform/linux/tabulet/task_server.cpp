@@ -30,11 +30,11 @@ using saltmoor::platform::LogLevel;
 using saltmoor::platform::RequestHeader;
 using saltmoor::platform::UniqueFd;
 
-/// Makes the folder of the tasks' sockets. In one that belongs to somebody else, requests could be
-/// taken away from us.
+/// Creates the directory of the tasks' sockets. A directory of another user is refused: its owner
+/// could intercept requests.
 Error CreateTaskDirectory() {
   if (mkdir(kTaskDirectory, 0700) != 0 && errno != EEXIST) {
-    return Error::System(errno, std::string("cannot make ") + kTaskDirectory);
+    return Error::System(errno, std::string("cannot create ") + kTaskDirectory);
   }
   struct stat status;
   if (lstat(kTaskDirectory, &status) != 0) {
@@ -42,7 +42,7 @@ Error CreateTaskDirectory() {
   }
   if (S_ISDIR(status.st_mode) && status.st_uid == geteuid()) return {};
   return Error::InvalidData(std::string(kTaskDirectory) +
-                            " is no folder of this user's: delete it, or run as its owner");
+                            " is not a directory of this user: delete it, or run as its owner");
 }
 
 }  // namespace
@@ -59,7 +59,7 @@ class TaskServer::Impl {
   Error Listen();
   Error ServeCallers();
   Error ServeRequest(int caller);
-  int Answer(int request, const std::string& data);
+  int HandleRequest(int request, const std::string& data);
   void RemoveSocket();
 
   const std::string socket_path_;
@@ -69,7 +69,7 @@ class TaskServer::Impl {
 };
 
 int TaskServer::Impl::Run() {
-  Error error = stop_ ? Listen() : Error::System(EMFILE, "cannot make a task");
+  Error error = stop_ ? Listen() : Error::System(EMFILE, "cannot create a task");
   if (!error) {
     error = ServeCallers();
     RemoveSocket();
@@ -87,16 +87,16 @@ void TaskServer::Impl::Stop() noexcept {
 
 Error TaskServer::Impl::Listen() {
   if (Error error = CreateTaskDirectory()) return error;
-  const DirectoryLock lock(kTaskDirectory);  // against another start of the same program
+  const DirectoryLock lock(kTaskDirectory);  // against a concurrent start of the same program
   if (Error error = saltmoor::platform::CreateSocket(&listener_)) return error;
   Error error = saltmoor::platform::Bind(listener_.get(), socket_path_);
   if (error.IsSystem(EADDRINUSE)) {
     UniqueFd probe;
     if (Error failed = saltmoor::platform::CreateSocket(&probe)) return failed;
     if (!Connect(probe.get(), socket_path_, Deadline(0)).IsSystem(ECONNREFUSED)) {
-      return Error::System(EADDRINUSE, "the task is running already at " + socket_path_);
+      return Error::System(EADDRINUSE, "the task is already running at " + socket_path_);
     }
-    unlink(socket_path_.c_str());  // left by a process that was killed
+    unlink(socket_path_.c_str());  // of a killed process
     error = saltmoor::platform::Bind(listener_.get(), socket_path_);
   }
   if (error) return error;
@@ -104,7 +104,7 @@ Error TaskServer::Impl::Listen() {
   return Error::System(errno, "cannot listen at " + socket_path_);
 }
 
-/// Takes the task's socket away before it closes: it must not be found any more.
+/// Removes the socket's path before the socket is closed, so that no caller finds a closed one.
 void TaskServer::Impl::RemoveSocket() {
   const DirectoryLock lock(kTaskDirectory);
   unlink(socket_path_.c_str());
@@ -121,8 +121,7 @@ Error TaskServer::Impl::ServeCallers() {
     if (polled[0].revents == 0) continue;
     const UniqueFd caller(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!caller) {
-      // A caller that is gone again is none of our trouble; where there are no more descriptors,
-      // asking at once again would only heat the device.
+      // Without free descriptors an immediate retry would be a busy loop.
       if (errno == EMFILE || errno == ENFILE) poll(nullptr, 0, 50);
       continue;
     }
@@ -133,20 +132,20 @@ Error TaskServer::Impl::ServeCallers() {
 Error TaskServer::Impl::ServeRequest(int caller) {
   constexpr int kCallerTimeout_ms = 500;
   const Deadline deadline(kCallerTimeout_ms);
-  RequestHeader head;
-  if (Error error = ReceiveAll(caller, &head, sizeof head, deadline, stop_.get())) return error;
-  if (head.mark != RequestHeader::kMark || head.size_bytes > kMaxRequest_bytes) {
-    return Error::InvalidData("a caller sent what is no request");
+  RequestHeader header;
+  if (Error error = ReceiveAll(caller, &header, sizeof header, deadline, stop_.get())) return error;
+  if (header.magic != RequestHeader::kMagic || header.size_bytes > kMaxRequest_bytes) {
+    return Error::InvalidData("a caller sent an invalid request");
   }
-  std::string data(head.size_bytes, '\0');
+  std::string data(header.size_bytes, '\0');
   if (Error error = ReceiveAll(caller, data.data(), data.size(), deadline, stop_.get())) {
     return error;
   }
-  const std::int32_t answer = Answer(head.request, data);
+  const std::int32_t answer = HandleRequest(header.request, data);
   return SendAll(caller, &answer, sizeof answer, Deadline(kCallerTimeout_ms));
 }
 
-int TaskServer::Impl::Answer(int request, const std::string& data) {
+int TaskServer::Impl::HandleRequest(int request, const std::string& data) {
   return CatchAtBoundary(-1, [&] { return handler_(request, data); });
 }
 

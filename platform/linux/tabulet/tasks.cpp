@@ -18,8 +18,7 @@ using saltmoor::platform::Error;
 using saltmoor::platform::RequestHeader;
 using saltmoor::platform::UniqueFd;
 
-/// The programs that were asked for: a task's number is a program's place here, for as long as the
-/// process lives.
+/// Assigns task numbers to program paths, until the process exits. Thread-safe.
 class TaskNumbers {
  public:
   int GetNumber(const std::string& app_path) {
@@ -30,7 +29,7 @@ class TaskNumbers {
     return static_cast<int>(app_paths_.size()) - 1;
   }
 
-  /// Empty when there is no such task.
+  /// Empty if there is no such task.
   std::string GetAppPath(int task) {
     const std::lock_guard<std::mutex> lock(mutex_);
     return task >= 0 && static_cast<std::size_t>(task) < app_paths_.size() ? app_paths_[task] : "";
@@ -41,7 +40,7 @@ class TaskNumbers {
   std::vector<std::string> app_paths_;
 };
 
-TaskNumbers& Numbers() {
+TaskNumbers& GetTaskNumbers() {
   static TaskNumbers& numbers = *new TaskNumbers;
   return numbers;
 }
@@ -52,27 +51,27 @@ bool IsRunning(const std::string& app_path) {
   if (!error) {
     error = Connect(socket.get(), saltmoor::platform::SocketPath(app_path), Deadline(0));
   }
-  return !error || error.IsSystem(EAGAIN);  // it has more callers than it takes, so it is there
+  return !error || error.IsSystem(EAGAIN);  // its backlog is full
 }
 
-Error Exchange(const std::string& app_path, const RequestHeader& head, const void* data,
+Error Exchange(const std::string& app_path, const RequestHeader& header, const void* data,
                const Deadline& deadline, std::int32_t* answer) {
   UniqueFd socket;
   if (Error error = saltmoor::platform::CreateSocket(&socket)) return error;
   const std::string path = saltmoor::platform::SocketPath(app_path);
   if (Error error = Connect(socket.get(), path, deadline)) return error;
-  if (Error error = SendAll(socket.get(), &head, sizeof head, deadline)) return error;
-  if (Error error = SendAll(socket.get(), data, head.size_bytes, deadline)) return error;
+  if (Error error = SendAll(socket.get(), &header, sizeof header, deadline)) return error;
+  if (Error error = SendAll(socket.get(), data, header.size_bytes, deadline)) return error;
   return ReceiveAll(socket.get(), answer, sizeof *answer, deadline);
 }
 
-int Send(int task, const RequestHeader& head, const void* data, int timeout_ms) {
-  const std::string app_path = Numbers().GetAppPath(task);
+int Send(int task, const RequestHeader& header, const void* data, int timeout_ms) {
+  const std::string app_path = GetTaskNumbers().GetAppPath(task);
   if (app_path.empty()) return -1;
   std::int32_t answer = -1;
-  const Error error = Exchange(app_path, head, data, Deadline(timeout_ms), &answer);
+  const Error error = Exchange(app_path, header, data, Deadline(timeout_ms), &answer);
   if (!error) return std::max(answer, -1);
-  Log(saltmoor::platform::LogLevel::kError, "request " + std::to_string(head.request) + " to " +
+  Log(saltmoor::platform::LogLevel::kError, "request " + std::to_string(header.request) + " to " +
                                                 app_path + " failed: " + error.message());
   return -1;
 }
@@ -81,14 +80,15 @@ int Send(int task, const RequestHeader& head, const void* data, int timeout_ms) 
 
 int FindTaskByAppName(const char* app) {
   if (!app) return -1;
-  return CatchAtBoundary(-1, [app] { return IsRunning(app) ? Numbers().GetNumber(app) : -1; });
+  return CatchAtBoundary(-1,
+                         [app] { return IsRunning(app) ? GetTaskNumbers().GetNumber(app) : -1; });
 }
 
 int SendRequestTo(int task, int request, const void* data, int size, int flags, int timeout_ms) {
   if (size < 0 || (size > 0 && !data)) return -1;
-  RequestHeader head;
-  head.request = request;
-  head.flags = flags;
-  head.size_bytes = static_cast<std::uint32_t>(size);
-  return CatchAtBoundary(-1, [&] { return Send(task, head, data, timeout_ms); });
+  RequestHeader header;
+  header.request = request;
+  header.flags = flags;
+  header.size_bytes = static_cast<std::uint32_t>(size);
+  return CatchAtBoundary(-1, [&] { return Send(task, header, data, timeout_ms); });
 }

@@ -1,6 +1,3 @@
-#include <unistd.h>
-
-#include <cerrno>
 #include <climits>
 #include <clocale>
 #include <cstdlib>
@@ -11,22 +8,19 @@
 #include <string_view>
 
 #include "platform/linux/common/catch_at_boundary.h"
-#include "platform/linux/common/error.h"
-#include "platform/linux/common/log.h"
 #include "tabulet.h"
 
 namespace {
 
 using saltmoor::platform::CatchAtBoundary;
-using saltmoor::platform::Error;
 
-/// Makes UTF-8 the calling thread's encoding while it lives, whatever locale the program has set.
-class Utf8Scope {
+/// Sets the encoding of the calling thread to UTF-8, independently of the program's locale.
+class ScopedUtf8 {
  public:
-  Utf8Scope() : previous_(uselocale(Utf8())) {}
-  ~Utf8Scope() { uselocale(previous_); }
-  Utf8Scope(const Utf8Scope&) = delete;
-  Utf8Scope& operator=(const Utf8Scope&) = delete;
+  ScopedUtf8() : previous_(uselocale(Utf8())) {}
+  ~ScopedUtf8() { uselocale(previous_); }
+  ScopedUtf8(const ScopedUtf8&) = delete;
+  ScopedUtf8& operator=(const ScopedUtf8&) = delete;
 
  private:
   static locale_t Utf8() {
@@ -37,7 +31,8 @@ class Utf8Scope {
   locale_t previous_;
 };
 
-/// The upper case of the character that `rest` begins with. A byte that begins none is passed on.
+/// Removes the first character of `rest` and returns it in upper case. An invalid byte is returned
+/// unchanged.
 std::string ConsumeUpper(std::string_view* rest) {
   std::mbstate_t state{};
   wchar_t character = 0;
@@ -55,24 +50,13 @@ std::string ConsumeUpper(std::string_view* rest) {
 }
 
 std::string ToUpper(std::string_view text) {
-  const Utf8Scope scope;
+  const ScopedUtf8 scope;
   std::string upper;
   while (!text.empty()) upper += ConsumeUpper(&text);
   return upper;
 }
 
-int Delete(const char* path) {
-  if (unlink(path) == 0 || errno == ENOENT) return 0;
-  const Error error = Error::System(errno, std::string("cannot delete ") + path);
-  Log(saltmoor::platform::LogLevel::kError, error.message());
-  return -1;
-}
-
 }  // namespace
-
-int tb_unlink(const char* path) {
-  return CatchAtBoundary(-1, [path] { return Delete(path); });
-}
 
 char* utf_toupper_ext(const char* text, int* length) {
   if (length) *length = 0;

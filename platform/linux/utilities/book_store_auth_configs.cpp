@@ -3,25 +3,21 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <exception>
 #include <string>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 
 namespace saltmoor::utilities {
-namespace {
 
-constexpr char kRecord[] = "/mnt/ext1/system/config/bookstore_auth.cfg";
-
-}  // namespace
-
-void BookStoreAuthConfigs::logOut() try {
-  if (unlink(kRecord) == 0 || errno == ENOENT) return;
-  using platform::Error;
-  platform::Log(platform::LogLevel::kError,
-                Error::System(errno, std::string("cannot delete ") + kRecord).message());
-} catch (const std::exception&) {  // no memory even for the log
+void BookStoreAuthConfigs::logOut() {
+  platform::CatchAtBoundary([] {
+    constexpr char kPath[] = "/mnt/ext1/system/config/bookstore_auth.cfg";
+    if (unlink(kPath) == 0 || errno == ENOENT) return;
+    const auto error = platform::Error::System(errno, std::string("cannot delete ") + kPath);
+    platform::Log(platform::LogLevel::kError, error.message());
+  });
 }
 
 }  // namespace saltmoor::utilities

@@ -4,9 +4,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <exception>
 #include <thread>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/utilities/browser_process.h"
 #include "platform/linux/utilities/browser_window.h"
@@ -15,11 +15,12 @@ namespace saltmoor::utilities {
 namespace {
 
 using platform::BrowserProcess;
+using platform::CatchAtBoundary;
 using platform::Error;
 using platform::Log;
 using platform::LogLevel;
 
-// How soon a flag that another thread cleared, or a program that closed its output, is noticed.
+// The longest delay until a cleared `running_`, or the exit of a silent program, is noticed.
 constexpr int kPollInterval_ms = 50;
 
 bool IsHttpUrl(const std::string& text) {
@@ -29,7 +30,7 @@ bool IsHttpUrl(const std::string& text) {
 
 }  // namespace
 
-/// One run of the browser. Everything but `group` belongs to the session's own thread.
+/// One run of the browser. Only `group` may be used outside the session's thread.
 struct __attribute__((visibility("hidden"))) BrowserAuthorization::Session {
   Session(BrowserAuthorization* session_owner, IEventHandler* event_handler)
       : owner(session_owner), handler(event_handler) {}
@@ -39,6 +40,7 @@ struct __attribute__((visibility("hidden"))) BrowserAuthorization::Session {
     return owner->running_;
   }
 
+  Error RunInThread(const std::vector<std::string>& args);
   Error Run(const std::vector<std::string>& args);
   void Watch(BrowserProcess* browser);
   bool ReportUrls(const std::vector<std::string>& lines);
@@ -52,6 +54,16 @@ struct __attribute__((visibility("hidden"))) BrowserAuthorization::Session {
   std::atomic<pid_t> group{0};
 };
 
+Error BrowserAuthorization::Session::RunInThread(const std::vector<std::string>& args) {
+  return CatchAtBoundary(Error::InvalidData("it cannot be run"), [&] {
+    Error error;
+    std::thread([&] {
+      error = CatchAtBoundary(Error::InvalidData("it cannot be run"), [&] { return Run(args); });
+    }).join();
+    return error;
+  });
+}
+
 Error BrowserAuthorization::Session::Run(const std::vector<std::string>& args) {
   BrowserProcess browser;
   if (Error error = browser.Start(owner->browser_path_, args)) return error;
@@ -62,13 +74,13 @@ Error BrowserAuthorization::Session::Run(const std::vector<std::string>& args) {
 
 void BrowserAuthorization::Session::Watch(BrowserProcess* browser) {
   for (;;) {
-    // Looked at before the output, so that what was printed last is not lost.
-    const bool ended = browser->HasExited();
-    if (!ReportUrls(browser->ReadLines(ended ? 0 : kPollInterval_ms))) {
+    // Checked before reading, so that the last output is not lost.
+    const bool exited = browser->HasExited();
+    if (!ReportUrls(browser->ReadLines(exited ? 0 : kPollInterval_ms))) {
       browser->Terminate();
       return;
     }
-    if (ended) {
+    if (exited) {
       ReportExit(browser->failure());
       return;
     }
@@ -76,7 +88,7 @@ void BrowserAuthorization::Session::Watch(BrowserProcess* browser) {
   }
 }
 
-/// \return false once the session is over: nothing more is reported then.
+/// \return false if the session has ended.
 bool BrowserAuthorization::Session::ReportUrls(const std::vector<std::string>& lines) {
   for (const std::string& line : lines) {
     if (!IsRunning()) return false;
@@ -115,55 +127,40 @@ BrowserAuthorization::IEventHandler::~IEventHandler() = default;
 BrowserAuthorization::BrowserAuthorization(const std::string& name, IEventHandler* handler)
     : name_(name), handler_(handler) {}
 
-int BrowserAuthorization::Start(const std::string& url, const std::vector<std::string>& args) try {
-  if (!IsHttpUrl(url)) {
-    Log(LogLevel::kError, "session " + name_ + ": the page's address is neither http nor https");
-    return -1;
-  }
-  const auto session = std::make_shared<Session>(this, handler_);
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (session_) {
-      Log(LogLevel::kError, "session " + name_ + ": it runs already");
-      return -1;
-    }
-    session_ = session;
-    running_ = true;
-  }
-  Error error;
-  try {
+int BrowserAuthorization::Start(const std::string& url, const std::vector<std::string>& args) {
+  const auto run = [&]() -> Error {
+    if (!IsHttpUrl(url)) return Error::InvalidData("the URL is neither http nor https");
     std::vector<std::string> all_args = args;
     all_args.push_back(url);
-    std::thread([&]() noexcept {
-      try {
-        error = session->Run(all_args);
-      } catch (const std::exception& e) {
-        error = Error::InvalidData(e.what());
-      }
-    }).join();
-  } catch (const std::exception& e) {
-    error = Error::InvalidData(e.what());
-  }
-  {
+    const auto session = std::make_shared<Session>(this, handler_);
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (session_) return Error::InvalidData("another session is running");
+      session_ = session;
+      running_ = true;
+    }
+    Error error = session->RunInThread(all_args);
     const std::lock_guard<std::mutex> lock(mutex_);
     running_ = false;
     session_.reset();
-  }
-  if (!error) return 0;
-  Log(LogLevel::kError, "session " + name_ + ": " + error.message());
-  return -1;
-} catch (const std::exception&) {
-  return -1;
+    return error;
+  };
+  return CatchAtBoundary(-1, [&] {
+    const Error error = run();
+    if (error) Log(LogLevel::kError, "session " + name_ + ": " + error.message());
+    return error ? -1 : 0;
+  });
 }
 
-void BrowserAuthorization::SetFocus() try {
-  std::shared_ptr<Session> session;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    session = session_;
-  }
-  if (session && session->group != 0) platform::RaiseWindows(session->group);
-} catch (const std::exception&) {  // the window stays where it is
+void BrowserAuthorization::SetFocus() {
+  CatchAtBoundary([this] {
+    std::shared_ptr<Session> session;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      session = session_;
+    }
+    if (session && session->group != 0) platform::RaiseWindows(session->group);
+  });
 }
 
 }  // namespace saltmoor::utilities

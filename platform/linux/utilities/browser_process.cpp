@@ -20,17 +20,17 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMaxLine_bytes = 64 << 10;
-constexpr std::size_t kMaxRead_bytes = 64 << 10;  // in one call, so that time goes on in a flood
+constexpr std::size_t kMaxRead_bytes = 64 << 10;  // per call of ReadLines
 constexpr std::chrono::seconds kTerminationTimeout{2};
 constexpr int kTerminationPoll_ms = 20;
 
-/// What the program gets from us beside its arguments.
+/// The terminal, output, signals and process group of the new process.
 class SpawnOptions {
  public:
   SpawnOptions(int output, const ForegroundTerminal& terminal) {
     posix_spawn_file_actions_init(&actions_);
     posix_spawnattr_init(&attributes_);
-    if (terminal.possible()) posix_spawn_file_actions_addtcsetpgrp_np(&actions_, STDIN_FILENO);
+    if (terminal.transferable()) posix_spawn_file_actions_addtcsetpgrp_np(&actions_, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
 
     sigset_t none;
@@ -40,7 +40,7 @@ class SpawnOptions {
     posix_spawnattr_setsigmask(&attributes_, &none);
     posix_spawnattr_setsigdefault(&attributes_, &all);
     posix_spawnattr_setpgroup(&attributes_, 0);
-    const int group = terminal.shared() ? 0 : POSIX_SPAWN_SETPGROUP;
+    const int group = terminal.group_is_external() ? 0 : POSIX_SPAWN_SETPGROUP;
     posix_spawnattr_setflags(
         &attributes_, static_cast<short>(group | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
   }
@@ -74,27 +74,28 @@ BrowserProcess::~BrowserProcess() {
 
 Error BrowserProcess::Start(const std::string& program, const std::vector<std::string>& args) {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) return Error::System(errno, "cannot make a pipe for " + program);
-  UniqueFd ours(ends[0]);
-  const UniqueFd theirs(ends[1]);
-  fcntl(ours.get(), F_SETFL, O_NONBLOCK);
+  if (pipe2(ends, O_CLOEXEC) != 0)
+    return Error::System(errno, "cannot create a pipe for " + program);
+  UniqueFd read_end(ends[0]);
+  const UniqueFd write_end(ends[1]);
+  fcntl(read_end.get(), F_SETFL, O_NONBLOCK);
 
   std::vector<char*> argv{const_cast<char*>(program.c_str())};
   for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
   argv.push_back(nullptr);
 
-  const SpawnOptions options(theirs.get(), terminal_);
+  const SpawnOptions options(write_end.get(), terminal_);
   pid_t pid = 0;
   const int failure = posix_spawn(&pid, program.c_str(), options.actions(), options.attributes(),
                                   argv.data(), environ);
   if (failure != 0) return Error::System(failure, "cannot run the browser " + program);
   pid_ = pid;
-  output_ = std::move(ours);
+  output_ = std::move(read_end);
   return {};
 }
 
 std::vector<std::string> BrowserProcess::ReadLines(int wait_ms) {
-  // A descriptor of -1, after the end of the output, makes poll a mere wait.
+  // After the end of the output the descriptor is -1, and poll only waits.
   pollfd output{output_.get(), POLLIN, 0};
   poll(&output, 1, wait_ms);
 
@@ -133,13 +134,13 @@ void BrowserProcess::SplitLines(const char* bytes, std::size_t size,
 }
 
 void BrowserProcess::Signal(int signal) const {
-  kill(terminal_.shared() ? pid_ : -pid_, signal);
+  kill(terminal_.group_is_external() ? pid_ : -pid_, signal);
 }
 
 bool BrowserProcess::HasExited() {
   if (exited_) return true;
   siginfo_t state{};
-  // Ctrl-Z at the browser would leave nobody at the terminal: it goes on.
+  // Ctrl-Z would leave the terminal without a foreground program: continue the browser.
   if (waitid(P_PID, static_cast<id_t>(pid_), &state, WSTOPPED | WNOHANG) == 0 &&
       state.si_pid != 0 && state.si_status == SIGTSTP) {
     Signal(SIGCONT);
@@ -148,10 +149,10 @@ bool BrowserProcess::HasExited() {
   const int waited = waitid(P_PID, static_cast<id_t>(pid_), &state, WEXITED | WNOHANG | WNOWAIT);
   if (waited == 0 && state.si_pid == 0) return false;
 
-  // Not reaped yet, the program still holds its number, so that no stranger can have the group's.
+  // The process is not reaped yet, so the number of its group cannot be reused.
   Signal(SIGKILL);
   waitid(P_PID, static_cast<id_t>(pid_), nullptr, WEXITED);
-  // Where the application ignores SIGCHLD nobody learns how the program ended.
+  // If the application ignores SIGCHLD, the exit status is unknown.
   if (waited == 0) failure_ = DescribeExit(state);
   terminal_.Reclaim(pid_);
   exited_ = true;
@@ -161,11 +162,11 @@ bool BrowserProcess::HasExited() {
 void BrowserProcess::Terminate() {
   if (HasExited()) return;
   Signal(SIGTERM);
-  Signal(SIGCONT);  // a stopped program cannot obey
+  Signal(SIGCONT);  // a stopped program handles no SIGTERM
   const Clock::time_point deadline = Clock::now() + kTerminationTimeout;
   while (!HasExited()) {
     if (Clock::now() >= deadline) Signal(SIGKILL);
-    ReadLines(kTerminationPoll_ms);  // a program that is writing cannot obey either
+    ReadLines(kTerminationPoll_ms);  // unblocks a program that is writing
   }
 }
 

@@ -12,9 +12,10 @@
 
 namespace saltmoor::platform {
 
-/// A browser program: it runs in a process group of its own, with the terminal where there is one,
-/// and its standard output is read line by line. Nothing of the group outlives the object. (Where
-/// the terminal cannot be lent the program stays in our group, and only it is ended.)
+/// A running browser program. It has a process group of its own, in the foreground of the terminal
+/// if there is one, and its standard output is read line by line. The destructor kills the whole
+/// group. Exception: if the group of this process is outside its PID namespace, the program stays
+/// in that group, and only the program itself is killed. Not thread-safe.
 class BrowserProcess {
  public:
   BrowserProcess() = default;
@@ -22,26 +23,26 @@ class BrowserProcess {
   BrowserProcess(const BrowserProcess&) = delete;
   BrowserProcess& operator=(const BrowserProcess&) = delete;
 
-  /// Starts `program`, a path; no shell is involved.
+  /// Runs the program at the path `program`, without a shell.
   Error Start(const std::string& program, const std::vector<std::string>& args);
 
-  /// The lines printed since the last call, without their ends. Waits for output at most `wait_ms`.
-  /// A line longer than any address is left out, and so is a last one that was never finished.
+  /// Returns the complete lines of the output since the last call, without line feeds. Waits for
+  /// output at most `wait_ms` milliseconds. Lines longer than 64 KiB are dropped.
   std::vector<std::string> ReadLines(int wait_ms);
 
-  /// Whether the program has ended. What it started and left behind is ended with it.
+  /// Whether the program has exited. If so, kills what is left of its process group.
   bool HasExited();
-  /// How it ended, once it has: empty for exit code 0, else words for the log.
+  /// A description of the exit for the log; empty for exit code 0.
   const std::string& failure() const { return failure_; }
 
-  /// Asks the program to end, and after two seconds makes it.
+  /// Terminates the program: with SIGTERM, and after two seconds with SIGKILL.
   void Terminate();
 
-  /// Its process group, the program itself where it has none; 0 before Start.
+  /// The process group of the program; its process if it has no group; 0 before Start.
   pid_t group() const { return pid_; }
 
  private:
-  void Signal(int signal) const;  // to the program's group
+  void Signal(int signal) const;
   void SplitLines(const char* bytes, std::size_t size, std::vector<std::string>* lines);
 
   ForegroundTerminal terminal_;
@@ -49,7 +50,7 @@ class BrowserProcess {
   pid_t pid_ = 0;
   bool exited_ = false;
   std::string failure_;
-  std::string line_;  // the beginning of one
+  std::string line_;  // incomplete
   bool line_too_long_ = false;
 };
 

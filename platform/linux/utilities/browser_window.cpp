@@ -16,7 +16,7 @@ void RaiseWindows(pid_t group) {
   std::vector<unsigned long> windows;
   char line[1024];
   while (std::fgets(line, sizeof line, list)) {
-    // The window's number, the desktop's, and the process that the window belongs to.
+    // Columns: window, desktop, PID.
     char* rest = nullptr;
     const unsigned long window = std::strtoul(line, &rest, 16);
     std::strtol(rest, &rest, 10);

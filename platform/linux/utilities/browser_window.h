@@ -5,8 +5,7 @@
 
 namespace saltmoor::platform {
 
-/// Brings the windows of a process group to the front. Does nothing where there is no display or
-/// no `wmctrl`.
+/// Raises the windows of a process group. Does nothing without a display or without `wmctrl`.
 void RaiseWindows(pid_t group);
 
 }  // namespace saltmoor::platform

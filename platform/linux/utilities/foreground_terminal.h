@@ -6,25 +6,27 @@
 
 namespace saltmoor::platform {
 
-/// Gets the terminal on standard input back from a program that was given it, with the modes that
-/// it had. A program in a process group of its own cannot read the terminal otherwise.
+/// The terminal on standard input, while another process group is in its foreground. A program in a
+/// process group of its own can read the terminal only from the foreground.
 class ForegroundTerminal {
  public:
-  /// Remembers the terminal's modes. Nothing is lent where standard input is no terminal, or is not
-  /// this process's to give since it runs in the background.
+  /// Saves the terminal's modes, if standard input is a terminal and this process is in its
+  /// foreground group.
   ForegroundTerminal();
 
-  bool possible() const { return possible_; }
-  /// Whether this process's group, which has the terminal, lies outside its process namespace. The
-  /// group has no number here, so the terminal cannot be lent: who needs it stays in the group.
-  bool shared() const { return shared_; }
-  /// Takes the terminal back from the process group, dead or alive, where it still has it.
+  /// Whether the foreground can be given to another process group.
+  bool transferable() const { return transferable_; }
+  /// Whether the group of this process is outside its PID namespace. The group has no number here
+  /// and could not reclaim the foreground, so a program that reads the terminal must stay in it.
+  bool group_is_external() const { return group_is_external_; }
+  /// Reclaims the foreground from a process group, running or not, and restores the modes. Does
+  /// nothing if the group is not in the foreground.
   void Reclaim(pid_t group) const;
 
  private:
   termios modes_{};
-  bool shared_;
-  bool possible_;  // learnt together with the modes, hence after them
+  bool group_is_external_;
+  bool transferable_;  // its initializer sets modes_
 };
 
 }  // namespace saltmoor::platform

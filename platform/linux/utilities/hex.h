@@ -6,7 +6,7 @@
 
 namespace saltmoor::platform {
 
-/// Two lower-case digits for each byte.
+/// Returns the bytes as lower-case hexadecimal digits.
 inline std::string ToHex(const unsigned char* bytes, std::size_t size_bytes) {
   constexpr char kDigits[] = "0123456789abcdef";
   std::string text;

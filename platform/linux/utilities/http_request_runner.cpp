@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/transfer.h"
 
@@ -23,8 +24,8 @@ struct Answer {
   bool too_large = false;
 };
 
-/// Called by libcurl with the next bytes of the answer, unpacked.
-std::size_t Receive(char* bytes, std::size_t, std::size_t size, void* target) noexcept {
+/// Called by libcurl with the next bytes of the body, decompressed.
+std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* target) noexcept {
   Answer& answer = *static_cast<Answer*>(target);
   answer.too_large = size > kMaxBody_bytes - answer.body.size();
   if (answer.too_large) return 0;
@@ -36,27 +37,27 @@ std::size_t Receive(char* bytes, std::size_t, std::size_t size, void* target) no
   return size;
 }
 
-std::string WithQuery(const HttpRequest& request) {
-  std::string address = request.GetUrl().substr(0, request.GetUrl().find('#'));
+std::string BuildUrl(const HttpRequest& request) {
+  std::string url = request.GetUrl().substr(0, request.GetUrl().find('#'));
   const std::string query = EncodeFields(request.GetGetParams());
-  if (query.empty()) return address;
-  return address + (address.find('?') == std::string::npos ? '?' : '&') + query;
+  if (query.empty()) return url;
+  return url + (url.find('?') == std::string::npos ? '?' : '&') + query;
 }
 
-long Milliseconds(unsigned timeout_s) {
-  // To libcurl 0 means no limit at all.
-  const long most_s = std::numeric_limits<long>::max() / 1000;
-  return std::max(1L, static_cast<long>(std::min<unsigned long>(timeout_s, most_s)) * 1000);
+long ToMilliseconds(unsigned timeout_s) {
+  // For libcurl 0 means no limit.
+  const long max_s = std::numeric_limits<long>::max() / 1000;
+  return std::max(1L, static_cast<long>(std::min<unsigned long>(timeout_s, max_s)) * 1000);
 }
 
 Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
   const bool post = request.GetMethod() == "POST";
   if (!post && (request.GetMethod() != "GET" || !request.GetPostParams().empty())) {
     return Error::Transfer(HttpRequestRunner::kInvalidRequest,
-                           "a request is a POST, or a GET without a form");
+                           "a request must be a POST, or a GET without a form");
   }
   Transfer transfer;
-  transfer.SetUrl(WithQuery(request));
+  transfer.SetUrl(BuildUrl(request));
   const std::string form = EncodeFields(request.GetPostParams());
   if (post) {
     transfer.Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form.size()));
@@ -64,9 +65,9 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
     transfer.SendOnce();
   }
   transfer.Set(CURLOPT_FOLLOWLOCATION, request.GetFollowRedirects() ? 1L : 0L);
-  transfer.Set(CURLOPT_TIMEOUT_MS, Milliseconds(timeout_s));
+  transfer.Set(CURLOPT_TIMEOUT_MS, ToMilliseconds(timeout_s));
   transfer.Set(CURLOPT_ACCEPT_ENCODING, "");
-  transfer.Set(CURLOPT_WRITEFUNCTION, &Receive);
+  transfer.Set(CURLOPT_WRITEFUNCTION, &OnBody);
   transfer.Set(CURLOPT_WRITEDATA, static_cast<void*>(answer));
 
   const CURLcode code = transfer.Perform();
@@ -84,19 +85,19 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
 }  // namespace
 
 int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
-                                      std::vector<char>* body, unsigned timeout_s) try {
+                                      std::vector<char>* body, unsigned timeout_s) {
   if (status) *status = 0;
   if (body) body->clear();
-  Answer answer;
-  if (const platform::Error error = Perform(request, timeout_s, &answer)) {
-    platform::Log(platform::LogLevel::kError, error.message());
-    return error.code();
-  }
-  if (status) *status = answer.status;
-  if (body) *body = std::move(answer.body);
-  return 0;
-} catch (const std::exception&) {
-  return kOther;
+  return platform::CatchAtBoundary(static_cast<int>(kOther), [&] {
+    Answer answer;
+    if (const platform::Error error = Perform(request, timeout_s, &answer)) {
+      platform::Log(platform::LogLevel::kError, error.message());
+      return error.code();
+    }
+    if (status) *status = answer.status;
+    if (body) *body = std::move(answer.body);
+    return 0;
+  });
 }
 
 }  // namespace saltmoor::utilities

@@ -2,9 +2,9 @@
 
 #include <openssl/evp.h>
 
-#include <exception>
 #include <string>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/utilities/hex.h"
 
@@ -14,27 +14,28 @@ namespace {
 thread_local std::string data_string;
 thread_local std::string derived_key;
 
-}  // namespace
-
-void TevUtilities::SetSha0Data(const char* data) try {
-  data_string = data ? data : "";
-} catch (const std::exception&) {
-  data_string.clear();
-}
-
-const char* TevUtilities::SHA0BadCrypt() try {
-  derived_key.clear();
+void DeriveKey() {
   unsigned char digest[EVP_MAX_MD_SIZE];
   unsigned size = 0;
   if (EVP_Digest(data_string.data(), data_string.size(), digest, &size, EVP_sha256(), nullptr) ==
       1) {
     derived_key = platform::ToHex(digest, size);
   } else {
-    platform::Log(platform::LogLevel::kError, "no key can be derived: OpenSSL refuses SHA-256");
+    platform::Log(platform::LogLevel::kError, "cannot derive a key: OpenSSL's SHA-256 fails");
   }
+}
+
+}  // namespace
+
+void TevUtilities::SetSha0Data(const char* data) {
+  data_string.clear();
+  platform::CatchAtBoundary([data] { data_string = data ? data : ""; });
+}
+
+const char* TevUtilities::SHA0BadCrypt() {
+  derived_key.clear();
+  platform::CatchAtBoundary(DeriveKey);
   return derived_key.c_str();
-} catch (const std::exception&) {
-  return "";
 }
 
 }  // namespace saltmoor::utilities

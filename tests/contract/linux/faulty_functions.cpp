@@ -1,5 +1,4 @@
-// A device with faults: these stand in for functions of the platform, each of which loses one
-// promise, as implementations do.
+// Replacements for functions of the platform, each with a fault that implementations have had.
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -9,7 +8,6 @@
 #include <filesystem>
 #include <map>
 
-#include "saltmoor/opds/resource_downloader.h"
 #include "saltmoor/utilities/http_request_runner.h"
 #include "saltmoor/utilities/to_lower.h"
 #include "tabulet.h"
@@ -33,13 +31,13 @@ iconfig_s* OpenConfig(const char* path, const config_defaults_s* defaults) {
   return config;
 }
 
-/// Writes the file in place, and takes its time.
+/// Writes the file in place, slowly.
 int SaveConfig(iconfig_s* config) {
   if (truncate(paths[config].c_str(), 1000) == 0) usleep(2000);
   return Original<decltype(SaveConfig)>("SaveConfig")(config);
 }
 
-/// The download engine's: what a download left stays, and what comes next is written behind it.
+/// The download engine keeps the old content of a part file and appends to it.
 int ftruncate(int, off_t) noexcept {
   return 0;
 }
@@ -48,7 +46,7 @@ ssize_t pwrite(int file, const void* bytes, std::size_t size, off_t) {
   return write(file, bytes, size);
 }
 
-/// Takes folders as well.
+/// Deletes directories too.
 int tb_unlink(const char* path) {
   return std::remove(path);
 }
@@ -57,7 +55,7 @@ int tb_unlink(const char* path) {
 
 namespace saltmoor {
 
-/// Sends a request that got no answer once more.
+/// Sends a request without an answer again.
 int utilities::HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
                                                  std::vector<char>* body, unsigned timeout_s) {
   using Perform = int(HttpRequestRunner*, const HttpRequest&, long*, std::vector<char>*, unsigned);
@@ -69,24 +67,12 @@ int utilities::HttpRequestRunner::PerformRequest(const HttpRequest& request, lon
   return again ? perform(this, request, status, body, timeout_s) : error;
 }
 
-/// Crashes on what is no ASCII.
+/// Crashes on non-ASCII characters.
 std::string utilities::ToLower(const std::string& text) {
   for (const char c : text) {
     if (c < 0) std::abort();
   }
   return text;
-}
-
-/// Takes the last part of a path for a name.
-int opds::ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
-                                               std::function<void(int)> progress) {
-  using Download =
-      int(ResourceDownloader*, const std::string&, const std::string&, std::function<void(int)>);
-  auto* const download = Original<Download>(
-      "_ZN8saltmoor4opds18ResourceDownloader16DownloadResourceERKNSt7__cxx1112basic_stringIcSt11"
-      "char_traitsIcESaIcEEES9_St8functionIFviEE");
-  const std::string name = file_name.substr(file_name.rfind('/') + 1);
-  return download(this, url, name, std::move(progress));
 }
 
 }  // namespace saltmoor

@@ -6,19 +6,22 @@
 #include <vector>
 
 #include "support/child.h"
-#include "support/device_folder.h"
+#include "support/suite.h"
+#include "support/test_directory.h"
 #include "tabulet.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
+constexpr char kSecret[] = "correct horse battery";
 constexpr char kKeyPath[] = "/mnt/ext1/system/.device_key";
 
-class Secrets : public testing::Test {
+class LinuxSecret : public testing::Test {
  protected:
-  Secrets() { RemoveKey(); }
-  ~Secrets() override {
+  LinuxSecret() { RemoveKey(); }
+  ~LinuxSecret() override {
+    EXPECT_EQ(ReadAll(LogPath()).find("horse"), std::string::npos);
     CloseConfigNoSave(config_);
     RemoveKey();
   }
@@ -28,79 +31,81 @@ class Secrets : public testing::Test {
   }
   std::string Read(const char* key) { return ReadSecret(config_, key, "absent"); }
 
-  const DeviceFolder folder_;
-  iconfig_s* const config_ = OpenConfig((folder_ / "test.cfg").c_str(), nullptr);
+  const TestDirectory directory_;
+  iconfig_s* const config_ = OpenConfig((directory_ / "test.cfg").c_str(), nullptr);
 };
 
-TEST_F(Secrets, KeyIsMadeAtFirstNeedForTheUserAlone) {
+TEST_F(LinuxSecret, CreatesDeviceKeyAtFirstUse) {
   EXPECT_EQ(Read("password"), "absent");
   EXPECT_FALSE(fs::exists(kKeyPath));
-  WriteSecret(config_, "password", "secret");
+  WriteSecret(config_, "password", kSecret);
   EXPECT_EQ(fs::file_size(kKeyPath), 32U);
   EXPECT_EQ(fs::status(kKeyPath).permissions(), fs::perms(0600));
   const std::string key = ReadAll(kKeyPath);
   WriteSecret(config_, "password", "other");
   EXPECT_EQ(ReadAll(kKeyPath), key);
+  EXPECT_EQ(ReadAll(LogPath()).find(key.substr(0, 4)), std::string::npos);
 }
 
-TEST_F(Secrets, SealedValueBelongsToItsKeyAndIsNeverTheSameTwice) {
-  WriteSecret(config_, "password", "secret");
-  WriteSecret(config_, "other", "secret");
+TEST_F(LinuxSecret, BindsValueToItsKey) {
+  WriteSecret(config_, "password", kSecret);
+  WriteSecret(config_, "other", kSecret);
   const std::string sealed = ReadString(config_, "password", "");
   EXPECT_STRNE(ReadString(config_, "other", ""), sealed.c_str());
   WriteString(config_, "other", sealed.c_str());
   EXPECT_EQ(Read("other"), "absent");
-  WriteSecret(config_, "password", "secret");
+  WriteSecret(config_, "password", kSecret);
   EXPECT_STRNE(ReadString(config_, "password", ""), sealed.c_str());
 }
 
-TEST_F(Secrets, DamagedValueIsAbsent) {
-  WriteSecret(config_, "password", "secret");
+TEST_F(LinuxSecret, TreatsDamagedValueAsAbsent) {
+  WriteSecret(config_, "password", kSecret);
   const std::string sealed = ReadString(config_, "password", "");
   std::string damaged = sealed;
   damaged[damaged.size() / 2] = damaged[damaged.size() / 2] == 'A' ? 'B' : 'A';
   for (const std::string& value : {damaged, sealed.substr(0, sealed.size() - 4),
-                                   sealed.substr(0, 12), std::string("in clear"), std::string()}) {
+                                   sealed.substr(0, 12), std::string(kSecret), std::string()}) {
     WriteString(config_, "password", value.c_str());
     EXPECT_EQ(Read("password"), "absent") << value;
   }
+  EXPECT_NE(ReadAll(LogPath()).find("counts as absent"), std::string::npos);
   WriteString(config_, "password", sealed.c_str());
-  EXPECT_EQ(Read("password"), "secret");
+  EXPECT_EQ(Read("password"), kSecret);
 }
 
-TEST_F(Secrets, ProgramsThatStartTogetherComeByOneKey) {
+TEST_F(LinuxSecret, SharesOneDeviceKeyBetweenPrograms) {
   for (int round = 0; round < 5; ++round) {
     RemoveKey();
     std::vector<std::unique_ptr<Child>> children;
     children.reserve(8);
     for (int i = 0; i < 8; ++i) {
       children.push_back(std::make_unique<Child>([this, i] {
-        iconfig_s* config = OpenConfig((folder_ / std::to_string(i)).c_str(), nullptr);
-        WriteSecret(config, "password", "secret");
+        iconfig_s* config = OpenConfig((directory_ / std::to_string(i)).c_str(), nullptr);
+        WriteSecret(config, "password", kSecret);
         return SaveConfig(config);
       }));
     }
     for (int i = 0; i < 8; ++i) {
       EXPECT_EQ(children[i]->Wait(), 1);
-      iconfig_s* config = OpenConfig((folder_ / std::to_string(i)).c_str(), nullptr);
-      EXPECT_STREQ(ReadSecret(config, "password", "absent"), "secret");
+      iconfig_s* config = OpenConfig((directory_ / std::to_string(i)).c_str(), nullptr);
+      EXPECT_STREQ(ReadSecret(config, "password", "absent"), kSecret);
       CloseConfig(config);
     }
   }
 }
 
-TEST_F(Secrets, DamagedKeyIsKeptAsideWhenANewOneIsNeeded) {
-  WriteSecret(config_, "password", "secret");
+TEST_F(LinuxSecret, MovesDamagedDeviceKeyAside) {
+  WriteSecret(config_, "password", kSecret);
   const std::string damaged = ReadAll(kKeyPath).substr(0, 5);
   WriteAll(kKeyPath, damaged);
   EXPECT_EQ(Read("password"), "absent");
-  EXPECT_EQ(ReadAll(kKeyPath), damaged) << "reading destroys nothing";
+  EXPECT_EQ(ReadAll(kKeyPath), damaged) << "reading must not change it";
   WriteSecret(config_, "other", "new secret");
   EXPECT_EQ(Read("other"), "new secret");
   EXPECT_EQ(ReadAll(std::string(kKeyPath) + ".bad"), damaged);
 }
 
-TEST_F(Secrets, SecretThatCannotBeSealedLeavesNoOldOne) {
+TEST_F(LinuxSecret, RemovesOldValueWhenEncryptionFails) {
   WriteSecret(config_, "password", "old");
   fs::remove(kKeyPath);
   fs::create_directory(kKeyPath);

@@ -1,5 +1,5 @@
 /// \file
-/// Calls libtabulet.so as its arguments say: `tabulet_probe COMMAND [ARG...]`.
+/// Calls libtabulet.so according to its arguments: `tabulet_probe COMMAND [ARG...]`.
 
 #include <sys/wait.h>
 
@@ -27,15 +27,6 @@ void LogFromThreads() {
   for (std::thread& thread : threads) thread.join();
 }
 
-int Secrets(const char* path, const char* secret) {
-  iconfig_s* config = OpenConfig(path, nullptr);
-  WriteSecret(config, "password", secret);
-  const bool kept = std::string(ReadSecret(config, "password", "absent")) == secret;
-  std::puts(kept ? "kept" : "absent");
-  CloseConfig(config);
-  return 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -51,8 +42,6 @@ int main(int argc, char** argv) {
     std::puts(GetSerialNumber());
   } else if (command == "network") {
     std::printf("%x\n", static_cast<unsigned>(QueryNetwork()) & 0xF00U);
-  } else if (command == "secrets" && argc == 4) {
-    return Secrets(argv[2], argv[3]);
   } else {
     std::fputs("tabulet_probe: unknown command\n", stderr);
     return 2;

@@ -1,20 +1,20 @@
-# The suite held against the Linux platform, and that platform's own promises. They all run on a device.
+# The suite on the Linux platform, and tests of what that platform does beyond the contract. All run on a device.
 set_target_properties(contract_suite PROPERTIES CROSSCOMPILING_EMULATOR "${ON_SCRATCH_DEVICE}")
 gtest_discover_tests(contract_suite TEST_PREFIX contract. DISCOVERY_MODE PRE_TEST
   PROPERTIES TIMEOUT 60)
 
-# A platform with a fault in each library: the functions in the program go before the libraries' own.
+# A platform with a fault in each library: functions of the program precede those of the libraries.
 add_executable(contract_suite_on_faults linux/faulty_functions.cpp)
 quire_target(contract_suite_on_faults)
 set_target_properties(contract_suite_on_faults PROPERTIES CXX_VISIBILITY_PRESET default)
-target_link_libraries(contract_suite_on_faults PRIVATE contract_promises tabulet saltmoor_utilities
+target_link_libraries(contract_suite_on_faults PRIVATE contract_tests tabulet saltmoor_utilities
                       saltmoor_opds)
-add_test(NAME contract.suite_tells_faults
-  COMMAND ${ON_SCRATCH_DEVICE} ${CMAKE_CURRENT_SOURCE_DIR}/linux/suite_tells_faults_test
+add_test(NAME contract.suite_finds_faults
+  COMMAND ${ON_SCRATCH_DEVICE} ${CMAKE_CURRENT_SOURCE_DIR}/linux/suite_finds_faults_test
           $<TARGET_FILE:contract_suite_on_faults>)
-set_tests_properties(contract.suite_tells_faults PROPERTIES TIMEOUT 180)
+set_tests_properties(contract.suite_finds_faults PROPERTIES TIMEOUT 180)
 
-# By itself, as a port builds it: against three files.
+# Standalone, as for a port.
 if(NOT QUIRE_SANITIZE)
   add_test(NAME contract.suite_alone
     COMMAND ${CMAKE_CTEST_COMMAND}
@@ -22,15 +22,15 @@ if(NOT QUIRE_SANITIZE)
       --build-generator ${CMAKE_GENERATOR} --build-noclean
       --build-options -DQUIRE_DEVICE_LIBRARIES=$<TARGET_FILE_DIR:tabulet>
       --test-command ${ON_SCRATCH_DEVICE} ${CMAKE_BINARY_DIR}/contract_alone/contract_suite
-                     --gtest_filter=Signing.*:TextHelpers.*)
+                     --gtest_filter=Signature.*:Strings.*)
   set_tests_properties(contract.suite_alone PROPERTIES TIMEOUT 300)
 endif()
 
-# What a process reads from its environment once: the probe calls libtabulet.so as it is told.
+# A process reads its environment once, so each case runs a program of its own.
 add_executable(tabulet_probe linux/tabulet_probe.cpp)
 quire_target(tabulet_probe)
 target_link_libraries(tabulet_probe PRIVATE tabulet)
-foreach(subject log settings messages secrets)
+foreach(subject log settings messages)
   add_test(NAME platform.environment.${subject}
     COMMAND ${ON_SCRATCH_DEVICE} ${CMAKE_CURRENT_SOURCE_DIR}/linux/environment_test
             $<TARGET_FILE:tabulet_probe> ${subject})
@@ -38,17 +38,17 @@ foreach(subject log settings messages secrets)
 endforeach()
 
 add_executable(linux_platform_tests
-  linux/browser_test.cpp
-  linux/device_test.cpp
+  linux/browser_process_test.cpp
+  linux/tabulet_test.cpp
   linux/download_test.cpp
-  linux/saving_test.cpp
+  linux/config_file_test.cpp
   linux/secrets_test.cpp
-  linux/tasks_test.cpp
+  linux/task_server_test.cpp
   linux/transfer_test.cpp)
 quire_target(linux_platform_tests)
 target_link_libraries(linux_platform_tests PRIVATE
   tabulet saltmoor_utilities saltmoor_opds platform_download platform_transfer contract_support)
-# It stands in for functions of the C library.
+# It replaces functions of the C library.
 set_target_properties(linux_platform_tests PROPERTIES
   ENABLE_EXPORTS ON CXX_VISIBILITY_PRESET default CROSSCOMPILING_EMULATOR "${ON_SCRATCH_DEVICE}")
 gtest_discover_tests(linux_platform_tests TEST_PREFIX platform. DISCOVERY_MODE PRE_TEST

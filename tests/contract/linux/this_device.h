@@ -1,7 +1,7 @@
 /// \file
-/// What the suite has to know of the device under test and cannot learn from the contract: here, of
-/// the Linux platform. Whoever ports the library writes a `this_device.h` of their own and names
-/// its folder with -DTHIS_DEVICE=FOLDER.
+/// What the suite must know about the device under test beyond the contract, here the Linux
+/// platform. A port has a `this_device.h` of its own, whose directory is set with
+/// -DTHIS_DEVICE=DIRECTORY.
 
 #ifndef TESTS_CONTRACT_LINUX_THIS_DEVICE_H_
 #define TESTS_CONTRACT_LINUX_THIS_DEVICE_H_
@@ -11,20 +11,24 @@
 
 namespace this_device {
 
-/// A folder of the device, without a closing slash, in which the tests make folders of their own.
-inline constexpr char kFolder[] = "/mnt/ext1/system/config";
+/// A directory of the device, without a trailing slash, for the temporary directories of the tests.
+inline constexpr char kDirectory[] = "/mnt/ext1/system/config";
 
-/// What runs the scripts that stand in for the browser. Any POSIX shell will do; they also call
-/// head, sleep, tr and yes.
+/// The POSIX shell that runs the test scripts in place of the browser. They also call head, sleep,
+/// tr and yes.
 inline constexpr char kShell[] = "/bin/sh";
 
-/// Called once, before the platform is used.
-/// \param ca_file  the certificate, PEM, of an authority made for this run. The platform has to
-///     trust the servers that it has signed until the process ends.
-/// \param log_file  where the system log may go, so that it does not stand between the promises.
-inline void Prepare(const std::string& ca_file, const std::string& log_file) {
+/// Whether HttpRequestRunner returns no other errors than those of HttpRequestRunner::Error.
+inline constexpr bool kReturnsNamedErrors = true;
+
+/// Called once before the platform is used.
+/// \param ca_file  the certificate of a generated authority, PEM. The platform must trust its
+///     server certificates until the process exits.
+/// \param log_path  a file for the system log, to keep it out of the results.
+inline void Prepare(const std::string& ca_file, const std::string& log_path) {
   setenv("TABULET_CA_FILE", ca_file.c_str(), 1);
-  setenv("TABULET_LOG", log_file.c_str(), 1);
+  setenv("TABULET_LOG", log_path.c_str(), 1);
+  setenv("TABULET_LOG_LEVEL", "5", 1);
 }
 
 }  // namespace this_device

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-/// A certificate with its key, made on the spot.
+/// A generated certificate with its key.
 struct Certificate {
   std::shared_ptr<X509> certificate;
   std::shared_ptr<EVP_PKEY> key;
@@ -16,12 +16,12 @@ struct Certificate {
   void Save(const std::string& path) const;
 };
 
-/// Makes an authority of that name.
+/// Generates the certificate of an authority.
 Certificate MakeAuthority(const std::string& name);
 
-/// Makes a server's certificate.
-/// \param host  as a subject alternative name, such as "DNS:shop.example" or "IP:127.0.0.1".
-/// \param begin_s,end_s  when it is valid, in seconds from now.
+/// Generates the certificate of a server.
+/// \param host  the subject alternative name, such as "DNS:shop.example" or "IP:127.0.0.1".
+/// \param begin_s,end_s  its validity, in seconds from now.
 Certificate MakeCertificate(const Certificate& authority, const std::string& host,
                             long begin_s = -3600, long end_s = 3600);
 

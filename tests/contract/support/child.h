@@ -1,6 +1,3 @@
-/// \file
-/// A process of the test's own.
-
 #ifndef TESTS_CONTRACT_SUPPORT_CHILD_H_
 #define TESTS_CONTRACT_SUPPORT_CHILD_H_
 
@@ -10,8 +7,8 @@
 
 #include <functional>
 
-/// Runs a body in a child process, whose exit code is what the body returns. A child that nobody
-/// has waited for is killed.
+/// A child process that runs `body` and exits with its result. The destructor kills it if Wait was
+/// not called.
 class Child {
  public:
   explicit Child(const std::function<int()>& body) : pid_(fork()) {
@@ -28,7 +25,7 @@ class Child {
     Signal(SIGKILL);
     return Wait();
   }
-  /// \return the exit code; minus the signal's number where one ended the child.
+  /// \return the exit code; minus the signal's number if a signal killed the child.
   int Wait() {
     int status = 0;
     waitpid(pid_, &status, 0);

@@ -11,7 +11,7 @@
 #include <sstream>
 #include <stdexcept>
 
-/// A socket, with or without TLS.
+/// A connection, with or without TLS.
 class ScriptedServer::Connection {
  public:
   Connection(int socket, ssl_ctx_st* tls)
@@ -22,7 +22,7 @@ class ScriptedServer::Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  /// Reads up to one request; false at the end of the connection.
+  /// Reads one request; false at the end of the connection.
   bool Read(Request* request) {
     std::size_t head_size;
     while ((head_size = buffer_.find("\r\n\r\n")) == std::string::npos) {
@@ -51,10 +51,10 @@ class ScriptedServer::Connection {
     return BIO_write_ex(stream_, bytes.data(), bytes.size(), &sent) || bytes.empty();
   }
 
-  void Finish(Then then) {
-    if (then == Then::kHang) {
+  void Finish(AfterReply after) {
+    if (after == AfterReply::kHang) {
       while (Fill()) continue;
-    } else if (then == Then::kReset) {
+    } else if (after == AfterReply::kReset) {
       const linger at_once{1, 0};
       setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     } else if (tls_) {
@@ -102,7 +102,7 @@ ScriptedServer::ScriptedServer(Script script, const Certificate* certificate)
   if (bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
       listen(listener_, 64) != 0 ||
       getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    throw std::runtime_error("no server on the loopback");
+    throw std::runtime_error("cannot listen on loopback");
   }
   port_ = ntohs(address.sin_port);
   accepter_ = std::thread([this] { Accept(); });
@@ -142,8 +142,8 @@ void ScriptedServer::Accept() {
 }
 
 void ScriptedServer::Serve(int socket, int number) {
-  // OpenSSL writes to connections that the client has given up. Elsewhere in the process the signal
-  // stays deadly, so that the platform's libraries are seen to cause none.
+  // OpenSSL may write to a closed connection. Other threads keep SIGPIPE fatal, so that the
+  // platform's libraries must avoid it.
   sigset_t broken_pipe;
   sigemptyset(&broken_pipe);
   sigaddset(&broken_pipe, SIGPIPE);
@@ -158,8 +158,8 @@ void ScriptedServer::Serve(int socket, int number) {
       const std::lock_guard lock(mutex_);
       requests_.push_back(request);
       reply = script_(request);
-    } while (connection.Write(reply.bytes) && reply.then == Then::kKeep);
-    connection.Finish(reply.then);
+    } while (connection.Write(reply.bytes) && reply.after == AfterReply::kKeep);
+    connection.Finish(reply.after);
   }
   const std::lock_guard lock(mutex_);
   sockets_.erase(std::find(sockets_.begin(), sockets_.end(), socket));

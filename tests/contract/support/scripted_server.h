@@ -19,37 +19,38 @@ struct Request {
   std::string body;
   int connection = 0;  ///< from 1 on, in the order accepted
 
-  /// The field, empty where the request has none.
+  /// A header; empty if the request has none of that name.
   std::string operator[](const std::string& name) const {
     const auto field = fields.find(name);
     return field == fields.end() ? "" : field->second;
   }
 };
 
-enum class Then { kKeep, kClose, kReset, kHang };
+enum class AfterReply { kKeep, kClose, kReset, kHang };
 
-/// What goes out on the connection, to the byte, and what becomes of the connection then.
+/// The bytes to send, and what happens to the connection afterwards.
 struct Reply {
-  Reply(std::string reply_bytes, Then then_what = Then::kKeep)  // an answer is a reply
-      : bytes(std::move(reply_bytes)), then(then_what) {}
+  Reply(std::string reply_bytes,
+        AfterReply reply_after = AfterReply::kKeep)  // implicit, for Answer()
+      : bytes(std::move(reply_bytes)), after(reply_after) {}
   std::string bytes;
-  Then then;
+  AfterReply after;
 };
 
 using Fields = std::vector<std::string>;
 
-/// An answer whose length is announced rightly; `fields` are lines without their ends.
+/// An answer with the right Content-Length. `fields` are header lines without line ends.
 std::string Answer(int status, const std::string& body, const Fields& fields = {});
 
-/// A server on the loopback that does what its script says, right or wrong, and keeps a ledger.
+/// An HTTP or HTTPS server on loopback that sends what its script returns and records all requests.
 class ScriptedServer {
  public:
   using Script = std::function<Reply(const Request&)>;
 
   /// \param script  called on one thread per connection, under a lock.
-  /// \param certificate  null: plain HTTP.
+  /// \param certificate  of an HTTPS server; null for HTTP.
   explicit ScriptedServer(Script script, const Certificate* certificate = nullptr);
-  /// One that has the same reply to everything.
+  /// Sends the same reply to every request.
   explicit ScriptedServer(const Reply& reply, const Certificate* certificate = nullptr)
       : ScriptedServer([reply](const Request&) { return reply; }, certificate) {}
   ~ScriptedServer();

@@ -1,112 +1,106 @@
-// The program around the tests. Called without arguments it tells promise by promise what the
-// implementation keeps, each in a process of its own, so that one that crashes or hangs hides no
-// other. With arguments of GoogleTest's it does what they say, in one process.
+// The main program of the tests. Without arguments it runs each test in a process of its own, so
+// that a crash or a hang fails only that test. With GoogleTest's arguments it runs all tests in one
+// process.
 
 #include "suite.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cstring>
 #include <iostream>
 #include <regex>
 #include <string_view>
 
 #include "child.h"
-#include "device_folder.h"
+#include "test_directory.h"
 #include "this_device.h"
 
 namespace {
 
 constexpr unsigned kTimeLimit_s = 60;
 
-struct Surroundings {
-  const DeviceFolder folder;
+struct Environment {
+  const TestDirectory directory;
   const Certificate authority = MakeAuthority("Trusted");
 };
-const Surroundings* surroundings = nullptr;
+const Environment* environment = nullptr;
 
-/// "ConfigFiles.AMissingFileIsCreated" as people read it.
-std::string InWords(const testing::TestInfo& test) {
-  std::string words;
-  for (const char c : std::string(test.test_suite_name()) + ":" + test.name()) {
-    if (std::isupper(c) && !words.empty()) words += ' ';
-    words += static_cast<char>(std::tolower(c));
-  }
-  return words;
+std::string FullName(const testing::TestInfo& test) {
+  return std::string(test.test_suite_name()) + '.' + test.name();
 }
 
-void Tell(const testing::TestInfo& test, const std::string& faults) {
-  std::cout << (faults.empty() ? "kept    " : "BROKEN  ") << InWords(test) << '\n'
-            << faults << std::flush;
+void PrintResult(const testing::TestInfo& test, const std::string& failures) {
+  std::cout << (failures.empty() ? "passed  " : "FAILED  ") << FullName(test) << '\n'
+            << failures << std::flush;
 }
 
-class Report : public testing::EmptyTestEventListener {
+class ResultPrinter : public testing::EmptyTestEventListener {
   void OnTestPartResult(const testing::TestPartResult& part) override {
     if (!part.failed()) return;
     const std::string_view file = part.file_name() ? part.file_name() : "unknown place";
-    faults_ += "        " + std::string(file.substr(file.rfind('/') + 1)) + ':' +
-               std::to_string(part.line_number()) + ": " +
-               std::regex_replace(part.message(), std::regex("\n"), "\n            ") + '\n';
+    failures_ += "        " + std::string(file.substr(file.rfind('/') + 1)) + ':' +
+                 std::to_string(part.line_number()) + ": " +
+                 std::regex_replace(part.message(), std::regex("\n"), "\n            ") + '\n';
   }
   void OnTestEnd(const testing::TestInfo& test) override {
-    Tell(test, faults_);
-    faults_.clear();
+    PrintResult(test, failures_);
+    failures_.clear();
   }
-  std::string faults_;
+  std::string failures_;
 };
 
-bool IsKept(const testing::TestInfo& test) {
+bool RunInChild(const testing::TestInfo& test) {
   Child child([&test] {
     alarm(kTimeLimit_s);
-    GTEST_FLAG_SET(filter, std::string(test.test_suite_name()) + '.' + test.name());
+    GTEST_FLAG_SET(filter, FullName(test));
     return RUN_ALL_TESTS();
   });
   const int exit_code = child.Wait();
   if (exit_code < 0) {
-    Tell(test, "        ended by signal " + std::to_string(-exit_code) + ", " +
-                   strsignal(-exit_code) + '\n');
+    PrintResult(test, "        killed by signal " + std::to_string(-exit_code) + ", " +
+                          strsignal(-exit_code) + '\n');
   }
   return exit_code == 0;
 }
 
-int TellAll() {
-  int kept = 0;
+int RunIsolated() {
+  int passed = 0;
   const testing::UnitTest& all = *testing::UnitTest::GetInstance();
   for (int i = 0; i < all.total_test_suite_count(); ++i) {
     const testing::TestSuite& suite = *all.GetTestSuite(i);
-    for (int k = 0; k < suite.total_test_count(); ++k) kept += IsKept(*suite.GetTestInfo(k));
+    for (int k = 0; k < suite.total_test_count(); ++k) passed += RunInChild(*suite.GetTestInfo(k));
   }
-  const int broken = all.total_test_count() - kept;
-  std::cout << kept << " promises kept, " << broken << " broken\n";
-  return broken == 0 ? 0 : 1;
+  const int failed = all.total_test_count() - passed;
+  std::cout << passed << " tests passed, " << failed << " failed\n";
+  return failed == 0 ? 0 : 1;
 }
 
 }  // namespace
 
-const Certificate& TrustedAuthority() {
-  return surroundings->authority;
+const Certificate& TestAuthority() {
+  return environment->authority;
 }
 
-Certificate GoodCertificate() {
-  return MakeCertificate(TrustedAuthority(), "IP:127.0.0.1");
+Certificate TrustedCertificate() {
+  return MakeCertificate(TestAuthority(), "IP:127.0.0.1");
 }
 
-std::string LogFile() {
-  return surroundings->folder / "log";
+std::string LogPath() {
+  return environment->directory / "log";
 }
 
 int main(int argc, char** argv) {
-  const bool tell_all = argc == 1;
+  const bool run_isolated = argc == 1;
   testing::InitGoogleTest(&argc, argv);
-  const Surroundings these;
-  surroundings = &these;
-  these.authority.Save(these.folder / "ca.pem");
-  this_device::Prepare(these.folder / "ca.pem", LogFile());
+  const Environment environment_of_run;
+  environment = &environment_of_run;
+  const std::string ca_file = environment->directory / "ca.pem";
+  environment->authority.Save(ca_file);
+  this_device::Prepare(ca_file, LogPath());
 
   testing::TestEventListeners& listeners = testing::UnitTest::GetInstance()->listeners();
   delete listeners.Release(listeners.default_result_printer());
-  listeners.Append(new Report);
-  return tell_all ? TellAll() : RUN_ALL_TESTS();
+  listeners.Append(new ResultPrinter);
+  return run_isolated ? RunIsolated() : RUN_ALL_TESTS();
 }

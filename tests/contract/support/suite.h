@@ -5,13 +5,13 @@
 
 #include "certificates.h"
 
-/// The authority that the platform under test trusts.
-const Certificate& TrustedAuthority();
+/// The certificate authority that the platform under test trusts.
+const Certificate& TestAuthority();
 
-/// A certificate of that authority for the servers of these tests.
-Certificate GoodCertificate();
+/// A server certificate of that authority.
+Certificate TrustedCertificate();
 
-/// Where this_device.h was asked to have the log written.
-std::string LogFile();
+/// The path of the log that the platform under test was asked to write.
+std::string LogPath();
 
 #endif  // TESTS_CONTRACT_SUPPORT_SUITE_H_

@@ -33,16 +33,16 @@ int ConnectTo(const std::string& path) {
   return fd;
 }
 
-TEST(LinuxTasks, CallersThatTalkNonsenseOrHangUpHarmNobody) {
+TEST(LinuxTaskServer, SurvivesInvalidCallers) {
   tabulet::TaskServer server(
       kApp, [](int, const std::string& data) { return static_cast<int>(data.size()); });
   std::thread thread([&server] { EXPECT_EQ(server.Run(), 0); });
   while (FindTaskByAppName(kApp) == -1) std::this_thread::yield();
   const std::string path = SocketPath();
 
-  struct stat folder;
-  ASSERT_EQ(stat("/tmp/tabulet-tasks", &folder), 0);
-  EXPECT_EQ(folder.st_mode & 0777, 0700U);
+  struct stat directory;
+  ASSERT_EQ(stat("/tmp/tabulet-tasks", &directory), 0);
+  EXPECT_EQ(directory.st_mode & 0777, 0700U);
 
   const std::string request("1BAT\x54\0\0\0\0\0\0\0\x05\0\0\0bytes", 21);
   std::string huge = request;

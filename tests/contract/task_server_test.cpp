@@ -49,7 +49,7 @@ int Serve(const std::string& app) {
   return server.Run() == 0 ? 0 : 1;
 }
 
-/// Runs the task in a process of its own, as the device does, and waits until it is there.
+/// Runs the task in a child process and waits until it can be found.
 std::unique_ptr<Child> Start(const std::string& app = kApp) {
   auto child = std::make_unique<Child>([&] { return Serve(app); });
   for (int i = 0; i < 500 && FindTaskByAppName(app.c_str()) == -1; ++i) {
@@ -62,14 +62,14 @@ int Send(int task, int request, const std::string& data = "", int timeout_ms = 5
   return SendRequestTo(task, request, data.data(), static_cast<int>(data.size()), 0, timeout_ms);
 }
 
-TEST(Tasks, WithoutATaskThereIsNoAnswer) {
+TEST(TaskServer, ReturnsNoAnswerWithoutTask) {
   EXPECT_EQ(FindTaskByAppName("/ebrmain/bin/no such.app"), -1);
   EXPECT_EQ(FindTaskByAppName(""), -1);
   EXPECT_EQ(Send(-1, kSize), -1);
   EXPECT_EQ(Send(1'000'000, kSize), -1);
 }
 
-TEST(Tasks, RequestsAreAnsweredWithTheirBytes) {
+TEST(TaskServer, PassesRequestBytesToHandler) {
   const auto child = Start();
   const int task = FindTaskByAppName(kApp);
   ASSERT_NE(task, -1);
@@ -82,7 +82,7 @@ TEST(Tasks, RequestsAreAnsweredWithTheirBytes) {
   EXPECT_EQ(Send(task, kSize, "still there"), 11);
 }
 
-TEST(Tasks, EachProgramIsFoundByItsPathUntilItIsKilled) {
+TEST(TaskServer, FindsTaskByPathUntilKilled) {
   const std::string other = "/ebrmain/other/" + std::string(200, 'x') + "/contract.app";
   auto child = Start();
   const auto other_child = Start(other);
@@ -96,28 +96,28 @@ TEST(Tasks, EachProgramIsFoundByItsPathUntilItIsKilled) {
   child->Kill();
   EXPECT_EQ(FindTaskByAppName(kApp), -1);
   EXPECT_EQ(Send(task, kSize), -1);
-  child = Start();  // over what the killed one left
+  child = Start();  // over the socket of the killed one
   EXPECT_EQ(Send(FindTaskByAppName(kApp), kSize, "xy"), 2);
 }
 
-TEST(Tasks, ASlowAnswerTimesOutAndTheTaskGoesOn) {
+TEST(TaskServer, KeepsServingAfterCallerTimesOut) {
   const auto child = Start();
   const int task = FindTaskByAppName(kApp);
   const auto start = steady_clock::now();
   EXPECT_EQ(Send(task, kSleep, "", 100), -1);
-  EXPECT_EQ(Send(task, kSize, std::string(500'000, 'x'), 100), -1) << "nobody takes its bytes";
+  EXPECT_EQ(Send(task, kSize, std::string(500'000, 'x'), 100), -1) << "the task is busy";
   EXPECT_EQ(Send(task, kSize, "", 0), -1);
   EXPECT_LT(steady_clock::now() - start, milliseconds(1000));
   EXPECT_EQ(Send(task, kSize, "next", 5000), 4);
 }
 
-TEST(Tasks, ASecondStartOfAProgramGivesWay) {
+TEST(TaskServer, RefusesSecondInstance) {
   const auto child = Start();
   EXPECT_EQ(Child([] { return Serve(kApp); }).Wait(), 1);
   EXPECT_EQ(Send(FindTaskByAppName(kApp), kSize, "first"), 5);
 }
 
-TEST(Tasks, StopEndsTheTaskAlsoInASignalHandler) {
+TEST(TaskServer, StopsFromSignalHandler) {
   const auto child = Start();
   ASSERT_NE(FindTaskByAppName(kApp), -1);
   child->Signal(SIGTERM);
@@ -130,7 +130,7 @@ TEST(Tasks, StopEndsTheTaskAlsoInASignalHandler) {
   EXPECT_EQ(FindTaskByAppName(kApp), -1);
 }
 
-TEST(Tasks, SeveralThreadsAndProgramsMayAskAtOnce) {
+TEST(TaskServer, AnswersConcurrentCallers) {
   const auto child = Start();
   const auto ask = [] {
     const int task = FindTaskByAppName(kApp);

@@ -6,14 +6,14 @@
 #include <utility>
 
 #include "saltmoor/utilities/book_store_auth_configs.h"
-#include "support/device_folder.h"
+#include "support/test_directory.h"
 #include "tabulet.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Arguments, ThatTheContractRulesOutHarmNobody) {
+TEST(LinuxTabulet, SurvivesInvalidArguments) {
   Message(99, nullptr, nullptr, 0);
   sm_print_log2(-1, nullptr, 0, nullptr, "%d %%", 7);
   for (const auto& [text, result] :
@@ -24,10 +24,10 @@ TEST(Arguments, ThatTheContractRulesOutHarmNobody) {
   }
 }
 
-TEST(Bitmaps, DamagedFileCountsAsMissing) {
-  const DeviceFolder folder;
-  ASSERT_EQ(SaveBitmap((folder / "logo").c_str(), GetResource("browser_quire", nullptr)), 1);
-  const std::string good = ReadAll(folder / "logo");
+TEST(LinuxBitmap, IgnoresDamagedResources) {
+  const TestDirectory directory;
+  ASSERT_EQ(SaveBitmap((directory / "logo").c_str(), GetResource("browser_quire", nullptr)), 1);
+  const std::string good = ReadAll(directory / "logo");
   std::string wide = good;
   wide[21] = '\x7f';
   std::string packed = good;
@@ -43,18 +43,18 @@ TEST(Bitmaps, DamagedFileCountsAsMissing) {
     EXPECT_EQ(GetResource(name.c_str(), nullptr), nullptr) << name;
   }
   WriteAll("/ebrmain/resources/good.bmp", good);
-  EXPECT_EQ(SaveBitmap((folder / "copy").c_str(), GetResource("good", nullptr)), 1);
-  EXPECT_EQ(ReadAll(folder / "copy"), good);
+  EXPECT_EQ(SaveBitmap((directory / "copy").c_str(), GetResource("good", nullptr)), 1);
+  EXPECT_EQ(ReadAll(directory / "copy"), good);
   fs::remove_all("/ebrmain/resources");
 }
 
-TEST(BookStoreAuthConfigs, LogOutForgetsTheRecordAndNothingElse) {
-  const fs::path folder = "/mnt/ext1/system/config";
-  WriteAll(folder / "bookstore_auth.cfg", "shop=authorised\n");
-  WriteAll(folder / "quire_config.cfg", "user_name=anna\n");
+TEST(LinuxBookStoreAuthConfigs, DeletesOnlyTheRecord) {
+  const fs::path directory = "/mnt/ext1/system/config";
+  WriteAll(directory / "bookstore_auth.cfg", "shop=authorised\n");
+  WriteAll(directory / "quire_config.cfg", "user_name=anna\n");
   saltmoor::utilities::BookStoreAuthConfigs::logOut();
-  EXPECT_FALSE(fs::exists(folder / "bookstore_auth.cfg"));
-  EXPECT_TRUE(fs::exists(folder / "quire_config.cfg"));
+  EXPECT_FALSE(fs::exists(directory / "bookstore_auth.cfg"));
+  EXPECT_TRUE(fs::exists(directory / "quire_config.cfg"));
 }
 
 }  // namespace

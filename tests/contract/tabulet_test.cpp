@@ -7,61 +7,61 @@
 #include <thread>
 
 #include "saltmoor/utilities/book_store_auth_configs.h"
-#include "support/device_folder.h"
+#include "support/test_directory.h"
 #include "tabulet.h"
 
 namespace {
 
-TEST(Device, TheSerialNumberIsOneForAllThreads) {
+TEST(Tabulet, ReturnsOneSerialNumberToAllThreads) {
   const char* const serial = GetSerialNumber();
   ASSERT_NE(serial, nullptr);
   EXPECT_STRNE(serial, "");
   std::thread([serial] { EXPECT_STREQ(GetSerialNumber(), serial); }).join();
 }
 
-TEST(Device, TheNetworksStateAndConnectingAgree) {
+TEST(Tabulet, ConnectsExactlyWhenNetworkIsUp) {
   const bool connected = NetConnect(nullptr) == 0;
   EXPECT_EQ((QueryNetwork() & 0xF00) != 0, connected);
 }
 
-TEST(Device, AMessageReturnsAtOnce) {
+TEST(Tabulet, ShowsMessageWithoutWaiting) {
   const auto start = std::chrono::steady_clock::now();
   for (const int icon : {1, 2, 3, 4}) Message(icon, "@NoSuchKey", "Text", 60'000);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
-TEST(Device, BitmapsAreFoundSavedOrReplacedByTheFallback) {
-  const DeviceFolder folder;
+TEST(Tabulet, FindsAndSavesBitmapsOrReturnsFallback) {
+  const TestDirectory directory;
   ibitmap_s* const logo = GetResource("browser_quire", nullptr);
   ASSERT_NE(logo, nullptr);
   EXPECT_EQ(GetResource("browser_quire", nullptr), logo);
-  EXPECT_EQ(SaveBitmap((folder / "logo.bmp").c_str(), logo), 1);
-  EXPECT_EQ(ReadAll(folder / "logo.bmp").substr(0, 2), "BM");
+  EXPECT_EQ(SaveBitmap((directory / "logo.bmp").c_str(), logo), 1);
+  EXPECT_EQ(ReadAll(directory / "logo.bmp").substr(0, 2), "BM");
 
   EXPECT_EQ(GetResource("no such bitmap", nullptr), nullptr);
   EXPECT_EQ(GetResource("no such bitmap", logo), logo);
   EXPECT_EQ(GetResource("../resources/browser_quire", nullptr), nullptr);
-  EXPECT_EQ(SaveBitmap((folder / "null.bmp").c_str(), nullptr), 0);
-  EXPECT_EQ(SaveBitmap((folder / "missing/logo.bmp").c_str(), logo), 0);
-  EXPECT_EQ(folder.Names(), std::set<std::string>{"logo.bmp"});
+  EXPECT_EQ(SaveBitmap((directory / "null.bmp").c_str(), nullptr), 0);
+  EXPECT_EQ(SaveBitmap((directory / "missing/logo.bmp").c_str(), logo), 0);
+  EXPECT_EQ(directory.Names(), std::set<std::string>{"logo.bmp"});
 }
 
-TEST(Device, TheLogTakesLongRecordsAndKeepsErrno) {
+TEST(Tabulet, LogsLongRecordsAndKeepsErrno) {
   errno = ENOSPC;
   sm_print_log2(5, "source", 1, "function", "%s", std::string(100'000, 'x').c_str());
   EXPECT_EQ(errno, ENOSPC);
 }
 
-TEST(Device, ADeletedFileIsGoneAndAFolderStays) {
-  const DeviceFolder folder;
-  WriteAll(folder / "book.epub", "x");
-  EXPECT_EQ(tb_unlink((folder / "book.epub").c_str()), 0);
-  EXPECT_TRUE(folder.Names().empty());
-  EXPECT_EQ(tb_unlink(folder.path().c_str()), -1);
-  EXPECT_TRUE(std::filesystem::exists(folder.path()));
+TEST(Tabulet, DeletesFilesButNotDirectories) {
+  const TestDirectory directory;
+  WriteAll(directory / "book.epub", "x");
+  EXPECT_EQ(tb_unlink((directory / "book.epub").c_str()), 0);
+  EXPECT_TRUE(directory.Names().empty());
+  EXPECT_EQ(tb_unlink(directory.path().c_str()), -1);
+  EXPECT_TRUE(std::filesystem::exists(directory.path()));
 }
 
-TEST(Device, FileTypesAreLowerCaseAndEnd) {
+TEST(Tabulet, ListsFileTypesInLowerCase) {
   const tb_file_type* type = GetSupportedFileTypes();
   EXPECT_NE(type->extension, nullptr) << "a device that opens nothing";
   for (; type->extension; ++type) {
@@ -72,7 +72,7 @@ TEST(Device, FileTypesAreLowerCaseAndEnd) {
   }
 }
 
-TEST(Device, LoggingOutWithNothingToForgetIsNoError) {
+TEST(BookStoreAuthConfigs, LogsOutWithoutRecord) {
   EXPECT_NO_THROW(saltmoor::utilities::BookStoreAuthConfigs::logOut());
 }
 

@@ -6,21 +6,21 @@
 #include <string>
 
 #include "support/child.h"
-#include "support/device_folder.h"
 #include "support/suite.h"
+#include "support/test_directory.h"
 #include "tabulet.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class Saving : public testing::Test {
+class LinuxConfigFile : public testing::Test {
  protected:
-  const DeviceFolder folder_;
-  const std::string path_ = folder_ / "test.cfg";
+  const TestDirectory directory_;
+  const std::string path_ = directory_ / "test.cfg";
 };
 
-TEST_F(Saving, FileIsTextThatOnlyTheUserReads) {
+TEST_F(LinuxConfigFile, IsTextReadableOnlyByOwner) {
   iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
   EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0600));
   WriteString(config, "user=name", " anna\n100% ");
@@ -30,8 +30,8 @@ TEST_F(Saving, FileIsTextThatOnlyTheUserReads) {
   EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0600));
 }
 
-/// As on a full device: so much of a file can be written, and no more.
-TEST_F(Saving, DiskFull_InSaveConfig) {
+// RLIMIT_FSIZE has the effect of a full disk.
+TEST_F(LinuxConfigFile, KeepsOldContentWhenDiskIsFull) {
   iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
   WriteString(config, "key", "old");
   ASSERT_EQ(SaveConfig(config), 1);
@@ -45,12 +45,12 @@ TEST_F(Saving, DiskFull_InSaveConfig) {
     });
     EXPECT_EQ(child.Wait(), 0);
     EXPECT_EQ(ReadAll(path_), "key=old\n");
-    EXPECT_EQ(folder_.Names(), std::set<std::string>{"test.cfg"});
+    EXPECT_EQ(directory_.Names(), std::set<std::string>{"test.cfg"});
   }
   CloseConfigNoSave(config);
 }
 
-TEST_F(Saving, GarbledFileGoesToBadAndAMoveThatFailsGivesNull) {
+TEST_F(LinuxConfigFile, MovesGarbledFileToBadOrReturnsNull) {
   for (const char* garbage : {"key", "key=value", "key=a%0\n", "key=%00\n", "key=%zz\n", "a=1\nb\n",
                               "key=a\tb\n", "key=a\r\n"}) {
     WriteAll(path_, garbage);
@@ -61,16 +61,16 @@ TEST_F(Saving, GarbledFileGoesToBadAndAMoveThatFailsGivesNull) {
   }
   WriteAll(path_, "garbage");
   fs::create_directories(path_ + ".bad/in the way");
-  WriteAll(LogFile(), "");
+  WriteAll(LogPath(), "");
   EXPECT_EQ(OpenConfig(path_.c_str(), nullptr), nullptr);
-  const std::string log = ReadAll(LogFile());
+  const std::string log = ReadAll(LogPath());
   EXPECT_NE(log.find(path_ + ": line 1"), std::string::npos) << log;
   EXPECT_NE(log.find("cannot move it to " + path_ + ".bad"), std::string::npos) << log;
   EXPECT_EQ(log.find('\n'), log.size() - 1) << log;
   EXPECT_EQ(ReadAll(path_), "garbage");
 }
 
-TEST_F(Saving, FileTooLargeForAConfigurationIsMovedAside) {
+TEST_F(LinuxConfigFile, MovesHugeFileAside) {
   WriteAll(path_, "");
   fs::resize_file(path_, 1 << 30);
   CloseConfigNoSave(OpenConfig(path_.c_str(), nullptr));

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "support/child.h"
-#include "support/device_folder.h"
+#include "support/test_directory.h"
 #include "tabulet.h"
 
 namespace {
 
-/// An open file; what is unsaved at its end is dropped.
+/// An open configuration file, closed without saving.
 class Config {
  public:
   explicit Config(const std::string& path) : config_(OpenConfig(path.c_str(), nullptr)) {}
@@ -31,13 +31,13 @@ std::string ReadOnce(const std::string& path, const char* key) {
   return ReadString(Config(path), key, "absent");
 }
 
-class ConfigFiles : public testing::Test {
+class ConfigFile : public testing::Test {
  protected:
-  const DeviceFolder folder_;
-  const std::string path_ = folder_ / "test.cfg";
+  const TestDirectory directory_;
+  const std::string path_ = directory_ / "test.cfg";
 };
 
-TEST_F(ConfigFiles, AMissingFileIsCreatedAndKeepsWhatIsSaved) {
+TEST_F(ConfigFile, CreatesMissingFileAndKeepsSavedValues) {
   {
     const Config config(path_);
     ASSERT_TRUE(config);
@@ -56,7 +56,7 @@ TEST_F(ConfigFiles, AMissingFileIsCreatedAndKeepsWhatIsSaved) {
   EXPECT_STREQ(ReadSecret(config, "password", ""), "secret");
 }
 
-TEST_F(ConfigFiles, ClosingSavesWhatIsUnsavedAndOnlyThat) {
+TEST_F(ConfigFile, SavesOnCloseOnlyIfChanged) {
   iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
   WriteString(config, "key", "mine");
   CloseConfig(config);
@@ -70,7 +70,7 @@ TEST_F(ConfigFiles, ClosingSavesWhatIsUnsavedAndOnlyThat) {
   EXPECT_EQ(ReadOnce(path_, "key"), "another's");
 }
 
-TEST_F(ConfigFiles, NullHandlesReadFallbacksAndIgnoreWrites) {
+TEST_F(ConfigFile, AcceptsNullHandles) {
   EXPECT_STREQ(ReadString(nullptr, "key", "fallback"), "fallback");
   EXPECT_STREQ(ReadSecret(nullptr, "key", "fallback"), "fallback");
   EXPECT_EQ(ReadString(nullptr, "key", nullptr), nullptr);
@@ -91,7 +91,7 @@ TEST_F(ConfigFiles, NullHandlesReadFallbacksAndIgnoreWrites) {
   EXPECT_STREQ(ReadSecret(config, "null secret", "fallback"), "");
 }
 
-TEST_F(ConfigFiles, AnyTextSurvivesAsKeyAndAsValue) {
+TEST_F(ConfigFile, KeepsAnyStringAsKeyAndValue) {
   std::vector<std::string> texts = {std::string(100'000, 'x')};
   for (const char* text :
        {"", " ", "  leading", "trailing ", "a=b", "=", "two\nlines", "\r\n", "tab\there", "100%",
@@ -115,7 +115,7 @@ TEST_F(ConfigFiles, AnyTextSurvivesAsKeyAndAsValue) {
   }
 }
 
-TEST_F(ConfigFiles, NumbersAreWholeDecimalIntsOrCountAsAbsent) {
+TEST_F(ConfigFile, ReadsOnlyDecimalIntegers) {
   const Config config(path_);
   for (const int number : {0, -7, INT_MAX, INT_MIN}) {
     WriteInt(config, "number", number);
@@ -128,48 +128,48 @@ TEST_F(ConfigFiles, NumbersAreWholeDecimalIntsOrCountAsAbsent) {
   }
 }
 
-TEST_F(ConfigFiles, TextsStayUntilTheirKeyIsWritten) {
+TEST_F(ConfigFile, KeepsReturnedStringsUntilKeyIsWritten) {
   const Config config(path_);
-  WriteString(config, "text", "a text too long to be held in place");
-  WriteSecret(config, "secret", "hidden, and too long to be held in place");
+  WriteString(config, "text", "a string too long to be stored inline");
+  WriteSecret(config, "secret", "a secret too long to be stored inline");
   const char* const text = ReadString(config, "text", "");
   const char* const secret = ReadSecret(config, "secret", "");
   for (int i = 0; i < 1000; ++i) {
     WriteInt(config, ("key" + std::to_string(i)).c_str(), i);
     ReadString(config, "text", "");
     ReadSecret(config, "secret", "");
-    WriteSecret(config, "other", "what takes the place of a text given back");
+    WriteSecret(config, "other", "a string that may reuse released memory");
     ReadSecret(config, "other", "");
   }
   SaveConfig(config);
-  EXPECT_STREQ(text, "a text too long to be held in place");
-  EXPECT_STREQ(secret, "hidden, and too long to be held in place");
+  EXPECT_STREQ(text, "a string too long to be stored inline");
+  EXPECT_STREQ(secret, "a secret too long to be stored inline");
 
-  WriteString(config, "text", text);  // its own old value, or a part of it
-  EXPECT_STREQ(ReadString(config, "text", ""), "a text too long to be held in place");
-  WriteString(config, "text", ReadString(config, "text", "") + 30);
-  EXPECT_STREQ(ReadString(config, "text", ""), "place");
-  WriteSecret(config, "secret", secret + 35);
-  EXPECT_STREQ(ReadSecret(config, "secret", ""), "place");
+  WriteString(config, "text", text);  // the old value itself, or a part of it
+  EXPECT_STREQ(ReadString(config, "text", ""), "a string too long to be stored inline");
+  WriteString(config, "text", ReadString(config, "text", "") + 31);
+  EXPECT_STREQ(ReadString(config, "text", ""), "inline");
+  WriteSecret(config, "secret", secret + 31);
+  EXPECT_STREQ(ReadSecret(config, "secret", ""), "inline");
 }
 
-TEST_F(ConfigFiles, AFileDoesNotTellItsSecrets) {
+TEST_F(ConfigFile, EncryptsSecrets) {
   const Config config(path_);
   WriteSecret(config, "password", "correct horse battery");
   ASSERT_EQ(SaveConfig(config), 1);
   EXPECT_EQ(ReadAll(path_).find("horse"), std::string::npos);
-  WriteString(config, "password", "never sealed");
+  WriteString(config, "password", "not encrypted");
   EXPECT_STREQ(ReadSecret(config, "password", "absent"), "absent");
 }
 
-TEST_F(ConfigFiles, AGarbledFileIsKeptAsideAndReplacedByAnEmptyOne) {
+TEST_F(ConfigFile, MovesGarbledFileAside) {
   const std::string garbage("\0\xff\x01 no configuration", 20);
   WriteAll(path_, garbage);
   const Config config(path_);
   ASSERT_TRUE(config);
   EXPECT_EQ(ReadString(config, "key", nullptr), nullptr);
   bool kept = false;
-  for (const std::string& name : folder_.Names()) kept |= ReadAll(folder_ / name) == garbage;
+  for (const std::string& name : directory_.Names()) kept |= ReadAll(directory_ / name) == garbage;
   EXPECT_TRUE(kept);
 
   WriteString(config, "key", "value");
@@ -177,7 +177,7 @@ TEST_F(ConfigFiles, AGarbledFileIsKeptAsideAndReplacedByAnEmptyOne) {
   EXPECT_EQ(ReadOnce(path_, "key"), "value");
 }
 
-TEST_F(ConfigFiles, EveryBeginningOfAFileOpens) {
+TEST_F(ConfigFile, OpensEveryTruncationOfAFile) {
   {
     const Config config(path_);
     WriteString(config, "user", "100% anna\n");
@@ -193,19 +193,19 @@ TEST_F(ConfigFiles, EveryBeginningOfAFileOpens) {
   }
 }
 
-TEST_F(ConfigFiles, APlaceThatHoldsNoFileGivesNull) {
-  EXPECT_FALSE(Config(folder_ / "missing/test.cfg"));
+TEST_F(ConfigFile, ReturnsNullWhereNoFileCanBe) {
+  EXPECT_FALSE(Config(directory_ / "missing/test.cfg"));
   EXPECT_FALSE(Config(""));
   WriteAll(path_, "");
   EXPECT_FALSE(Config(path_ + "/test.cfg"));
 
-  ASSERT_EQ(mkdir((folder_ / "folder").c_str(), 0700), 0);
-  EXPECT_FALSE(Config(folder_ / "folder"));
-  ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
-  EXPECT_FALSE(Config(folder_ / "pipe"));
+  ASSERT_EQ(mkdir((directory_ / "folder").c_str(), 0700), 0);
+  EXPECT_FALSE(Config(directory_ / "folder"));
+  ASSERT_EQ(mkfifo((directory_ / "pipe").c_str(), 0600), 0);
+  EXPECT_FALSE(Config(directory_ / "pipe"));
 }
 
-TEST_F(ConfigFiles, AFailedSaveSaysSoAndMayBeTriedAgain) {
+TEST_F(ConfigFile, SavesAgainAfterFailure) {
   const Config config(path_);
   WriteString(config, "key", "value");
   std::filesystem::remove(path_);
@@ -216,8 +216,7 @@ TEST_F(ConfigFiles, AFailedSaveSaysSoAndMayBeTriedAgain) {
   EXPECT_EQ(ReadOnce(path_, "key"), "value");
 }
 
-/// One generation of a file: as many keys as it takes to be written in several steps, all with the
-/// same value.
+// A generation of a file has the same value for all keys, and is too large for one write call.
 constexpr int kKeys = 200;
 
 int SaveGeneration(iconfig_s* config, int generation) {
@@ -228,8 +227,8 @@ int SaveGeneration(iconfig_s* config, int generation) {
   return SaveConfig(config);
 }
 
-/// Whether the file is whole and of one generation.
-bool IsWhole(const std::string& path) {
+/// Whether the file is complete and of one generation.
+bool IsComplete(const std::string& path) {
   const Config config(path);
   const std::string first = ReadString(config, "key0", "");
   bool whole = !first.empty();
@@ -239,7 +238,7 @@ bool IsWhole(const std::string& path) {
   return whole;
 }
 
-TEST_F(ConfigFiles, ASavedConfigurationSurvivesAKillInTheMiddleOfASave) {
+TEST_F(ConfigFile, SurvivesKillDuringSave) {
   SaveGeneration(Config(path_), 0);
   for (int delay_us = 0; delay_us < 20'000; delay_us += 500) {
     Child writer([this] {
@@ -249,13 +248,13 @@ TEST_F(ConfigFiles, ASavedConfigurationSurvivesAKillInTheMiddleOfASave) {
     });
     std::this_thread::sleep_for(std::chrono::microseconds(3000 + delay_us));
     writer.Kill();
-    ASSERT_TRUE(IsWhole(path_)) << delay_us;
+    ASSERT_TRUE(IsComplete(path_)) << delay_us;
   }
   EXPECT_EQ(SaveGeneration(Config(path_), 0), 1);
-  EXPECT_LT(folder_.Names().size(), 5U) << "what 40 kills left";
+  EXPECT_LT(directory_.Names().size(), 5U) << "files left by 40 kills";
 }
 
-TEST_F(ConfigFiles, SeveralWritersLeaveOneWholeFile) {
+TEST_F(ConfigFile, StaysCompleteUnderConcurrentWriters) {
   SaveGeneration(Config(path_), 0);
   const auto write = [this](int first) {
     const Config config(path_);
@@ -268,11 +267,11 @@ TEST_F(ConfigFiles, SeveralWritersLeaveOneWholeFile) {
   Child two([&] { return write(2000); });
   int result_in_thread = -1;
   std::thread three([&] { result_in_thread = write(3000); });
-  int torn = 0;
-  for (int i = 0; i < 100; ++i) torn += !IsWhole(path_);
+  int incomplete = 0;
+  for (int i = 0; i < 100; ++i) incomplete += !IsComplete(path_);
   three.join();
   EXPECT_EQ(one.Wait() + two.Wait() + result_in_thread, 0);
-  EXPECT_EQ(torn + !IsWhole(path_), 0) << "of 101 times that the file was read";
+  EXPECT_EQ(incomplete + !IsComplete(path_), 0) << "of 101 reads";
 }
 
 }  // namespace

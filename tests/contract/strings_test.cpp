@@ -27,7 +27,7 @@ std::string Upper(const std::string& text) {
   return upper.get();
 }
 
-TEST(TextHelpers, UpperCaseKnowsTheAlphabets) {
+TEST(Strings, ConvertsAllAlphabetsToUpperCase) {
   EXPECT_EQ(Upper(""), "");
   EXPECT_EQ(Upper("epub 3.0"), "EPUB 3.0");
   EXPECT_EQ(Upper("äöüé þ œ"), "ÄÖÜÉ Þ Œ");
@@ -37,31 +37,31 @@ TEST(TextHelpers, UpperCaseKnowsTheAlphabets) {
   std::free(utf_toupper_ext("length is not wanted", nullptr));
 }
 
-TEST(TextHelpers, UpperCaseLeavesTheProgramsLocaleAlone) {
+TEST(Strings, KeepsProgramLocale) {
   ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
   EXPECT_EQ(Upper("ä"), "Ä");
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
   EXPECT_EQ(MB_CUR_MAX, 1U);
 }
 
-TEST(TextHelpers, TrimmingTakesOnlyWhiteSpaceAtTheEnds) {
+TEST(Strings, TrimsWhiteSpaceAtBothEnds) {
   EXPECT_EQ(SerializationUtils::trim(" \t\n\v\f\r a b \r\n"), "a b");
   EXPECT_EQ(SerializationUtils::trim(" \t "), "");
   EXPECT_EQ(SerializationUtils::trim("\xC2\xA0x\xC2\xA0"), "\xC2\xA0x\xC2\xA0");
 }
 
-TEST(TextHelpers, LowerCaseTouchesOnlyAsciiLetters) {
+TEST(Strings, ConvertsOnlyAsciiToLowerCase) {
   EXPECT_EQ(ToLower("[AZ@azÄ\xC3]"), "[az@azÄ\xC3]");
 }
 
-TEST(TextHelpers, AQueryStandsBetweenMarkAndFragment) {
+TEST(Url, FindsQueryBeforeFragment) {
   EXPECT_EQ(Url("http://h/p?status=success&x=?#a?b").GetQuery(), "status=success&x=?");
   EXPECT_EQ(Url("http://h/p#f?status=success").GetQuery(), "");
   EXPECT_EQ(Url("http://h/p").GetQuery(), "");
   EXPECT_EQ(Url("?#").GetQuery(), "");
 }
 
-TEST(TextHelpers, AQueryIsDecodedAndTheFirstOfANameCounts) {
+TEST(Url, DecodesQueryAndKeepsFirstOfEachName) {
   using namespace std::string_literals;
   EXPECT_EQ(Url::ParseQuery("status=%73uccess&status=cancel&a+b=c%2Bd+e"),
             (Map{{"status", "success"}, {"a b", "c+d e"}}));
@@ -71,18 +71,18 @@ TEST(TextHelpers, AQueryIsDecodedAndTheFirstOfANameCounts) {
   EXPECT_EQ(Url::ParseQuery(""), Map{});
 }
 
-TEST(Signing, TheKeyBelongsToTheThread) {
+TEST(TevUtilities, DerivesKeyPerThread) {
   // printf %s Tw3kH-pL | sha256sum
   const char kKey[] = "10f6f1504444f0d7ba5dc199c6c119116c3a05b0e40fefc2328210c818058137";
   TevUtilities::SetSha0Data("Tw3kH-pL");
   std::thread([] {
-    TevUtilities::SetSha0Data(nullptr);  // the digest of nothing
+    TevUtilities::SetSha0Data(nullptr);  // the digest of an empty string
     EXPECT_EQ(std::string(TevUtilities::SHA0BadCrypt()).substr(0, 16), "e3b0c44298fc1c14");
   }).join();
   EXPECT_STREQ(TevUtilities::SHA0BadCrypt(), kKey);
 }
 
-TEST(Signing, TheSignatureCoversMethodAddressFieldsAndSalt) {
+TEST(Signature, CoversMethodUrlParametersAndSalt) {
   HttpRequest request("GET", "http://config.saltmoor.example/api");
   request.AddGetParam("device_sn", "A 1");
   request.AddGetParam("nonce", "00ff");
@@ -97,7 +97,7 @@ TEST(Signing, TheSignatureCoversMethodAddressFieldsAndSalt) {
   EXPECT_NE(Signature::CreateSignature(request, "", "key"), kSignature);
 }
 
-TEST(Signing, NoncesAreFresh) {
+TEST(Signature, GeneratesUniqueNonces) {
   std::set<std::string> nonces;
   for (int i = 0; i < 100; ++i) nonces.insert(Signature::GenerateNonce());
   EXPECT_EQ(nonces.size(), 100u);

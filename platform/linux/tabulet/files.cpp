@@ -1,3 +1,11 @@
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/linux/common/catch_at_boundary.h"
+#include "platform/linux/common/error.h"
+#include "platform/linux/common/log.h"
 #include "tabulet.h"
 
 const tb_file_type* GetSupportedFileTypes() {
@@ -23,4 +31,14 @@ const tb_file_type* GetSupportedFileTypes() {
       {nullptr, nullptr},
   };
   return kTypes;
+}
+
+int tb_unlink(const char* path) {
+  return saltmoor::platform::CatchAtBoundary(-1, [path] {
+    if (unlink(path) == 0 || errno == ENOENT) return 0;
+    using saltmoor::platform::Error;
+    Log(saltmoor::platform::LogLevel::kError,
+        Error::System(errno, std::string("cannot delete ") + path).message());
+    return -1;
+  });
 }

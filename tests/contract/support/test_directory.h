@@ -1,8 +1,8 @@
 /// \file
-/// A folder of the test's own on the device, and files in it.
+/// A temporary directory on the device under test, and its files.
 
-#ifndef TESTS_CONTRACT_SUPPORT_DEVICE_FOLDER_H_
-#define TESTS_CONTRACT_SUPPORT_DEVICE_FOLDER_H_
+#ifndef TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
+#define TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
 
 #include <cstdlib>
 #include <filesystem>
@@ -24,7 +24,7 @@ inline void WriteAll(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
-/// Bytes of which no stretch occurs twice, so that one at the wrong place shows.
+/// Random bytes without repetitions, so that a misplaced part is noticed.
 inline std::string UniqueBytes(std::size_t size) {
   std::mt19937_64 random(20240229);
   std::string bytes(size, '\0');
@@ -32,18 +32,19 @@ inline std::string UniqueBytes(std::size_t size) {
   return bytes;
 }
 
-class DeviceFolder {
+/// A temporary directory on the device, removed by the destructor.
+class TestDirectory {
  public:
-  DeviceFolder() {
-    std::string name = std::string(this_device::kFolder) + "/contract-XXXXXX";
+  TestDirectory() {
+    std::string name = std::string(this_device::kDirectory) + "/contract-XXXXXX";
     if (!mkdtemp(name.data())) {
-      throw std::runtime_error("cannot make " + name + ": run the test on a device");
+      throw std::runtime_error("cannot create " + name + ": run the test on a device");
     }
     path_ = name;
   }
-  ~DeviceFolder() { std::filesystem::remove_all(path_); }
-  DeviceFolder(const DeviceFolder&) = delete;
-  DeviceFolder& operator=(const DeviceFolder&) = delete;
+  ~TestDirectory() { std::filesystem::remove_all(path_); }
+  TestDirectory(const TestDirectory&) = delete;
+  TestDirectory& operator=(const TestDirectory&) = delete;
 
   std::string operator/(const std::string& name) const { return path_ + "/" + name; }
   const std::string& path() const { return path_; }
@@ -60,4 +61,4 @@ class DeviceFolder {
   std::string path_;
 };
 
-#endif  // TESTS_CONTRACT_SUPPORT_DEVICE_FOLDER_H_
+#endif  // TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
