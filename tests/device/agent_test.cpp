@@ -123,7 +123,7 @@ TEST_F(Agent, SaysInOneSentenceWhatWentWrong) {
       {"http://shop.test/none", "approve", "http://shop.test/none answers 404"},
       {"http://shop.test/loop", "approve", "redirects again and again"},
       {"http://shop.test/plain", "approve", "leads nowhere"},
-      {"http://shop.test/file", "approve", "leads to file:///etc/passwd, which is no web address"},
+      {"http://shop.test/file", "approve", "leads to file:///etc/passwd, which is not a web address"},
       {"http://127.0.0.1:1/", "approve", "cannot load http://127.0.0.1:1/: "},
       {"http://shop.test/shop/pay", "", "set QUIRE_BROWSER_ANSWER"},
       {"http://shop.test/shop/pay", "perhaps", "QUIRE_BROWSER_ANSWER is perhaps"},

@@ -1,4 +1,4 @@
-#include "devtools.h"
+#include "devtools_pipe.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -9,19 +9,20 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <stdexcept>
 
-#include "profile.h"
+#include "process.h"
 
 namespace chromium {
 namespace {
 
 using nlohmann::json;
 
-// Where Chromium expects the pipe.
+// The descriptors on which Chromium expects the pipe.
 constexpr int kCommandsFd = 3;
 constexpr int kMessagesFd = 4;
 
-/// Above the two numbers, so that neither end overwrites the other.
+/// Moves a descriptor above those two, so that dup2 overwrites none that is needed.
 int MoveUp(int fd) {
   const int moved = fcntl(fd, F_DUPFD_CLOEXEC, 10);
   close(fd);
@@ -35,56 +36,56 @@ int MoveUp(int fd) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   dup2(commands, kCommandsFd);
   dup2(messages, kMessagesFd);
-  const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
-  dup2(nowhere, STDIN_FILENO);
-  dup2(nowhere, STDOUT_FILENO);  // ours is for addresses only
-  if (!std::getenv("QUIRE_BROWSER_VERBOSE")) dup2(nowhere, STDERR_FILENO);
+  const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
+  dup2(null_device, STDIN_FILENO);
+  dup2(null_device, STDOUT_FILENO);  // standard output is for URLs only
+  if (!std::getenv("QUIRE_BROWSER_VERBOSE")) dup2(null_device, STDERR_FILENO);
   Exec(command);
   _exit(127);
 }
 
 }  // namespace
 
-Devtools::Devtools(std::vector<std::string> command, const std::filesystem::path& home) {
+DevtoolsPipe::DevtoolsPipe(std::vector<std::string> command, const std::filesystem::path& home) {
   std::array<int, 2> commands;
   std::array<int, 2> messages;
   if (pipe2(commands.data(), O_CLOEXEC) != 0 || pipe2(messages.data(), O_CLOEXEC) != 0) {
-    throw BrowserError("there are no descriptors left for the browser");
+    throw std::runtime_error("there are no file descriptors left for the browser");
   }
   for (int* fd : {&commands[0], &commands[1], &messages[0], &messages[1]}) *fd = MoveUp(*fd);
-  to_ = commands[1];
-  from_ = messages[0];
+  commands_fd_ = commands[1];
+  messages_fd_ = messages[0];
   setenv("HOME", home.c_str(), 1);
   pid_ = fork();
   if (pid_ == 0) RunProgram(command, commands[0], messages[1]);
   close(commands[0]);
   close(messages[1]);
-  if (pid_ < 0) throw BrowserError("the browser cannot be started; close other programs");
+  if (pid_ < 0) throw std::runtime_error("the browser cannot be started; close other programs");
 }
 
-Devtools::~Devtools() {
-  if (pid_ > 0) WaitForEnd(0);
-  close(to_);
-  close(from_);
+DevtoolsPipe::~DevtoolsPipe() {
+  if (pid_ > 0) WaitForExit(0);
+  close(commands_fd_);
+  close(messages_fd_);
 }
 
-int Devtools::Send(const std::string& method, const json& params, const std::string& session) {
+int DevtoolsPipe::Send(const std::string& method, const json& params, const std::string& session) {
   json message = {{"id", ++last_id_}, {"method", method}, {"params", params}};
   if (!session.empty()) message["sessionId"] = session;
-  std::string text = message.dump(-1, ' ', false, json::error_handler_t::replace);
-  text += '\0';
-  for (std::size_t done = 0; done < text.size();) {
-    const ssize_t count = write(to_, text.data() + done, text.size() - done);
+  std::string bytes = message.dump(-1, ' ', false, json::error_handler_t::replace);
+  bytes += '\0';
+  for (std::size_t done = 0; done < bytes.size();) {
+    const ssize_t count = write(commands_fd_, bytes.data() + done, bytes.size() - done);
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) break;  // it has ended, as the messages will tell
+    if (count < 0) break;  // Chromium has exited; ReadMessages reports it
     done += static_cast<std::size_t>(count);
   }
   return last_id_;
 }
 
-std::optional<std::vector<json>> Devtools::ReadMessages() {
+std::optional<std::vector<json>> DevtoolsPipe::ReadMessages() {
   std::array<char, 65536> bytes;
-  const ssize_t count = read(from_, bytes.data(), bytes.size());
+  const ssize_t count = read(messages_fd_, bytes.data(), bytes.size());
   if (count < 0 && errno == EINTR) return std::vector<json>();
   if (count <= 0) return {};
   buffer_.append(bytes.data(), static_cast<std::size_t>(count));
@@ -97,7 +98,7 @@ std::optional<std::vector<json>> Devtools::ReadMessages() {
   return messages;
 }
 
-int Devtools::WaitForEnd(int timeout_ms) {
+int DevtoolsPipe::WaitForExit(int timeout_ms) {
   constexpr int kStep_ms = 10;
   int status = 0;
   for (int waited_ms = 0; waitpid(pid_, &status, WNOHANG) == 0; waited_ms += kStep_ms) {
