@@ -1,11 +1,11 @@
 #include "http_client.h"
 
-#include <strings.h>
-
 #include <array>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
+
+#include "../string_util.h"
 
 namespace agent {
 namespace {
@@ -135,12 +135,10 @@ std::string ResolveUrl(const std::string& base, const std::string& reference) {
   const bool good = parser && curl_url_set(parser, CURLUPART_URL, base.c_str(), 0) == CURLUE_OK &&
                     curl_url_set(parser, CURLUPART_URL, reference.c_str(), 0) == CURLUE_OK &&
                     curl_url_get(parser, CURLUPART_URL, &text, 0) == CURLUE_OK;
-  std::string url = good ? text : "";
+  const std::string url = good ? text : "";
   curl_free(text);
   curl_url_cleanup(parser);
-  const bool web =
-      strncasecmp(url.c_str(), "http://", 7) == 0 || strncasecmp(url.c_str(), "https://", 8) == 0;
-  return web ? url : "";
+  return IsWebUrl(url) ? url : "";
 }
 
 }  // namespace agent

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "../version.h"
 #include "http_client.h"
 #include "user_interface.h"
 
@@ -73,16 +74,17 @@ void Browse(const std::string& url) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (PrintVersion(argc, argv, "browser-agent")) return 0;
   // The options before the URL choose a window's title and logo, which a terminal lacks.
-  const std::string url = argc < 2 ? "" : agent::ResolveUrl(argv[argc - 1], "");
+  const std::string url = argc < 2 ? "" : agent::ResolveUrl(argv[argc - 1], argv[argc - 1]);
   if (url.empty()) {
     std::cerr << "browser: the last argument must be an http or https URL\n"
-                 "usage: browser-agent [--paypal] [-wirecard] [-img FILE] URL\n";
+                 "usage: browser-agent [--paypal] [-wirecard] [-img FILE] URL | --version\n";
     return 2;
   }
   curl_global_init(CURL_GLOBAL_DEFAULT);
   try {
-    Browse(argv[argc - 1]);
+    Browse(url);
     return 0;
   } catch (const std::exception& error) {
     std::cerr << "browser: " << error.what() << std::endl;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string_view>
 
+#include "../string_util.h"
 #include "../xml_text.h"
 
 namespace agent {
@@ -90,10 +91,8 @@ class PageParser {
   Form BeginForm(const xmlNode* node) {
     EndLine();
     in_form_ = true;
-    std::string method = GetAttribute(node, "method");
-    std::transform(method.begin(), method.end(), method.begin(),
-                   [](char c) { return static_cast<char>(c | 0x20); });
-    return {GetAttribute(node, "action"), method == "post", {}, {}};
+    const bool post = ToLower(GetAttribute(node, "method")) == "post";
+    return {GetAttribute(node, "action"), post, {}, {}};
   }
 
   /// \return whether the element is a control. Controls outside of forms are ignored.

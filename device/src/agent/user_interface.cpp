@@ -15,14 +15,10 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "../string_util.h"
+
 namespace agent {
 namespace {
-
-std::string ToLower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-  return text;
-}
 
 bool ContainsAny(const std::string& text, std::initializer_list<const char*> words) {
   const std::string lower = ToLower(text);

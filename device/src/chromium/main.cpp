@@ -13,12 +13,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
+#include "../string_util.h"
+#include "../version.h"
 #include "devtools_pipe.h"
 #include "payment_window.h"
 #include "profile.h"
@@ -27,7 +29,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kUsage[] = "usage: browser-chromium [--paypal] [-wirecard] [-img FILE] URL\n";
+constexpr char kUsage[] =
+    "usage: browser-chromium [--paypal] [-wirecard] [-img FILE] URL | --version\n";
 constexpr int kPollInterval_ms = 50;
 constexpr int kExitTimeout_ms = 1500;  // the caller sends SIGKILL after two seconds
 
@@ -42,10 +45,6 @@ std::string GetEnvironment(const char* name) {
   return value ? value : "";
 }
 
-bool IsWebAddress(std::string_view text) {
-  return text.starts_with("http://") || text.starts_with("https://");
-}
-
 bool ParseOptions(int argc, char** argv, Options* options) {
   for (int i = 1; i + 1 < argc; ++i) {
     const std::string_view argument = argv[i];
@@ -54,36 +53,23 @@ bool ParseOptions(int argc, char** argv, Options* options) {
     if (argument == "-img" && i + 2 < argc) options->logo = argv[++i];
   }
   options->url = argc < 2 ? "" : argv[argc - 1];
-  return IsWebAddress(options->url);
-}
-
-std::string EncodeBase64(const std::string& bytes) {
-  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    unsigned group = 0;
-    for (std::size_t j = i; j < i + 3; ++j) {
-      group = group << 8 | (j < bytes.size() ? static_cast<unsigned char>(bytes[j]) : 0U);
-    }
-    for (std::size_t j = 0; j < 4; ++j) {
-      text += i + j > bytes.size() ? '=' : kDigits[group >> (18 - 6 * j) & 63];
-    }
-  }
-  return text;
+  return IsWebUrl(options->url);
 }
 
 /// Writes the page that the window shows until the payment page has loaded.
-void WriteStartPage(const fs::path& file, const Options& options) {
-  std::ifstream logo(options.logo, std::ios::binary);
-  const std::string image{std::istreambuf_iterator<char>(logo), {}};
-  const std::string source = "data:image/bmp;base64," + EncodeBase64(image);
+/// \return its path.
+fs::path WriteStartPage(const fs::path& directory, const Options& options) {
+  std::error_code error;
+  const bool has_logo = fs::copy_file(options.logo, directory / "logo.bmp", error);
+  const fs::path file = directory / "start.html";
   std::ofstream page(file);
   page << "<!DOCTYPE html><meta charset=utf-8><title>" << options.title << "</title>";
-  if (!image.empty()) page << "<link rel=icon href='" << source << "'>";
+  if (has_logo) page << "<link rel=icon href=logo.bmp>";
   page << "<body style='font: 1.2em sans-serif; text-align: center; margin-top: 20vh'>";
-  if (!image.empty()) page << "<p><img src='" << source << "' alt=''>";
+  if (has_logo) page << "<p><img src=logo.bmp alt=''>";
   page << "<p>" << options.title << "\n";
   if (!page.flush()) throw std::runtime_error("cannot write " + file.string());
+  return file;
 }
 
 /// TABULET_CONNECT_TO in the syntax of Chromium's --host-resolver-rules.
@@ -168,8 +154,7 @@ int Browse(const Options& options, int signals) {
   if (const std::string ca_file = GetEnvironment("TABULET_CA_FILE"); !ca_file.empty()) {
     profile.Trust(ca_file);
   }
-  const fs::path start_page = profile.directory() / "start.html";
-  WriteStartPage(start_page, options);
+  const fs::path start_page = WriteStartPage(profile.directory(), options);
   chromium::DevtoolsPipe devtools(BuildCommand(profile, start_page), profile.directory());
   chromium::PaymentWindow window(&devtools, options.url, options.title,
                                  [](const std::string& url) { std::cout << url << std::endl; });
@@ -203,6 +188,7 @@ int Browse(const Options& options, int signals) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (PrintVersion(argc, argv, "browser-chromium")) return 0;
   Options options;
   if (!ParseOptions(argc, argv, &options)) {
     std::cerr << "browser: the last argument must be an http or https URL\n" << kUsage;

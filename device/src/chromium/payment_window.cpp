@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "../string_util.h"
+
 namespace chromium {
 namespace {
 
@@ -78,8 +80,7 @@ void PaymentWindow::OnAttached(const json& params) {
 void PaymentWindow::OnRequestPaused(const json& params, const std::string& session) {
   const std::string url = GetString(GetObject(params, "request"), "url");
   const bool top_level = main_frames_.contains(GetString(params, "frameId"));
-  const bool web = url.starts_with("http://") || url.starts_with("https://");
-  if (top_level && web) on_url_(url);
+  if (top_level && IsWebUrl(url)) on_url_(url);
   devtools_->Send("Fetch.continueRequest", {{"requestId", GetString(params, "requestId")}},
                   session);
 }

@@ -15,6 +15,7 @@
 #include <string_view>
 #include <thread>
 
+#include "../version.h"
 #include "scan.h"
 #include "tabulet.h"
 #include "tabulet_task.h"
@@ -28,7 +29,7 @@ constexpr int kScanRequest = 84;
 constexpr std::string_view kScanPrefix = "-scan:";
 
 constexpr char kUsage[] =
-    "usage: scanner.app [--library FILE] [--scan DIR | --ready-fd N]\n"
+    "usage: scanner.app [--library FILE] [--scan DIR | --ready-fd N] | --version\n"
     "Without --scan, serves requests as the task /ebrmain/bin/scanner.app until SIGTERM.\n"
     "  --library FILE  the library, /mnt/ext1/system/library.sqlite by default\n"
     "  --scan DIR      scan one directory and exit\n"
@@ -128,6 +129,7 @@ int Serve(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (PrintVersion(argc, argv, "scanner.app")) return 0;
   Options options;
   if (!ParseOptions(argc, argv, &options)) {
     std::cerr << kUsage;

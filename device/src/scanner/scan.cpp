@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <iostream>
 #include <map>
 #include <stdexcept>
@@ -10,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "../string_util.h"
 #include "epub_metadata.h"
 #include "library.h"
 #include "tabulet.h"
@@ -23,9 +23,8 @@ constexpr int kMaxDepth = 32;
 constexpr int kMaxEntries = 200'000;
 
 /// The longest extension of the name that the device supports; empty if there is none.
-std::string FindFormat(std::string name) {
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+std::string FindFormat(const std::string& file_name) {
+  const std::string name = ToLower(file_name);
   std::string format;
   for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
     const std::string extension = type->extension;
