@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -73,16 +73,12 @@ fs::path WriteStartPage(const fs::path& directory, const Options& options) {
 }
 
 /// TABULET_CONNECT_TO in the syntax of Chromium's --host-resolver-rules.
-std::string HostRules() {
+std::string BuildHostRules() {
   std::string rules;
-  std::string entries = GetEnvironment("TABULET_CONNECT_TO");
-  for (std::size_t begin = 0; begin < entries.size();) {
-    const std::size_t end = std::min(entries.find(',', begin), entries.size());
-    const std::string entry = entries.substr(begin, end - begin);
-    begin = end + 1;
-    const std::size_t host_end = entry.find(':');
-    const std::size_t port_end = entry.find(':', host_end + 1);
-    if (host_end == std::string::npos || port_end == std::string::npos) continue;
+  std::istringstream entries(GetEnvironment("TABULET_CONNECT_TO"));
+  for (std::string entry; std::getline(entries, entry, ',');) {
+    const std::size_t port_end = entry.find(':', entry.find(':') + 1);
+    if (port_end == std::string::npos) continue;
     if (!rules.empty()) rules += ", ";
     rules += "MAP " + entry.substr(0, port_end) + " " + entry.substr(port_end + 1);
   }
@@ -124,7 +120,7 @@ std::vector<std::string> BuildCommand(const chromium::Profile& profile,
       // No request may be sent that the user did not cause.
       "--disable-features=HttpsUpgrades,HttpsFirstBalancedModeAutoEnable,Translate,Prerender2",
   };
-  if (const std::string rules = HostRules(); !rules.empty()) {
+  if (const std::string rules = BuildHostRules(); !rules.empty()) {
     command.push_back("--host-resolver-rules=" + rules);
   }
   if (!CanSandbox()) command.push_back("--no-sandbox");
