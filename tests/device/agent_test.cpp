@@ -50,9 +50,8 @@ class BrowserAgent : public testing::Test {
     return site_->environment() + Environment{{"QUIRE_BROWSER_ANSWER", answer}};
   }
 
-  ProcessResult Browse(const std::string& address, const std::string& answer) const {
-    return RunProgram({kProgram, "--paypal", "-img", "/tmp/logo.bmp", address},
-                      EnvironmentFor(answer));
+  ProcessResult Browse(const std::string& url, const std::string& answer) const {
+    return RunProgram({kProgram, "--paypal", "-img", "/tmp/logo.bmp", url}, EnvironmentFor(answer));
   }
 
   const std::string kProgram = QUIRE_BUILD_DIR "/bin/browser-agent";
@@ -133,8 +132,8 @@ TEST_F(BrowserAgent, ReportsFailureInOneSentence) {
       {"http://shop.test/shop/pay", "", "set QUIRE_BROWSER_ANSWER"},
       {"http://shop.test/shop/pay", "perhaps", "QUIRE_BROWSER_ANSWER is perhaps"},
   };
-  for (const auto& [address, answer, sentence] : cases) {
-    const ProcessResult run = Browse(address, answer);
+  for (const auto& [url, answer, sentence] : cases) {
+    const ProcessResult run = Browse(url, answer);
     EXPECT_EQ(run.exit_code, 1) << sentence;
     EXPECT_NE(run.err.find(sentence), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("browser: "), std::string::npos) << run.err;

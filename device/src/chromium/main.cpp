@@ -61,7 +61,7 @@ bool ParseOptions(int argc, char** argv, Options* options) {
 fs::path WriteStartPage(const fs::path& directory, const Options& options) {
   std::error_code error;
   const bool has_logo = fs::copy_file(options.logo, directory / "logo.bmp", error);
-  const fs::path file = directory / "start.html";
+  fs::path file = directory / "start.html";
   std::ofstream page(file);
   page << "<!DOCTYPE html><meta charset=utf-8><title>" << options.title << "</title>";
   if (has_logo) page << "<link rel=icon href=logo.bmp>";
