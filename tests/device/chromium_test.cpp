@@ -33,7 +33,6 @@ class BrowserChromium : public testing::Test {
   Environment EnvironmentFor(bool trusting) const {
     return site_.environment() +
            Environment{{"QUIRE_BROWSER_HEADLESS", "1"},
-                       {"QUIRE_BROWSER_DEVTOOLS_FILE", kDevtoolsFile},
                        {"TMPDIR", directory_.path()},
                        {"TABULET_CA_FILE", trusting ? directory_ / "ca.pem" : ""}};
   }
@@ -46,7 +45,6 @@ class BrowserChromium : public testing::Test {
   }
 
   const TemporaryDirectory directory_;
-  const std::string kDevtoolsFile = directory_ / "devtools";
   const Command kCommand = {QUIRE_BUILD_DIR "/bin/browser-chromium", "-wirecard",
                             "https://shop.test/start"};
   const std::string kUrlsBeforeForm = "https://shop.test/start\nhttps://shop.test/pay\n";
@@ -60,7 +58,7 @@ TEST_F(BrowserChromium, PrintsEachUrlOfPaymentOnDevice) {
           Command{"--no-scanner", "--browser", "chromium", "--share", directory_.path()} +
           Command{"/ebrmain/bin/browser.app", "-wirecard", "https://shop.test/start"},
       EnvironmentFor(true));
-  DevtoolsClient devtools(kDevtoolsFile);
+  DevtoolsClient devtools(directory_.path());
   const std::string page = devtools.WaitForPage("https://shop.test/pay");
   EXPECT_EQ(devtools.Evaluate(page, "document.title"), "Pay by card \u2013 Shop");
   devtools.Evaluate(page,
@@ -79,9 +77,8 @@ TEST_F(BrowserChromium, PrintsEachUrlOfPaymentOnDevice) {
 
 TEST_F(BrowserChromium, DistinguishesClosedWindowFromCrash) {
   for (const bool crash : {false, true}) {
-    std::filesystem::remove(kDevtoolsFile);
     Process browser(kCommand, EnvironmentFor(true));
-    DevtoolsClient devtools(kDevtoolsFile);
+    DevtoolsClient devtools(directory_.path());
     devtools.WaitForPage("https://shop.test/pay");
     if (crash) {
       const json processes = devtools.Call("SystemInfo.getProcessInfo");
@@ -106,7 +103,7 @@ TEST_F(BrowserChromium, DistinguishesClosedWindowFromCrash) {
 
 TEST_F(BrowserChromium, RefusesUntrustedServer) {
   Process browser(kCommand, EnvironmentFor(false));
-  DevtoolsClient devtools(kDevtoolsFile);
+  DevtoolsClient devtools(directory_.path());
   ASSERT_TRUE(browser.WaitForOutput("/start\n"));
   const std::string text =
       devtools.Evaluate(devtools.WaitForPage("https://shop.test/start"), "document.body.innerText");

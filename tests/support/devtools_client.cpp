@@ -6,6 +6,7 @@
 #include <boost/asio/connect.hpp>
 #include <boost/beast/core.hpp>
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
@@ -45,20 +46,21 @@ testing::AssertionResult IsChromiumInstalled() {
   return testing::AssertionSuccess();
 }
 
-DevtoolsClient::DevtoolsClient(const std::string& devtools_file) {
-  std::string url;  // ws://HOST:PORT/PATH
-  for (int i = 0; i < kMaxPolls; ++i) {
-    std::ifstream file(devtools_file);
-    if (std::getline(file, url)) break;
+DevtoolsClient::DevtoolsClient(const std::string& temp_directory) {
+  std::string port;
+  std::string path;
+  for (int i = 0; path.empty(); ++i) {
+    if (i == kMaxPolls) throw std::runtime_error("the browser does not start");
     WaitForNextPoll();
+    for (const auto& entry : std::filesystem::directory_iterator(temp_directory)) {
+      if (!entry.path().filename().string().starts_with("quire-chromium.")) continue;
+      std::ifstream file(entry.path() / "DevToolsActivePort");
+      std::getline(std::getline(file, port), path);
+    }
   }
-  if (url.empty()) throw std::runtime_error("the browser does not start");
-  const std::size_t port = url.find(':', 5) + 1;
-  const std::size_t path = url.find('/', port);
   boost::asio::ip::tcp::resolver resolver(io_);
-  boost::asio::connect(socket_.next_layer(),
-                       resolver.resolve("127.0.0.1", url.substr(port, path - port)));
-  socket_.handshake("127.0.0.1", url.substr(path));
+  boost::asio::connect(socket_.next_layer(), resolver.resolve("127.0.0.1", port));
+  socket_.handshake("127.0.0.1", path);
 }
 
 std::string DevtoolsClient::WaitForPage(const std::string& url_prefix) {

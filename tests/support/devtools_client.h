@@ -19,9 +19,9 @@ testing::AssertionResult IsChromiumInstalled();
 /// std::exception when the browser has exited or a page does not load in time.
 class DevtoolsClient {
  public:
-  /// Waits for the browser.
-  /// \param devtools_file  the browser's QUIRE_BROWSER_DEVTOOLS_FILE.
-  explicit DevtoolsClient(const std::string& devtools_file);
+  /// Waits for the browser, which must run with QUIRE_BROWSER_HEADLESS=1.
+  /// \param temp_directory  the browser's TMPDIR.
+  explicit DevtoolsClient(const std::string& temp_directory);
 
   /// Waits until a page has loaded.
   /// \return its session, for the other functions.

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <future>
 
 #include "device_with_shop.h"
@@ -7,7 +8,6 @@ namespace tests {
 namespace {
 
 constexpr char kWanted[] = "9780000001351";
-constexpr char kDevtoolsFile[] = "/tmp/devtools";
 constexpr char kPaymentPage[] = "https://shop.quire.example/payment/";
 
 void PayByCard(DevtoolsClient& devtools) {
@@ -29,7 +29,6 @@ class ChromiumPayment : public DeviceWithShop {};
 TEST_F(ChromiumPayment, BuysBookByCard) {
   ASSERT_TRUE(IsChromiumInstalled());
   setenv("QUIRE_BROWSER_HEADLESS", "1", 1);
-  setenv("QUIRE_BROWSER_DEVTOOLS_FILE", kDevtoolsFile, 1);
   shop_.Control("/_orders", {{"pending_checks", 0}});
   LogIn();
   ASSERT_FALSE(HasBought(kWanted));
@@ -39,7 +38,7 @@ TEST_F(ChromiumPayment, BuysBookByCard) {
 
   // StartPayment returns when the browser has exited, so another thread controls the browser.
   std::future<void> user = std::async(std::launch::async, [] {
-    DevtoolsClient devtools(kDevtoolsFile);
+    DevtoolsClient devtools(std::filesystem::temp_directory_path());
     try {
       PayByCard(devtools);
     } catch (const std::exception& error) {

@@ -96,7 +96,7 @@ Request HttpClient::BuildSubmission(const std::string& page_url, const Form& for
   Request request;
   request.url = form.action.empty() ? page_url : ResolveUrl(page_url, form.action);
   request.post = form.post;
-  request.body = Encode(BuildFormData(form, button));
+  request.body = EncodeForm(form, button);
   if (request.url.empty()) {
     throw std::runtime_error("the page's form goes to " + form.action +
                              ", which is not a web address");
@@ -111,7 +111,7 @@ Request HttpClient::BuildSubmission(const std::string& page_url, const Form& for
   return request;
 }
 
-std::string HttpClient::Encode(const FormData& data) {
+std::string HttpClient::EncodeForm(const Form& form, const Button& button) {
   std::string encoded;
   const auto append = [&](const std::string& part) {
     if (part.empty()) return;  // libcurl takes the length 0 for "until the zero byte"
@@ -120,12 +120,14 @@ std::string HttpClient::Encode(const FormData& data) {
     encoded += escaped;
     curl_free(escaped);
   };
-  for (const auto& [name, value] : data) {
+  const auto append_pair = [&](const std::string& name, const std::string& value) {
     if (!encoded.empty()) encoded += '&';
     append(name);
     encoded += '=';
     append(value);
-  }
+  };
+  for (const Field& field : form.fields) append_pair(field.name, field.value);
+  if (!button.name.empty()) append_pair(button.name, button.value);
   return encoded;
 }
 

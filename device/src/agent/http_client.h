@@ -43,7 +43,7 @@ class HttpClient {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
-  std::string Encode(const FormData& data);
+  std::string EncodeForm(const Form& form, const Button& button);
 
   std::unique_ptr<curl_slist, Free> connect_to_;
   std::unique_ptr<CURL, Free> curl_;

@@ -18,10 +18,6 @@ namespace {
 constexpr char kReturnMarker[] = "QUIRESaltmoor";
 constexpr int kMaxRedirects = 20;
 
-bool IsRedirect(long status) {
-  return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-}
-
 agent::Request FollowRedirect(const agent::Request& request, const agent::Response& response) {
   if (response.status != 307 && response.status != 308) return {response.location, false, ""};
   if (request.post && request.url.starts_with("https:") &&
@@ -52,7 +48,7 @@ void Browse(const std::string& url) {
     std::cout << request.url << std::endl;
     if (request.url.find(kReturnMarker) != std::string::npos) return;
     const agent::Response response = client.Send(request);
-    if (IsRedirect(response.status) && !response.location.empty()) {
+    if (!response.location.empty()) {
       request = FollowRedirect(request, response);
       ++redirects;
       continue;

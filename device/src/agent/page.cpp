@@ -2,10 +2,9 @@
 
 #include <libxml/HTMLparser.h>
 
-#include <algorithm>
-#include <array>
 #include <map>
 #include <memory>
+#include <set>
 #include <string_view>
 
 #include "../string_util.h"
@@ -23,11 +22,6 @@ struct Free {
 std::string_view ElementName(const xmlNode* node) {
   if (node->type != XML_ELEMENT_NODE || !node->name) return {};
   return reinterpret_cast<const char*>(node->name);
-}
-
-template <std::size_t size>
-bool Contains(const std::array<std::string_view, size>& names, std::string_view name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 bool HasAttribute(const xmlNode* element, const char* name) {
@@ -52,9 +46,8 @@ class PageParser {
     if (node->type == XML_TEXT_NODE) line_ += ToString(node->content);
     const std::string_view name = ElementName(node);
     if (name.empty()) return;
-    constexpr std::array<std::string_view, 4> kInvisible = {"script", "style", "template",
-                                                            "noscript"};
-    if (Contains(kInvisible, name)) return;
+    static const std::set<std::string_view> kInvisible{"noscript", "script", "style", "template"};
+    if (kInvisible.contains(name)) return;
     if (name == "title") {
       page_.title = GetText(node);
     } else if (name == "label") {
@@ -73,9 +66,9 @@ class PageParser {
   }
 
   void VisitElement(const xmlNode* node, std::string_view name) {
-    constexpr std::array<std::string_view, 9> kInline = {"a",    "b",      "em", "i", "small",
-                                                         "span", "strong", "td", "th"};
-    const bool block = !Contains(kInline, name);
+    static const std::set<std::string_view> kInline{"a",    "b",      "em", "i", "small",
+                                                    "span", "strong", "td", "th"};
+    const bool block = !kInline.contains(name);
     if (block) EndLine();
     VisitChildren(node);
     line_ += ' ';
@@ -172,13 +165,6 @@ Page ParsePage(const std::string& html, const std::string& charset) {
   const std::unique_ptr<xmlDoc, Free> document(
       htmlReadMemory(html.data(), static_cast<int>(html.size()), nullptr, encoding, options));
   return PageParser().Parse(document ? xmlDocGetRootElement(document.get()) : nullptr);
-}
-
-FormData BuildFormData(const Form& form, const Button& button) {
-  FormData data;
-  for (const Field& field : form.fields) data.emplace_back(field.name, field.value);
-  if (!button.name.empty()) data.emplace_back(button.name, button.value);
-  return data;
 }
 
 }  // namespace agent

@@ -6,7 +6,6 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace agent {
@@ -43,10 +42,6 @@ struct Page {
 /// \param charset  the encoding that the server declares; if empty, the page's own declaration
 ///     holds, and UTF-8 if there is none.
 Page ParsePage(const std::string& html, const std::string& charset);
-
-/// The names and values that are sent when `button` is pressed.
-using FormData = std::vector<std::pair<std::string, std::string>>;
-FormData BuildFormData(const Form& form, const Button& button);
 
 }  // namespace agent
 

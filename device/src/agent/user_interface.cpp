@@ -5,15 +5,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
-#include <string_view>
 
 #include "../string_util.h"
 
@@ -91,8 +90,7 @@ UserInterface::UserInterface() {
     out_ = &terminal_out_;
     return;
   }
-  constexpr std::array<std::string_view, 4> kAnswers = {"approve", "cancel", "close", "crash"};
-  if (std::find(kAnswers.begin(), kAnswers.end(), scripted_answer_) == kAnswers.end()) {
+  if (!std::set<std::string>{"approve", "cancel", "close", "crash"}.contains(scripted_answer_)) {
     throw std::runtime_error("QUIRE_BROWSER_ANSWER is " + scripted_answer_ +
                              "; it must be approve, cancel, close or crash");
   }

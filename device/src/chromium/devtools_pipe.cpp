@@ -1,7 +1,6 @@
 #include "devtools_pipe.h"
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,52 +13,22 @@
 #include "process.h"
 
 namespace chromium {
-namespace {
 
 using nlohmann::json;
 
-// The descriptors on which Chromium expects the pipe.
-constexpr int kCommandsFd = 3;
-constexpr int kMessagesFd = 4;
-
-/// Moves a descriptor above those two, so that dup2 overwrites none that is needed.
-int MoveUp(int fd) {
-  const int moved = fcntl(fd, F_DUPFD_CLOEXEC, 10);
-  close(fd);
-  return moved;
-}
-
-[[noreturn]] void RunProgram(const std::vector<std::string>& command, int commands, int messages) {
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  dup2(commands, kCommandsFd);
-  dup2(messages, kMessagesFd);
-  const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
-  dup2(null_device, STDIN_FILENO);
-  dup2(null_device, STDOUT_FILENO);  // standard output is for URLs only
-  if (!std::getenv("QUIRE_BROWSER_VERBOSE")) dup2(null_device, STDERR_FILENO);
-  Exec(command);
-  _exit(127);
-}
-
-}  // namespace
-
-DevtoolsPipe::DevtoolsPipe(std::vector<std::string> command, const std::filesystem::path& home) {
+DevtoolsPipe::DevtoolsPipe(const std::vector<std::string>& command) {
   std::array<int, 2> commands;
   std::array<int, 2> messages;
+  const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (pipe2(commands.data(), O_CLOEXEC) != 0 || pipe2(messages.data(), O_CLOEXEC) != 0) {
     throw std::runtime_error("there are no file descriptors left for the browser");
   }
-  for (int* fd : {&commands[0], &commands[1], &messages[0], &messages[1]}) *fd = MoveUp(*fd);
   commands_fd_ = commands[1];
   messages_fd_ = messages[0];
-  setenv("HOME", home.c_str(), 1);
-  pid_ = fork();
-  if (pid_ == 0) RunProgram(command, commands[0], messages[1]);
-  close(commands[0]);
-  close(messages[1]);
+  const int log = std::getenv("QUIRE_BROWSER_VERBOSE") ? STDERR_FILENO : null_device;
+  // Chromium reads commands from descriptor 3 and writes messages to descriptor 4.
+  pid_ = Start(command, {null_device, null_device, log, commands[0], messages[1]});
+  for (const int fd : {null_device, commands[0], messages[1]}) close(fd);
   if (pid_ < 0) throw std::runtime_error("the browser cannot be started; close other programs");
 }
 

@@ -6,7 +6,6 @@
 
 #include <sys/types.h>
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -17,8 +16,7 @@ namespace chromium {
 class DevtoolsPipe {
  public:
   /// Starts Chromium. Throws std::runtime_error with one sentence for the user.
-  /// \param home  the value of HOME for Chromium.
-  DevtoolsPipe(std::vector<std::string> command, const std::filesystem::path& home);
+  explicit DevtoolsPipe(const std::vector<std::string>& command);
   /// Kills Chromium if it still runs.
   ~DevtoolsPipe();
   DevtoolsPipe(const DevtoolsPipe&) = delete;

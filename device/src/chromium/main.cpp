@@ -31,7 +31,6 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: browser-chromium [--paypal] [-wirecard] [-img FILE] URL | --version\n";
-constexpr int kPollInterval_ms = 50;
 constexpr int kExitTimeout_ms = 1500;  // the caller sends SIGKILL after two seconds
 
 struct Options {
@@ -124,24 +123,10 @@ std::vector<std::string> BuildCommand(const chromium::Profile& profile,
     command.push_back("--host-resolver-rules=" + rules);
   }
   if (!CanSandbox()) command.push_back("--no-sandbox");
-  if (GetEnvironment("QUIRE_BROWSER_HEADLESS") == "1") command.push_back("--headless=new");
-  if (!GetEnvironment("QUIRE_BROWSER_DEVTOOLS_FILE").empty()) {
-    command.push_back("--remote-debugging-port=0");
+  if (GetEnvironment("QUIRE_BROWSER_HEADLESS") == "1") {
+    command.insert(command.end(), {"--headless=new", "--remote-debugging-port=0"});
   }
   return command;
-}
-
-/// For tests: writes the URL of the DevTools websocket to a file.
-/// \return false if Chromium has not opened the websocket yet.
-bool WriteDevtoolsUrl(const fs::path& profile, const fs::path& file) {
-  std::ifstream source(profile / "DevToolsActivePort");
-  std::string port;
-  std::string path;
-  if (!std::getline(source, port) || !std::getline(source, path)) return false;
-  const fs::path part = file.string() + ".part";
-  std::ofstream(part) << "ws://127.0.0.1:" << port << path << "\n";
-  fs::rename(part, file);
-  return true;
 }
 
 /// \return the exit code: 0 when the user closed the window or a signal ended the browser.
@@ -151,16 +136,14 @@ int Browse(const Options& options, int signals) {
     profile.Trust(ca_file);
   }
   const fs::path start_page = WriteStartPage(profile.directory(), options);
-  chromium::DevtoolsPipe devtools(BuildCommand(profile, start_page), profile.directory());
+  setenv("HOME", profile.directory().c_str(), 1);  // Chromium finds its trusted authorities there
+  chromium::DevtoolsPipe devtools(BuildCommand(profile, start_page));
   chromium::PaymentWindow window(&devtools, options.url, options.title,
                                  [](const std::string& url) { std::cout << url << std::endl; });
-  const fs::path devtools_file = GetEnvironment("QUIRE_BROWSER_DEVTOOLS_FILE");
-  bool url_written = devtools_file.empty();
   bool signalled = false;
   while (!signalled && !window.closed() && !window.crashed()) {
     pollfd polled[] = {{devtools.messages_fd(), POLLIN, 0}, {signals, POLLIN, 0}};
-    poll(polled, 2, url_written ? -1 : kPollInterval_ms);
-    if (!url_written) url_written = WriteDevtoolsUrl(profile.directory(), devtools_file);
+    poll(polled, 2, -1);
     signalled = polled[1].revents != 0;
     if (polled[0].revents == 0) continue;
     const auto messages = devtools.ReadMessages();

@@ -1,35 +1,32 @@
 #include "process.h"
 
 #include <fcntl.h>
-#include <sys/wait.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <csignal>
 
 namespace chromium {
 
-void Exec(const std::vector<std::string>& command) {
+pid_t Start(const std::vector<std::string>& command, const std::vector<int>& fds) {
   std::vector<char*> arguments;
-  arguments.reserve(command.size() + 1);
   for (const std::string& argument : command) {
     arguments.push_back(const_cast<char*>(argument.c_str()));
   }
   arguments.push_back(nullptr);
-  execvp(arguments[0], arguments.data());
-}
-
-int Run(const std::vector<std::string>& command) {
   const pid_t pid = fork();
-  if (pid < 0) return 126;
-  if (pid == 0) {
-    dup2(open("/dev/null", O_RDWR), STDOUT_FILENO);
-    Exec(command);
-    _exit(127);
-  }
-  int status = 0;
-  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 126;
+  if (pid != 0) return pid;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  // dup2 must not overwrite a descriptor that is still to be copied.
+  std::vector<int> copies;
+  const int count = static_cast<int>(fds.size());
+  for (const int fd : fds) copies.push_back(fcntl(fd, F_DUPFD_CLOEXEC, count));
+  for (int fd = 0; fd < count; ++fd) dup2(copies[fd], fd);
+  execvp(arguments[0], arguments.data());
+  _exit(127);
 }
 
 }  // namespace chromium

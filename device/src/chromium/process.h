@@ -1,20 +1,20 @@
 /// \file
-/// Runs other programs.
+/// Child processes.
 
 #ifndef DEVICE_CHROMIUM_PROCESS_H_
 #define DEVICE_CHROMIUM_PROCESS_H_
+
+#include <sys/types.h>
 
 #include <string>
 #include <vector>
 
 namespace chromium {
 
-/// Runs a program without standard output and waits for it.
-/// \return its exit code, 127 if the program does not exist, 126 on other failures.
-int Run(const std::vector<std::string>& command);
-
-/// Replaces this process with a program. Returns on failure only.
-void Exec(const std::vector<std::string>& command);
+/// Starts a program that is killed when this one exits. It exits with 127 if it is not installed.
+/// \param fds  the program's descriptors 0, 1, 2 and so on; other descriptors must be
+/// close-on-exec. \return the process, or -1.
+pid_t Start(const std::vector<std::string>& command, const std::vector<int>& fds);
 
 }  // namespace chromium
 
