@@ -18,8 +18,8 @@ inline std::string ToLower(std::string_view text) {
 
 /// Whether the scheme is http or https.
 inline bool IsWebUrl(std::string_view url) {
-  const std::string scheme = ToLower(url.substr(0, url.find("//")));
-  return scheme == "http:" || scheme == "https:";
+  const std::string start = ToLower(url.substr(0, 8));
+  return start.starts_with("http://") || start == "https://";
 }
 
 #endif  // DEVICE_SRC_STRING_UTIL_H_

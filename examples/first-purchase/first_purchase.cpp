@@ -58,8 +58,10 @@ int main(int argc, char** argv) {
 
   StoreManager& store = StoreManager::Instance();
   if (store.Init() != 0) Exit("The shop's configuration is missing", store.GetLastFailure());
-  store.LogIn(user, password);
-  if (store.GetLastFailure()) Exit("The shop did not let you in", store.GetLastFailure());
+  if (store.LogIn(user, password).code_ != ServerApi::kOk) {
+    Exit("The shop did not let you in", store.GetLastFailure());
+  }
+  if (!store.IsPurchasedKnown()) Exit("The bought books are unknown", store.GetLastFailure());
 
   const int status = store.GetBookStatus(ean).status;
   if (status == BookStatus::kNotPurchased || status == BookStatus::kInCart) Buy(store, ean);
