@@ -15,24 +15,24 @@ std::string ToString(const xmlChar* text) {
   return text ? reinterpret_cast<const char*>(text) : "";
 }
 
-std::string Attribute(const xmlNode* element, const char* name) {
+std::string GetAttribute(const xmlNode* element, const char* name) {
   return ToString(OwnedText(xmlGetProp(element, reinterpret_cast<const xmlChar*>(name))).get());
 }
 
-std::string Tidy(std::string_view text) {
-  std::string tidy;
+std::string NormalizeSpace(std::string_view text) {
+  std::string normalized;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte > ' ' && byte != 0x7f) {
-      tidy += c;
-    } else if (!tidy.empty() && tidy.back() != ' ') {
-      tidy += ' ';
+      normalized += c;
+    } else if (!normalized.empty() && normalized.back() != ' ') {
+      normalized += ' ';
     }
   }
-  if (!tidy.empty() && tidy.back() == ' ') tidy.pop_back();
-  return tidy;
+  if (!normalized.empty() && normalized.back() == ' ') normalized.pop_back();
+  return normalized;
 }
 
-std::string TextOf(const xmlNode* element) {
-  return Tidy(ToString(OwnedText(xmlNodeGetContent(element)).get()));
+std::string GetText(const xmlNode* element) {
+  return NormalizeSpace(ToString(OwnedText(xmlNodeGetContent(element)).get()));
 }

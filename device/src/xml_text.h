@@ -1,5 +1,5 @@
 /// \file
-/// Texts out of a document that somebody else wrote.
+/// Strings out of an untrusted XML or HTML document.
 
 #ifndef DEVICE_SRC_XML_TEXT_H_
 #define DEVICE_SRC_XML_TEXT_H_
@@ -12,14 +12,14 @@
 /// Empty for a null pointer.
 std::string ToString(const xmlChar* text);
 
-/// An attribute's value as it stands, empty when there is none.
-std::string Attribute(const xmlNode* element, const char* name);
+/// The unchanged value of an attribute; empty if it is missing.
+std::string GetAttribute(const xmlNode* element, const char* name);
 
-/// On one line: runs of spaces and control characters, which could drive a terminal, become one
-/// space.
-std::string Tidy(std::string_view text);
+/// Trims a string and replaces each run of spaces and control characters, which could drive a
+/// terminal, by one space.
+std::string NormalizeSpace(std::string_view text);
 
-/// What stands in an element and below it, tidied.
-std::string TextOf(const xmlNode* element);
+/// The normalized text of an element and its descendants.
+std::string GetText(const xmlNode* element);
 
 #endif  // DEVICE_SRC_XML_TEXT_H_

@@ -1,4 +1,4 @@
-// Buys one book, waits until the shop has seen the payment, and brings the book onto the device.
+// Buys one book, waits until the shop confirms the payment, and downloads the book to the device.
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
@@ -11,13 +11,13 @@ namespace {
 
 using namespace saltmoor::quire;
 
-[[noreturn]] void GiveUp(const std::string& what, const std::string& why = "") {
-  std::cerr << what << (why.empty() ? "" : ": " + why) << '\n';
+[[noreturn]] void Exit(const std::string& error, const Failure& failure = {}) {
+  std::cerr << error;
+  if (failure.kind == Failure::kNetwork) std::cerr << ": the server cannot be reached";
+  if (failure.kind == Failure::kHttpStatus) std::cerr << ": HTTP status " << failure.http_status;
+  if (!failure.message.empty()) std::cerr << ": " << failure.message;
+  std::cerr << '\n';
   std::exit(EXIT_FAILURE);
-}
-
-void Expect(const ServerApi::Result& result, const std::string& what) {
-  if (result.code_ != ServerApi::kOk) GiveUp(what, result.message_);
 }
 
 void Buy(StoreManager& store, const std::string& ean) {
@@ -26,39 +26,44 @@ void Buy(StoreManager& store, const std::string& ean) {
   book.string_props[Book::kCurrency] = "EUR";
   store.AddToCart(book);
 
-  store.CheckOut();  // always kOk: the cart that comes back tells
-  if (!store.GetCart().IsContain(ean)) GiveUp("The shop does not answer, or does not sell " + ean);
+  store.CheckOut();  // returns kOk even on failure
+  if (store.GetLastFailure()) Exit("The cart could not be sent", store.GetLastFailure());
+  if (!store.GetCart().IsContain(ean)) Exit("The shop does not sell " + ean);
   std::cout << "To pay: " << store.GetCart().GetTotalPriceFormatted() << std::endl;
 
-  Expect(store.StartPayment("PAYPAL"), "The payment could not begin");
-  Expect(store.CheckPaymentResult(), "The shop has seen no payment");
+  store.StartPayment("PAYPAL");
+  if (store.GetLastFailure()) Exit("The payment did not start", store.GetLastFailure());
+  store.CheckPaymentResult();
+  if (store.GetLastFailure()) Exit("The shop has not received the payment", store.GetLastFailure());
 }
 
-std::string Download(StoreManager& store, const std::string& ean) {
+void Download(StoreManager& store, const std::string& ean) {
   store.DownloadBookById(ean);
-  while (store.CheckDownloadState() != 0) {
+  while (!store.GetLastFailure() && store.CheckDownloadState() != 0) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
   }
-  return store.GetBookStatus(ean).path;
+  if (store.GetLastFailure())
+    Exit("The book is bought, but not downloaded", store.GetLastFailure());
+  std::cout << "The book is saved as " << store.GetSavedPath() << '\n';
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) GiveUp("usage: first_purchase USER EAN <password-file");
+  if (argc != 3) Exit("usage: first_purchase USER EAN <password-file");
   const std::string user = argv[1];
   const std::string ean = argv[2];
   std::string password;
   std::getline(std::cin, password);
 
   StoreManager& store = StoreManager::Instance();
-  if (store.Init() != 0) GiveUp("No configuration: is this a device, and has it a network?");
-  Expect(store.LogIn(user, password), "The shop did not let you in");
-  if (!store.IsLoggedIn()) GiveUp("No session was opened");
+  if (store.Init() != 0) Exit("The shop's configuration is missing", store.GetLastFailure());
+  if (store.LogIn(user, password).code_ != ServerApi::kOk) {
+    Exit("The shop did not let you in", store.GetLastFailure());
+  }
+  if (!store.IsPurchasedKnown()) Exit("The bought books are unknown", store.GetLastFailure());
 
   const int status = store.GetBookStatus(ean).status;
   if (status == BookStatus::kNotPurchased || status == BookStatus::kInCart) Buy(store, ean);
-  const std::string path = Download(store, ean);
-  if (path.empty()) GiveUp("The book is bought, but its download failed; run this again");
-  std::cout << "The book lies in " << path << '\n';
+  Download(store, ean);
 }

@@ -25,6 +25,7 @@ std::string Package(const std::string& metadata) {
          metadata + "</metadata></package>";
 }
 
+/// An EPUB file with a package of the test.
 class EpubMetadata : public testing::Test {
  protected:
   scanner::Metadata ReadPackage(const std::string& package) {
@@ -32,11 +33,11 @@ class EpubMetadata : public testing::Test {
     return scanner::ReadEpubMetadata(file_);
   }
 
-  const TemporaryFolder folder_;
-  const std::string file_ = folder_ / "book.epub";
+  const TemporaryDirectory directory_;
+  const std::string file_ = directory_ / "book.epub";
 };
 
-TEST_F(EpubMetadata, IsReadAsItIsWritten) {
+TEST_F(EpubMetadata, ReadsTitleAndAuthors) {
   const std::tuple<std::string, std::string, std::string> cases[] = {
       {Package("<dc:title>Die\n  \xC3\x84ngste &amp; W\xC3\xBCnsche</dc:title><dc:creator "
                "opf:role='aut'>A. Eins</dc:creator><dc:creator>B. Zwei</dc:creator>"
@@ -55,14 +56,14 @@ TEST_F(EpubMetadata, IsReadAsItIsWritten) {
     EXPECT_EQ(metadata.title, title) << package;
     EXPECT_EQ(metadata.author, author) << package;
   }
-  // Cut between two characters, not within one.
+  // Truncated at a character boundary.
   std::string long_title;
   while (long_title.size() < 3001) long_title += "\xE2\x82\xAC";
   EXPECT_EQ(ReadPackage(Package("<dc:title>" + long_title + "</dc:title>")).title,
             long_title.substr(0, 999));
 }
 
-TEST_F(EpubMetadata, OfAHostileFileIsEmptyAndCostsLittle) {
+TEST_F(EpubMetadata, IgnoresHostileFilesAtLittleCost) {
   const std::string bomb(16 << 20, ' ');  // 16 KiB on the disk
   const std::map<std::string, std::string> files[] = {
       {{"OEBPS/content.opf", Package("<dc:title>T</dc:title>")}},
@@ -95,7 +96,7 @@ TEST_F(EpubMetadata, OfAHostileFileIsEmptyAndCostsLittle) {
             std::string::npos);
 }
 
-TEST_F(EpubMetadata, OfADamagedFileIsWhatIsLeft) {
+TEST_F(EpubMetadata, ReadsWhatDamageHasLeft) {
   WriteEpub(file_, Package("<dc:title>Whole</dc:title>"));
   const std::string whole = ReadFile(file_);
   for (std::size_t size = 0; size < whole.size(); ++size) {
@@ -110,15 +111,16 @@ TEST_F(EpubMetadata, OfADamagedFileIsWhatIsLeft) {
   }
 }
 
-class Scan : public testing::Test {
+/// A library, and a directory with books.
+class LibraryScan : public testing::Test {
  protected:
-  std::string DoScan(const std::string& name = "Downloads") {
-    const scanner::ScanResult result = scanner::Scan(folder_ / name, library_);
+  std::string RunScan(const std::string& name = "Downloads") {
+    const scanner::ScanResult result = scanner::Scan(directory_ / name, library_);
     return std::to_string(result.books) + " books, " + std::to_string(result.new_books) + " new, " +
            std::to_string(result.gone) + " gone";
   }
 
-  std::string Rows() {
+  std::string ReadRows() {
     sqlite3* database = nullptr;
     std::string rows;
     EXPECT_EQ(sqlite3_open(library_.c_str(), &database), SQLITE_OK);
@@ -138,82 +140,83 @@ class Scan : public testing::Test {
     return rows;
   }
 
-  const TemporaryFolder folder_;
-  const std::string library_ = folder_ / "library.sqlite";
+  const TemporaryDirectory directory_;
+  const std::string library_ = directory_ / "library.sqlite";
 };
 
-TEST_F(Scan, RecordsBookFilesAndForgetsVanishedOnes) {
-  WriteFile(folder_ / "Downloads/a.pdf", "12345");
-  WriteFile(folder_ / "Downloads/deep/er/B.FB2.ZIP", "1");
-  WriteEpub(folder_ / "Downloads/c's.epub",
+TEST_F(LibraryScan, RecordsBookFilesAndRemovesDeletedOnes) {
+  WriteFile(directory_ / "Downloads/a.pdf", "12345");
+  WriteFile(directory_ / "Downloads/deep/er/B.FB2.ZIP", "1");
+  WriteEpub(directory_ / "Downloads/c's.epub",
             Package("<dc:title>C</dc:title><dc:creator>D</dc:creator>"));
   for (const char* ignored : {"x.pdf.part", ".hidden.pdf", "noextension", "z.exe", ".hid/y.pdf"}) {
-    WriteFile(folder_ / "Downloads/" + ignored, "1");
+    WriteFile(directory_ / "Downloads/" + ignored, "1");
   }
-  WriteFile(folder_ / "Downloads2/sibling.pdf", "1");
-  fs::create_symlink(folder_ / "Downloads2", folder_ / "Downloads/link");
-  fs::create_symlink(folder_ / "Downloads/a.pdf", folder_ / "Downloads/link.pdf");
+  WriteFile(directory_ / "Downloads2/sibling.pdf", "1");
+  fs::create_symlink(directory_ / "Downloads2", directory_ / "Downloads/link");
+  fs::create_symlink(directory_ / "Downloads/a.pdf", directory_ / "Downloads/link.pdf");
 
-  EXPECT_EQ(DoScan("Downloads2"), "1 books, 1 new, 0 gone");
-  EXPECT_EQ(DoScan("Downloads/"), "3 books, 3 new, 0 gone");
-  const std::string size = std::to_string(fs::file_size(folder_ / "Downloads/c's.epub"));
-  EXPECT_EQ(Rows(),
+  EXPECT_EQ(RunScan("Downloads2"), "1 books, 1 new, 0 gone");
+  EXPECT_EQ(RunScan("Downloads/"), "3 books, 3 new, 0 gone");
+  const std::string size = std::to_string(fs::file_size(directory_ / "Downloads/c's.epub"));
+  EXPECT_EQ(ReadRows(),
             "a.pdf|pdf|5|1|null|null|\nc's.epub|epub|" + size +
                 "|1|C|D|\nB.FB2.ZIP|fb2.zip|1|1|null|null|\nsibling.pdf|pdf|1|1|null|null|\n");
 
-  // A changed file is read again, a vanished one forgotten; the neighbour stays.
-  WriteEpub(folder_ / "Downloads/c's.epub", Package("<dc:title>Changed</dc:title>"));
-  fs::remove_all(folder_ / "Downloads/deep");
-  fs::remove(folder_ / "Downloads/a.pdf");
-  EXPECT_EQ(DoScan(), "1 books, 0 new, 2 gone");
-  EXPECT_NE(Rows().find("|1|Changed|null|\nsibling.pdf"), std::string::npos) << Rows();
+  // A changed file is read again; books of other directories stay.
+  WriteEpub(directory_ / "Downloads/c's.epub", Package("<dc:title>Changed</dc:title>"));
+  fs::remove_all(directory_ / "Downloads/deep");
+  fs::remove(directory_ / "Downloads/a.pdf");
+  EXPECT_EQ(RunScan(), "1 books, 0 new, 2 gone");
+  EXPECT_NE(ReadRows().find("|1|Changed|null|\nsibling.pdf"), std::string::npos) << ReadRows();
 }
 
-TEST_F(Scan, KeepsTheLibraryWhereItCannotLook) {
-  WriteFile(folder_ / "Downloads/a.pdf", "1");
-  DoScan();
-  fs::rename(folder_ / "Downloads", folder_ / "away");
-  EXPECT_THROW(DoScan(), std::runtime_error);
-  EXPECT_EQ(Rows(), "a.pdf|pdf|1|1|null|null|\n");
-  fs::rename(folder_ / "away", folder_ / "Downloads");
+TEST_F(LibraryScan, KeepsLibraryWhenDirectoryIsUnreadable) {
+  WriteFile(directory_ / "Downloads/a.pdf", "1");
+  RunScan();
+  fs::rename(directory_ / "Downloads", directory_ / "away");
+  EXPECT_THROW(RunScan(), std::runtime_error);
+  EXPECT_EQ(ReadRows(), "a.pdf|pdf|1|1|null|null|\n");
+  fs::rename(directory_ / "away", directory_ / "Downloads");
 
-  fs::create_directory(folder_ / "elsewhere");
-  EXPECT_THROW(scanner::Scan(folder_ / "Downloads", folder_ / "none/library.sqlite"),
+  fs::create_directory(directory_ / "elsewhere");
+  EXPECT_THROW(scanner::Scan(directory_ / "Downloads", directory_ / "none/library.sqlite"),
                std::runtime_error);
-  EXPECT_THROW(scanner::Scan(folder_ / "Downloads", folder_ / "elsewhere"), std::runtime_error);
-  EXPECT_TRUE(fs::is_directory(folder_ / "elsewhere"));
+  EXPECT_THROW(scanner::Scan(directory_ / "Downloads", directory_ / "elsewhere"),
+               std::runtime_error);
+  EXPECT_TRUE(fs::is_directory(directory_ / "elsewhere"));
 }
 
-TEST_F(Scan, MovesADamagedLibraryAsideAndMakesANewOne) {
-  WriteFile(folder_ / "Downloads/a.pdf", "1");
+TEST_F(LibraryScan, ReplacesDamagedLibraryAndKeepsItsFile) {
+  WriteFile(directory_ / "Downloads/a.pdf", "1");
   WriteFile(library_, "no library at all, but something that a user may want to look at");
-  EXPECT_EQ(DoScan(), "1 books, 1 new, 0 gone");
+  EXPECT_EQ(RunScan(), "1 books, 1 new, 0 gone");
   EXPECT_EQ(ReadFile(library_ + ".damaged").substr(0, 10), "no library");
 
-  // Another program's tables, and a page of ours that went bad.
+  // The table of another program, then a damaged page.
   fs::remove(library_);
   sqlite3* database = nullptr;
   sqlite3_open(library_.c_str(), &database);
   sqlite3_exec(database, "CREATE TABLE books(isbn)", nullptr, nullptr, nullptr);
   sqlite3_close(database);
-  EXPECT_EQ(DoScan(), "1 books, 1 new, 0 gone");
+  EXPECT_EQ(RunScan(), "1 books, 1 new, 0 gone");
   std::string bytes = ReadFile(library_);
   bytes.replace(4096, 1000, 1000, '\xff');  // the table's page
   WriteFile(library_, bytes);
-  EXPECT_EQ(DoScan(), "1 books, 1 new, 0 gone");
+  EXPECT_EQ(RunScan(), "1 books, 1 new, 0 gone");
   EXPECT_TRUE(fs::exists(library_ + ".damaged-3"));
-  EXPECT_EQ(Rows(), "a.pdf|pdf|1|1|null|null|\n");
+  EXPECT_EQ(ReadRows(), "a.pdf|pdf|1|1|null|null|\n");
 }
 
-TEST_F(Scan, IsACommandToo) {
-  WriteFile(folder_ / "Downloads/a.pdf", "1");
+TEST_F(LibraryScan, RunsAsCommand) {
+  WriteFile(directory_ / "Downloads/a.pdf", "1");
   const std::string scanner = QUIRE_BUILD_DIR "/bin/scanner.app";
-  const Finished scan =
-      RunProgram({scanner, "--library", library_, "--scan", folder_ / "Downloads"});
-  EXPECT_EQ(scan.out, "scanned " + (folder_ / "Downloads") + ": 1 books, 1 new, 0 gone\n");
+  const ProcessResult scan =
+      RunProgram({scanner, "--library", library_, "--scan", directory_ / "Downloads"});
+  EXPECT_EQ(scan.out, "scanned " + (directory_ / "Downloads") + ": 1 books, 1 new, 0 gone\n");
   EXPECT_EQ(scan.exit_code, 0);
-  EXPECT_EQ(RunProgram({scanner, "--library", library_, "--scan", folder_ / "none"}).exit_code, 1);
-  EXPECT_EQ(RunProgram({scanner, "--scan"}).exit_code, 2);
+  EXPECT_EQ(RunProgram({scanner, "--library", library_, "--scan", directory_ / "none"}).exit_code,
+            1);
 }
 
 }  // namespace

@@ -3,9 +3,9 @@
 namespace tests {
 namespace {
 
-std::unique_ptr<httplib::Server> MakeServer(const std::string& folder) {
-  if (folder.empty()) return std::make_unique<httplib::Server>();
-  const std::string key = folder + "/key.pem", certificate = folder + "/ca.pem";
+std::unique_ptr<httplib::Server> MakeServer(const std::string& directory) {
+  if (directory.empty()) return std::make_unique<httplib::Server>();
+  const std::string key = directory + "/key.pem", certificate = directory + "/ca.pem";
   RunProgram({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
               "-nodes", "-keyout", key, "-out", certificate, "-subj", "/CN=shop.test", "-addext",
               "subjectAltName=DNS:shop.test"});
@@ -14,7 +14,7 @@ std::unique_ptr<httplib::Server> MakeServer(const std::string& folder) {
 
 }  // namespace
 
-TestSite::TestSite(const std::string& folder) : server_(MakeServer(folder)) {
+TestSite::TestSite(const std::string& directory) : server_(MakeServer(directory)) {
   server_->set_pre_routing_handler([this](const httplib::Request&, httplib::Response&) {
     ++requests_;
     return httplib::Server::HandlerResponse::Unhandled;
@@ -27,34 +27,34 @@ TestSite::~TestSite() {
   if (thread_.joinable()) thread_.join();
 }
 
-void TestSite::Page(const std::string& path, const std::string& html, int status) {
+void TestSite::AddPage(const std::string& path, const std::string& html, int status) {
   server_->Get(path, [=](const httplib::Request&, httplib::Response& response) {
     response.status = status;
     response.set_content(html, "text/html");
   });
 }
 
-void TestSite::Redirect(const std::string& path, const std::string& to) {
+void TestSite::AddRedirect(const std::string& path, const std::string& to) {
   server_->Get(path, [=](const httplib::Request&, httplib::Response& response) {
     response.set_header("Set-Cookie", "session=s1; Path=/");
     response.set_redirect(to, 302);
   });
 }
 
-void TestSite::OnPost(const std::string& path, const httplib::Server::Handler& answer) {
+void TestSite::AddPostHandler(const std::string& path, const httplib::Server::Handler& handler) {
   server_->Post(path, [=, this](const httplib::Request& request, httplib::Response& response) {
     {
       const std::lock_guard lock(mutex_);
-      posted_.push_back(request.target + " " + request.body + " " +
-                        request.get_header_value("Cookie"));
+      posts_.push_back(request.target + " " + request.body + " " +
+                       request.get_header_value("Cookie"));
     }
-    answer(request, response);
+    handler(request, response);
   });
 }
 
-std::vector<std::string> TestSite::Posted() {
+std::vector<std::string> TestSite::posts() {
   const std::lock_guard lock(mutex_);
-  return posted_;
+  return posts_;
 }
 
 void TestSite::Start() {
@@ -62,12 +62,12 @@ void TestSite::Start() {
   while (!server_->is_running()) std::this_thread::yield();
 }
 
-Environment TestSite::Settings() const {
-  const std::string here = ":127.0.0.1:" + std::to_string(port_);
-  const std::string nobody = "http://127.0.0.1:9";  // a proxy that no browser may ask
-  return {{"TABULET_CONNECT_TO", "shop.test:80" + here + ",shop.test:443" + here},
-          {"http_proxy", nobody},
-          {"https_proxy", nobody}};
+Environment TestSite::environment() const {
+  const std::string target = ":127.0.0.1:" + std::to_string(port_);
+  const std::string proxy = "http://127.0.0.1:9";  // the browsers must ignore it
+  return {{"TABULET_CONNECT_TO", "shop.test:80" + target + ",shop.test:443" + target},
+          {"http_proxy", proxy},
+          {"https_proxy", proxy}};
 }
 
 }  // namespace tests

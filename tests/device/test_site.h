@@ -14,24 +14,25 @@
 
 namespace tests {
 
-/// A web site of the test's own, which browser programs reach as shop.test.
+/// A web site that browser programs reach as shop.test.
 class TestSite {
  public:
-  /// \param folder  where its certificate "ca.pem" is made, over which it speaks then; empty: none.
-  explicit TestSite(const std::string& folder = "");
+  /// \param directory  receives the certificate "ca.pem" of a site over TLS; empty for plain HTTP.
+  explicit TestSite(const std::string& directory = "");
   ~TestSite();
 
-  void Page(const std::string& path, const std::string& html, int status = 200);
-  void Redirect(const std::string& path, const std::string& to);
-  /// Keeps what is posted there: target, body and cookies, with a blank between.
-  void OnPost(const std::string& path, const httplib::Server::Handler& answer);
-  std::vector<std::string> Posted();
+  void AddPage(const std::string& path, const std::string& html, int status = 200);
+  void AddRedirect(const std::string& path, const std::string& to);
+  /// Records each POST to `path` before it calls the handler.
+  void AddPostHandler(const std::string& path, const httplib::Server::Handler& handler);
+  /// The recorded POST requests: target, body and cookies, separated by spaces.
+  std::vector<std::string> posts();
   int requests() const { return requests_; }
 
-  /// To be called when its pages are there.
+  /// Starts to serve. All pages must have been added.
   void Start();
-  /// What has the platform find it, whose certificate is not trusted by that alone.
-  Environment Settings() const;
+  /// The variables that lead a browser to the site, without trust in its certificate.
+  Environment environment() const;
 
  private:
   std::unique_ptr<httplib::Server> server_;
@@ -39,7 +40,7 @@ class TestSite {
   int port_ = 0;
   std::atomic<int> requests_ = 0;
   std::mutex mutex_;
-  std::vector<std::string> posted_;
+  std::vector<std::string> posts_;
 };
 
 }  // namespace tests

@@ -11,12 +11,12 @@
 
 namespace tests {
 
-TemporaryFolder::TemporaryFolder() {
+TemporaryDirectory::TemporaryDirectory() {
   path_ = (std::filesystem::temp_directory_path() / "quire tést XXXXXX").string();
-  if (!mkdtemp(path_.data())) ADD_FAILURE() << "cannot make " << path_;
+  if (!mkdtemp(path_.data())) ADD_FAILURE() << "cannot create " << path_;
 }
 
-TemporaryFolder::~TemporaryFolder() {
+TemporaryDirectory::~TemporaryDirectory() {
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
 }

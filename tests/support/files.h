@@ -5,13 +5,13 @@
 
 namespace tests {
 
-/// A folder that is removed with its content. Its name has a space and an umlaut.
-class TemporaryFolder {
+/// A new directory, removed by the destructor. Its name holds a space and a non-ASCII letter.
+class TemporaryDirectory {
  public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
   std::string operator/(const std::string& name) const { return path_ + "/" + name; }
   const std::string& path() const { return path_; }
 
@@ -19,11 +19,13 @@ class TemporaryFolder {
   std::string path_;
 };
 
+using TemporaryFolder = TemporaryDirectory;
+
 bool Exists(const std::string& path);
 std::string ReadFile(const std::string& path);
-/// Writes a file, in folders that are made where there are none.
+/// Writes a file and creates its missing parent directories.
 void WriteFile(const std::string& path, const std::string& content);
-/// The same, of a program that may be run.
+/// Writes an executable file like WriteFile.
 void WriteProgram(const std::string& path, const std::string& content);
 
 }  // namespace tests

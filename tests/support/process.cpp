@@ -24,7 +24,7 @@ long Now_ms() {
 }
 
 [[noreturn]] void Exec(const Command& command, const Environment& environment) {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);  // a test that dies leaves nothing behind
+  prctl(PR_SET_PDEATHSIG, SIGKILL);  // the process must not outlive a crashed test
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_DFL);
   for (const auto& [name, value] : environment) setenv(name.c_str(), value.c_str(), 1);
   std::vector<char*> arguments;
@@ -57,7 +57,7 @@ Process::Process(const Command& command, const Environment& environment, On on) 
   if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) return;
   pid_ = fork();
   if (pid_ == 0) {
-    setsid();  // no terminal to ask on
+    setsid();  // without a controlling terminal
     dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
     dup2(out[1], STDOUT_FILENO);
     dup2(err[1], STDERR_FILENO);
@@ -87,42 +87,42 @@ void Process::Type(const std::string& text) const {
   ASSERT_EQ(write(out_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
-/// \return false once there is nothing more to come, or the time is over.
+/// \return false at the end of the output or at the deadline.
 bool Process::ReadMore(long deadline_ms) {
   pollfd polled[] = {{out_, POLLIN, 0}, {err_, POLLIN, 0}};
   const long left_ms = deadline_ms - Now_ms();
   if ((out_ < 0 && err_ < 0) || left_ms <= 0) return false;
   if (poll(polled, 2, static_cast<int>(left_ms)) <= 0) return false;
-  if (polled[0].revents != 0) ReadFrom(&out_, &finished_.out);
-  if (polled[1].revents != 0) ReadFrom(&err_, &finished_.err);
+  if (polled[0].revents != 0) ReadFrom(&out_, &result_.out);
+  if (polled[1].revents != 0) ReadFrom(&err_, &result_.err);
   return true;
 }
 
 bool Process::WaitForOutput(const std::string& text) {
   const long deadline_ms = Now_ms() + kTimeout_ms;
-  while (finished_.out.find(text) == std::string::npos) {
+  while (result_.out.find(text) == std::string::npos) {
     if (!ReadMore(deadline_ms)) return false;
   }
   return true;
 }
 
-Finished Process::Wait() {
+ProcessResult Process::Wait() {
   const long deadline_ms = Now_ms() + kTimeout_ms;
   while (ReadMore(deadline_ms)) {
   }
   if (Now_ms() >= deadline_ms) {
     ADD_FAILURE() << "still running after " << kTimeout_ms << " ms; its output so far:\n"
-                  << finished_.out << finished_.err;
+                  << result_.out << result_.err;
     kill(-pid_, SIGKILL);
   }
   int status = 0;
   waitpid(pid_, &status, 0);
   pid_ = -1;
-  finished_.exit_code = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-  return finished_;
+  result_.exit_code = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+  return result_;
 }
 
-Finished RunProgram(const Command& command, const Environment& environment) {
+ProcessResult RunProgram(const Command& command, const Environment& environment) {
   return Process(command, environment).Wait();
 }
 

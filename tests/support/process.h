@@ -1,5 +1,5 @@
 /// \file
-/// Runs a program for a test, on pipes or on a terminal of its own. No wait lasts longer than 30 s.
+/// Runs programs for tests, on pipes or on a new terminal. No function waits longer than 30 s.
 
 #ifndef TESTS_SUPPORT_PROCESS_H_
 #define TESTS_SUPPORT_PROCESS_H_
@@ -21,13 +21,15 @@ std::vector<Item> operator+(std::vector<Item> list, const std::vector<Item>& mor
   return list;
 }
 
-struct Finished {
-  int exit_code = -1;  ///< 128 + N for a death by signal N, as a shell has it
-  std::string out;     ///< on a terminal, all that was shown
+struct ProcessResult {
+  int exit_code = -1;  ///< 128 + N after signal N
+  std::string out;     ///< on a terminal, everything shown
   std::string err;
 };
 
-/// Killed, with all of its group, when a test lets go of it.
+using Finished = ProcessResult;
+
+/// A child process. The destructor kills its process group.
 class Process {
  public:
   enum class On { kPipes, kTerminal };
@@ -37,14 +39,17 @@ class Process {
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
+  /// Sends a signal.
   void Kill(int signal) const;
-  /// Types on its terminal.
+  /// Types on the terminal.
   void Type(const std::string& text) const;
-  /// Waits until standard output has that text; false when it ended, or too long has passed.
+  /// Waits until standard output contains `text`.
+  /// \return false when the output has ended or after the timeout.
   bool WaitForOutput(const std::string& text);
-  /// What standard output had when it was last waited for.
-  const std::string& out() const { return finished_.out; }
-  Finished Wait();
+  /// The standard output read by the last wait.
+  const std::string& out() const { return result_.out; }
+  /// Waits for the exit. After the timeout the test fails and the process is killed.
+  ProcessResult Wait();
 
  private:
   bool ReadMore(long deadline_ms);
@@ -52,10 +57,11 @@ class Process {
   pid_t pid_ = -1;
   int out_ = -1;
   int err_ = -1;
-  Finished finished_;
+  ProcessResult result_;
 };
 
-Finished RunProgram(const Command& command, const Environment& environment = {});
+/// Runs a program on pipes and waits for its exit.
+ProcessResult RunProgram(const Command& command, const Environment& environment = {});
 
 }  // namespace tests
 

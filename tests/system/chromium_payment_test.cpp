@@ -1,49 +1,49 @@
+#include <filesystem>
 #include <future>
 
-#include "on_device.h"
-#include "support/browser_hand.h"
+#include "device_with_shop.h"
+#include "support/devtools_client.h"
 
 namespace tests {
 namespace {
 
 constexpr char kWanted[] = "9780000001351";
-constexpr char kDevtoolsFile[] = "/tmp/devtools";
 constexpr char kPaymentPage[] = "https://shop.quire.example/payment/";
 
-void PayByCard(BrowserHand& hand) {
-  const std::string page = hand.Page(kPaymentPage);
-  EXPECT_EQ(hand.Evaluate(page, "document.querySelector('.sum td:last-child').innerText"),
+void PayByCard(DevtoolsClient& devtools) {
+  const std::string page = devtools.WaitForPage(kPaymentPage);
+  EXPECT_EQ(devtools.Evaluate(page, "document.querySelector('.sum td:last-child').innerText"),
             "12,50 EUR");
-  hand.Type(page, "card_holder", "Anna Quill");
-  hand.Type(page, "card_number", "4111 1111 1111 1111");
-  hand.Type(page, "card_expiry", "12/49");
-  hand.Type(page, "card_cvc", "123");
-  const std::string screenshot = hand.Screenshot(page);
+  devtools.Type(page, "card_holder", "Anna Quill");
+  devtools.Type(page, "card_number", "4111 1111 1111 1111");
+  devtools.Type(page, "card_expiry", "12/49");
+  devtools.Type(page, "card_cvc", "123");
+  const std::string screenshot = devtools.Screenshot(page);
   EXPECT_EQ(screenshot.substr(0, 4), "\x89PNG");
   WriteFile(QUIRE_PAYMENT_SCREENSHOT, screenshot);
-  hand.Evaluate(page, "document.querySelector('[name=decision][value=approve]').click()");
+  devtools.Evaluate(page, "document.querySelector('[name=decision][value=approve]').click()");
 }
 
-class InChromium : public OnDevice {};
+class ChromiumPayment : public DeviceWithShop {};
 
-TEST_F(InChromium, ACardTypedIntoTheShopsPageBuysTheBook) {
+TEST_F(ChromiumPayment, BuysBookByCard) {
+  ASSERT_TRUE(IsChromiumInstalled());
   setenv("QUIRE_BROWSER_HEADLESS", "1", 1);
-  setenv("QUIRE_BROWSER_DEVTOOLS_FILE", kDevtoolsFile, 1);
   shop_.Control("/_orders", {{"pending_checks", 0}});
   LogIn();
   ASSERT_FALSE(HasBought(kWanted));
-  manager_.AddToCart(BookOf(kWanted));
+  manager_.AddToCart(MakeBook(kWanted));
   manager_.CheckOut();
   ASSERT_EQ(manager_.GetCart().GetSize(), 1u);
 
-  // StartPayment returns when the browser has ended, so the user is beside it.
+  // StartPayment returns when the browser has exited, so another thread controls the browser.
   std::future<void> user = std::async(std::launch::async, [] {
-    BrowserHand hand(kDevtoolsFile);
+    DevtoolsClient devtools(std::filesystem::temp_directory_path());
     try {
-      PayByCard(hand);
+      PayByCard(devtools);
     } catch (const std::exception& error) {
       ADD_FAILURE() << error.what();
-      hand.Call("Browser.close");  // or the payment would wait for ever
+      devtools.Call("Browser.close");  // so that StartPayment returns
     }
   });
   const auto started = manager_.StartPayment("CCARD");

@@ -1,11 +1,9 @@
 #include <sqlite3.h>
 
-#include "on_device.h"
+#include "device_with_shop.h"
 
 namespace tests {
 namespace {
-
-using saltmoor::quire::UserData;
 
 int CountInScannerLibrary(const std::string& path) {
   sqlite3* raw = nullptr;
@@ -22,10 +20,10 @@ int CountInScannerLibrary(const std::string& path) {
   return count;
 }
 
-class Session : public OnDevice {};
-class SessionThroughLauncher : public OnDevice {};
+class AccountSession : public DeviceWithShop {};
+class SessionUnderLauncher : public DeviceWithShop {};
 
-TEST_F(SessionThroughLauncher, FromStartToABookThatTheScannerKnows) {
+TEST_F(SessionUnderLauncher, DownloadsBookThatScannerRecords) {
   EXPECT_FALSE(manager_.GetShopName().empty());
   EXPECT_FALSE(manager_.IsLoggedIn());
 
@@ -35,7 +33,7 @@ TEST_F(SessionThroughLauncher, FromStartToABookThatTheScannerKnows) {
   LogIn();
   EXPECT_TRUE(manager_.IsLoggedIn());
 
-  const Book book = Bought("epub");
+  const Book book = FindPurchased("epub");
   EXPECT_EQ(manager_.AddToCart(book).code_, ServerApi::kOk);
   EXPECT_EQ(manager_.GetBookStatus(Ean(book)).status, BookStatus::kInCart);
   manager_.RemoveFromCart(book);
@@ -44,10 +42,10 @@ TEST_F(SessionThroughLauncher, FromStartToABookThatTheScannerKnows) {
   const BookStatus status = Download("catalogue/items/" + Ean(book));
   ASSERT_EQ(status.status, BookStatus::kDownloaded);
   EXPECT_EQ(ReadFile(status.path).substr(0, 2), "PK");
-  EXPECT_TRUE(Wait([&] { return CountInScannerLibrary(status.path) == 1; }));
+  EXPECT_TRUE(WaitUntil([&] { return CountInScannerLibrary(status.path) == 1; }));
 }
 
-TEST_F(Session, StoredCredentialsOpenTheNextOne) {
+TEST_F(AccountSession, LogsInWithStoredCredentials) {
   LogIn();
   EXPECT_EQ(manager_.getLogin(), kUser);
   EXPECT_EQ(manager_.getPassword(), kPassword);
@@ -58,40 +56,26 @@ TEST_F(Session, StoredCredentialsOpenTheNextOne) {
   ASSERT_EQ(manager_.Init(), 0);
   EXPECT_TRUE(manager_.IsLoggedIn());
   EXPECT_FALSE(manager_.GetPurchased().empty());
-  // Within half an hour of the first start the configuration is asked for once.
+  // The cached configuration is used for half an hour.
   EXPECT_EQ(shop_.Requests("/get-device-opds-config").size(), 1u);
 }
 
-TEST_F(Session, ANewCustomerRegistersAndIsLoggedInAtTheNextStart) {
-  EXPECT_EQ(manager_.Register(kUser, "long enough", "A", "B", "").code_, ServerApi::kFailed);
-  const auto registered =
-      manager_.Register("new@quire.example", "long enough", "Nora", "Neu", "Ms");
-  ASSERT_EQ(registered.code_, ServerApi::kOk) << registered.message_;
-  EXPECT_FALSE(registered.message_.empty());
-  EXPECT_FALSE(manager_.IsLoggedIn());
-  ASSERT_EQ(manager_.Init(), 0);
-  EXPECT_TRUE(manager_.IsLoggedIn());
-  const auto [result, profile] = manager_.GetUserData();
-  EXPECT_EQ(result.code_, ServerApi::kOk);
-  EXPECT_EQ(profile[UserData::kEmail], "new@quire.example");
-}
-
-/// The platform reads at its first use what it is to log.
-class Secrets : public OnDevice {
+/// A device that logs everything to a file. The platform reads the settings at its first use.
+class SecretHandling : public DeviceWithShop {
  protected:
   void SetUp() override {
     setenv("TABULET_LOG", "/tmp/everything.log", 1);
     setenv("TABULET_LOG_LEVEL", "5", 1);
-    OnDevice::SetUp();
+    DeviceWithShop::SetUp();
   }
 };
 
-TEST_F(Secrets, StandInNoLogAndInNoFileInClear) {
+TEST_F(SecretHandling, LeavesNoSecretInLogOrFile) {
   const std::string user = "log@quire.example", password = "Unm1stakable-Pa55";
   ASSERT_EQ(manager_.Register(user, password, "A", "B", "").code_, ServerApi::kOk);
   ASSERT_EQ(manager_.Init(), 0);
   ASSERT_TRUE(manager_.IsLoggedIn());
-  shop_.Arm({{"path", "/login"}, {"fault", "reset"}});  // has the platform explain itself
+  shop_.Arm({{"path", "/login"}, {"fault", "reset"}});  // the platform logs the reason
   EXPECT_EQ(manager_.LogIn(user, password).code_, ServerApi::kFailed);
 
   const std::string log = ReadFile("/tmp/everything.log");
@@ -106,6 +90,25 @@ TEST_F(Secrets, StandInNoLogAndInNoFileInClear) {
   ASSERT_FALSE(session.empty());
   EXPECT_EQ(log.find(session), std::string::npos);
 }
+
+/// A shop whose certificate is wrong.
+class WrongCertificate : public DeviceWithShop, public testing::WithParamInterface<const char*> {
+ protected:
+  WrongCertificate() : DeviceWithShop({"--certificate", GetParam()}) {}
+};
+
+TEST_P(WrongCertificate, PreventsLogIn) {
+  EXPECT_EQ(manager_.LogIn(kUser, kPassword).code_, ServerApi::kFailed);
+  EXPECT_TRUE(shop_.Requests("/login").empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, WrongCertificate,
+                         testing::Values("other-host", "expired", "unknown-authority"),
+                         [](const auto& kind) {
+                           std::string name = kind.param;
+                           std::erase(name, '-');
+                           return name;
+                         });
 
 }  // namespace
 }  // namespace tests

@@ -1,10 +1,11 @@
 #include "http_client.h"
 
-#include <strings.h>
-
 #include <array>
 #include <cstdlib>
 #include <sstream>
+#include <stdexcept>
+
+#include "../string_util.h"
 
 namespace agent {
 namespace {
@@ -20,7 +21,7 @@ std::size_t Append(const char* data, std::size_t, std::size_t size, void* body) 
   return size;
 }
 
-std::string CharsetOf(const char* content_type) {
+std::string ParseCharset(const char* content_type) {
   const std::string type = content_type ? content_type : "";
   const auto begin = type.find("charset=");
   if (begin == std::string::npos) return {};
@@ -32,12 +33,11 @@ std::string CharsetOf(const char* content_type) {
 }  // namespace
 
 HttpClient::HttpClient() : curl_(curl_easy_init()) {
-  if (!curl_) throw VisitError("the HTTP library does not start");
+  if (!curl_) throw std::runtime_error("the HTTP library does not start");
   CURL* curl = curl_.get();
   curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(curl, CURLOPT_PROXY,
-                   "");  // as the platform: none, whatever the environment says
-  curl_easy_setopt(curl, CURLOPT_COOKIEFILE, "");  // cookies, kept in memory
+  curl_easy_setopt(curl, CURLOPT_PROXY, "");       // the platform ignores proxy variables, too
+  curl_easy_setopt(curl, CURLOPT_COOKIEFILE, "");  // enables cookies, in memory
   curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectTimeout_s);
   curl_easy_setopt(curl, CURLOPT_TIMEOUT, kTimeout_s);
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
@@ -56,88 +56,91 @@ HttpClient::HttpClient() : curl_(curl_easy_init()) {
   curl_easy_setopt(curl, CURLOPT_CONNECT_TO, connect_to_.get());
 }
 
-Answer HttpClient::Perform(const Visit& visit) {
+Response HttpClient::Send(const Request& request) {
   CURL* curl = curl_.get();
-  Answer answer;
-  std::array<char, CURL_ERROR_SIZE> reason = {};
-  curl_easy_setopt(curl, CURLOPT_URL, visit.address.c_str());
-  if (visit.post) {
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(visit.body.size()));
-    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, visit.body.c_str());
+  Response response;
+  std::array<char, CURL_ERROR_SIZE> error = {};
+  curl_easy_setopt(curl, CURLOPT_URL, request.url.c_str());
+  if (request.post) {
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(request.body.size()));
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, request.body.c_str());
   } else {
     curl_easy_setopt(curl, CURLOPT_HTTPGET, 1L);
   }
-  // A connection that died while it waited would have libcurl send the form a second time.
-  curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, visit.post ? 1L : 0L);
-  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
-  curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, reason.data());
+  // On a kept connection that died, libcurl would send the form a second time.
+  curl_easy_setopt(curl, CURLOPT_FRESH_CONNECT, request.post ? 1L : 0L);
+  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &response.body);
+  curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error.data());
   const CURLcode code = curl_easy_perform(curl);
   curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
   if (code != CURLE_OK) {
-    throw VisitError("cannot load " + visit.address + ": " +
-                     (reason[0] ? reason.data() : curl_easy_strerror(code)));
+    throw std::runtime_error("cannot load " + request.url + ": " +
+                             (error[0] ? error.data() : curl_easy_strerror(code)));
   }
   const char* location = nullptr;
   const char* content_type = nullptr;
-  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
+  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &response.status);
   curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &location);
   curl_easy_getinfo(curl, CURLINFO_CONTENT_TYPE, &content_type);
-  answer.charset = CharsetOf(content_type);
-  if (location) answer.location = Resolve(visit.address, location);
-  if (location && answer.location.empty()) {
-    throw VisitError(visit.address + " leads to " + location + ", which is no web address");
+  response.charset = ParseCharset(content_type);
+  if (location) response.location = ResolveUrl(request.url, location);
+  if (location && response.location.empty()) {
+    throw std::runtime_error(request.url + " leads to " + location +
+                             ", which is not a web address");
   }
-  return answer;
+  return response;
 }
 
-Visit HttpClient::Submit(const std::string& page_address, const Form& form, const Button& button) {
-  Visit visit;
-  visit.address = form.action.empty() ? page_address : Resolve(page_address, form.action);
-  visit.post = form.post;
-  visit.body = Encode(Fill(form, button));
-  if (visit.address.empty()) {
-    throw VisitError("the page's form goes to " + form.action + ", which is no web address");
+Request HttpClient::BuildSubmission(const std::string& page_url, const Form& form,
+                                    const Button& button) {
+  Request request;
+  request.url = form.action.empty() ? page_url : ResolveUrl(page_url, form.action);
+  request.post = form.post;
+  request.body = EncodeForm(form, button);
+  if (request.url.empty()) {
+    throw std::runtime_error("the page's form goes to " + form.action +
+                             ", which is not a web address");
   }
-  if (page_address.starts_with("https:") && !visit.address.starts_with("https:")) {
-    throw VisitError("the page's form would go to " + visit.address + " in the clear");
+  if (page_url.starts_with("https:") && !request.url.starts_with("https:")) {
+    throw std::runtime_error("the page's form would go to " + request.url + " unencrypted");
   }
   if (!form.post) {
-    visit.address = visit.address.substr(0, visit.address.find_first_of("?#")) + "?" + visit.body;
-    visit.body.clear();
+    request.url = request.url.substr(0, request.url.find_first_of("?#")) + "?" + request.body;
+    request.body.clear();
   }
-  return visit;
+  return request;
 }
 
-std::string HttpClient::Encode(const FormData& data) {
-  std::string text;
+std::string HttpClient::EncodeForm(const Form& form, const Button& button) {
+  std::string encoded;
   const auto append = [&](const std::string& part) {
-    if (part.empty()) return;  // libcurl would measure it by its closing zero byte
+    if (part.empty()) return;  // libcurl takes the length 0 for "until the zero byte"
     char* escaped = curl_easy_escape(curl_.get(), part.data(), static_cast<int>(part.size()));
     if (!escaped) throw std::bad_alloc();
-    text += escaped;
+    encoded += escaped;
     curl_free(escaped);
   };
-  for (const auto& [name, value] : data) {
-    if (!text.empty()) text += '&';
+  const auto append_pair = [&](const std::string& name, const std::string& value) {
+    if (!encoded.empty()) encoded += '&';
     append(name);
-    text += '=';
+    encoded += '=';
     append(value);
-  }
-  return text;
+  };
+  for (const Field& field : form.fields) append_pair(field.name, field.value);
+  if (!button.name.empty()) append_pair(button.name, button.value);
+  return encoded;
 }
 
-std::string Resolve(const std::string& base, const std::string& reference) {
-  CURLU* url = curl_url();
+std::string ResolveUrl(const std::string& base, const std::string& reference) {
+  CURLU* parser = curl_url();
   char* text = nullptr;
-  const bool good = url && curl_url_set(url, CURLUPART_URL, base.c_str(), 0) == CURLUE_OK &&
-                    curl_url_set(url, CURLUPART_URL, reference.c_str(), 0) == CURLUE_OK &&
-                    curl_url_get(url, CURLUPART_URL, &text, 0) == CURLUE_OK;
-  std::string address = good ? text : "";
+  const bool good = parser && curl_url_set(parser, CURLUPART_URL, base.c_str(), 0) == CURLUE_OK &&
+                    curl_url_set(parser, CURLUPART_URL, reference.c_str(), 0) == CURLUE_OK &&
+                    curl_url_get(parser, CURLUPART_URL, &text, 0) == CURLUE_OK;
+  const std::string url = good ? text : "";
   curl_free(text);
-  curl_url_cleanup(url);
-  const bool web = strncasecmp(address.c_str(), "http://", 7) == 0 ||
-                   strncasecmp(address.c_str(), "https://", 8) == 0;
-  return web ? address : "";
+  curl_url_cleanup(parser);
+  return IsWebUrl(url) ? url : "";
 }
 
 }  // namespace agent

@@ -1,5 +1,5 @@
 /// \file
-/// One visit of one address.
+/// Requests of the browser, one URL at a time.
 
 #ifndef DEVICE_AGENT_HTTP_CLIENT_H_
 #define DEVICE_AGENT_HTTP_CLIENT_H_
@@ -7,40 +7,35 @@
 #include <curl/curl.h>
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include "page.h"
 
 namespace agent {
 
-struct Visit {
-  std::string address;
+struct Request {
+  std::string url;
   bool post = false;
-  std::string body;  ///< form-encoded, of a POST
+  std::string body;  ///< form-encoded; empty unless `post`
 };
 
-struct Answer {
+struct Response {
   long status = 0;
-  std::string location;  ///< of a redirect: absolute, http or https
+  std::string location;  ///< absolute http or https URL of a redirect, else empty
   std::string charset;
   std::string body;
 };
 
-/// The text is one sentence for people.
-struct VisitError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-/// A browser's connections and cookies. TLS is always verified, against TABULET_CA_FILE if that is
-/// set; connections go where TABULET_CONNECT_TO says.
+/// The browser's connections and cookies. TLS is always verified, against TABULET_CA_FILE if it is
+/// set; connections follow TABULET_CONNECT_TO. The functions throw std::runtime_error with one
+/// sentence for the user. Not thread-safe.
 class HttpClient {
  public:
   HttpClient();
-  /// Follows no redirect. Throws VisitError.
-  Answer Perform(const Visit& visit);
-  /// What pressing a button leads to. Throws VisitError.
-  Visit Submit(const std::string& page_address, const Form& form, const Button& button);
+  /// Does not follow redirects.
+  Response Send(const Request& request);
+  /// The request that submits a page's form with a button.
+  Request BuildSubmission(const std::string& page_url, const Form& form, const Button& button);
 
  private:
   struct Free {
@@ -48,14 +43,14 @@ class HttpClient {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
-  std::string Encode(const FormData& data);
+  std::string EncodeForm(const Form& form, const Button& button);
 
   std::unique_ptr<curl_slist, Free> connect_to_;
   std::unique_ptr<CURL, Free> curl_;
 };
 
-/// `reference` as `base` means it; empty where that is no http or https address.
-std::string Resolve(const std::string& base, const std::string& reference);
+/// Resolves a reference against a base URL; empty unless the result is an http or https URL.
+std::string ResolveUrl(const std::string& base, const std::string& reference);
 
 }  // namespace agent
 

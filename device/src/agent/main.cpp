@@ -1,87 +1,86 @@
 // A browser for payment pages that needs no display: shows a page's text and buttons on the
-// terminal, and prints each address that it goes to on standard output, before it loads it.
+// terminal, and prints each URL on standard output before it loads it.
 
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 
+#include "../version.h"
 #include "http_client.h"
-#include "user.h"
+#include "user_interface.h"
 
 namespace {
 
-// In every address that a payment returns to. Whoever runs us watches for it, and the page there
-// has nothing to show.
-constexpr char kReturnMark[] = "QUIRESaltmoor";
+// Part of every URL that a payment returns to. The caller watches for it, and the page itself is
+// not loaded.
+constexpr char kReturnMarker[] = "QUIRESaltmoor";
 constexpr int kMaxRedirects = 20;
 
-bool IsRedirect(long status) {
-  return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-}
-
-agent::Visit Follow(const agent::Visit& visit, const agent::Answer& answer) {
-  if (answer.status != 307 && answer.status != 308) return {answer.location, false, ""};
-  if (visit.post && visit.address.starts_with("https:") && !answer.location.starts_with("https:")) {
-    throw agent::VisitError(visit.address + " would send the form on in the clear");
+agent::Request FollowRedirect(const agent::Request& request, const agent::Response& response) {
+  if (response.status != 307 && response.status != 308) return {response.location, false, ""};
+  if (request.post && request.url.starts_with("https:") &&
+      !response.location.starts_with("https:")) {
+    throw std::runtime_error(request.url + " would send the form on unencrypted");
   }
-  return {answer.location, visit.post, visit.body};
+  return {response.location, request.post, request.body};
 }
 
-/// One page of text, or the error that the server gives.
-agent::Page Read(const agent::Visit& visit, const agent::Answer& answer) {
-  agent::Page page = agent::ParsePage(answer.body, answer.charset);
-  // A form that comes back with a mark at what is wrong in it is none of the server's errors.
-  const bool readable = answer.status < 500 && (answer.status < 400 || page.form);
+agent::Page ParseResponse(const agent::Request& request, const agent::Response& response) {
+  agent::Page page = agent::ParsePage(response.body, response.charset);
+  // A form that was filled in wrongly may come back with a status of the 400 range.
+  const bool readable = response.status < 500 && (response.status < 400 || page.form);
   if (!readable) {
-    throw agent::VisitError(visit.address + " answers " + std::to_string(answer.status) +
-                            (page.title.empty() ? "" : ": " + page.title));
+    throw std::runtime_error(request.url + " answers " + std::to_string(response.status) +
+                             (page.title.empty() ? "" : ": " + page.title));
   }
-  if (page.lines.empty() && !page.form) throw agent::VisitError(visit.address + " is no page");
+  if (page.lines.empty() && !page.form) throw std::runtime_error(request.url + " is not a page");
   return page;
 }
 
-/// \return when the payment has returned to whoever started it, or the user closes the browser.
-void Browse(const std::string& address) {
-  agent::User user;
+/// Returns when the payment has returned to the caller, or the user closes the browser.
+void Browse(const std::string& url) {
+  agent::UserInterface user_interface;
   agent::HttpClient client;
-  agent::Visit visit{address, false, ""};
+  agent::Request request{url, false, ""};
   for (int redirects = 0; redirects <= kMaxRedirects;) {
-    std::cout << visit.address << std::endl;
-    if (visit.address.find(kReturnMark) != std::string::npos) return;
-    const agent::Answer answer = client.Perform(visit);
-    if (IsRedirect(answer.status) && !answer.location.empty()) {
-      visit = Follow(visit, answer);
+    std::cout << request.url << std::endl;
+    if (request.url.find(kReturnMarker) != std::string::npos) return;
+    const agent::Response response = client.Send(request);
+    if (!response.location.empty()) {
+      request = FollowRedirect(request, response);
       ++redirects;
       continue;
     }
     redirects = 0;
-    agent::Page page = Read(visit, answer);
-    user.Show(page);
+    agent::Page page = ParseResponse(request, response);
+    user_interface.Show(page);
     if (!page.form) {
-      throw agent::VisitError(visit.address + " shows a page that leads nowhere" +
-                              (page.title.empty() ? "" : ": " + page.title));
+      throw std::runtime_error(request.url + " shows a page that leads nowhere" +
+                               (page.title.empty() ? "" : ": " + page.title));
     }
-    const std::optional<agent::Button> button = user.Answer(&*page.form);
+    const std::optional<agent::Button> button = user_interface.CompleteForm(&*page.form);
     if (!button) return;
-    visit = client.Submit(visit.address, *page.form, *button);
+    request = client.BuildSubmission(request.url, *page.form, *button);
   }
-  throw agent::VisitError(visit.address + " redirects again and again");
+  throw std::runtime_error(request.url + " redirects again and again");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The switches before the address choose a window's title and logo, which a terminal lacks.
-  const std::string address = argc < 2 ? "" : agent::Resolve(argv[argc - 1], "");
-  if (address.empty()) {
-    std::cerr << "browser: the last argument must be an http or https address\n"
-                 "usage: browser-agent [--paypal] [-wirecard] [-img FILE] ADDRESS\n";
+  if (PrintVersion(argc, argv, "browser-agent")) return 0;
+  // The options before the URL choose a window's title and logo, which a terminal lacks.
+  const std::string url = argc < 2 ? "" : agent::ResolveUrl(argv[argc - 1], argv[argc - 1]);
+  if (url.empty()) {
+    std::cerr << "browser: the last argument must be an http or https URL\n"
+                 "usage: browser-agent [--paypal] [-wirecard] [-img FILE] URL | --version\n";
     return 2;
   }
   curl_global_init(CURL_GLOBAL_DEFAULT);
   try {
-    Browse(argv[argc - 1]);
+    Browse(url);
     return 0;
   } catch (const std::exception& error) {
     std::cerr << "browser: " << error.what() << std::endl;

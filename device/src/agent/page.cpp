@@ -2,12 +2,12 @@
 
 #include <libxml/HTMLparser.h>
 
-#include <algorithm>
-#include <array>
 #include <map>
 #include <memory>
+#include <set>
 #include <string_view>
 
+#include "../string_util.h"
 #include "../xml_text.h"
 
 namespace agent {
@@ -19,24 +19,19 @@ struct Free {
   void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 };
 
-std::string_view NameOf(const xmlNode* node) {
+std::string_view ElementName(const xmlNode* node) {
   if (node->type != XML_ELEMENT_NODE || !node->name) return {};
   return reinterpret_cast<const char*>(node->name);
-}
-
-template <std::size_t size>
-bool IsOneOf(std::string_view name, const std::array<std::string_view, size>& names) {
-  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 bool HasAttribute(const xmlNode* element, const char* name) {
   return xmlHasProp(element, reinterpret_cast<const xmlChar*>(name)) != nullptr;
 }
 
-class PageReader {
+class PageParser {
  public:
-  Page Read(const xmlNode* root) {
-    if (root) Walk(root);
+  Page Parse(const xmlNode* root) {
+    if (root) Visit(root);
     EndLine();
     for (Form& form : forms_) {
       if (form.buttons.empty()) continue;
@@ -47,75 +42,73 @@ class PageReader {
   }
 
  private:
-  void Walk(const xmlNode* node) {
+  void Visit(const xmlNode* node) {
     if (node->type == XML_TEXT_NODE) line_ += ToString(node->content);
-    const std::string_view name = NameOf(node);
+    const std::string_view name = ElementName(node);
     if (name.empty()) return;
-    constexpr std::array<std::string_view, 4> kUnseen = {"script", "style", "template", "noscript"};
-    if (IsOneOf(name, kUnseen)) return;
+    static const std::set<std::string_view> kInvisible{"noscript", "script", "style", "template"};
+    if (kInvisible.contains(name)) return;
     if (name == "title") {
-      page_.title = TextOf(node);
+      page_.title = GetText(node);
     } else if (name == "label") {
-      labels_[Attribute(node, "for")] = TextOf(node);
+      labels_[GetAttribute(node, "for")] = GetText(node);
     } else if (name == "form") {
-      forms_.push_back(ReadHead(node));
-      WalkChildren(node);
+      forms_.push_back(BeginForm(node));
+      VisitChildren(node);
       in_form_ = false;
-    } else if (!ReadControl(node, name)) {
-      WalkBlock(node, name);
+    } else if (!ParseControl(node, name)) {
+      VisitElement(node, name);
     }
   }
 
-  void WalkChildren(const xmlNode* node) {
-    for (const xmlNode* child = node->children; child; child = child->next) Walk(child);
+  void VisitChildren(const xmlNode* node) {
+    for (const xmlNode* child = node->children; child; child = child->next) Visit(child);
   }
 
-  void WalkBlock(const xmlNode* node, std::string_view name) {
-    constexpr std::array<std::string_view, 8> kInline = {"a",     "b",  "em", "i",
-                                                         "small", "td", "th", "span"};
-    const bool block = name != "strong" && !IsOneOf(name, kInline);
+  void VisitElement(const xmlNode* node, std::string_view name) {
+    static const std::set<std::string_view> kInline{"a",    "b",      "em", "i", "small",
+                                                    "span", "strong", "td", "th"};
+    const bool block = !kInline.contains(name);
     if (block) EndLine();
-    WalkChildren(node);
+    VisitChildren(node);
     line_ += ' ';
     if (block) EndLine();
   }
 
   void EndLine() {
-    const std::string line = Tidy(line_);
+    const std::string line = NormalizeSpace(line_);
     if (!line.empty() && page_.lines.size() < kMaxLines) page_.lines.push_back(line);
     line_.clear();
   }
 
-  Form ReadHead(const xmlNode* node) {
+  Form BeginForm(const xmlNode* node) {
     EndLine();
     in_form_ = true;
-    std::string method = Attribute(node, "method");
-    std::transform(method.begin(), method.end(), method.begin(),
-                   [](char c) { return static_cast<char>(c | 0x20); });
-    return {Attribute(node, "action"), method == "post", {}, {}};
+    const bool post = ToLower(GetAttribute(node, "method")) == "post";
+    return {GetAttribute(node, "action"), post, {}, {}};
   }
 
-  /// \return whether the element is a control; those outside of forms are left out.
-  bool ReadControl(const xmlNode* node, std::string_view name) {
-    const std::string type = Attribute(node, "type");
+  /// \return whether the element is a control. Controls outside of forms are ignored.
+  bool ParseControl(const xmlNode* node, std::string_view name) {
+    const std::string type = GetAttribute(node, "type");
     if (name == "button") {
-      if (type.empty() || type == "submit") AddButton(node, TextOf(node));
+      if (type.empty() || type == "submit") AddButton(node, GetText(node));
     } else if (name == "input") {
-      ReadInput(node, type);
+      ParseInput(node, type);
     } else if (name == "textarea") {
-      AddField(node, TextOf(node), false);
+      AddField(node, GetText(node), false);
     } else if (name == "select") {
-      AddField(node, SelectedOf(node), true);
+      AddField(node, SelectedValue(node), true);
     } else {
       return false;
     }
     return true;
   }
 
-  void ReadInput(const xmlNode* node, const std::string& type) {
-    const std::string value = Attribute(node, "value");
+  void ParseInput(const xmlNode* node, const std::string& type) {
+    const std::string value = GetAttribute(node, "value");
     if (type == "submit" || type == "image") {
-      AddButton(node, Tidy(value.empty() ? "Send" : value));
+      AddButton(node, NormalizeSpace(value.empty() ? "Send" : value));
     } else if (type == "checkbox" || type == "radio") {
       if (HasAttribute(node, "checked")) AddField(node, value.empty() ? "on" : value, true);
     } else if (type != "button" && type != "reset" && type != "file") {
@@ -125,29 +118,31 @@ class PageReader {
 
   void AddButton(const xmlNode* node, const std::string& label) {
     if (!in_form_ || HasAttribute(node, "disabled")) return;
-    forms_.back().buttons.push_back({Attribute(node, "name"), Attribute(node, "value"), label});
+    forms_.back().buttons.push_back(
+        {GetAttribute(node, "name"), GetAttribute(node, "value"), label});
   }
 
   void AddField(const xmlNode* node, const std::string& value, bool hidden) {
-    const std::string name = Attribute(node, "name");
+    const std::string name = GetAttribute(node, "name");
     if (!in_form_ || name.empty() || HasAttribute(node, "disabled")) return;
-    Field field{name, value, "", Attribute(node, "autocomplete"), hidden};
+    Field field{name, value, "", GetAttribute(node, "autocomplete"), hidden};
     if (!hidden) {
-      const auto label = labels_.find(Attribute(node, "id"));
-      const std::string placeholder = Tidy(Attribute(node, "placeholder"));
-      field.label = label != labels_.end() && !label->second.empty() ? label->second : Tidy(name);
+      const auto label = labels_.find(GetAttribute(node, "id"));
+      const std::string placeholder = NormalizeSpace(GetAttribute(node, "placeholder"));
+      field.label =
+          label != labels_.end() && !label->second.empty() ? label->second : NormalizeSpace(name);
       if (!placeholder.empty()) field.label += " (" + placeholder + ")";
     }
     forms_.back().fields.push_back(std::move(field));
   }
 
-  static std::string SelectedOf(const xmlNode* select) {
+  static std::string SelectedValue(const xmlNode* select) {
     std::optional<std::string> value;
     for (const xmlNode* option = select->children; option; option = option->next) {
-      if (NameOf(option) != "option") continue;
+      if (ElementName(option) != "option") continue;
       const bool selected = HasAttribute(option, "selected");
       if (value && !selected) continue;
-      value = HasAttribute(option, "value") ? Attribute(option, "value") : TextOf(option);
+      value = HasAttribute(option, "value") ? GetAttribute(option, "value") : GetText(option);
       if (selected) break;
     }
     return value.value_or("");
@@ -155,7 +150,7 @@ class PageReader {
 
   Page page_;
   std::string line_;
-  std::map<std::string, std::string> labels_;  // by the id of their control
+  std::map<std::string, std::string> labels_;  // by the id of the control
   std::vector<Form> forms_;
   bool in_form_ = false;
 };
@@ -163,20 +158,13 @@ class PageReader {
 }  // namespace
 
 Page ParsePage(const std::string& html, const std::string& charset) {
-  const bool named = !charset.empty() || html.find("charset") != std::string::npos;
-  const char* encoding = !charset.empty() ? charset.c_str() : named ? nullptr : "UTF-8";
+  const bool declared = !charset.empty() || html.find("charset") != std::string::npos;
+  const char* encoding = !charset.empty() ? charset.c_str() : declared ? nullptr : "UTF-8";
   const int options =
       HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET;
   const std::unique_ptr<xmlDoc, Free> document(
       htmlReadMemory(html.data(), static_cast<int>(html.size()), nullptr, encoding, options));
-  return PageReader().Read(document ? xmlDocGetRootElement(document.get()) : nullptr);
-}
-
-FormData Fill(const Form& form, const Button& button) {
-  FormData data;
-  for (const Field& field : form.fields) data.emplace_back(field.name, field.value);
-  if (!button.name.empty()) data.emplace_back(button.name, button.value);
-  return data;
+  return PageParser().Parse(document ? xmlDocGetRootElement(document.get()) : nullptr);
 }
 
 }  // namespace agent

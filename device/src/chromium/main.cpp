@@ -1,5 +1,5 @@
-// A browser for payment pages: Chromium in a window of its own, with a fresh profile. Prints each
-// address that it goes to on standard output, before it loads it.
+// A browser for payment pages: Chromium in a window of its own with a new profile. Prints each URL
+// on standard output before it loads it.
 
 #include <poll.h>
 #include <sched.h>
@@ -13,12 +13,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
-#include <optional>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
-#include "devtools.h"
+#include "../string_util.h"
+#include "../version.h"
+#include "devtools_pipe.h"
 #include "payment_window.h"
 #include "profile.h"
 
@@ -26,85 +29,64 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kUsage[] = "usage: browser-chromium [--paypal] [-wirecard] [-img FILE] ADDRESS\n";
-constexpr int kTick_ms = 50;
-constexpr int kTimeToEnd_ms = 1500;  // whoever ends us insists after two seconds
+constexpr char kUsage[] =
+    "usage: browser-chromium [--paypal] [-wirecard] [-img FILE] URL | --version\n";
+constexpr int kExitTimeout_ms = 1500;  // the caller sends SIGKILL after two seconds
 
 struct Options {
-  std::string address;
+  std::string url;
   std::string title = "Payment";
   std::string logo;
 };
 
-std::string Setting(const char* name) {
+std::string GetEnvironment(const char* name) {
   const char* value = std::getenv(name);
   return value ? value : "";
 }
 
-bool IsWebAddress(std::string_view text) {
-  return text.starts_with("http://") || text.starts_with("https://");
-}
-
-bool ReadOptions(int argc, char** argv, Options* options) {
+bool ParseOptions(int argc, char** argv, Options* options) {
   for (int i = 1; i + 1 < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument == "--paypal") options->title = "Pay with your wallet";
     if (argument == "-wirecard") options->title = "Pay by card";
     if (argument == "-img" && i + 2 < argc) options->logo = argv[++i];
   }
-  options->address = argc < 2 ? "" : argv[argc - 1];
-  return IsWebAddress(options->address);
+  options->url = argc < 2 ? "" : argv[argc - 1];
+  return IsWebUrl(options->url);
 }
 
-std::string Base64(const std::string& bytes) {
-  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    unsigned group = 0;
-    for (std::size_t j = i; j < i + 3; ++j) {
-      group = group << 8 | (j < bytes.size() ? static_cast<unsigned char>(bytes[j]) : 0U);
-    }
-    for (std::size_t j = 0; j < 4; ++j) {
-      text += i + j > bytes.size() ? '=' : kDigits[group >> (18 - 6 * j) & 63];
-    }
-  }
-  return text;
-}
-
-/// What the window shows until the payment page is there.
-void WriteStartPage(const fs::path& file, const Options& options) {
-  std::ifstream logo(options.logo, std::ios::binary);
-  const std::string image{std::istreambuf_iterator<char>(logo), {}};
-  const std::string source = "data:image/bmp;base64," + Base64(image);
+/// Writes the page that the window shows until the payment page has loaded.
+/// \return its path.
+fs::path WriteStartPage(const fs::path& directory, const Options& options) {
+  std::error_code error;
+  const bool has_logo = fs::copy_file(options.logo, directory / "logo.bmp", error);
+  fs::path file = directory / "start.html";
   std::ofstream page(file);
   page << "<!DOCTYPE html><meta charset=utf-8><title>" << options.title << "</title>";
-  if (!image.empty()) page << "<link rel=icon href='" << source << "'>";
+  if (has_logo) page << "<link rel=icon href=logo.bmp>";
   page << "<body style='font: 1.2em sans-serif; text-align: center; margin-top: 20vh'>";
-  if (!image.empty()) page << "<p><img src='" << source << "' alt=''>";
+  if (has_logo) page << "<p><img src=logo.bmp alt=''>";
   page << "<p>" << options.title << "\n";
-  if (!page.flush()) throw chromium::BrowserError("cannot write " + file.string());
+  if (!page.flush()) throw std::runtime_error("cannot write " + file.string());
+  return file;
 }
 
-/// TABULET_CONNECT_TO as Chromium has it: hosts with their ports.
-std::string HostRules() {
+/// TABULET_CONNECT_TO in the syntax of Chromium's --host-resolver-rules.
+std::string BuildHostRules() {
   std::string rules;
-  std::string entries = Setting("TABULET_CONNECT_TO");
-  for (std::size_t begin = 0; begin < entries.size();) {
-    const std::size_t end = std::min(entries.find(',', begin), entries.size());
-    const std::string entry = entries.substr(begin, end - begin);
-    begin = end + 1;
-    const std::size_t host_end = entry.find(':');
-    const std::size_t port_end = entry.find(':', host_end + 1);
-    if (host_end == std::string::npos || port_end == std::string::npos) continue;
+  std::istringstream entries(GetEnvironment("TABULET_CONNECT_TO"));
+  for (std::string entry; std::getline(entries, entry, ',');) {
+    const std::size_t port_end = entry.find(':', entry.find(':') + 1);
+    if (port_end == std::string::npos) continue;
     if (!rules.empty()) rules += ", ";
     rules += "MAP " + entry.substr(0, port_end) + " " + entry.substr(port_end + 1);
   }
   return rules;
 }
 
-/// Chromium shuts its pages in with user namespaces. It refuses to for root, and cannot under
-/// proot or where namespaces are forbidden.
-bool CanShutPagesIn() {
+/// Whether Chromium's sandbox works here. It takes user namespaces, and it works neither for root
+/// nor under proot, which traces its processes.
+bool CanSandbox() {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
     if (line.starts_with("TracerPid:") && !line.ends_with("\t0")) return false;
@@ -115,11 +97,12 @@ bool CanShutPagesIn() {
   return pid > 0 && waitpid(pid, &code, 0) == pid && code == 0;
 }
 
-std::vector<std::string> Command(const chromium::Profile& profile, const fs::path& start_page) {
+std::vector<std::string> BuildCommand(const chromium::Profile& profile,
+                                      const fs::path& start_page) {
   std::vector<std::string> command = {
       "chromium",
       "--remote-debugging-pipe",
-      "--user-data-dir=" + profile.folder().string(),
+      "--user-data-dir=" + profile.directory().string(),
       "--app=file://" + start_page.string(),
       "--window-size=480,800",
       "--no-first-run",
@@ -133,68 +116,50 @@ std::vector<std::string> Command(const chromium::Profile& profile, const fs::pat
       "--disable-extensions",
       "--disable-dev-shm-usage",
       "--password-store=basic",
-      // Asking for what the user typed, or loading a page that nobody opened, would be a visit.
+      // No request may be sent that the user did not cause.
       "--disable-features=HttpsUpgrades,HttpsFirstBalancedModeAutoEnable,Translate,Prerender2",
   };
-  if (const std::string rules = HostRules(); !rules.empty()) {
+  if (const std::string rules = BuildHostRules(); !rules.empty()) {
     command.push_back("--host-resolver-rules=" + rules);
   }
-  if (!CanShutPagesIn()) command.push_back("--no-sandbox");
-  if (Setting("QUIRE_BROWSER_HEADLESS") == "1") command.push_back("--headless=new");
-  if (!Setting("QUIRE_BROWSER_DEVTOOLS_FILE").empty()) {
-    command.push_back("--remote-debugging-port=0");
+  if (!CanSandbox()) command.push_back("--no-sandbox");
+  if (GetEnvironment("QUIRE_BROWSER_HEADLESS") == "1") {
+    command.insert(command.end(), {"--headless=new", "--remote-debugging-port=0"});
   }
   return command;
 }
 
-/// For tests: writes the address of the DevTools' websocket once it is known.
-/// \return whether it is written.
-bool TellDevtoolsAddress(const fs::path& profile, const fs::path& file) {
-  std::ifstream source(profile / "DevToolsActivePort");
-  std::string port;
-  std::string path;
-  if (!std::getline(source, port) || !std::getline(source, path)) return false;
-  const fs::path part = file.string() + ".part";
-  std::ofstream(part) << "ws://127.0.0.1:" << port << path << "\n";
-  fs::rename(part, file);
-  return true;
-}
-
-/// \return the program's exit code: 0 when the user closed the window or we were asked to end.
+/// \return the exit code: 0 when the user closed the window or a signal ended the browser.
 int Browse(const Options& options, int signals) {
   chromium::Profile profile;
-  if (const std::string ca_file = Setting("TABULET_CA_FILE"); !ca_file.empty()) {
+  if (const std::string ca_file = GetEnvironment("TABULET_CA_FILE"); !ca_file.empty()) {
     profile.Trust(ca_file);
   }
-  const fs::path start_page = profile.folder() / "start.html";
-  WriteStartPage(start_page, options);
-  chromium::Devtools devtools(Command(profile, start_page), profile.folder());
-  chromium::PaymentWindow window(
-      &devtools, options.address, options.title,
-      [](const std::string& address) { std::cout << address << std::endl; });
-  const fs::path devtools_file = Setting("QUIRE_BROWSER_DEVTOOLS_FILE");
-  bool told = devtools_file.empty();
-  bool asked_to_end = false;
-  while (!asked_to_end && !window.closed() && !window.crashed()) {
+  const fs::path start_page = WriteStartPage(profile.directory(), options);
+  setenv("HOME", profile.directory().c_str(), 1);  // Chromium finds its trusted authorities there
+  chromium::DevtoolsPipe devtools(BuildCommand(profile, start_page));
+  chromium::PaymentWindow window(&devtools, options.url, options.title,
+                                 [](const std::string& url) { std::cout << url << std::endl; });
+  bool signalled = false;
+  while (!signalled && !window.closed() && !window.crashed()) {
     pollfd polled[] = {{devtools.messages_fd(), POLLIN, 0}, {signals, POLLIN, 0}};
-    poll(polled, 2, told ? -1 : kTick_ms);
-    if (!told) told = TellDevtoolsAddress(profile.folder(), devtools_file);
-    asked_to_end = polled[1].revents != 0;
+    poll(polled, 2, -1);
+    signalled = polled[1].revents != 0;
     if (polled[0].revents == 0) continue;
     const auto messages = devtools.ReadMessages();
     if (!messages) break;
     for (const auto& message : *messages) window.Handle(message);
   }
   devtools.Send("Browser.close");
-  const int status = devtools.WaitForEnd(kTimeToEnd_ms);
-  if (asked_to_end || window.closed()) return 0;
+  const int status = devtools.WaitForExit(kExitTimeout_ms);
+  if (signalled || window.closed()) return 0;
   if (WIFEXITED(status) && WEXITSTATUS(status) == 127) {
-    throw chromium::BrowserError(
+    throw std::runtime_error(
         "chromium is not installed; apt-get install chromium, or use the launcher's --browser "
         "agent");
   }
   if (window.crashed() || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    throw chromium::BrowserError("chromium crashed");
+    throw std::runtime_error("chromium crashed");
   }
   return 0;
 }
@@ -202,17 +167,18 @@ int Browse(const Options& options, int signals) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (PrintVersion(argc, argv, "browser-chromium")) return 0;
   Options options;
-  if (!ReadOptions(argc, argv, &options)) {
-    std::cerr << "browser: the last argument must be an http or https address\n" << kUsage;
+  if (!ParseOptions(argc, argv, &options)) {
+    std::cerr << "browser: the last argument must be an http or https URL\n" << kUsage;
     return 2;
   }
   signal(SIGPIPE, SIG_IGN);
-  sigset_t ending;
-  sigemptyset(&ending);
-  for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&ending, number);
-  sigprocmask(SIG_BLOCK, &ending, nullptr);
-  const int signals = signalfd(-1, &ending, SFD_CLOEXEC);
+  sigset_t handled;
+  sigemptyset(&handled);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&handled, signal);
+  sigprocmask(SIG_BLOCK, &handled, nullptr);
+  const int signals = signalfd(-1, &handled, SFD_CLOEXEC);
   try {
     return Browse(options, signals);
   } catch (const std::exception& error) {

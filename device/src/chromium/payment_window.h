@@ -1,5 +1,5 @@
 /// \file
-/// A browser window on a payment page, whose addresses are told before they are loaded.
+/// A browser window for a payment page, which reports each URL before it is loaded.
 
 #ifndef DEVICE_CHROMIUM_PAYMENT_WINDOW_H_
 #define DEVICE_CHROMIUM_PAYMENT_WINDOW_H_
@@ -9,36 +9,36 @@
 #include <set>
 #include <string>
 
-#include "devtools.h"
+#include "devtools_pipe.h"
 
 namespace chromium {
 
 class PaymentWindow {
  public:
-  /// \param title  goes before the titles of the pages.
-  /// \param going_to  called with each address that a page of the browser goes to, redirects
-  ///     included, before anything is sent there.
-  PaymentWindow(Devtools* devtools, std::string address, std::string title,
-                std::function<void(const std::string&)> going_to);
+  /// \param title  the prefix of the pages' titles.
+  /// \param on_url  called with each URL that a page of the browser goes to, redirects included,
+  ///     before a request is sent there.
+  PaymentWindow(DevtoolsPipe* devtools, std::string url, std::string title,
+                std::function<void(const std::string&)> on_url);
 
-  /// Takes what the browser tells.
+  /// Handles an event or a response of the browser.
   void Handle(const nlohmann::json& message);
 
-  /// The user has closed the last page.
-  bool closed() const { return opened_ && pages_.empty(); }
+  /// Whether the user has closed the last page.
+  bool closed() const { return opened_ && page_sessions_.empty(); }
   bool crashed() const { return crashed_; }
 
  private:
-  void Attached(const nlohmann::json& params);
-  void RequestPaused(const nlohmann::json& params, const std::string& session);
+  void OnAttached(const nlohmann::json& params);
+  void OnRequestPaused(const nlohmann::json& params, const std::string& session);
 
-  Devtools* devtools_;
-  std::string address_;
+  DevtoolsPipe* devtools_;
+  std::string url_;
   std::string title_;
-  std::function<void(const std::string&)> going_to_;
-  std::set<std::string> pages_;   // their sessions
-  std::set<std::string> frames_;  // their main frames
-  int prepared_by_ = 0;  // the command after whose answer the first page may go to the address
+  std::function<void(const std::string&)> on_url_;
+  std::set<std::string> page_sessions_;
+  std::set<std::string> main_frames_;
+  int setup_id_ = 0;  // the last command that prepares the first page
   bool opened_ = false;
   bool crashed_ = false;
 };

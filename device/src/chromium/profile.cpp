@@ -7,14 +7,19 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
+#include <string>
 #include <system_error>
+#include <vector>
+
+#include "process.h"
 
 namespace fs = std::filesystem;
 
 namespace chromium {
 namespace {
 
-/// The certificates of a PEM file, since certutil takes only the first of several.
+/// Splits a PEM file into its certificates, since certutil reads only the first one.
 std::vector<std::string> SplitPem(const std::string& text) {
   const std::string begin = "-----BEGIN CERTIFICATE-----";
   const std::string end = "-----END CERTIFICATE-----";
@@ -28,21 +33,32 @@ std::vector<std::string> SplitPem(const std::string& text) {
   return certificates;
 }
 
+/// Runs a program without standard output and waits for it.
+/// \return the exit code, 127 if it is not installed.
+int Run(const std::vector<std::string>& command) {
+  const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
+  const pid_t pid = Start(command, {null_device, null_device, STDERR_FILENO});
+  close(null_device);
+  int status = 0;
+  return waitpid(pid, &status, 0) == pid && WIFEXITED(status) ? WEXITSTATUS(status) : 126;
+}
+
 }  // namespace
 
 Profile::Profile() {
-  std::string folder = (fs::temp_directory_path() / "quire-chromium.XXXXXX").string();
-  if (!mkdtemp(folder.data())) {
-    throw BrowserError("cannot make a profile at " + folder + "; free some space there");
+  std::string directory = (fs::temp_directory_path() / "quire-chromium.XXXXXX").string();
+  if (!mkdtemp(directory.data())) {
+    throw std::runtime_error("cannot create a profile directory " + directory +
+                             "; free some disk space");
   }
-  folder_ = folder;
+  directory_ = directory;
 }
 
 Profile::~Profile() {
-  // Processes of the browser that end a little later may still write into it.
+  // Child processes of the browser may still write to it for a moment.
   std::error_code error;
-  for (int tries = 0; tries < 20; ++tries) {
-    fs::remove_all(folder_, error);
+  for (int attempts = 0; attempts < 20; ++attempts) {
+    fs::remove_all(directory_, error);
     if (!error) return;
     usleep(50'000);
   }
@@ -53,45 +69,23 @@ void Profile::Trust(const fs::path& ca_file) {
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   const std::vector<std::string> certificates = SplitPem(text);
   if (certificates.empty()) {
-    throw BrowserError("TABULET_CA_FILE names " + ca_file.string() + ", which has no certificate");
+    throw std::runtime_error("TABULET_CA_FILE is " + ca_file.string() +
+                             ", which holds no certificate");
   }
-  const fs::path database = folder_ / ".pki/nssdb";
+  const fs::path database = directory_ / ".pki/nssdb";
   fs::create_directories(database);
   const std::string name = "sql:" + database.string();
   int code = Run({"certutil", "-N", "-d", name, "--empty-password"});
   for (std::size_t i = 0; i < certificates.size() && code == 0; ++i) {
-    const fs::path part = folder_ / "certificate.pem";
+    const fs::path part = directory_ / "certificate.pem";
     std::ofstream(part) << certificates[i];
     code = Run({"certutil", "-A", "-d", name, "-a", "-t", "C,,", "-n",
                 "authority " + std::to_string(i), "-i", part.string()});
   }
-  if (code == 127) throw BrowserError("certutil is not installed; apt-get install libnss3-tools");
-  if (code != 0) throw BrowserError("certutil takes no certificate from " + ca_file.string());
-}
-
-void Exec(const std::vector<std::string>& command) {
-  std::vector<char*> arguments;
-  arguments.reserve(command.size() + 1);
-  for (const std::string& argument : command) {
-    arguments.push_back(const_cast<char*>(argument.c_str()));
-  }
-  arguments.push_back(nullptr);
-  execvp(arguments[0], arguments.data());
-}
-
-int Run(const std::vector<std::string>& command) {
-  const pid_t pid = fork();
-  if (pid < 0) return 126;
-  if (pid == 0) {
-    // Our standard output is for addresses only.
-    dup2(open("/dev/null", O_RDWR), STDOUT_FILENO);
-    Exec(command);
-    _exit(127);
-  }
-  int status = 0;
-  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 126;
+  if (code == 127)
+    throw std::runtime_error("certutil is not installed; apt-get install libnss3-tools");
+  if (code != 0)
+    throw std::runtime_error("certutil rejects the certificates in " + ca_file.string());
 }
 
 }  // namespace chromium

@@ -1,22 +1,15 @@
 /// \file
-/// A browser profile that lives as long as one payment.
+/// A browser profile for one payment.
 
 #ifndef DEVICE_CHROMIUM_PROFILE_H_
 #define DEVICE_CHROMIUM_PROFILE_H_
 
 #include <filesystem>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace chromium {
 
-/// The browser cannot run. The text is one sentence for people.
-struct BrowserError : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-/// A fresh folder, removed in the end. Throws BrowserError.
+/// A new directory, removed by the destructor. The functions throw std::runtime_error with one
+/// sentence for the user.
 class Profile {
  public:
   Profile();
@@ -24,21 +17,15 @@ class Profile {
   Profile(const Profile&) = delete;
   Profile& operator=(const Profile&) = delete;
 
-  const std::filesystem::path& folder() const { return folder_; }
+  const std::filesystem::path& directory() const { return directory_; }
 
-  /// Has a Chromium whose HOME is the folder trust these authorities too.
+  /// Makes a Chromium whose HOME is the directory trust further authorities.
   /// \param ca_file  certificates in PEM.
   void Trust(const std::filesystem::path& ca_file);
 
  private:
-  std::filesystem::path folder_;
+  std::filesystem::path directory_;
 };
-
-/// Runs a program and waits. \return its exit code, 127 when there is none.
-int Run(const std::vector<std::string>& command);
-
-/// Replaces this process with a program. Returns when that is not possible.
-void Exec(const std::vector<std::string>& command);
 
 }  // namespace chromium
 

@@ -13,11 +13,10 @@
 namespace scanner {
 namespace {
 
-// The container names one file, and a package document lists a book's files: even the largest
-// books stay far below these.
+// Far above what large books need: the container names one file, the package lists all files.
 constexpr std::size_t kMaxContainer_bytes = 64 << 10;
 constexpr std::size_t kMaxPackage_bytes = 4 << 20;
-constexpr std::size_t kMaxText_bytes = 1000;
+constexpr std::size_t kMaxField_bytes = 1000;
 
 struct Free {
   void operator()(zip_t* zip) const { zip_discard(zip); }
@@ -27,11 +26,11 @@ struct Free {
 template <typename T>
 using Owned = std::unique_ptr<T, Free>;
 
-/// Null when there is no such entry, when it is larger than that, or no XML.
+/// \return null when the entry is missing, larger than `max_bytes`, or not XML.
 Owned<xmlDoc> ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes) {
   const Owned<zip_file_t> file(zip_fopen(zip, name.c_str(), 0));
   if (!file) return nullptr;
-  // What an entry announces as its size may be a lie, so the buffer grows with what is there.
+  // The declared size is untrusted, so the buffer grows with the bytes that are read.
   constexpr std::size_t kStep_bytes = 64 << 10;
   std::string text;
   for (zip_int64_t count = 1; count > 0;) {
@@ -47,22 +46,22 @@ Owned<xmlDoc> ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes
                     XML_PARSE_NONET | XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
 }
 
-bool Is(const xmlNode* node, std::string_view name) {
+bool IsElement(const xmlNode* node, std::string_view name) {
   return node->type == XML_ELEMENT_NODE && reinterpret_cast<const char*>(node->name) == name;
 }
 
-/// The first child element of that name, whatever its namespace.
-const xmlNode* Child(const xmlNode* parent, std::string_view name) {
+/// The first child element of that name in any namespace; null if there is none.
+const xmlNode* FindChild(const xmlNode* parent, std::string_view name) {
   for (const xmlNode* node = parent ? parent->children : nullptr; node; node = node->next) {
-    if (Is(node, name)) return node;
+    if (IsElement(node, name)) return node;
   }
   return nullptr;
 }
 
-/// Cut between two characters where it is too long.
-std::string Shorten(std::string text) {
-  if (text.size() > kMaxText_bytes) {
-    std::size_t end = kMaxText_bytes;
+/// Truncates at a character boundary.
+std::string Truncate(std::string text) {
+  if (text.size() > kMaxField_bytes) {
+    std::size_t end = kMaxField_bytes;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
     text.resize(end);
   }
@@ -71,16 +70,17 @@ std::string Shorten(std::string text) {
 
 Metadata ReadPackage(const xmlDoc* package) {
   Metadata metadata;
-  const xmlNode* section = Child(xmlDocGetRootElement(package), "metadata");
-  // The first version of the format had one more level.
-  if (const xmlNode* inner = section ? Child(section, "dc-metadata") : nullptr) section = inner;
+  const xmlNode* section = FindChild(xmlDocGetRootElement(package), "metadata");
+  // The first version of the format has one more level.
+  if (const xmlNode* inner = section ? FindChild(section, "dc-metadata") : nullptr) section = inner;
   for (const xmlNode* node = section ? section->children : nullptr; node; node = node->next) {
-    if (Is(node, "title") && metadata.title.empty()) metadata.title = Shorten(TextOf(node));
-    if (!Is(node, "creator")) continue;
-    const std::string role = Attribute(node, "role");
-    const std::string name = TextOf(node);
+    if (IsElement(node, "title") && metadata.title.empty())
+      metadata.title = Truncate(GetText(node));
+    if (!IsElement(node, "creator")) continue;
+    const std::string role = GetAttribute(node, "role");
+    const std::string name = GetText(node);
     if (name.empty() || (!role.empty() && role != "aut")) continue;
-    metadata.author = Shorten(metadata.author.empty() ? name : metadata.author + ", " + name);
+    metadata.author = Truncate(metadata.author.empty() ? name : metadata.author + ", " + name);
   }
   return metadata;
 }
@@ -93,10 +93,10 @@ Metadata ReadEpubMetadata(const std::filesystem::path& file) {
   const Owned<xmlDoc> container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainer_bytes);
   if (!container) return {};
   const xmlNode* root_file =
-      Child(Child(xmlDocGetRootElement(container.get()), "rootfiles"), "rootfile");
+      FindChild(FindChild(xmlDocGetRootElement(container.get()), "rootfiles"), "rootfile");
   if (!root_file) return {};
   const Owned<xmlDoc> package =
-      ReadXml(zip.get(), Attribute(root_file, "full-path"), kMaxPackage_bytes);
+      ReadXml(zip.get(), GetAttribute(root_file, "full-path"), kMaxPackage_bytes);
   return package ? ReadPackage(package.get()) : Metadata();
 }
 

@@ -1,5 +1,5 @@
 /// \file
-/// What an EPUB says about itself.
+/// Title and author of an EPUB file.
 
 #ifndef DEVICE_SCANNER_EPUB_METADATA_H_
 #define DEVICE_SCANNER_EPUB_METADATA_H_
@@ -9,14 +9,15 @@
 
 namespace scanner {
 
-/// Valid UTF-8 without control characters, on one line; empty where the book does not say.
+/// Strings are valid UTF-8 on one line, without control characters, and at most 1000 bytes long.
+/// A missing value is empty.
 struct Metadata {
   std::string title;
-  std::string author;  ///< several are joined with ", "
+  std::string author;  ///< several authors are joined with ", "
 };
 
-/// Reads at most a few MiB, whatever the file announces. A file that is no EPUB, or a damaged one,
-/// gives what could be read of it. Throws std::bad_alloc only.
+/// Reads at most a few MiB, whatever sizes the file declares. A file that is damaged or not an
+/// EPUB yields what could be read. Throws std::bad_alloc only.
 Metadata ReadEpubMetadata(const std::filesystem::path& file);
 
 }  // namespace scanner

@@ -5,7 +5,7 @@
 namespace scanner {
 namespace {
 
-constexpr int kBusyTimeout_ms = 5000;  // for readers in other programs
+constexpr int kBusyTimeout_ms = 5000;  // while other programs read
 
 std::string Column(sqlite3_stmt* row, int column) {
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
@@ -26,20 +26,21 @@ Library::Library(const std::filesystem::path& file) : file_(file) {
       " size INTEGER NOT NULL, modified INTEGER NOT NULL, title TEXT, author TEXT)");
   const Statement check = Prepare("PRAGMA quick_check(1)");
   if (!Step(check) || Column(check.get(), 0) != "ok") {
-    throw LibraryDamaged(file_.string() + ": its pages do not fit together");
+    throw LibraryDamagedError(file_.string() + ": the integrity check failed");
   }
-  Prepare("SELECT path, format, size, modified, title, author FROM books");  // is it our table?
+  // Fails if the table is that of another program.
+  Prepare("SELECT path, format, size, modified, title, author FROM books");
 }
 
 void Library::Check(int code) const {
   if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) return;
-  const std::string text =
-      file_.string() + ": " + (database_ ? sqlite3_errmsg(database_.get()) : "no memory");
+  const std::string message =
+      file_.string() + ": " + (database_ ? sqlite3_errmsg(database_.get()) : "out of memory");
   const int kind = code & 0xFF;
   if (kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR) {
-    throw LibraryDamaged(text);
+    throw LibraryDamagedError(message);
   }
-  throw LibraryError(text);
+  throw LibraryError(message);
 }
 
 void Library::Execute(const char* sql) {
@@ -52,8 +53,8 @@ Library::Statement Library::Prepare(const char* sql) {
   return Statement(statement);
 }
 
-void Library::Bind(const Statement& statement, int place, const std::string& text) {
-  Check(sqlite3_bind_text(statement.get(), place, text.data(), static_cast<int>(text.size()),
+void Library::Bind(const Statement& statement, int index, const std::string& text) {
+  Check(sqlite3_bind_text(statement.get(), index, text.data(), static_cast<int>(text.size()),
                           SQLITE_TRANSIENT));
 }
 
@@ -63,10 +64,10 @@ bool Library::Step(const Statement& statement) {
   return code == SQLITE_ROW;
 }
 
-std::vector<BookFile> Library::BooksBelow(const std::string& folder) {
+std::vector<BookFile> Library::FindBooks(const std::string& directory) {
   const Statement select = Prepare(
       "SELECT path, format, size, modified FROM books WHERE path > ? AND path < ? ORDER BY path");
-  const std::string parent = folder == "/" ? "" : folder;
+  const std::string parent = directory == "/" ? "" : directory;
   Bind(select, 1, parent + "/");
   Bind(select, 2, parent + "0");  // the character after '/'
   std::vector<BookFile> books;
@@ -85,7 +86,7 @@ void Library::Put(const BookFile& book, const std::string& title, const std::str
   Bind(put, 1, book.path);
   Bind(put, 2, book.format);
   Check(sqlite3_bind_int64(put.get(), 3, book.size_bytes));
-  Check(sqlite3_bind_int64(put.get(), 4, book.modified));
+  Check(sqlite3_bind_int64(put.get(), 4, book.modified_s));
   Bind(put, 5, title);
   Bind(put, 6, author);
   Step(put);
@@ -113,7 +114,7 @@ std::filesystem::path MoveAside(const std::filesystem::path& file) {
   if (error) {
     throw LibraryError(file.string() + " is damaged and cannot be moved aside: " + error.message());
   }
-  // A journal belongs to the file that it was written for.
+  // The journal moves with its database.
   std::filesystem::rename(file.string() + "-journal", aside.string() + "-journal", error);
   return aside;
 }

@@ -1,5 +1,5 @@
 /// \file
-/// The device's library of books: a SQLite file that other programs read.
+/// The device's library of books: a SQLite database that other programs read.
 
 #ifndef DEVICE_SCANNER_LIBRARY_H_
 #define DEVICE_SCANNER_LIBRARY_H_
@@ -17,33 +17,32 @@ namespace scanner {
 
 struct BookFile {
   std::string path;
-  std::string format;  ///< the extension in lower case, without the dot
+  std::string format;  ///< the lower-case extension, without the dot
   std::int64_t size_bytes = 0;
-  std::int64_t modified = 0;  ///< seconds since the epoch
+  std::int64_t modified_s = 0;  ///< since the epoch
 };
 
-/// The file cannot be opened or written. The text says which and why.
+/// The database cannot be opened or written. The message names the file and the reason.
 struct LibraryError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// The file is no library, or a damaged one.
-struct LibraryDamaged : LibraryError {
+/// The file is damaged or not a library.
+struct LibraryDamagedError : LibraryError {
   using LibraryError::LibraryError;
 };
 
-/// All that is done between construction and Commit() becomes visible at once; without Commit(),
-/// nothing does.
+/// One transaction on the library. Commit() makes all changes visible at once; the destructor drops
+/// changes that are not committed. The functions throw LibraryError. Not thread-safe.
 class Library {
  public:
   explicit Library(const std::filesystem::path& file);
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  /// The books recorded below a folder, by path.
-  std::vector<BookFile> BooksBelow(const std::string& folder);
-  /// Records a book, in place of what was recorded under its path. An empty title or author is
-  /// stored as null.
+  /// The recorded books in a directory and below it, in the order of their paths.
+  std::vector<BookFile> FindBooks(const std::string& directory);
+  /// Inserts a book, or replaces the one with the same path. An empty title or author becomes null.
   void Put(const BookFile& book, const std::string& title, const std::string& author);
   void Remove(const std::string& path);
   void Commit();
@@ -58,15 +57,15 @@ class Library {
   void Check(int code) const;
   void Execute(const char* sql);
   Statement Prepare(const char* sql);
-  void Bind(const Statement& statement, int place, const std::string& text);
+  void Bind(const Statement& statement, int index, const std::string& text);
   bool Step(const Statement& statement);
 
   std::filesystem::path file_;
   std::unique_ptr<sqlite3, Finalize> database_;
 };
 
-/// Renames a damaged library to a free name beside it, so that a new one can be made.
-/// \return the new name.
+/// Renames a damaged library to a free name in its directory. Throws LibraryError.
+/// \return the new path.
 std::filesystem::path MoveAside(const std::filesystem::path& file);
 
 }  // namespace scanner

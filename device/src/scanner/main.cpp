@@ -1,5 +1,5 @@
-// The library scanner of the device. As a task it scans the folders that other programs name;
-// `scanner.app --scan FOLDER` scans one and ends.
+// The library scanner of the device. As a task it scans directories on request;
+// `scanner.app --scan DIR` scans one and exits.
 
 #include <signal.h>
 #include <sys/prctl.h>
@@ -15,6 +15,7 @@
 #include <string_view>
 #include <thread>
 
+#include "../version.h"
 #include "scan.h"
 #include "tabulet.h"
 #include "tabulet_task.h"
@@ -25,23 +26,23 @@ constexpr char kAppPath[] = "/ebrmain/bin/scanner.app";
 constexpr char kStorage[] = "/mnt/ext1";
 constexpr char kLibraryFile[] = "/mnt/ext1/system/library.sqlite";
 constexpr int kScanRequest = 84;
-constexpr std::string_view kScanText = "-scan:";
+constexpr std::string_view kScanPrefix = "-scan:";
 
 constexpr char kUsage[] =
-    "usage: scanner.app [--library FILE] [--scan FOLDER | --ready-fd N]\n"
+    "usage: scanner.app [--library FILE] [--scan DIR | --ready-fd N] | --version\n"
     "Without --scan, serves requests as the task /ebrmain/bin/scanner.app until SIGTERM.\n"
     "  --library FILE  the library, /mnt/ext1/system/library.sqlite by default\n"
-    "  --scan FOLDER   scan one folder and end\n"
-    "  --ready-fd N    write a byte to this descriptor when requests are served, and end with\n"
-    "                  the program that started us\n";
+    "  --scan DIR      scan one directory and exit\n"
+    "  --ready-fd N    write a byte to this descriptor when requests are served, and exit with\n"
+    "                  the parent process\n";
 
 struct Options {
   std::string library = kLibraryFile;
-  std::string folder;
+  std::string directory;
   int ready_fd = -1;
 };
 
-bool ReadOptions(int argc, char** argv, Options* options) {
+bool ParseOptions(int argc, char** argv, Options* options) {
   for (int i = 1; i < argc; i += 2) {
     const std::string_view name = argv[i];
     const std::string_view value = i + 1 < argc ? argv[i + 1] : "";
@@ -49,7 +50,7 @@ bool ReadOptions(int argc, char** argv, Options* options) {
     if (name == "--library") {
       options->library = value;
     } else if (name == "--scan") {
-      options->folder = value;
+      options->directory = value;
     } else if (name == "--ready-fd") {
       const auto [end, error] =
           std::from_chars(value.data(), value.data() + value.size(), options->ready_fd);
@@ -61,9 +62,9 @@ bool ReadOptions(int argc, char** argv, Options* options) {
   return true;
 }
 
-int Scan(const std::string& folder, const std::string& library) try {
-  const scanner::ScanResult result = scanner::Scan(folder, library);
-  std::cout << "scanned " << folder << ": " << result.books << " books, " << result.new_books
+int Scan(const std::string& directory, const std::string& library) try {
+  const scanner::ScanResult result = scanner::Scan(directory, library);
+  std::cout << "scanned " << directory << ": " << result.books << " books, " << result.new_books
             << " new, " << result.gone << " gone" << std::endl;
   return 0;
 } catch (const std::exception& error) {
@@ -71,34 +72,35 @@ int Scan(const std::string& folder, const std::string& library) try {
   return 1;
 }
 
-/// Only the device's storage is scanned for others.
-bool IsOnStorage(const std::string& folder) {
-  const std::string path = std::filesystem::path(folder).lexically_normal().string();
+/// Requests may name directories on the device's storage only.
+bool IsOnStorage(const std::string& directory) {
+  const std::string path = std::filesystem::path(directory).lexically_normal().string();
   return (path + "/").starts_with(std::string(kStorage) + "/");
 }
 
-int AnswerRequest(int request, const std::string& data, const std::string& library) {
-  if (request != kScanRequest || !data.starts_with(kScanText)) return -1;
-  std::string folder = data.substr(kScanText.size());
-  folder.resize(std::min(folder.find('\0'), folder.size()));  // some callers send the zero byte too
-  if (!IsOnStorage(folder)) {
-    std::cerr << "scanner: asked to scan " << folder << ", which is not on " << kStorage
+int HandleRequest(int request, const std::string& data, const std::string& library) {
+  if (request != kScanRequest || !data.starts_with(kScanPrefix)) return -1;
+  std::string directory = data.substr(kScanPrefix.size());
+  // Some callers send the terminating zero byte, too.
+  directory.resize(std::min(directory.find('\0'), directory.size()));
+  if (!IsOnStorage(directory)) {
+    std::cerr << "scanner: asked to scan " << directory << ", which is not on " << kStorage
               << std::endl;
     return -1;
   }
-  return Scan(folder, library) == 0 ? 0 : -1;
+  return Scan(directory, library) == 0 ? 0 : -1;
 }
 
 tabulet::TaskServer* running_server = nullptr;
 
-void StopOn(int signal) {
+void StopOnSignal(int signal) {
   struct sigaction action = {};
   action.sa_handler = [](int) { running_server->Stop(); };
   sigaction(signal, &action, nullptr);
 }
 
-/// Says so on `fd` once the task is to be found.
-void AnnounceTask(const std::stop_token& stop, int fd) {
+/// Writes a byte to `fd` when other programs can find the task.
+void ReportReadiness(const std::stop_token& stop, int fd) {
   while (FindTaskByAppName(kAppPath) == -1) {
     if (stop.stop_requested()) return;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -108,18 +110,18 @@ void AnnounceTask(const std::stop_token& stop, int fd) {
 
 int Serve(const Options& options) {
   tabulet::TaskServer server(kAppPath, [&](int request, const std::string& data) {
-    return AnswerRequest(request, data, options.library);
+    return HandleRequest(request, data, options.library);
   });
   running_server = &server;
-  StopOn(SIGTERM);
-  std::jthread announcer;
+  StopOnSignal(SIGTERM);
+  std::jthread readiness;
   if (options.ready_fd >= 0) {
-    signal(SIGINT, SIG_IGN);  // Ctrl-C is meant for the program that we serve
+    signal(SIGINT, SIG_IGN);  // Ctrl-C ends the served program first
     signal(SIGPIPE, SIG_IGN);
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    announcer = std::jthread(AnnounceTask, options.ready_fd);
+    readiness = std::jthread(ReportReadiness, options.ready_fd);
   } else {
-    StopOn(SIGINT);
+    StopOnSignal(SIGINT);
   }
   return server.Run() == 0 ? 0 : 1;
 }
@@ -127,10 +129,11 @@ int Serve(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (PrintVersion(argc, argv, "scanner.app")) return 0;
   Options options;
-  if (!ReadOptions(argc, argv, &options)) {
+  if (!ParseOptions(argc, argv, &options)) {
     std::cerr << kUsage;
     return 2;
   }
-  return options.folder.empty() ? Serve(options) : Scan(options.folder, options.library);
+  return options.directory.empty() ? Serve(options) : Scan(options.directory, options.library);
 }

@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <iostream>
 #include <map>
 #include <stdexcept>
@@ -10,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "../string_util.h"
 #include "epub_metadata.h"
 #include "library.h"
 #include "tabulet.h"
@@ -22,10 +22,9 @@ namespace {
 constexpr int kMaxDepth = 32;
 constexpr int kMaxEntries = 200'000;
 
-/// The extension of a kind of file that the device opens, the longest that fits; empty if none.
-std::string FormatOf(std::string name) {
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+/// The longest extension of the name that the device supports; empty if there is none.
+std::string FindFormat(const std::string& file_name) {
+  const std::string name = ToLower(file_name);
   std::string format;
   for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
     const std::string extension = type->extension;
@@ -34,21 +33,21 @@ std::string FormatOf(std::string name) {
   return format;
 }
 
-std::vector<BookFile> FindBooks(const fs::path& folder) {
+std::vector<BookFile> FindBookFiles(const fs::path& directory) {
   std::error_code error;
-  fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied,
+  fs::recursive_directory_iterator entry(directory, fs::directory_options::skip_permission_denied,
                                          error);
-  if (error) throw std::runtime_error("cannot read " + folder.string() + ": " + error.message());
+  if (error) throw std::runtime_error("cannot read " + directory.string() + ": " + error.message());
   std::vector<BookFile> books;
   for (int count = 0; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
     if (++count > kMaxEntries) {
-      std::cerr << "scanner: " << folder.string() << " holds more than " << kMaxEntries
-                << " files; the others are left out\n";
+      std::cerr << "scanner: " << directory.string() << " holds more than " << kMaxEntries
+                << " files; the rest is ignored\n";
       break;
     }
     const std::string name = entry->path().filename().string();
     if (name.starts_with('.') || entry.depth() >= kMaxDepth) entry.disable_recursion_pending();
-    const std::string format = FormatOf(name);
+    const std::string format = FindFormat(name);
     struct stat status;
     if (name.starts_with('.') || format.empty() || lstat(entry->path().c_str(), &status) != 0 ||
         !S_ISREG(status.st_mode)) {
@@ -56,8 +55,8 @@ std::vector<BookFile> FindBooks(const fs::path& folder) {
     }
     books.push_back({entry->path().string(), format, status.st_size, status.st_mtim.tv_sec});
   }
-  // The iterator ends at a folder that vanished or broke under it.
-  if (error) throw std::runtime_error("cannot read " + folder.string() + ": " + error.message());
+  // The iterator ends early at a directory that was removed or cannot be read.
+  if (error) throw std::runtime_error("cannot read " + directory.string() + ": " + error.message());
   return books;
 }
 
@@ -67,18 +66,18 @@ bool IsGone(const std::string& path) {
   return !S_ISREG(status.st_mode);
 }
 
-ScanResult Record(const std::string& folder, const std::vector<BookFile>& found,
-                  const fs::path& library_file) {
+ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFile>& found,
+                         const fs::path& library_file) {
   Library library(library_file);
   std::map<std::string, BookFile> recorded;
-  for (BookFile& book : library.BooksBelow(folder)) recorded.emplace(book.path, std::move(book));
+  for (BookFile& book : library.FindBooks(directory)) recorded.emplace(book.path, std::move(book));
 
   ScanResult result;
   for (const BookFile& book : found) {
     ++result.books;
     const auto known = recorded.extract(book.path);
     if (known && known.mapped().size_bytes == book.size_bytes &&
-        known.mapped().modified == book.modified) {
+        known.mapped().modified_s == book.modified_s) {
       continue;
     }
     if (!known) ++result.new_books;
@@ -86,7 +85,7 @@ ScanResult Record(const std::string& folder, const std::vector<BookFile>& found,
     library.Put(book, metadata.title, metadata.author);
   }
   for (const auto& [path, book] : recorded) {
-    if (!IsGone(path)) continue;  // it lies where this walk could not look
+    if (!IsGone(path)) continue;  // in a directory that the walk skipped
     library.Remove(path);
     ++result.gone;
   }
@@ -96,17 +95,17 @@ ScanResult Record(const std::string& folder, const std::vector<BookFile>& found,
 
 }  // namespace
 
-ScanResult Scan(const fs::path& folder, const fs::path& library_file) {
-  std::string name = fs::absolute(folder).lexically_normal().string();
+ScanResult Scan(const fs::path& directory, const fs::path& library_file) {
+  std::string name = fs::absolute(directory).lexically_normal().string();
   if (name.size() > 1 && name.ends_with('/')) name.pop_back();
-  const std::vector<BookFile> found = FindBooks(name);
+  const std::vector<BookFile> found = FindBookFiles(name);
   try {
-    return Record(name, found, library_file);
-  } catch (const LibraryDamaged& damage) {
+    return UpdateLibrary(name, found, library_file);
+  } catch (const LibraryDamagedError& damage) {
     const fs::path aside = MoveAside(library_file);
     std::cerr << "scanner: " << damage.what() << "; moved to " << aside.string()
-              << ", and the library is made anew\n";
-    return Record(name, found, library_file);
+              << ", and a new library is created\n";
+    return UpdateLibrary(name, found, library_file);
   }
 }
 

@@ -1,5 +1,5 @@
 /// \file
-/// One walk over a folder, recorded in the library.
+/// Records the book files of a directory in the library.
 
 #ifndef DEVICE_SCANNER_SCAN_H_
 #define DEVICE_SCANNER_SCAN_H_
@@ -9,17 +9,17 @@
 namespace scanner {
 
 struct ScanResult {
-  int books = 0;      ///< book files that the folder holds now
-  int new_books = 0;  ///< of these, how many were not recorded before
-  int gone = 0;       ///< recorded ones that the folder holds no more
+  int books = 0;      ///< book files found
+  int new_books = 0;  ///< of these, those not recorded before
+  int gone = 0;       ///< recorded books that no longer exist
 };
 
-/// Brings the library up to date with what lies in `folder` and below. Follows no links, and leaves
-/// out hidden files and downloads under way. A damaged library is moved aside, with a line on
-/// standard error, and made anew.
-/// \throws std::runtime_error with a text for people when the folder cannot be read or the library
-///     cannot be written; the library is then as it was.
-ScanResult Scan(const std::filesystem::path& folder, const std::filesystem::path& library_file);
+/// Updates the library with the books in `directory` and below it. Symbolic links, hidden files and
+/// unfinished downloads are ignored. A damaged library is renamed, with a line on standard error,
+/// and replaced by a new one.
+/// \throws std::runtime_error with a message for the user when the directory cannot be read or the
+///     library cannot be written; the library is then unchanged.
+ScanResult Scan(const std::filesystem::path& directory, const std::filesystem::path& library_file);
 
 }  // namespace scanner
 

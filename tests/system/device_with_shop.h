@@ -1,5 +1,5 @@
-#ifndef TESTS_SYSTEM_ON_DEVICE_H_
-#define TESTS_SYSTEM_ON_DEVICE_H_
+#ifndef TESTS_SYSTEM_DEVICE_WITH_SHOP_H_
+#define TESTS_SYSTEM_DEVICE_WITH_SHOP_H_
 
 #include <gtest/gtest.h>
 
@@ -27,24 +27,26 @@ inline std::string Ean(const Book& book) {
   return book.string_props.at(Book::kEan);
 }
 
-inline Book BookOf(const std::string& ean) {
+inline Book MakeBook(const std::string& ean) {
   Book book;
   book.string_props[Book::kEan] = ean;
   return book;
 }
 
-/// The shipped library, started on a device of its own beside a shop of its own. CTest runs each
-/// test in a process of its own, so that the one manager is a new one.
-class OnDevice : public testing::Test {
+/// A development shop, and the shipped library on a new device, which Init has connected to it.
+/// CTest runs each test in a process of its own, since a process has one StoreManager.
+class DeviceWithShop : public testing::Test {
  protected:
-  explicit OnDevice(const Command& shop_options = {}) : shop_(shop_options) { shop_.Announce(); }
+  explicit DeviceWithShop(const Command& shop_options = {}) : shop_(shop_options) {
+    shop_.Announce();
+  }
 
   void SetUp() override { ASSERT_EQ(manager_.Init(), 0); }
 
   void LogIn() { ASSERT_EQ(manager_.LogIn(kUser, kPassword).code_, ServerApi::kOk); }
 
   /// The first bought book of a format.
-  Book Bought(const std::string& format) const {
+  Book FindPurchased(const std::string& format) const {
     for (const Book& book : manager_.GetPurchased()) {
       if (book.string_props.at(Book::kEbookFormat) == format) return book;
     }
@@ -57,9 +59,10 @@ class OnDevice : public testing::Test {
                        [&](const Book& book) { return Ean(book) == ean; });
   }
 
-  /// Polls until `done`, as an application does. False when it was not within 30 s.
+  /// Polls until `done` returns true.
+  /// \return false after 30 s.
   template <typename Done>
-  static bool Wait(Done done) {
+  static bool WaitUntil(Done done) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!done()) {
       if (std::chrono::steady_clock::now() > deadline) return false;
@@ -68,9 +71,10 @@ class OnDevice : public testing::Test {
     return true;
   }
 
+  /// Downloads a book and waits for the end.
   BookStatus Download(const std::string& id) {
     manager_.DownloadBookById(id);
-    EXPECT_TRUE(Wait([&] { return manager_.CheckDownloadState() == 0; }));
+    EXPECT_TRUE(WaitUntil([&] { return manager_.CheckDownloadState() == 0; }));
     return manager_.GetBookStatusById(id);
   }
 
@@ -80,4 +84,4 @@ class OnDevice : public testing::Test {
 
 }  // namespace tests
 
-#endif  // TESTS_SYSTEM_ON_DEVICE_H_
+#endif  // TESTS_SYSTEM_DEVICE_WITH_SHOP_H_

@@ -1,53 +1,49 @@
-#include "user.h"
+#include "user_interface.h"
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
+#include <set>
 #include <sstream>
-#include <string_view>
+#include <stdexcept>
+
+#include "../string_util.h"
 
 namespace agent {
 namespace {
 
-std::string Lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-  return text;
-}
-
-bool Mentions(const std::string& text, std::initializer_list<const char*> words) {
-  const std::string lower = Lower(text);
+bool ContainsAny(const std::string& text, std::initializer_list<const char*> words) {
+  const std::string lower = ToLower(text);
   return std::any_of(words.begin(), words.end(),
                      [&](const char* word) { return lower.find(word) != std::string::npos; });
 }
 
-bool Cancels(const Button& button) {
-  return Mentions(button.name + " " + button.value + " " + button.label,
-                  {"cancel", "abort", "abbrechen", "decline"});
+bool IsCancelButton(const Button& button) {
+  return ContainsAny(button.name + " " + button.value + " " + button.label,
+                     {"cancel", "abort", "abbrechen", "decline"});
 }
 
-/// What a test card says in that field; empty where it says nothing.
-std::string FromTestCard(const Field& field) {
+/// The value of a test card for a field; empty for a field of another kind.
+std::string TestCardValue(const Field& field) {
   const std::string hint = field.autocomplete + " " + field.name;
-  if (Mentions(hint, {"cc-number", "card_number", "cardnumber"})) return "4111 1111 1111 1111";
-  if (Mentions(hint, {"cc-csc", "cvc", "cvv"})) return "123";
-  if (Mentions(hint, {"cc-name", "holder"})) return "Test Reader";
-  if (!Mentions(hint, {"cc-exp", "expir"})) return "";
+  if (ContainsAny(hint, {"cc-number", "card_number", "cardnumber"})) return "4111 1111 1111 1111";
+  if (ContainsAny(hint, {"cc-csc", "cvc", "cvv"})) return "123";
+  if (ContainsAny(hint, {"cc-name", "holder"})) return "Test Reader";
+  if (!ContainsAny(hint, {"cc-exp", "expir"})) return "";
   const std::time_t now = std::time(nullptr);
   const std::tm* today = std::localtime(&now);
   const int next_year = today->tm_year + 1901;
   return "12/" + std::to_string(next_year % 100);
 }
 
-/// The columns of the terminal; none where there is none.
+/// The width of the terminal; none without a terminal.
 std::optional<std::size_t> TerminalColumns() {
   const int terminal = open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC);
   winsize size{};
@@ -57,85 +53,84 @@ std::optional<std::size_t> TerminalColumns() {
   return size.ws_col > 0 ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
 }
 
-/// Breaks a line, of one column a character, at blanks where it is longer than that.
-std::string Fold(const std::string& line, std::size_t columns, const std::string& indent) {
-  std::string folded = indent;
+/// Wraps a line at spaces. Each character counts as one column.
+std::string Wrap(const std::string& line, std::size_t columns, const std::string& indent) {
+  std::string wrapped = indent;
   std::size_t used = indent.size();
   std::istringstream words(line);
   for (std::string word; words >> word;) {
     const auto length = static_cast<std::size_t>(std::count_if(
         word.begin(), word.end(), [](unsigned char byte) { return (byte & 0xC0) != 0x80; }));
     if (used == indent.size()) {
-      folded += word;
+      wrapped += word;
     } else if (used + 1 + length > columns) {
-      folded += '\n' + indent + word;
+      wrapped += '\n' + indent + word;
       used = indent.size();
     } else {
-      folded += ' ' + word;
+      wrapped += ' ' + word;
       ++used;
     }
     used += length;
   }
-  return folded;
+  return wrapped;
 }
 
 }  // namespace
 
-User::User() {
-  const char* setting = std::getenv("QUIRE_BROWSER_ANSWER");
-  setting_ = setting ? setting : "";
-  if (setting_.empty()) {
+UserInterface::UserInterface() {
+  const char* answer = std::getenv("QUIRE_BROWSER_ANSWER");
+  scripted_answer_ = answer ? answer : "";
+  if (scripted_answer_.empty()) {
     terminal_in_.open("/dev/tty");
     terminal_out_.open("/dev/tty");
     if (!terminal_in_ || !terminal_out_) {
-      throw UserError(
-          "there is no terminal to ask on; set QUIRE_BROWSER_ANSWER to approve, cancel or close");
+      throw std::runtime_error(
+          "there is no terminal; set QUIRE_BROWSER_ANSWER to approve, cancel or close");
     }
     out_ = &terminal_out_;
     return;
   }
-  constexpr std::array<std::string_view, 4> kAnswers = {"approve", "cancel", "close", "crash"};
-  if (std::find(kAnswers.begin(), kAnswers.end(), setting_) == kAnswers.end()) {
-    throw UserError("QUIRE_BROWSER_ANSWER is " + setting_ +
-                    "; it must be approve, cancel, close or crash");
+  if (!std::set<std::string>{"approve", "cancel", "close", "crash"}.contains(scripted_answer_)) {
+    throw std::runtime_error("QUIRE_BROWSER_ANSWER is " + scripted_answer_ +
+                             "; it must be approve, cancel, close or crash");
   }
   out_ = &std::cerr;
 }
 
-void User::Show(const Page& page) {
+void UserInterface::Show(const Page& page) {
   *out_ << '\n';
   const std::size_t columns = TerminalColumns().value_or(std::string::npos);
-  for (const std::string& line : page.lines) *out_ << Fold(line, columns, "  ") << '\n';
+  for (const std::string& line : page.lines) *out_ << Wrap(line, columns, "  ") << '\n';
   out_->flush();
 }
 
-std::optional<Button> User::Answer(Form* form) {
-  return setting_.empty() ? Ask(form) : AnswerBySetting(form);
+std::optional<Button> UserInterface::CompleteForm(Form* form) {
+  return scripted_answer_.empty() ? CompleteOnTerminal(form) : CompleteFromScript(form);
 }
 
-std::optional<Button> User::AnswerBySetting(Form* form) {
-  if (setting_ == "close") return {};
-  if (setting_ == "crash") {
+std::optional<Button> UserInterface::CompleteFromScript(Form* form) {
+  if (scripted_answer_ == "close") return {};
+  if (scripted_answer_ == "crash") {
     std::signal(SIGSEGV, SIG_DFL);
     std::raise(SIGSEGV);
   }
-  constexpr int kMaxAnswers = 3;
-  if (++answers_ > kMaxAnswers) throw UserError("the page asks again and again");
-  const bool cancel = setting_ == "cancel";
+  constexpr int kMaxForms = 3;
+  if (++scripted_forms_ > kMaxForms) throw std::runtime_error("the page asks again and again");
+  const bool cancel = scripted_answer_ == "cancel";
   const auto button = std::find_if(form->buttons.begin(), form->buttons.end(),
-                                   [&](const Button& b) { return Cancels(b) == cancel; });
+                                   [&](const Button& b) { return IsCancelButton(b) == cancel; });
   if (button == form->buttons.end()) {
-    throw UserError("the page has no button to " + setting_ + " with");
+    throw std::runtime_error("the page has no button to " + scripted_answer_);
   }
   for (Field& field : form->fields) {
-    const std::string value = field.hidden || cancel ? "" : FromTestCard(field);
+    const std::string value = field.hidden || cancel ? "" : TestCardValue(field);
     if (!value.empty()) field.value = value;
   }
   *out_ << "  [" << button->label << "]" << std::endl;
   return *button;
 }
 
-std::optional<Button> User::Ask(Form* form) {
+std::optional<Button> UserInterface::CompleteOnTerminal(Form* form) {
   const std::size_t count = form->buttons.size();
   for (std::size_t i = 0; i < count; ++i) {
     *out_ << "  " << i + 1 << ") " << form->buttons[i].label << '\n';
@@ -151,7 +146,7 @@ std::optional<Button> User::Ask(Form* form) {
     if (error != std::errc() || end != line.data() + line.size()) choice = 0;
   }
   const Button button = form->buttons[choice - 1];
-  if (Cancels(button)) return button;
+  if (IsCancelButton(button)) return button;
   for (Field& field : form->fields) {
     std::string line;
     if (field.hidden) continue;
@@ -162,7 +157,7 @@ std::optional<Button> User::Ask(Form* form) {
   return button;
 }
 
-bool User::ReadLine(const std::string& prompt, std::string* line) {
+bool UserInterface::ReadLine(const std::string& prompt, std::string* line) {
   *out_ << prompt << std::flush;
   return static_cast<bool>(std::getline(terminal_in_, *line));
 }
