@@ -1,7 +1,6 @@
 #ifndef QUIRE_STORE_MANAGER_H_
 #define QUIRE_STORE_MANAGER_H_
 
-#include <future>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -12,14 +11,15 @@
 #include "cart.h"
 #include "failure.h"
 #include "quire_export.h"
-#include "saltmoor/opds/resource_downloader.h"
 #include "server_api.h"
 #include "switchboard_config.h"
 #include "tabulet.h"
 
 namespace saltmoor::quire {
 
+class DownloadQueue;
 class FirstFailure;
+class PendingPayment;
 
 /// The store: the one object through which an application drives everything between a reader and
 /// the shop. It draws nothing but the message that a download failed, and the payment page in the
@@ -208,14 +208,8 @@ class QUIRE_EXPORT StoreManager {
   Cart cart_;
   std::vector<Book> purchased_;
   bool purchased_known_ = false;
-  std::vector<Book> download_queue_;
-  opds::ResourceDownloader downloader_;
-  std::future<int> download_future_;
-  Book downloading_book_;
-  std::string order_id_;
-  std::string pay_method_;
-  std::string order_date_placed_;
-  std::string saved_path_;
+  std::unique_ptr<DownloadQueue> downloads_;
+  std::unique_ptr<PendingPayment> payment_;
 };
 
 }  // namespace saltmoor::quire

@@ -5,7 +5,7 @@
 
 namespace saltmoor::quire {
 
-/// The part of a path or an address after its last '/'; the whole of it when it has none.
+/// The part of a path or an address after its last '/'; all of it when it has none.
 inline std::string BaseName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
