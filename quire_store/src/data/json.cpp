@@ -35,66 +35,51 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-std::size_t SkipDigits(std::string_view text, std::size_t from) {
-  while (from < text.size() && IsDigit(text[from])) ++from;
-  return from;
-}
-
-bool HasAnyAt(std::string_view text, std::size_t at, std::string_view characters) {
-  return at < text.size() && characters.find(text[at]) != std::string_view::npos;
-}
-
 std::size_t EndOfString(std::string_view text, std::size_t quote) {
   std::size_t i = quote + 1;
   while (i < text.size() && text[i] != '"') i += text[i] == '\\' ? 2 : 1;
-  return std::min(i + 1, text.size());
+  return i + 1;
 }
 
-std::size_t EndOfNumber(std::string_view text, std::size_t from) {
-  std::size_t end = SkipDigits(text, from);
-  if (HasAnyAt(text, end, ".")) end = SkipDigits(text, end + 1);
-  if (!HasAnyAt(text, end, "eE")) return end;
-  ++end;
-  if (HasAnyAt(text, end, "+-")) ++end;
-  return SkipDigits(text, end);
-}
-
-// A string, a comment or a number; for anything else one byte.
-std::size_t EndOfToken(std::string_view text, std::size_t from) {
-  if (text[from] == '"') return EndOfString(text, from);
-  if (IsDigit(text[from])) return EndOfNumber(text, from);
-  const std::string_view opening = text.substr(from, 2);
-  std::size_t end = from + 1;
-  if (opening == "//") end = text.find_first_of("\r\n", from);
-  if (opening == "/*") end = text.find("*/", from + 2);
-  return std::min(end, text.size());
-}
-
-std::string RemoveDecimalPoint(std::string number) {
+// Appends what follows the decimal point of a number, as digits and an exponent: "5e-1" for ".5".
+// \return the end of the number.
+std::size_t AppendFraction(std::string_view json, std::size_t point, std::string& out) {
   constexpr long kMaxExponent = 1'000'000'000;
-  const std::size_t point = number.find('.');
-  if (point == std::string::npos) return number;
-  const std::size_t mark = std::min(number.find_first_of("eE"), number.size());
+  const auto skip = [json](const char* characters, std::size_t from) {
+    return std::min(json.find_first_not_of(characters, from), json.size());
+  };
+  std::size_t end = skip("0123456789", point + 1);
+  const std::string_view digits = json.substr(point + 1, end - point - 1);
   long exponent = 0;
-  if (mark < number.size()) {
-    if (!IsDigit(number.back())) return number;
-    exponent = std::clamp(std::strtol(number.c_str() + mark + 1, nullptr, 10), -kMaxExponent,
-                          kMaxExponent);
+  if (end < json.size() && (json[end] == 'e' || json[end] == 'E')) {
+    const std::size_t begin = end + 1;
+    end = skip("+-0123456789", begin);
+    exponent = std::strtol(std::string(json.substr(begin, end - begin)).c_str(), nullptr, 10);
   }
-  exponent -= static_cast<long>(mark - point - 1);
-  return number.substr(0, point) + number.substr(point + 1, mark - point - 1) + "e" +
-         std::to_string(exponent);
+  if (!IsDigit(json[end - 1])) {  // not well-formed: stays as it is
+    out += json.substr(point, end - point);
+    return end;
+  }
+  exponent = std::clamp(exponent, -kMaxExponent, kMaxExponent) - static_cast<long>(digits.size());
+  out.append(digits).append("e").append(std::to_string(exponent));
+  return end;
 }
 
 // The same document with every real number in a form that is read alike in all locales: 125e-1 for
-// 12.5. Whatever is not a well-formed number stays as it is.
+// 12.5.
 std::string RemoveDecimalPoints(std::string_view json) {
   std::string out;
-  out.reserve(json.size() + 16);
   for (std::size_t begin = 0; begin < json.size();) {
-    const std::size_t end = EndOfToken(json, begin);
-    const std::string_view token = json.substr(begin, end - begin);
-    out += IsDigit(token.front()) ? RemoveDecimalPoint(std::string(token)) : token;
+    std::size_t end = begin + 1;
+    if (json[begin] == '.' && begin > 0 && IsDigit(json[begin - 1])) {
+      begin = AppendFraction(json, begin, out);
+      continue;
+    }
+    if (json[begin] == '"') end = EndOfString(json, begin);
+    if (json.substr(begin, 2) == "//") end = json.find_first_of("\r\n", begin);
+    if (json.substr(begin, 2) == "/*") end = json.find("*/", begin + 2);
+    end = std::min(end, json.size());
+    out += json.substr(begin, end - begin);
     begin = end;
   }
   return out;

@@ -8,7 +8,6 @@
 
 #include "addresses.h"
 #include "atomic_file.h"
-#include "base_name.h"
 #include "book_files.h"
 #include "book_properties.h"
 #include "device_config.h"
@@ -45,6 +44,10 @@ DeviceConfig OpenConfigOrRecord(decltype(&CloseConfig) close, FirstFailure& fail
   DeviceConfig config = OpenDeviceConfig(close);
   if (!config) failure.Record(Failure::kConfigFile);
   return config;
+}
+
+std::string BaseName(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);
 }
 
 void StoreCredentials(iconfig_s* config, const std::string& session_id, const std::string& user,
