@@ -10,22 +10,21 @@
 
 namespace OPDS {
 
-/// What a client finally gets when it follows an acquisition link of a catalogue, possibly in
-/// several steps: a ticket that leads to an EPUB has an EPUB as its child. An element belongs on
-/// one thread at a time.
+/// What an acquisition link of a catalogue leads to, possibly in several steps: a ticket that leads
+/// to an EPUB has an EPUB as its child. Not thread-safe.
 class QUIRE_EXPORT IndirectAcquisition : public Object {
  public:
   /// The kind code of this class.
   static constexpr std::int32_t kKind = 9;
 
-  /// \param attributes  "type" gives the MIME type; others are ignored.
+  /// \param attributes  "type" is the MIME type; others are ignored.
   explicit IndirectAcquisition(const AttributeMap& attributes);
 
-  /// Takes over another indirect acquisition, after the earlier ones, and will delete it.
-  /// \return false for any other element, which stays the caller's. Null is refused.
+  /// Appends another indirect acquisition and takes ownership of it.
+  /// \return false for null and for any other element, which remains the caller's.
   bool addChild(Object* child) override;
 
-  std::string type;                                 ///< MIME type; empty when not given
+  std::string type;                                 ///< MIME type; empty when there is none
   boost::ptr_vector<IndirectAcquisition> children;  ///< in document order; owned
 };
 
@@ -33,11 +32,11 @@ class QUIRE_EXPORT IndirectAcquisition : public Object {
 
 namespace saltmoor::quire {
 
-/// Appends the formats of acquisition elements, in upper case and joined by commas, each parent
-/// before its children: "EPUB,PDF". Unknown types add nothing and duplicates stay.
-/// \param out  what it holds already counts as an entry.
-/// \param has_acsm  set to true when an Adobe Digital Editions ticket is among them, which is not
-///     listed itself; never set to false, so the caller starts it so.
+/// Appends the formats of acquisition elements, in upper case, separated by commas, each parent
+/// before its children: "EPUB,PDF". Unknown types are left out, duplicates are not.
+/// \param out  its present content counts as an entry.
+/// \param has_acsm  set to true when a ticket of Adobe Digital Editions is among them, which is not
+///     listed; never set to false.
 QUIRE_EXPORT void MakeFormat(std::stringstream& out, bool& has_acsm,
                              const boost::ptr_vector<OPDS::IndirectAcquisition>& items);
 

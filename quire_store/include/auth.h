@@ -8,27 +8,25 @@
 
 namespace saltmoor::quire {
 
-/// One payment in the device's browser: shows the payment page and ends when the browser reaches
-/// the shop's return address. Made for one payment and run once.
+/// Shows a payment page in the device's browser until the browser reaches the shop's return
+/// address. One object serves one payment.
 class QUIRE_EXPORT Auth : public utilities::BrowserAuthorization::IEventHandler {
  public:
   Auth();
 
-  /// Shows `url` and waits on the caller's thread until the session has ended, however it did.
-  /// \param pay_method  "PAYPAL" or "CCARD" choose the browser's arguments; compared
-  ///     exactly.
-  /// \return what the platform's session gave: 0 it ran, -1 it did not: there is no browser, or
-  ///     the address is no web address. It tells nothing of the payment, whose only judge is the
-  ///     shop.
+  /// Shows `url` and waits until the browser session has ended. Must be called once.
+  /// \param pay_method  "PAYPAL" or "CCARD" select the browser's arguments; compared exactly.
+  /// \return the result of the platform's session: 0 when it ran, -1 when there is no browser or
+  ///     the address is no web address. Whether the user paid is known to the shop only.
   int Run(const std::string& url, const std::string& pay_method);
 
-  /// Whether the browser session is live. Any thread.
+  /// Whether the browser session is running. Thread-safe.
   bool IsRunning();
 
-  /// Brings the browser to the front. Any thread.
+  /// Brings the browser to the front. Thread-safe.
   void SetFocus();
 
-  /// Called by the session, on a thread of its own, for each address that the browser goes to. An
+  /// Called by the session, on a thread of its own, for each address that the browser opens. An
   /// address with the return marker ends the session.
   void UrlChanged(const std::string& url) override;
 

@@ -12,23 +12,22 @@
 
 namespace saltmoor::quire {
 
-/// One title of the shop: an item of a cart, a line of an order, a bought e-book. A bag of
-/// properties; one that the server did not send is absent, and readers take it as "" or 0. Its
-/// identity everywhere is the EAN text, StringProps::kEan.
+/// One title of the shop: an item of a cart, a line of an order or a bought e-book, as a set of
+/// properties. A property that the server did not send is absent and counts as "" or 0. A book is
+/// identified by its EAN, StringProps::kEan.
 ///
-/// A plain value: an object belongs on one thread at a time. No operation fails or throws for any
-/// content.
+/// A value type, not thread-safe. No operation fails or throws for any content.
 class QUIRE_EXPORT Book {
  public:
-  /// Properties kept as the server's text, numbers and flags included. The values are fixed; no
-  /// JSON key reaches the reserved ones.
+  /// Properties that are strings as the server sent them, numbers and flags included. The values
+  /// are fixed; no JSON key maps to a reserved one.
   enum StringProps : int {
     kEan = 0,  ///< the title's identity
     kTitle = 1,
     kAuthor = 2,
     kThumbnail = 3,  ///< address of a small cover image
     kReserved4 = 4,
-    kEbookFormat = 5,   ///< a file extension such as "epub", or the server's text if it is no
+    kEbookFormat = 5,   ///< a file extension such as "epub"; the server's string if that is no
                         ///< known MIME type
     kDate = 6,          ///< for display, broken into two lines or parts
     kEbookLink = 7,     ///< address of the file
@@ -45,7 +44,7 @@ class QUIRE_EXPORT Book {
     kImageUrl = 18,  ///< address of a cover image
   };
 
-  /// Properties kept as signed 64-bit integers.
+  /// Properties that are signed 64-bit integers.
   enum IntProps : int {
     kPrice = 0,  ///< in hundredths of the currency unit
   };
@@ -54,33 +53,33 @@ class QUIRE_EXPORT Book {
   Book(const Book&) = default;             ///< member by member
   Book(Book&&) = default;                  ///< member by member
   Book& operator=(const Book&) = default;  ///< member by member
-  /// Moves the properties; the cover is copied, so that the source keeps it.
+  /// Moves the properties and copies the cover.
   Book& operator=(Book&& other) noexcept;
   ~Book() = default;
 
-  /// Reads an item of the server's answers or of the cart file. Anything but an object gives an
-  /// empty record. Dates are rewritten for display and MIME types to file extensions; afterwards
-  /// kDate and kEbookFormat are always present. A price is a text or an integer in currency units;
-  /// a text that is no number gives 0.
+  /// Reads an item of the server's answers or of the cart file; without properties if it is no
+  /// object. Dates are rewritten for display and MIME types to file extensions; kDate and
+  /// kEbookFormat are always present. A price is a string or an integer in currency units; a string
+  /// that is no number counts as 0.
   static Book FromJson(const Json::Value& json);
 
-  /// The item object of the cart file: every property under each of its keys, and always
-  /// "orderItemPrice", in currency units with six significant digits.
+  /// The item of the cart file: every property under each of its keys, and always "orderItemPrice",
+  /// in currency units with six significant digits.
   Json::Value ToJson() const;
 
-  /// JSON key to property; several keys may name one. FromJson and ToJson walk it in key order. An
-  /// application may add rows, before it uses the library on several threads.
+  /// JSON key to property, in the order in which FromJson and ToJson use them; several keys may map
+  /// to one property. An application may add rows before it uses the library on several threads.
   static std::map<std::string, StringProps> s_book_string_map;
 
-  /// JSON key to integral property. Empty unless the application adds rows; the price has a key of
-  /// its own.
+  /// JSON key to integer property. Empty unless the application adds rows; the price is read
+  /// without it.
   static std::map<std::string, IntProps> s_book_int_map;
 
   std::map<IntProps, std::int64_t> int_props;       ///< absent: not sent
   std::map<StringProps, std::string> string_props;  ///< absent: not sent
 
-  utilities::SmartBitmap cover;  ///< for the application; the library carries it along
-  std::int32_t aux_word = 0;     ///< for the application; the library carries it along
+  utilities::SmartBitmap cover;  ///< for the application; the library only copies it
+  std::int32_t aux_word = 0;     ///< for the application; the library only copies it
 };
 
 }  // namespace saltmoor::quire

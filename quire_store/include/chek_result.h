@@ -7,22 +7,22 @@
 
 namespace saltmoor::quire {
 
-/// The state of an order's payment. (The name's spelling is part of the interface.) A plain value:
-/// an object belongs on one thread at a time.
+/// The state of an order's payment. (The name's spelling is part of the interface.) A value type,
+/// not thread-safe.
 class QUIRE_EXPORT ChekResult {
  public:
-  /// What the shop says of a payment.
+  /// The states of a payment.
   enum Status {
-    kInProgress = 0,  ///< not settled; StoreManager takes it as failed
+    kInProgress = 0,  ///< not settled; StoreManager treats it as failed
     kPending = 1,     ///< not settled: ask again later
     kFailure = 2,     ///< not paid
     kSuccess = 3,     ///< paid: the order can be submitted
   };
 
-  /// Fills the state from the shop's answer. A missing or unknown state is kFailure.
+  /// Reads the state from the shop's answer. A missing or unknown state is kFailure.
   void FromJson(const Json::Value& json);
 
-  Status status;  ///< not set until FromJson; beside a failed result it must not be read
+  Status status;  ///< unspecified before FromJson and after a failed call
 };
 
 }  // namespace saltmoor::quire

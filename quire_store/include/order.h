@@ -11,16 +11,15 @@
 
 namespace saltmoor::quire {
 
-/// An order that the shop has taken. A plain value: an object belongs on one thread at a time.
+/// A submitted order. A value type, not thread-safe.
 class QUIRE_EXPORT Order {
  public:
-  /// Fills the order from the shop's answer. Never fails: what is missing or of another type stays
-  /// empty.
+  /// Reads the order from the shop's answer. A member that is missing or of another type is empty.
   void FromJson(const Json::Value& json);
 
   std::vector<Book> positions;    ///< the ordered items
   std::string order_date_placed;  ///< the server's timestamp
-  Json::Value order;              ///< the order's header as received, whatever its type
+  Json::Value order;              ///< the order's header as received, of any type
 };
 
 }  // namespace saltmoor::quire

@@ -18,60 +18,60 @@
 
 namespace saltmoor::quire {
 
-/// The client of the shop's server: one call, one request. StoreManager uses it; an application may
-/// use one of its own as well.
+/// The client of the shop's server. StoreManager uses one; an application may use another.
 ///
-/// Every call waits for the answer, at most 30 seconds, on the caller's thread. An object belongs
-/// on one thread at a time. No call repeats a request, and no answer makes one throw. A call fails
-/// with an empty message when the server could not be reached or answered another status than 200,
-/// and with the server's text when it refused. A 200 answer that is no JSON counts as success with
-/// nothing in it. Beside a failed result the record is a default one.
+/// Each call sends one request, never repeated, and waits up to 30 seconds for the answer. Not
+/// thread-safe. A call fails with an empty message when no answer came or its status is not 200,
+/// and with the server's message when the server refused; the returned record is then a default
+/// one. A 200 answer that is no JSON is a success with an empty record. GetLastFailure has the
+/// reason in every case. No answer makes a call throw.
 class QUIRE_EXPORT ServerApi {
  public:
-  /// How a call ended.
+  /// Result codes.
   enum Code {
     kOk = 0,
     kFailed = 1,
   };
 
-  /// The outcome of a call, and of several calls of StoreManager.
+  /// The result of a call.
   struct Result {
-    /// Success unless `code` says otherwise. A Code alone will do.
-    // NOLINTNEXTLINE(google-explicit-constructor): meant so
+    /// A Code converts to a result.
+    // NOLINTNEXTLINE(google-explicit-constructor): callers return a Code as a result
     Result(int code = kOk, std::string message = std::string())
         : code_(code), message_(std::move(message)) {}
 
     int code_;             ///< kOk or kFailed
-    std::string message_;  ///< the server's text for the user; mostly empty
+    std::string message_;  ///< the server's message for the user; mostly empty
   };
 
-  /// What commitOrderForPayment gives. The texts are empty beside a failed result.
+  /// The result of commitOrderForPayment. The strings are empty after a failure.
   struct CommitOrderResult {
-    Result res{kFailed};  ///< as of every other call
-    std::string status;   ///< the server's word for the order's state; only passed on
-    std::string url;      ///< where the user pays
+    Result res{kFailed};  ///< as for every other call
+    std::string status;   ///< the order's state as the server sent it; not interpreted
+    std::string url;      ///< the address of the payment page
   };
 
   /// Fetches the shop's configuration from the configuration service at `url` with a signed
-  /// request. The configuration is returned, not taken over: see SetConfig.
+  /// request. Does not call SetConfig.
   std::tuple<Result, SwitchboardConfig> CallSwitchboard(const std::string& url);
 
-  /// Logs in; on success the new session serves the calls that follow.
+  /// Logs in. On success the following calls send the new session.
   Result LogIn(const std::string& user, const std::string& password);
 
-  /// Ends the session on the server and, on success, here. Without a session: kOk, no request.
+  /// Ends the session on the server and, on success, here. Without a session it returns kOk and
+  /// sends no request.
   Result LogOut();
 
-  /// Registers a new customer. It does not log in. On success the message is the server's text for
-  /// the user.
+  /// Registers a new customer without logging in. On success the message is the server's, for the
+  /// user.
   Result Register(const std::string& email, const std::string& password, const std::string& name,
                   const std::string& lastname, const std::string& title);
 
-  /// The server's cart of an order.
+  /// Fetches the server's cart of an order.
   std::tuple<Result, Cart> GetCart(const std::string& orderId);
 
   /// Puts one title into the server's cart.
-  /// \param quantity  sent as it is.
+  /// \param quantity  sent unchanged.
   /// \return the order id of the server's cart.
   std::tuple<Result, std::string> AddToCart(const std::string& ean, int quantity);
 
@@ -80,36 +80,36 @@ class QUIRE_EXPORT ServerApi {
   /// \return the order id of the server's cart.
   std::tuple<Result, std::string> AddArrayToCart(std::map<std::string, int> items);
 
-  /// The state of an order's payment. On failure the state is not set.
+  /// Fetches the state of an order's payment.
   std::tuple<Result, ChekResult> CheckOrder(const std::string& order_id);
 
   /// Commits an order for payment. (The name's spelling is part of the interface.)
-  /// \param pay_method  "PAYPAL" or "CCARD"; another text is sent as it stands.
+  /// \param pay_method  "PAYPAL" or "CCARD"; any other string is sent unchanged.
   CommitOrderResult commitOrderForPayment(const std::string& order_id,
                                           const std::string& pay_method);
 
-  /// Finishes a paid order.
+  /// Submits a paid order.
   std::tuple<Result, Order> SubmitOrder(const std::string& order_id, const std::string& pay_method);
 
-  /// The e-books that the user has bought. Here a refusal's text is in "errorMsg".
+  /// Fetches the e-books that the user has bought.
   std::tuple<Result, std::vector<Book>> GetUserEbook();
 
-  /// The customer's profile.
+  /// Fetches the customer's profile.
   std::tuple<Result, UserData> GetUserData();
 
-  /// The configuration that names the store in every call; none until it is set.
+  /// Sets the configuration that determines the store id of every call.
   void SetConfig(const SwitchboardConfig& config);
 
-  /// Sets the session sent with every call that needs one; empty: not logged in.
+  /// Sets the session that calls send; empty for none.
   void SetSessionId(const std::string& session_id);
 
-  /// That session, as LogIn, LogOut or SetSessionId left it; valid until the next of them.
+  /// The session that calls send; valid until the next LogIn, LogOut or SetSessionId.
   const std::string& GetSessionId() const;
 
-  /// The configuration in force, as SetConfig left it; valid until the next SetConfig.
+  /// The configuration that SetConfig set; valid until the next SetConfig.
   const SwitchboardConfig& GetConfig() const;
 
-  /// Why the last call failed, also where its result is kOk with nothing in it; empty after
+  /// Why the last call failed, also when its result is kOk with an empty record; kNone after
   /// success. Valid until the next call.
   const Failure& GetLastFailure() const;
 
@@ -119,7 +119,7 @@ class QUIRE_EXPORT ServerApi {
   Failure last_failure_;
 };
 
-/// The decimal text of an integer, whatever the locale. Any thread.
+/// The decimal digits of an integer, in every locale. Thread-safe.
 QUIRE_EXPORT std::string int_to_string(int value);
 
 }  // namespace saltmoor::quire

@@ -9,33 +9,34 @@
 
 namespace saltmoor::quire {
 
-/// Which shop this device belongs to, as the device maker's configuration service (the switchboard)
-/// answered. A plain value: an object belongs on one thread at a time.
+/// The shop that this device belongs to, as the device maker's configuration service (the
+/// switchboard) answered. A value type, not thread-safe.
 class QUIRE_EXPORT SwitchboardConfig {
  public:
-  /// What the configuration holds. Addresses are absolute.
+  /// The fields of the configuration. Addresses are absolute.
   enum Fields : int {
     kPartner = 0,
     kClientId = 1,           ///< of this device's shop
     kShopUrl = 2,            ///< the shop's web site
     kShopName = 3,           ///< for display
-    kOpdsStartPage = 4,      ///< where the shop's OPDS catalogue begins
+    kOpdsStartPage = 4,      ///< the start of the shop's OPDS catalogue
     kImpressumUrl = 5,       ///< the legal notice
     kAgbUrl = 6,             ///< terms and conditions
     kDatenschutzUrl = 7,     ///< privacy
     kWiderrufsrechtUrl = 8,  ///< right of withdrawal
     kHilfeUrl = 9,           ///< help
-    kStoreApiUrl = 10,       ///< the base of every store call: fixed, whatever the answer
+    kStoreApiUrl = 10,       ///< the base of every store call; does not depend on the answer
     kStoreId = 11,           ///< the path segment before "/opds/" in the start page
   };
 
-  /// Wraps a copy of `json`, whatever it is.
+  /// Wraps a copy of `json`, of any type.
   static SwitchboardConfig Parse(const Json::Value& json);
 
-  /// A copy of what Parse was given; null when there was nothing.
+  /// A copy of the value that Parse wrapped; null by default.
   Json::Value ToJson() const;
 
-  /// The field's text; empty when it is missing or no text, or when there is no such field.
+  /// The field as a string, without surrounding white space; empty when it is missing or of another
+  /// type, and for an unknown field.
   std::string operator[](Fields field) const;
 
  private:

@@ -9,11 +9,10 @@
 
 namespace saltmoor::quire {
 
-/// A customer's profile, as the shop sent it. A plain value: an object belongs on one thread at a
-/// time.
+/// A customer's profile, as the shop sent it. A value type, not thread-safe.
 class QUIRE_EXPORT UserData {
  public:
-  /// What a profile holds; each as the shop writes it.
+  /// The fields of a profile.
   enum Fields : int {
     kUserId = 0,
     kTitle = 1,  ///< of address, such as "Dr."
@@ -31,11 +30,10 @@ class QUIRE_EXPORT UserData {
     kPayMethod = 13,
   };
 
-  /// Wraps a copy of `json`, whatever it is.
+  /// Wraps a copy of `json`, of any type.
   static UserData FromJson(const Json::Value& json);
 
-  /// The field's text; empty when it is missing, of a type without text, or when there is no such
-  /// field.
+  /// The field as ToString converts it; empty when it is missing, and for an unknown field.
   std::string operator[](Fields field) const;
 
  private:

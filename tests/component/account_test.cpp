@@ -1,25 +1,25 @@
 #include <unistd.h>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
 
 const std::string kOpen = "config open " + kConfigPath;
 
-class Account : public OnDevice {
+class StoreManagerAccount : public FakeDeviceFixture {
  protected:
   void SetUp() override {
-    OnDevice::SetUp();
+    FakeDeviceFixture::SetUp();
     manager();
-    device.ForgetJournal();
+    device.ClearJournal();
   }
 };
 
-TEST_F(Account, LogIn_StoresTheSessionAndTheCredentials) {
-  ScriptStart();
+TEST_F(StoreManagerAccount, StoresSessionAndCredentialsOnLogIn) {
+  PrepareStart();
   device.config.clear();
-  EXPECT_EQ(Words(manager().LogIn("anna", kPassword)), "ok");
+  EXPECT_EQ(Describe(manager().LogIn("anna", kPassword)), "ok");
   EXPECT_EQ(device.Journal(),
             (Lines{kOpen, "POST /login username=anna&password=" + kPassword + "&storeId=",
                    "config write session_id=" + kSession, "config write user_name=anna",
@@ -29,16 +29,16 @@ TEST_F(Account, LogIn_StoresTheSessionAndTheCredentials) {
   EXPECT_EQ(manager().GetPurchased().size(), 1u);
 }
 
-TEST_F(Account, LogInAndRegister_ThatFail_WriteNothing) {
+TEST_F(StoreManagerAccount, StoresNothingWhenLogInOrRegisterFails) {
   const std::string refusal = R"({"error":"true","response":{"ErrorMsg":"no"}})";
-  device.Answer("/login", refusal);
-  device.Answer("/registerUser", refusal);
+  device.AddAnswer("/login", refusal);
+  device.AddAnswer("/registerUser", refusal);
   device.config["user_name"] = "old";
   for (const char* words : {"failed: no", "failed"}) {
-    EXPECT_EQ(Words(manager().LogIn("anna", kPassword)), words);
-    EXPECT_EQ(Words(manager().Register("e@x", kPassword, "N", "L", "T")), words);
+    EXPECT_EQ(Describe(manager().LogIn("anna", kPassword)), words);
+    EXPECT_EQ(Describe(manager().Register("e@x", kPassword, "N", "L", "T")), words);
     EXPECT_EQ(device.OpenHandles(), 0);
-    device.ForgetAnswers();
+    device.ClearAnswers();
   }
   EXPECT_EQ(device.Journal({"config write", "config save", "config close", "POST /getUserEbook"}),
             Lines());
@@ -46,9 +46,9 @@ TEST_F(Account, LogInAndRegister_ThatFail_WriteNothing) {
   EXPECT_FALSE(manager().IsLoggedIn());
 }
 
-TEST_F(Account, Register_StoresTheCredentials_ButIsNoLogIn) {
-  device.Answer("/registerUser", R"({"response":{"successMsg":"welcome"}})");
-  EXPECT_EQ(Words(manager().Register("e@x", kPassword, "N", "L", "T")), "ok: welcome");
+TEST_F(StoreManagerAccount, RegisterStoresCredentialsWithoutLoggingIn) {
+  device.AddAnswer("/registerUser", R"({"response":{"successMsg":"welcome"}})");
+  EXPECT_EQ(Describe(manager().Register("e@x", kPassword, "N", "L", "T")), "ok: welcome");
   EXPECT_FALSE(manager().IsLoggedIn());
   EXPECT_EQ(device.Journal({"config", "POST"}),
             (Lines{kOpen,
@@ -58,59 +58,59 @@ TEST_F(Account, Register_StoresTheCredentials_ButIsNoLogIn) {
                    "config write secret password=" + kPassword, "config save",
                    "POST /getUserEbook opdsSessionId=&storeId=", "config drop"}));
 
-  device.Answer("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
+  device.AddAnswer("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
   manager().LogIn("anna", kPassword);
   manager().Register("f@x", kPassword, "N", "L", "T");
   EXPECT_TRUE(manager().IsLoggedIn());
   EXPECT_EQ(device.config["session_id"], kSession);
 }
 
-TEST_F(Account, WithoutTheConfigurationFile_SucceedsWithoutARequest) {
+TEST_F(StoreManagerAccount, SucceedsWithoutRequestWhenConfigCannotOpen) {
   device.config_opens = false;
-  EXPECT_EQ(Words(manager().LogIn("anna", kPassword)), "ok");
-  EXPECT_EQ(Words(manager().Register("e@x", kPassword, "N", "L", "T")), "ok");
+  EXPECT_EQ(Describe(manager().LogIn("anna", kPassword)), "ok");
+  EXPECT_EQ(Describe(manager().Register("e@x", kPassword, "N", "L", "T")), "ok");
   EXPECT_EQ(device.Journal(), (Lines{kOpen, kOpen}));
 }
 
-TEST_F(Account, LogOut_IsLocal_AndKeepsTheCredentials) {
-  ScriptStart();
+TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
+  PrepareStart();
   manager().LogIn("anna", kPassword);
-  manager().AddToCart(BookOf("C1"));
+  manager().AddToCart(MakeBook("C1"));
   device.HoldDownloads();
   manager().DownloadBookById("B1");
-  device.ForgetJournal();
+  device.ClearJournal();
   manager().LogOut();
   EXPECT_EQ(device.Journal({"config", "POST", "forget"}), Lines{"forget authorisation"});
   EXPECT_FALSE(manager().IsLoggedIn());
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
-  EXPECT_EQ(Parsed(ReadFile(kCartPath))["orderItems"], Parsed("[]"));
+  EXPECT_EQ(ParseJson(ReadFile(kCartPath))["orderItems"], ParseJson("[]"));
   EXPECT_TRUE(manager().GetPurchased().empty());
   EXPECT_EQ(device.config["user_name"], "anna");
   EXPECT_EQ(device.config["session_id"], kSession);
-  Buy(R"([{"orderItemEAN":"B1"}])");
+  SetPurchased(R"([{"orderItemEAN":"B1"}])");
   EXPECT_EQ(device.Journal({"POST"}), Lines{"POST /getUserEbook opdsSessionId=&storeId="});
   EXPECT_EQ(manager().GetBookStatus("B1").status, BookStatus::kPurchased);
 }
 
-TEST_F(Account, LoadPurchased_ThatFails_EmptiesTheList) {
-  Buy(R"([{"orderItemEAN":"B1"},{"orderItemEAN":"B1"}])");
+TEST_F(StoreManagerAccount, EmptiesPurchasedWhenFetchFails) {
+  SetPurchased(R"([{"orderItemEAN":"B1"},{"orderItemEAN":"B1"}])");
   EXPECT_EQ(manager().GetPurchased().size(), 2u);
-  device.ForgetAnswers();
+  device.ClearAnswers();
   EXPECT_TRUE(manager().LoadPurchased().empty());
   EXPECT_TRUE(manager().GetPurchased().empty());
 }
 
-TEST_F(Account, Cart_IsWrittenAfterEachCall_ButOneThatFindsNoBook) {
+TEST_F(StoreManagerAccount, SavesCartUnlessBookToRemoveIsMissing) {
   const auto saved = [] { return unlink(kCartPath.c_str()) == 0; };
   for (int times = 0; times < 2; ++times) {
-    EXPECT_EQ(Words(manager().AddToCart(BookOf("1"))), "ok");
+    EXPECT_EQ(Describe(manager().AddToCart(MakeBook("1"))), "ok");
     EXPECT_TRUE(saved());
   }
   EXPECT_EQ(manager().RemoveFromCart(7u), 0);
   EXPECT_TRUE(saved());
-  EXPECT_EQ(manager().RemoveFromCart(BookOf("2")), 0);
+  EXPECT_EQ(manager().RemoveFromCart(MakeBook("2")), 0);
   EXPECT_FALSE(saved());
-  EXPECT_EQ(manager().RemoveFromCart(BookOf("1")), 0);
+  EXPECT_EQ(manager().RemoveFromCart(MakeBook("1")), 0);
   EXPECT_TRUE(saved());
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
   EXPECT_EQ(device.Journal(), Lines());

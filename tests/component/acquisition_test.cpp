@@ -1,6 +1,6 @@
 #include "acquisition.h"
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
@@ -15,7 +15,7 @@ IndirectAcquisition* Make(const std::string& type, const std::vector<Object*>& c
   return item;
 }
 
-TEST(Acquisition, OwnsItsChildrenInOrder_AndNoOtherElement) {
+TEST(IndirectAcquisition, OwnsIndirectAcquisitionsOnly) {
   static Lines deleted;
   struct Child : IndirectAcquisition {
     explicit Child(const char* name) : IndirectAcquisition(AttributeMap{{"type", name}}) {}
@@ -35,7 +35,7 @@ TEST(Acquisition, OwnsItsChildrenInOrder_AndNoOtherElement) {
 }
 
 // By the Itanium ABI, also on 32-bit ARM: two slots for the destructor, and the object first.
-TEST(Acquisition, VirtualSlots_AreInTheContractsOrder) {
+TEST(IndirectAcquisition, HasContractVtableLayout) {
   Object* const item = Make("");
   void* const* const slots = *reinterpret_cast<void* const* const*>(item);
   const auto add_child = reinterpret_cast<bool (*)(Object*, Object*)>(slots[2]);
@@ -49,7 +49,7 @@ TEST(Acquisition, VirtualSlots_AreInTheContractsOrder) {
   delete_it(item);
 }
 
-TEST(MakeFormat, ListsEachFormat_ParentsFirst_AndSetsTheFlagForATicket) {
+TEST(MakeFormat, ListsFormatsParentsFirstAndReportsTicket) {
   const std::string acsm = "application/vnd.adobe.adept+xml", epub = "application/epub+zip";
   const std::tuple<std::vector<Object*>, bool, bool, const char*, const char*> rows[] = {
       {{Make(acsm, {Make(epub)}), Make("application/pdf")}, false, true, "", "EPUB,PDF"},
@@ -71,7 +71,7 @@ TEST(MakeFormat, ListsEachFormat_ParentsFirst_AndSetsTheFlagForATicket) {
   }
 }
 
-TEST(MakeFormat, WritesAtMost63Bytes_AndTheTextAsItIsWhereItHasNoUpperCase) {
+TEST(MakeFormat, TruncatesTo63BytesAndKeepsLowerCase) {
   const std::unique_ptr<IndirectAcquisition> root(Make("", {Make("text/plain")}));
   bool has_acsm = false;
   const std::pair<std::string, std::string> rows[] = {{std::string(100, 'X'), std::string(63, 'X')},

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
@@ -20,9 +20,9 @@ std::string Visited(const std::string& url) {
          url + "]";
 }
 
-class AuthOnDevice : public OnDevice {};
+class AuthSession : public FakeDeviceFixture {};
 
-TEST_F(AuthOnDevice, MethodChoosesTheArguments) {
+TEST_F(AuthSession, SelectsBrowserArgumentsByPayMethod) {
   const std::tuple<const char*, bool, std::string> rows[] = {
       {"PAYPAL", true, " --paypal -img /tmp/quire_browser_logo.bmp"},
       {"PAYPAL", false, " --paypal"},
@@ -32,7 +32,7 @@ TEST_F(AuthOnDevice, MethodChoosesTheArguments) {
       {"", true, ""}};
   for (const auto& [method, has_logo, arguments] : rows) {
     device.has_logo = has_logo;
-    device.ForgetJournal();
+    device.ClearJournal();
     Auth().Run("https://pay/", method);
     const bool saved = has_logo && method == std::string("PAYPAL");
     EXPECT_EQ(device.Journal({"browser", "resource", "bitmap"}),
@@ -42,9 +42,9 @@ TEST_F(AuthOnDevice, MethodChoosesTheArguments) {
   }
 }
 
-TEST_F(AuthOnDevice, EveryResultButMinusOne_IsLogged) {
+TEST_F(AuthSession, LogsEveryResultExceptMinusOne) {
   for (const int result : {0, 1, -2}) {
-    device.ForgetJournal();
+    device.ClearJournal();
     device.browser.result = result;
     EXPECT_EQ(Auth().Run("https://pay/", "CCARD"), result);
     EXPECT_EQ(device.Journal({"log"}),
@@ -54,7 +54,7 @@ TEST_F(AuthOnDevice, EveryResultButMinusOne_IsLogged) {
 }
 
 // With a result of -1 the log tells whether the payment was taken as a success.
-TEST_F(AuthOnDevice, AddressWithTheMarker_EndsTheSession_AndItsStatusCounts) {
+TEST_F(AuthSession, EndsAtReturnMarkerAndReadsStatus) {
   const std::string other = "https://pay/next?%s%n=100%";
   const std::tuple<std::string, bool, bool> rows[] = {
       {kReturnPage + "success", true, true},
@@ -72,7 +72,7 @@ TEST_F(AuthOnDevice, AddressWithTheMarker_EndsTheSession_AndItsStatusCounts) {
   device.browser.result = -1;
   for (const auto& [url, ends, success] : rows) {
     SCOPED_TRACE(url);
-    device.ForgetJournal();
+    device.ClearJournal();
     device.browser.visits = {other, url, other};
     EXPECT_EQ(Auth().Run("https://pay/", "PAYPAL"), -1);
     EXPECT_EQ(device.Journal({"log"}),
@@ -81,7 +81,7 @@ TEST_F(AuthOnDevice, AddressWithTheMarker_EndsTheSession_AndItsStatusCounts) {
   }
 }
 
-TEST_F(AuthOnDevice, SecondRun_ForgetsTheFirstOnesSuccess) {
+TEST_F(AuthSession, ResetsSuccessOnSecondRun) {
   Auth auth;
   device.browser.result = -1;
   device.browser.visits = {kReturnPage + "success"};
@@ -92,7 +92,7 @@ TEST_F(AuthOnDevice, SecondRun_ForgetsTheFirstOnesSuccess) {
   EXPECT_EQ(device.Journal({"log 2"}), Lines{kFailedToLogIn});
 }
 
-TEST_F(AuthOnDevice, IsWatchedAndEndedFromOtherThreads) {
+TEST_F(AuthSession, RunsUntilEndedFromAnotherThread) {
   Auth auth;
   EXPECT_FALSE(auth.IsRunning());
   device.browser.stays_open = true;
@@ -107,7 +107,7 @@ TEST_F(AuthOnDevice, IsWatchedAndEndedFromOtherThreads) {
   EXPECT_EQ(device.Journal({"browser focus"}).size(), 1u);
 }
 
-TEST_F(AuthOnDevice, VirtualSlots_AreInTheContractsOrder) {
+TEST_F(AuthSession, HasContractVtableLayout) {
   Auth auth;
   utilities::BrowserAuthorization::IEventHandler* handler = &auth;
   void* const* slots = *reinterpret_cast<void* const* const*>(handler);

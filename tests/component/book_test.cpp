@@ -2,21 +2,21 @@
 
 #include <cstdint>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
 
-std::string Prop(const Book& book, Book::StringProps prop) {
+std::string GetProperty(const Book& book, Book::StringProps prop) {
   const auto entry = book.string_props.find(prop);
   return entry == book.string_props.end() ? "(absent)" : entry->second;
 }
 
-std::int64_t PriceOf(const std::string& json) {
-  return Book::FromJson(Parsed(R"({"orderItemPrice":)" + json + "}")).int_props.at(Book::kPrice);
+std::int64_t ReadPrice(const std::string& json) {
+  return Book::FromJson(ParseJson(R"({"orderItemPrice":)" + json + "}")).int_props.at(Book::kPrice);
 }
 
-TEST(Book, TablesHoldTheServersKeys) {
+TEST(Book, MapsServerKeysToProperties) {
   std::string table;
   for (const auto& [key, prop] : Book::s_book_string_map) {
     table += key + " " + std::to_string(prop) + "\n";
@@ -30,34 +30,36 @@ TEST(Book, TablesHoldTheServersKeys) {
   EXPECT_TRUE(Book::s_book_int_map.empty());
 }
 
-TEST(Book, OfNoObject_IsEmpty) {
+TEST(Book, IsEmptyWhenJsonIsNoObject) {
   for (const char* json : {"1", "\"orderItemEan\"", "null", "[{}]"}) {
-    const Book book = Book::FromJson(Parsed(json));
+    const Book book = Book::FromJson(ParseJson(json));
     EXPECT_TRUE(book.int_props.empty() && book.string_props.empty()) << json;
-    EXPECT_EQ(book.ToJson(), Parsed(R"({"orderItemPrice":"0"})"));
+    EXPECT_EQ(book.ToJson(), ParseJson(R"({"orderItemPrice":"0"})"));
   }
-  const Book book = Book::FromJson(Parsed("{}"));
+  const Book book = Book::FromJson(ParseJson("{}"));
   EXPECT_EQ(book.string_props, (std::map<Book::StringProps, std::string>{{Book::kEbookFormat, ""},
                                                                          {Book::kDate, ""}}));
   EXPECT_TRUE(book.int_props.empty());
-  EXPECT_EQ(book.ToJson(), Parsed(R"({"orderItemDate":"","orderItemEbookFormat":"",
+  EXPECT_EQ(book.ToJson(), ParseJson(R"({"orderItemDate":"","orderItemEbookFormat":"",
                                     "orderItemEbookType":"","orderItemPrice":"0"})"));
 }
 
-TEST(Book, KeysOfOneProperty_HaveAnOrder) {
-  const Book book = Book::FromJson(Parsed(
+TEST(Book, LaterKeyOfOnePropertyWins) {
+  const Book book = Book::FromJson(ParseJson(
       R"({"orderItemEan":"low","orderItemEAN":"CAPITALS","orderItemThumbnail":"small",
           "orderItemEbookCover":"cover","orderItemEbookType":"type","orderItemEbookFormat":"form",
           "orderItemQuantity":2,"orderItemIsEbook":true,"orderItemId":9781234567897,
           "orderItemTitle":1.5,"orderItemAuthor":null,"currency":["EUR"]})"));
-  EXPECT_EQ(Prop(book, Book::kEan), "low");
-  EXPECT_EQ(Prop(book, Book::kThumbnail), "small");
-  EXPECT_EQ(Prop(book, Book::kEbookFormat), "type");
-  EXPECT_EQ(Prop(book, Book::kQuantity), "2");
-  EXPECT_EQ(Prop(book, Book::kIsEbook), "true");
-  EXPECT_EQ(Prop(book, Book::kItemId), "9781234567897");
-  EXPECT_EQ(Prop(book, Book::kTitle) + Prop(book, Book::kAuthor) + Prop(book, Book::kCurrency), "");
-  EXPECT_EQ(Prop(book, Book::kOrderId), "(absent)");
+  EXPECT_EQ(GetProperty(book, Book::kEan), "low");
+  EXPECT_EQ(GetProperty(book, Book::kThumbnail), "small");
+  EXPECT_EQ(GetProperty(book, Book::kEbookFormat), "type");
+  EXPECT_EQ(GetProperty(book, Book::kQuantity), "2");
+  EXPECT_EQ(GetProperty(book, Book::kIsEbook), "true");
+  EXPECT_EQ(GetProperty(book, Book::kItemId), "9781234567897");
+  EXPECT_EQ(GetProperty(book, Book::kTitle) + GetProperty(book, Book::kAuthor) +
+                GetProperty(book, Book::kCurrency),
+            "");
+  EXPECT_EQ(GetProperty(book, Book::kOrderId), "(absent)");
   const Json::Value json = book.ToJson();
   EXPECT_EQ(json["orderItemEAN"], "low");
   EXPECT_EQ(json["orderItemEan"], "low");
@@ -65,13 +67,13 @@ TEST(Book, KeysOfOneProperty_HaveAnOrder) {
   EXPECT_FALSE(json.isMember("orderId"));
 }
 
-TEST(Book, PriceIsReadInCents_AndWrittenInSixDigits) {
+TEST(Book, ReadsPriceInCentsAndWritesSixDigits) {
   const std::pair<const char*, std::int64_t> read[] = {
       {R"("12.99")", 1299}, {R"("5")", 500},      {R"("0.125")", 13},    {R"("-0.125")", -13},
       {R"("0.29")", 29},    {R"("1e3")", 100000}, {R"("abc")", 0},       {R"("")", 0},
       {R"("12,99")", 1200}, {"12", 1200},         {"12.99", 0},          {"true", 0},
       {"[1]", 0},           {"null", 0},          {R"("9.99 EUR")", 999}};
-  for (const auto& [json, cents] : read) EXPECT_EQ(PriceOf(json), cents) << json;
+  for (const auto& [json, cents] : read) EXPECT_EQ(ReadPrice(json), cents) << json;
 
   const std::pair<std::int64_t, const char*> written[] = {
       {1299, "12.99"},      {500, "5"},        {5, "0.05"},          {0, "0"},
@@ -81,16 +83,16 @@ TEST(Book, PriceIsReadInCents_AndWrittenInSixDigits) {
     book.int_props[Book::kPrice] = cents;
     EXPECT_EQ(book.ToJson()["orderItemPrice"], text);
   }
-  EXPECT_EQ(PriceOf(R"("12345.7")"), 1234570);
+  EXPECT_EQ(ReadPrice(R"("12345.7")"), 1234570);
 }
 
-std::string Shown(const char* key, const std::string& sent, Book::StringProps prop) {
+std::string ReadProperty(const char* key, const std::string& sent, Book::StringProps prop) {
   Json::Value json;
   json[key] = sent;
-  return Prop(Book::FromJson(json), prop);
+  return GetProperty(Book::FromJson(json), prop);
 }
 
-TEST(Book, DateIsRewrittenForDisplay) {
+TEST(Book, RewritesDateForDisplay) {
   const std::pair<const char*, const char*> rows[] = {
       {"2021-03-15 14:30:00", "2021-03-15\n14:30:00"},
       {"2021-03-15\n14:30:00", "2021-03-15\n14:30:00"},
@@ -100,33 +102,35 @@ TEST(Book, DateIsRewrittenForDisplay) {
       {"Mon 15.03.2021", "Mon | 15.03.2021"},
       {" :", "\n:"},
       {" ", " | "}};
-  for (const auto& [sent, date] : rows) EXPECT_EQ(Shown("orderItemDate", sent, Book::kDate), date);
+  for (const auto& [sent, date] : rows)
+    EXPECT_EQ(ReadProperty("orderItemDate", sent, Book::kDate), date);
   for (const char* itself : {"14:30", "15.03.2021", ""}) {
-    EXPECT_EQ(Shown("orderItemDate", itself, Book::kDate), itself);
+    EXPECT_EQ(ReadProperty("orderItemDate", itself, Book::kDate), itself);
   }
 }
 
-TEST(Book, FormatIsAnExtensionWhereTheTypeIsKnown) {
+TEST(Book, ConvertsKnownMimeTypeToExtension) {
   const auto format_of = [](const char* sent) {
-    return Shown("orderItemEbookFormat", sent, Book::kEbookFormat);
+    return ReadProperty("orderItemEbookFormat", sent, Book::kEbookFormat);
   };
   EXPECT_EQ(format_of("text/html; charset=utf-8"), "htm");
   for (const char* itself : {"EPUB", "application/x"}) EXPECT_EQ(format_of(itself), itself);
 }
 
-TEST(Book, RowsThatAnApplicationAdds_TakeEffect) {
+TEST(Book, ReadsIntegerRowsAddedByApplication) {
   const auto pages = static_cast<Book::IntProps>(1);
   Book::s_book_int_map["pages"] = pages;
-  const std::pair<Json::Value, std::int64_t> rows[] = {{Parsed("320"), 320},
-                                                       {Parsed("-1"), -1},
-                                                       {Parsed("2147483648"), 2147483648},
-                                                       {Parsed("9223372036854775807"), INT64_MAX},
-                                                       {Parsed("9223372036854775808"), 0},
-                                                       {Parsed("1.5"), 0},
-                                                       {"320", 0},
-                                                       {true, 0},
-                                                       {Json::Value(7u), 0},
-                                                       {Json::arrayValue, 0}};
+  const std::pair<Json::Value, std::int64_t> rows[] = {
+      {ParseJson("320"), 320},
+      {ParseJson("-1"), -1},
+      {ParseJson("2147483648"), 2147483648},
+      {ParseJson("9223372036854775807"), INT64_MAX},
+      {ParseJson("9223372036854775808"), 0},
+      {ParseJson("1.5"), 0},
+      {"320", 0},
+      {true, 0},
+      {Json::Value(7u), 0},
+      {Json::arrayValue, 0}};
   for (const auto& [value, expected] : rows) {
     Json::Value json;
     json["pages"] = value;
@@ -134,12 +138,12 @@ TEST(Book, RowsThatAnApplicationAdds_TakeEffect) {
     EXPECT_EQ(book.int_props.at(pages), expected) << value;
     EXPECT_EQ(book.ToJson()["pages"].asInt64(), expected);
   }
-  EXPECT_EQ(Book::FromJson(Parsed("{}")).int_props.count(pages), 0u);
+  EXPECT_EQ(Book::FromJson(ParseJson("{}")).int_props.count(pages), 0u);
   Book::s_book_int_map.clear();
 }
 
-TEST(Book, IsCopiedAndMovedWhole) {
-  Book book = BookOf("1", "A", "T");
+TEST(Book, CopiesAndMovesAllMembers) {
+  Book book = MakeBook("1", "A", "T");
   book.aux_word = 7;
   book.int_props[Book::kPrice] = 5;
   const Book copy(book);
@@ -147,7 +151,7 @@ TEST(Book, IsCopiedAndMovedWhole) {
   moved = std::move(book);
   for (const Book& other : {copy, moved}) {
     EXPECT_EQ(other.ToJson(), copy.ToJson());
-    EXPECT_EQ(Prop(other, Book::kEan), "1");
+    EXPECT_EQ(GetProperty(other, Book::kEan), "1");
     EXPECT_EQ(other.aux_word, 7);
   }
   EXPECT_EQ(Book().aux_word, 0);

@@ -2,17 +2,17 @@
 
 #include <unistd.h>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
 
-class CartOnDevice : public OnDevice {
+class LocalCart : public FakeDeviceFixture {
  protected:
   Cart cart;
 
   /// Whether the cart file was written since it was last asked.
-  bool Saved() { return unlink(kCartPath.c_str()) == 0; }
+  bool WasSaved() { return unlink(kCartPath.c_str()) == 0; }
 
   void AddPriced(std::int64_t cents) {
     Book book;
@@ -22,15 +22,15 @@ class CartOnDevice : public OnDevice {
   }
 };
 
-TEST_F(CartOnDevice, SavesAfterEachChange_AndOnlyThen) {
-  cart.AddToCart(BookOf("1"));
-  EXPECT_TRUE(Saved());
-  cart.AddToCart(BookOf("1", "another author"));
-  EXPECT_FALSE(Saved());
+TEST_F(LocalCart, SavesOnlyAfterChanges) {
+  cart.AddToCart(MakeBook("1"));
+  EXPECT_TRUE(WasSaved());
+  cart.AddToCart(MakeBook("1", "another author"));
+  EXPECT_FALSE(WasSaved());
   cart.AddToCart(Book());
-  EXPECT_TRUE(Saved());
+  EXPECT_TRUE(WasSaved());
   cart.AddToCart(Book());
-  EXPECT_FALSE(Saved());
+  EXPECT_FALSE(WasSaved());
   ASSERT_EQ(cart.GetSize(), 2u);
   EXPECT_TRUE(cart.IsContain("1"));
   EXPECT_TRUE(cart.IsContain(""));
@@ -38,31 +38,31 @@ TEST_F(CartOnDevice, SavesAfterEachChange_AndOnlyThen) {
   EXPECT_FALSE(cart.IsContain("11"));
 
   cart.RemoveFromCart(2);
-  cart.RemoveFromCart(BookOf("2"));
+  cart.RemoveFromCart(MakeBook("2"));
   cart.SetItemsCurrency("EUR");
-  EXPECT_FALSE(Saved());
+  EXPECT_FALSE(WasSaved());
   EXPECT_EQ(cart.GetItem(1).string_props.at(Book::kCurrency), "EUR");
 
-  cart.orderItems.insert(cart.orderItems.begin(), BookOf("1", "first"));
-  cart.RemoveFromCart(BookOf("1"));
-  EXPECT_TRUE(Saved());
+  cart.orderItems.insert(cart.orderItems.begin(), MakeBook("1", "first"));
+  cart.RemoveFromCart(MakeBook("1"));
+  EXPECT_TRUE(WasSaved());
   ASSERT_EQ(cart.GetSize(), 2u);
   EXPECT_EQ(cart.GetItem(0).string_props.at(Book::kAuthor), "");
   cart.RemoveFromCart(0u);
-  EXPECT_TRUE(Saved());
+  EXPECT_TRUE(WasSaved());
   EXPECT_EQ(cart.GetSize(), 1u);
   cart.Clear();
-  EXPECT_TRUE(Saved());
+  EXPECT_TRUE(WasSaved());
   EXPECT_EQ(cart.GetSize(), 0u);
 }
 
-TEST_F(CartOnDevice, ItemOutOfRange_IsOneEmptyRecord) {
+TEST_F(LocalCart, ReturnsEmptyBookWhenOutOfRange) {
   EXPECT_EQ(&cart.GetItem(0), &cart.GetItem(7));
-  EXPECT_EQ(cart.GetItem(7).ToJson(), Parsed(R"({"orderItemPrice":"0"})"));
+  EXPECT_EQ(cart.GetItem(7).ToJson(), ParseJson(R"({"orderItemPrice":"0"})"));
   EXPECT_FALSE(cart.IsContain(""));
 }
 
-TEST_F(CartOnDevice, FileGivesBackTheItems_AndHalfOfTheHeader) {
+TEST_F(LocalCart, ReloadsItemsAndPartOfHeader) {
   cart.orderId = "O-1";
   cart.opdsSessionId = kSession;
   cart.userID = "U-1";
@@ -71,11 +71,11 @@ TEST_F(CartOnDevice, FileGivesBackTheItems_AndHalfOfTheHeader) {
   AddPriced(1299);
   cart.Save();
   EXPECT_EQ(ReadFile(kCartPath), Json::StyledWriter().write(cart.ToJson()));
-  EXPECT_EQ(cart.ToJson(), Parsed(R"({"opdsSessionId":")" + kSession + R"(",
+  EXPECT_EQ(cart.ToJson(), ParseJson(R"({"opdsSessionId":")" + kSession + R"(",
       "order":{"cartLastChange":"2021-03-15 10:00:00","orderAmount":20.0,"orderId":"O-1",
                "userID":"U-1"},
       "orderItems":[{"currency":"EUR","orderItemPrice":"12.99"}]})"));
-  EXPECT_EQ(Cart().ToJson()["orderItems"], Parsed("[]"));
+  EXPECT_EQ(Cart().ToJson()["orderItems"], ParseJson("[]"));
 
   Cart loaded;
   loaded.Load();
@@ -88,14 +88,14 @@ TEST_F(CartOnDevice, FileGivesBackTheItems_AndHalfOfTheHeader) {
   EXPECT_EQ(loaded.GetItem(0).int_props.at(Book::kPrice), 1299);
 }
 
-TEST_F(CartOnDevice, AnswerFillsTheHeader_WhereItHasOne) {
+TEST_F(LocalCart, ReadsHeaderFromAnswer) {
   const std::pair<const char*, double> amounts[] = {
       {R"("20.50")", 20.5}, {"20", 20.0},        {"20.5", 0.0},    {R"("x")", 0.0},
       {"null", 0.0},        {R"("1e400")", 0.0}, {R"("nan")", 0.0}};
   for (const auto& [json, amount] : amounts) {
-    cart.FromJson(Parsed(std::string(R"({"opdsSessionId":5,"order":{"orderId":9781234567897,
+    cart.FromJson(ParseJson(std::string(R"({"opdsSessionId":5,"order":{"orderId":9781234567897,
         "userID":"U","lastUpdated":"now","cartLastChange":"no","orderAmount":)") +
-                         json + "}}"));
+                            json + "}}"));
     EXPECT_EQ(cart.orderAmount, amount) << json;
   }
   EXPECT_EQ(cart.opdsSessionId, "5");
@@ -103,16 +103,16 @@ TEST_F(CartOnDevice, AnswerFillsTheHeader_WhereItHasOne) {
   EXPECT_EQ(cart.cartLastChange, "now");
 
   AddPriced(1);
-  cart.FromJson(Parsed("[1]"));
+  cart.FromJson(ParseJson("[1]"));
   EXPECT_EQ(cart.GetSize(), 0u);
   EXPECT_EQ(cart.opdsSessionId, "5");
-  cart.FromJson(Parsed(R"({"order":[1],"orderItems":[1,{}]})"));
+  cart.FromJson(ParseJson(R"({"order":[1],"orderItems":[1,{}]})"));
   EXPECT_EQ(cart.opdsSessionId, "");
   EXPECT_EQ(cart.userID, "U");
   EXPECT_EQ(cart.GetSize(), 2u);
 }
 
-TEST_F(CartOnDevice, WithoutAReadableFile_IsEmptyAndKeepsItsHeader) {
+TEST_F(LocalCart, KeepsHeaderWhenFileIsUnreadable) {
   for (const char* content : {"", "not json", "[]", "\"text\""}) {
     cart.orderId = "O-1";
     AddPriced(1);
@@ -123,7 +123,7 @@ TEST_F(CartOnDevice, WithoutAReadableFile_IsEmptyAndKeepsItsHeader) {
   }
 }
 
-TEST_F(CartOnDevice, TotalIsSummedIn32Bits_AndAlwaysHasAComma) {
+TEST_F(LocalCart, SumsIn32BitsAndFormatsWithComma) {
   EXPECT_EQ(cart.GetTotalPrice(), 0.0);
   EXPECT_EQ(cart.GetTotalPriceFormatted(), "0");
   const std::tuple<std::vector<std::int64_t>, double, const char*> rows[] = {
@@ -142,12 +142,12 @@ TEST_F(CartOnDevice, TotalIsSummedIn32Bits_AndAlwaysHasAComma) {
     EXPECT_EQ(cart.GetTotalPrice(), total);
     EXPECT_EQ(cart.GetTotalPriceFormatted(), formatted);
   }
-  cart.orderItems = {Book(), BookOf("2")};
+  cart.orderItems = {Book(), MakeBook("2")};
   cart.orderItems[1].string_props[Book::kCurrency] = "EUR";
   EXPECT_EQ(cart.GetTotalPriceFormatted(), "0,00 ");
 }
 
-TEST(ConvertDateTime, SplitsTheServersTimestamp) {
+TEST(ConvertDateTime, SplitsTimestamp) {
   std::string date, time;
   EXPECT_TRUE(ConvertDateTime("2021-12-31 23:59:59.123 CET", date, time));
   EXPECT_EQ(date + " " + time, "31.12.2021 23:59");

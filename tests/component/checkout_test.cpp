@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
@@ -17,57 +17,57 @@ std::string Condition(const char* condition, const char* returned) {
   return std::string(": Condition: \"") + condition + "\", return(\"" + returned + "\")]";
 }
 
-class Checkout : public OnDevice {
+class StoreManagerCheckout : public FakeDeviceFixture {
  protected:
   void SetUp() override {
-    OnDevice::SetUp();
-    ScriptStart();
+    FakeDeviceFixture::SetUp();
+    PrepareStart();
     manager();
-    device.ForgetJournal();
+    device.ClearJournal();
   }
 
   void AnswerStates(const Lines& states) {
     for (const std::string& state : states) {
-      device.Answer("/checkOrder", R"({"response":{"paymentStatus":")" + state + R"("}})");
+      device.AddAnswer("/checkOrder", R"({"response":{"paymentStatus":")" + state + R"("}})");
     }
   }
 
   /// A cart priced by the server, with the order O-1, committed for payment.
   void StartOrder(const std::string& pay_method) {
-    device.Answer("/addToCart", R"({"response":{"orderId":"O-1"}})");
-    device.Answer("/getCart", R"({"response":{"order":{"orderId":"O-1"},
+    device.AddAnswer("/addToCart", R"({"response":{"orderId":"O-1"}})");
+    device.AddAnswer("/getCart", R"({"response":{"order":{"orderId":"O-1"},
                                   "orderItems":[{"orderItemEAN":"1"}]}})");
-    device.Answer("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
-    manager().AddToCart(BookOf("1"));
+    device.AddAnswer("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
+    manager().AddToCart(MakeBook("1"));
     manager().CheckOut();
     EXPECT_EQ(manager().StartPayment(pay_method).code_, ServerApi::kOk);
-    device.ForgetJournal();
+    device.ClearJournal();
   }
 
   /// The order that the manager holds as pending; empty when none.
-  std::string Pending() {
-    device.ForgetJournal();
+  std::string PendingOrder() {
+    device.ClearJournal();
     manager().CheckOrderIfNeeded();
     const Lines asked = device.Journal({"POST /checkOrder orderId="});
     return asked.empty() ? "" : asked[0].substr(25, asked[0].find('&') - 25);
   }
 };
 
-TEST_F(Checkout, SendsEachBookOnce_TakesTheServersCart_AndListsWhatItLacks) {
-  Book book = BookOf("2");
+TEST_F(StoreManagerCheckout, SendsEachBookOnceAndListsDroppedBooks) {
+  Book book = MakeBook("2");
   book.string_props[Book::kCurrency] = "CHF";
   manager().AddToCart(book);
-  manager().AddToCart(BookOf("10", "first"));
+  manager().AddToCart(MakeBook("10", "first"));
   manager().AddToCart(Book());
   // A second copy reaches the cart through its file only.
-  Json::Value file = Parsed(ReadFile(kCartPath));
-  file["orderItems"].append(BookOf("10", "second").ToJson());
+  Json::Value file = ParseJson(ReadFile(kCartPath));
+  file["orderItems"].append(MakeBook("10", "second").ToJson());
   WriteFile(kCartPath, file.toStyledString());
   ASSERT_EQ(manager().Init(), 0);
   const std::string saved = ReadFile(kCartPath);
-  device.ForgetJournal();
-  device.Answer("/addToCart", R"({"response":{"orderId":"O-1"}})");
-  device.Answer("/getCart", R"({"response":{"order":{"orderId":"O-1"},
+  device.ClearJournal();
+  device.AddAnswer("/addToCart", R"({"response":{"orderId":"O-1"}})");
+  device.AddAnswer("/getCart", R"({"response":{"order":{"orderId":"O-1"},
       "orderItems":[{"orderItemEAN":"2","orderItemPrice":"1.50","currency":"EUR"}]}})");
 
   const auto [result, dropped] = manager().CheckOut();
@@ -86,8 +86,8 @@ TEST_F(Checkout, SendsEachBookOnce_TakesTheServersCart_AndListsWhatItLacks) {
   EXPECT_EQ(ReadFile(kCartPath), saved);
 }
 
-TEST_F(Checkout, OfAnEmptyCart_LeavesTheServersWithoutCurrency) {
-  device.Answer("/getCart", R"({"response":{"orderItems":[{"currency":"EUR"}]}})");
+TEST_F(StoreManagerCheckout, ClearsCurrencyWhenCartWasEmpty) {
+  device.AddAnswer("/getCart", R"({"response":{"orderItems":[{"currency":"EUR"}]}})");
   const auto [result, dropped] = manager().CheckOut();
   EXPECT_TRUE(dropped.empty());
   EXPECT_EQ(manager().GetCart().GetTotalPriceFormatted(), "0,00 ");
@@ -96,16 +96,16 @@ TEST_F(Checkout, OfAnEmptyCart_LeavesTheServersWithoutCurrency) {
                    "POST /getCart opdsSessionId=" + kSession + "&storeId=&orderId="}));
 }
 
-TEST_F(Checkout, WithoutTheServer_StillSucceeds_WithAllBooksDropped) {
-  device.ForgetAnswers();
-  manager().AddToCart(BookOf("1"));
+TEST_F(StoreManagerCheckout, SucceedsWithAllBooksDroppedWhenServerFails) {
+  device.ClearAnswers();
+  manager().AddToCart(MakeBook("1"));
   const auto [result, dropped] = manager().CheckOut();
-  EXPECT_EQ(Words(result), "ok");
+  EXPECT_EQ(Describe(result), "ok");
   EXPECT_EQ(dropped.size(), 1u);
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
 }
 
-TEST_F(Checkout, Payment_CommitsTheOrder_AndRunsTheBrowserForTwoMethodsOnly) {
+TEST_F(StoreManagerCheckout, ShowsPaymentPageForTwoMethodsOnly) {
   StartOrder("PAYPAL");
   const std::string started = "log 5 quire_store/src/data/store_manager:591" + kFunction +
                               "StartPayment(const std::string &): Starting PrepareOrder";
@@ -113,7 +113,7 @@ TEST_F(Checkout, Payment_CommitsTheOrder_AndRunsTheBrowserForTwoMethodsOnly) {
                                "StartPayment(const std::string &): Starting browser auth";
   for (const std::string method : {"PAYPAL", "CCARD", "paypal", "INVOICE", ""}) {
     SCOPED_TRACE(method);
-    device.ForgetJournal();
+    device.ClearJournal();
     EXPECT_EQ(manager().StartPayment(method).code_, ServerApi::kOk);
     const std::string pages = method == "CCARD" ? kReturnPages : "";
     Lines expected = {started, "POST /commitOrderForPayment opdsSessionId=" + kSession +
@@ -128,25 +128,25 @@ TEST_F(Checkout, Payment_CommitsTheOrder_AndRunsTheBrowserForTwoMethodsOnly) {
   }
 }
 
-TEST_F(Checkout, PaymentThatFails_KeepsWhatWasReached) {
+TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
   const std::string start = kFunction + "StartPayment(const std::string &)";
   // Refused: no order becomes pending.
-  device.Answer("/commitOrderForPayment", R"({"error":"true","response":{"ErrorMsg":"no"}})");
-  EXPECT_EQ(Words(manager().StartPayment("PAYPAL")), "failed: no");
+  device.AddAnswer("/commitOrderForPayment", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  EXPECT_EQ(Describe(manager().StartPayment("PAYPAL")), "failed: no");
   EXPECT_EQ(device.Journal({"log 2", "browser"}),
             Lines{kManagerLog + "593" + start +
                   Condition("ServerApi::kOk == commit_res.res.code_", "commit_res.res")});
-  EXPECT_EQ(Pending(), "");
+  EXPECT_EQ(PendingOrder(), "");
 
   // No address, then no browser: the order stays pending.
-  device.ForgetAnswers();
+  device.ClearAnswers();
   StartOrder("INVOICE");
   device.AnswerOnly("/commitOrderForPayment", "{}");
-  EXPECT_EQ(Words(manager().StartPayment("CCARD")), "failed");
+  EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
   EXPECT_EQ(device.Journal({"log 2", "browser"}),
             Lines{kManagerLog + "599" + start +
                   Condition("url.empty()", "ServerApi::Result(ServerApi::kFailed)")});
-  EXPECT_EQ(Pending(), "O-1");
+  EXPECT_EQ(PendingOrder(), "O-1");
 
   for (const int browser_result : {-1, 5}) {
     device.AnswerOnly("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
@@ -156,90 +156,90 @@ TEST_F(Checkout, PaymentThatFails_KeepsWhatWasReached) {
               Lines{kManagerLog + "605" + start +
                     Condition("SM_OK == err", "ServerApi::Result(ServerApi::kFailed)")});
     EXPECT_EQ(device.Journal({"log 2"}).size(), 2u);
-    EXPECT_EQ(Pending(), "O-1");
+    EXPECT_EQ(PendingOrder(), "O-1");
   }
 }
 
-TEST_F(Checkout, PaymentResult_IsPolledWhilePending_ThenTheOrderIsSubmitted) {
+TEST_F(StoreManagerCheckout, PollsWhilePendingThenSubmits) {
   StartOrder("PAYPAL");
   AnswerStates({"Pending", "Pending", "Success"});
-  device.Answer("/submitOrder",
-                R"({"response":{"order":{"orderDatePlaced":"2026-01-02 03:04:05"}}})");
+  device.AddAnswer("/submitOrder",
+                   R"({"response":{"order":{"orderDatePlaced":"2026-01-02 03:04:05"}}})");
   EXPECT_EQ(manager().CheckPaymentResult().code_, ServerApi::kOk);
   const std::string query = "network query", sleep = "sleep 5000000";
   EXPECT_EQ(device.Journal(), (Lines{query, kCheck, sleep, query, kCheck, sleep, query, kCheck,
                                      sleep, kSubmit, kList}));
   EXPECT_EQ(manager().GetOrderDatePlaced(), "2026-01-02 03:04:05");
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
-  EXPECT_EQ(Parsed(ReadFile(kCartPath))["orderItems"], Parsed("[]"));
+  EXPECT_EQ(ParseJson(ReadFile(kCartPath))["orderItems"], ParseJson("[]"));
   EXPECT_EQ(manager().GetPurchased().size(), 1u);
-  EXPECT_EQ(Pending(), "");
+  EXPECT_EQ(PendingOrder(), "");
 }
 
-TEST_F(Checkout, PaymentResult_OfAnotherMethod_IsSubmittedAtOnce) {
+TEST_F(StoreManagerCheckout, SubmitsAtOnceWithoutBrowserMethod) {
   StartOrder("INVOICE");
-  device.Answer("/submitOrder", "{}");
+  device.AddAnswer("/submitOrder", "{}");
   EXPECT_EQ(manager().CheckPaymentResult().code_, ServerApi::kOk);
   EXPECT_EQ(device.Journal(), (Lines{kSubmit, kList}));
 }
 
-TEST_F(Checkout, PaymentResult_ThatFails_KeepsTheCartAndTheOrder) {
+TEST_F(StoreManagerCheckout, KeepsCartAndOrderWhenPaymentFails) {
   const std::string lost =
       kFunction + "CheckPaymentResult()" + Condition("ServerApi::kOk == result.code_", "result");
   const std::string refusal = R"({"error":"true","response":{"ErrorMsg":"no"}})";
   StartOrder("CCARD");
   for (const char* state : {"In Progress", "Failure", "pending", ""}) {
-    device.ForgetAnswers();
+    device.ClearAnswers();
     AnswerStates({state});
-    device.ForgetJournal();
-    EXPECT_EQ(Words(manager().CheckPaymentResult()), "failed") << state;
+    device.ClearJournal();
+    EXPECT_EQ(Describe(manager().CheckPaymentResult()), "failed") << state;
     EXPECT_EQ(device.Journal(), (Lines{"network query", kCheck}));
   }
   device.AnswerOnly("/checkOrder", refusal);
-  EXPECT_EQ(Words(manager().CheckPaymentResult()), "failed: no");
+  EXPECT_EQ(Describe(manager().CheckPaymentResult()), "failed: no");
   EXPECT_EQ(device.Journal({"log", "sleep", "POST /submit"}), Lines{kManagerLog + "624" + lost});
 
-  device.ForgetAnswers();
+  device.ClearAnswers();
   AnswerStates({"Success"});
-  device.Answer("/submitOrder", refusal);
-  device.ForgetJournal();
-  EXPECT_EQ(Words(manager().CheckPaymentResult()), "failed: no");
+  device.AddAnswer("/submitOrder", refusal);
+  device.ClearJournal();
+  EXPECT_EQ(Describe(manager().CheckPaymentResult()), "failed: no");
   EXPECT_EQ(device.Journal({"log", "sleep", "POST /submit", "POST /getUser"}),
             (Lines{"sleep 5000000", kSubmit + "&paymethod=CCARD", kManagerLog + "645" + lost}));
   EXPECT_EQ(manager().GetCart().GetSize(), 1u);
   EXPECT_EQ(manager().GetOrderDatePlaced(), "");
-  EXPECT_EQ(Pending(), "O-1");
+  EXPECT_EQ(PendingOrder(), "O-1");
 }
 
-TEST_F(Checkout, OrderIsAskedForOnce_WhateverItsState) {
+TEST_F(StoreManagerCheckout, ChecksPendingOrderOnceInAnyState) {
   EXPECT_EQ(manager().CheckOrderIfNeeded(), -1);
   EXPECT_EQ(device.Journal(), Lines());
   StartOrder("PAYPAL");
   AnswerStates({"Failure"});
   for (int times = 0; times < 2; ++times) {
-    device.ForgetJournal();
+    device.ClearJournal();
     EXPECT_EQ(manager().CheckOrderIfNeeded(), 0);
     EXPECT_EQ(device.Journal(), (Lines{"network query", kCheck, kList}));
   }
-  device.ForgetAnswers();
-  device.ForgetJournal();
+  device.ClearAnswers();
+  device.ClearJournal();
   EXPECT_EQ(manager().CheckOrderIfNeeded(), -1);
   EXPECT_EQ(device.Journal({kManagerLog.c_str(), "POST /getUser"}),
             Lines{kManagerLog + "664 int saltmoor::quire::StoreManager::CheckOrderIfNeeded()" +
                   Condition("ServerApi::kOk == result.code_", "-1")});
 }
 
-TEST_F(Checkout, NetworkIsConnected_WhenNoneOfItsBitsIsSet) {
+TEST_F(StoreManagerCheckout, ConnectsWhenNoNetworkBitIsSet) {
   StartOrder("PAYPAL");
   AnswerStates({"Failure"});
   for (const int state : {0, 0xFF, 0x1000, 0x100, 0x200, 0x400, 0x800, 0xF00}) {
     device.network_state = state;
     const Lines expected = (state & 0xF00) != 0 ? Lines{"network query"}
                                                 : Lines{"network query", "network connect default"};
-    device.ForgetJournal();
+    device.ClearJournal();
     manager().CheckPaymentResult();
     EXPECT_EQ(device.Journal({"network"}), expected) << state;
-    device.ForgetJournal();
+    device.ClearJournal();
     manager().CheckOrderIfNeeded();
     EXPECT_EQ(device.Journal({"network"}), expected) << state;
   }

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
@@ -15,18 +15,18 @@ const std::string kFinishing =
 const Lines kScan = {"task find /ebrmain/bin/scanner.app",
                      "task send 7 84 -scan:/mnt/ext1/Downloads 0 2000", "sleep 200000"};
 
-class Downloads : public OnDevice {
+class StoreManagerDownloads : public FakeDeviceFixture {
  protected:
   void SetUp() override {
-    OnDevice::SetUp();
+    FakeDeviceFixture::SetUp();
     device.scanner_task = 7;
-    Buy(R"([{"orderItemEAN":"A","orderItemAuthor":"M","orderItemTitle":"A?",
+    SetPurchased(R"([{"orderItemEAN":"A","orderItemAuthor":"M","orderItemTitle":"A?",
              "orderItemEbookLink":"https://shop/a"},
             {"orderItemEAN":"B","orderItemAuthor":"M","orderItemTitle":"B",
              "orderItemEbookLink":"https://shop/b"},
             {"orderItemEAN":"C","orderItemAuthor":"M","orderItemTitle":"C",
              "orderItemEbookFormat":"application/pdf","orderItemEbookLink":"https://shop/c"}])");
-    device.ForgetJournal();
+    device.ClearJournal();
   }
 
   int StatusOf(const std::string& ean) { return manager().GetBookStatus(ean).status; }
@@ -41,7 +41,7 @@ class Downloads : public OnDevice {
   }
 };
 
-TEST_F(Downloads, StatusIsDecidedInOrder) {
+TEST_F(StoreManagerDownloads, DecidesStatusInOrder) {
   EXPECT_EQ(StatusOf("X"), BookStatus::kNotPurchased);
   EXPECT_EQ(StatusOf("a"), BookStatus::kNotPurchased);
   EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
@@ -49,7 +49,7 @@ TEST_F(Downloads, StatusIsDecidedInOrder) {
   BookStatus status = manager().GetBookStatusById("catalogue/items/A");
   EXPECT_EQ(status.status, BookStatus::kDownloaded);
   EXPECT_EQ(status.path, "/mnt/ext1/Digital Editions/A.epub");
-  manager().AddToCart(BookOf("A"));
+  manager().AddToCart(MakeBook("A"));
   status = manager().GetBookStatus("A");
   EXPECT_EQ(status.status, BookStatus::kInCart);
   EXPECT_EQ(status.path, "");
@@ -58,7 +58,7 @@ TEST_F(Downloads, StatusIsDecidedInOrder) {
   EXPECT_EQ(manager().GetBookStatus("items/B").status, BookStatus::kNotPurchased);
 }
 
-TEST_F(Downloads, FinishedFile_IsNamedByItsType_AndAnnouncedOrRejected) {
+TEST_F(StoreManagerDownloads, RenamesByContentTypeAndScansOrRemoves) {
   const std::tuple<const char*, const char*, const char*, bool> rows[] = {
       {"application/epub+zip", "M - T", "M - T.epub", true},
       {"application/epub+zip; charset=binary", "M - T.bin", "M - T.epub", true},
@@ -77,13 +77,13 @@ TEST_F(Downloads, FinishedFile_IsNamedByItsType_AndAnnouncedOrRejected) {
     SCOPED_TRACE(std::string(content_type) + " " + saved_name);
     device.download.content_type = content_type;
     device.download.saved_name = saved_name;
-    device.ForgetJournal();
+    device.ClearJournal();
     EXPECT_EQ(manager().DownloadBookById("A"), 0);
     Finish();
     const std::string file = kDownloads + name;
     EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink"}),
               kept ? kScan : (Lines{kError, "unlink " + file}));
-    EXPECT_EQ(FilesIn(kDownloads), kept ? Lines{name} : Lines());
+    EXPECT_EQ(ListFiles(kDownloads), kept ? Lines{name} : Lines());
     unlink(file.c_str());
     const Lines log = device.Journal({"log"});
     ASSERT_EQ(log.size(), 1u);
@@ -95,12 +95,12 @@ TEST_F(Downloads, FinishedFile_IsNamedByItsType_AndAnnouncedOrRejected) {
 }
 
 // The book of the current download is then the one without an EAN, too.
-TEST_F(Downloads, BookWithoutEan_CountsAsDownloading_WhileNoneIs) {
-  Buy(R"([{"orderItemTitle":"no EAN"}])");
+TEST_F(StoreManagerDownloads, TreatsBookWithoutEanAsDownloading) {
+  SetPurchased(R"([{"orderItemTitle":"no EAN"}])");
   EXPECT_EQ(StatusOf(""), BookStatus::kDownloading);
 }
 
-TEST_F(Downloads, WithoutAScanner_NothingIsSent) {
+TEST_F(StoreManagerDownloads, SendsNothingWithoutScanner) {
   device.scanner_task = -1;
   device.download.content_type = "application/epub+zip";
   manager().DownloadBookById("A");
@@ -109,7 +109,7 @@ TEST_F(Downloads, WithoutAScanner_NothingIsSent) {
   EXPECT_EQ(manager().GetBookStatus("A").path, kDownloads + "M - A.epub");
 }
 
-TEST_F(Downloads, Failure_IsShown_AndDeletesNothing) {
+TEST_F(StoreManagerDownloads, ShowsFailureAndRemovesNothing) {
   device.download.result = 3;
   manager().DownloadBookById("A");
   Finish();
@@ -117,14 +117,14 @@ TEST_F(Downloads, Failure_IsShown_AndDeletesNothing) {
   EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
 }
 
-TEST_F(Downloads, AreAskedForByTheBookAndUnderItsName) {
+TEST_F(StoreManagerDownloads, RequestsBookLinkUnderFileName) {
   EXPECT_EQ(manager().DownloadBookById("X"), 0);
   EXPECT_EQ(manager().DownloadBookById("items/C"), 0);
   Finish();
   EXPECT_EQ(device.Journal({"download"}), Lines{"download https://shop/c as M - C.pdf"});
 }
 
-TEST_F(Downloads, BookTakenWhileAnotherRuns_IsNeverDownloaded) {
+TEST_F(StoreManagerDownloads, DropsBookQueuedWhileAnotherDownloads) {
   device.HoldDownloads();
   EXPECT_EQ(manager().DownloadBookById("A"), 0);
   EXPECT_EQ(StatusOf("A"), BookStatus::kDownloading);
@@ -153,7 +153,7 @@ TEST_F(Downloads, BookTakenWhileAnotherRuns_IsNeverDownloaded) {
   EXPECT_EQ(manager().CheckDownloadState(), 0);
 }
 
-TEST_F(Downloads, FinishedOne_MakesRoomWithinTheSameCall) {
+TEST_F(StoreManagerDownloads, StartsNextWhenPreviousHasEnded) {
   manager().DownloadBookById("A");
   // The download ends by itself; only the call that queues the next notices.
   while (!Exists(kDownloads + "M - A")) std::this_thread::yield();

@@ -2,13 +2,10 @@
 
 #include "failure.h"
 
-#include <sys/stat.h>
-
-#include <chrono>
 #include <filesystem>
 #include <thread>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 #include "store_calls.h"
 
 namespace saltmoor::quire {
@@ -33,7 +30,7 @@ Failure Of(Failure::Kind kind) {
   return {kind, 0, 0, ""};
 }
 
-class ServerFailure : public OnDevice {
+class ServerApiFailure : public FakeDeviceFixture {
  protected:
   ServerApi api;
 
@@ -49,12 +46,12 @@ class ServerFailure : public OnDevice {
   }
 };
 
-TEST_F(ServerFailure, IsRecordedByEveryCall) {
+TEST_F(ServerApiFailure, IsRecordedByEveryCall) {
   for (const StoreCall& call : kStoreCalls) {
     SCOPED_TRACE(call.name);
     const bool shop = call.path != kSwitchboardUrl;
     const bool list = call.path == "/getUserEbook";
-    device.ForgetAnswers();
+    device.ClearAnswers();
     EXPECT_EQ(After(call), kUnreachable);
     EXPECT_EQ(After(call, call.answer), kNothing);
     for (const int status : {0, 204, 503}) {
@@ -71,7 +68,7 @@ TEST_F(ServerFailure, IsRecordedByEveryCall) {
   }
 }
 
-TEST_F(ServerFailure, IsClearedByLogOutWithoutSession) {
+TEST_F(ServerApiFailure, IsClearedByLogOutWithoutSession) {
   api.GetUserData();
   EXPECT_EQ(api.GetLastFailure(), kUnreachable);
   api.SetSessionId("");
@@ -81,7 +78,7 @@ TEST_F(ServerFailure, IsClearedByLogOutWithoutSession) {
   EXPECT_EQ(api.GetLastFailure(), kNothing);
 }
 
-class ManagerFailure : public OnDevice {
+class StoreManagerFailure : public FakeDeviceFixture {
  protected:
   const Failure& Last() { return manager().GetLastFailure(); }
 
@@ -91,10 +88,10 @@ class ManagerFailure : public OnDevice {
   }
 };
 
-TEST_F(ManagerFailure, IsTheFirstOfANestedCall) {
-  device.Answer("/login", kRefusal);
-  device.Answer("/getUserEbook", "", 500);
-  device.Answer(kSwitchboardUrl, kSwitchboardAnswer);
+TEST_F(StoreManagerFailure, IsFirstOfNestedCalls) {
+  device.AddAnswer("/login", kRefusal);
+  device.AddAnswer("/getUserEbook", "", 500);
+  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
   device.config["user_name"] = "anna";
   device.config["secret password"] = kPassword;
   EXPECT_EQ(manager().Init(), 0);
@@ -104,20 +101,20 @@ TEST_F(ManagerFailure, IsTheFirstOfANestedCall) {
   manager().LoadPurchased();
   EXPECT_EQ(Last(), (Failure{Failure::kHttpStatus, 0, 500, ""}));
 
-  ScriptStart();
-  device.Answer("/login", "{}");
+  PrepareStart();
+  device.AddAnswer("/login", "{}");
   manager().NewSession(nullptr);
   EXPECT_EQ(manager().LogIn("anna", kPassword).code_, ServerApi::kOk);
   EXPECT_EQ(Last(), kNothing);
-  device.Answer("/addToCart", "", 404);
+  device.AddAnswer("/addToCart", "", 404);
   manager().CheckOut();
   EXPECT_EQ(Last(), (Failure{Failure::kHttpStatus, 0, 404, ""}));
-  device.Answer("/addToCart", "{}");
+  device.AddAnswer("/addToCart", "{}");
   manager().CheckOut();
   EXPECT_EQ(Last(), kUnreachable);
 }
 
-TEST_F(ManagerFailure, NamesTheConfigurationFileAndCredentials) {
+TEST_F(StoreManagerFailure, NamesConfigFileAndCredentials) {
   device.config_opens = false;
   EXPECT_EQ(manager().Init(), -1);
   EXPECT_EQ(Last(), Of(Failure::kConfigFile));
@@ -138,7 +135,7 @@ TEST_F(ManagerFailure, NamesTheConfigurationFileAndCredentials) {
   EXPECT_EQ(Last(), kUnreachable);
 }
 
-TEST_F(ManagerFailure, IsLeftByQuestionsAndClearedByCalls) {
+TEST_F(StoreManagerFailure, SurvivesGettersAndIsClearedByCalls) {
   const auto fail = [this] {
     manager().GetUserData();
     EXPECT_EQ(Last(), kUnreachable);
@@ -158,8 +155,8 @@ TEST_F(ManagerFailure, IsLeftByQuestionsAndClearedByCalls) {
 
   const std::function<void()> calls[] = {
       [this] { manager().LogOut(); },
-      [this] { manager().AddToCart(BookOf("1")); },
-      [this] { manager().RemoveFromCart(BookOf("1")); },
+      [this] { manager().AddToCart(MakeBook("1")); },
+      [this] { manager().RemoveFromCart(MakeBook("1")); },
       [this] { manager().RemoveFromCart(0u); },
       [this] { manager().DownloadBookById("1"); },
       [this] { manager().CheckDownloadState(); },
@@ -171,7 +168,7 @@ TEST_F(ManagerFailure, IsLeftByQuestionsAndClearedByCalls) {
   }
 }
 
-TEST_F(ManagerFailure, NamesWhatEndedThePayment) {
+TEST_F(StoreManagerFailure, NamesWhatEndedPayment) {
   EXPECT_EQ(manager().CheckOrderIfNeeded(), -1);
   EXPECT_EQ(Last(), Of(Failure::kNoPendingOrder));
   CommitOrder(kRefusal);
@@ -199,22 +196,22 @@ TEST_F(ManagerFailure, NamesWhatEndedThePayment) {
   device.AnswerOnly("/checkOrder", R"({"response":{"paymentStatus":"Success"}})");
   EXPECT_EQ(manager().CheckPaymentResult().code_, ServerApi::kFailed);
   EXPECT_EQ(Last(), kUnreachable);
-  device.Answer("/submitOrder", "{}");
-  device.Answer("/getUserEbook", "", 502);
+  device.AddAnswer("/submitOrder", "{}");
+  device.AddAnswer("/getUserEbook", "", 502);
   EXPECT_EQ(manager().CheckPaymentResult().code_, ServerApi::kOk);
   EXPECT_EQ(Last(), (Failure{Failure::kHttpStatus, 0, 502, ""}));
 }
 
-TEST_F(ManagerFailure, TellsAnUnknownListFromAnEmptyOne) {
-  device.Answer(kSwitchboardUrl, kSwitchboardAnswer);
+TEST_F(StoreManagerFailure, DistinguishesUnknownListFromEmptyOne) {
+  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
   EXPECT_FALSE(manager().IsPurchasedKnown());
-  Buy("[]");
+  SetPurchased("[]");
   EXPECT_TRUE(manager().IsPurchasedKnown());
   manager().LogOut();
   EXPECT_FALSE(manager().IsPurchasedKnown());
   for (const auto& [body, status] : std::initializer_list<std::pair<std::string, long>>{
            {"[]", 500}, {"<html>", 200}, {kRefusal, 200}, {R"({"response":{}})", 200}}) {
-    Buy("[]");
+    SetPurchased("[]");
     EXPECT_TRUE(manager().IsPurchasedKnown());
     device.AnswerOnly("/getUserEbook", body, status);
     EXPECT_TRUE(manager().LoadPurchased().empty());
@@ -222,38 +219,37 @@ TEST_F(ManagerFailure, TellsAnUnknownListFromAnEmptyOne) {
   }
 }
 
-TEST_F(ManagerFailure, LeavesTheLastGoodConfigurationInForce) {
+TEST_F(StoreManagerFailure, LeavesLastGoodConfigurationInForce) {
   EXPECT_EQ(manager().GetConfig()[SwitchboardConfig::kShopName], "");
-  device.Answer(kSwitchboardUrl, kSwitchboardAnswer);
+  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
   EXPECT_EQ(manager().ConfigFromServer(), 0);
-  device.ForgetAnswers();
+  device.ClearAnswers();
   EXPECT_EQ(manager().ConfigFromServer(), -1);
   EXPECT_EQ(Last(), kUnreachable);
   EXPECT_EQ(manager().GetShopName(), "");
   EXPECT_EQ(manager().GetConfig()[SwitchboardConfig::kShopName], "The Shop");
 }
 
-class DownloadFailure : public ManagerFailure {
+class StoreManagerDownloadFailure : public StoreManagerFailure {
  protected:
   void SetUp() override {
-    OnDevice::SetUp();
-    Buy(R"([{"orderItemEAN":"A","orderItemAuthor":"M","orderItemTitle":"T"}])");
+    FakeDeviceFixture::SetUp();
+    SetPurchased(R"([{"orderItemEAN":"A","orderItemAuthor":"M","orderItemTitle":"T"}])");
   }
 
-  /// What the call that ends a download leaves.
+  /// Downloads the book and returns the failure of the call that finished the download.
   Failure Download() {
+    Failure failure;
     manager().DownloadBookById("A");
-    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (manager().GetBookStatus("A").status == BookStatus::kDownloading &&
-           std::chrono::steady_clock::now() < give_up) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-      manager().CheckDownloadState();
+    while (manager().CheckDownloadState() == 1) {
+      if (Last()) failure = Last();
+      std::this_thread::yield();
     }
-    return Last();
+    return failure;
   }
 };
 
-TEST_F(DownloadFailure, IsRecordedByTheCallThatEndsIt) {
+TEST_F(StoreManagerDownloadFailure, IsRecordedByCallThatFinishesDownload) {
   EXPECT_EQ(manager().GetSavedPath(), "");
   device.download.content_type = "application/pdf";
   EXPECT_EQ(Download(), kNothing);
@@ -273,7 +269,7 @@ TEST_F(DownloadFailure, IsRecordedByTheCallThatEndsIt) {
   device.download.result = 1;
   device.download.transport_error = 28;
   device.download.http_status = 404;
-  device.ForgetJournal();
+  device.ClearJournal();
   EXPECT_EQ(Download(), (Failure{Failure::kDownload, 28, 404, "no book came"}));
   EXPECT_EQ(manager().GetSavedPath(), "");
   EXPECT_EQ(device.Journal({"status of download"}).size(), 1u);
@@ -281,12 +277,11 @@ TEST_F(DownloadFailure, IsRecordedByTheCallThatEndsIt) {
   EXPECT_EQ(Last(), kNothing);
 }
 
-TEST_F(DownloadFailure, KeepsTheOldNameWhereTheNewOneIsTaken) {
+TEST_F(StoreManagerDownloadFailure, SavedPathIsOldNameWhenRenameFails) {
   std::filesystem::create_directories("/mnt/ext1/Downloads/M - T.pdf/full");
   device.download.content_type = "application/pdf";
   device.download.saved_name = "M - T.bin";
-  manager().DownloadBookById("A");
-  while (manager().CheckDownloadState() == 1) std::this_thread::yield();
+  Download();
   EXPECT_EQ(manager().GetSavedPath(), "/mnt/ext1/Downloads/M - T.bin");
   EXPECT_TRUE(Exists(manager().GetSavedPath()));
 }

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "book_files.h"
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
@@ -16,7 +16,7 @@ std::string Repeated(const std::string& text, int times) {
   return all;
 }
 
-TEST(VerifyFilename, CleansAndCuts) {
+TEST(VerifyFilename, RemovesCharactersAndTruncates) {
   for (const char* itself : {"", " \t}~\x7f\x01 A", "a.b", "abc"}) {
     EXPECT_EQ(VerifyFilename(itself, 255, true), itself);
   }
@@ -40,7 +40,7 @@ TEST(VerifyFilename, CleansAndCuts) {
   }
 }
 
-TEST(ParseToNameExtention, SplitsAtTheLastDot) {
+TEST(ParseToNameExtention, SplitsAtLastDot) {
   for (const char* whole : {"", "a", ".a", "./a", "/d.d/a"}) {
     EXPECT_EQ(ParseToNameExtention(whole), std::make_tuple(whole, "")) << whole;
   }
@@ -55,7 +55,7 @@ TEST(ParseToNameExtention, SplitsAtTheLastDot) {
   }
 }
 
-TEST(ExtentionByMime, TakesTheFirstRowThatBeginsTheType) {
+TEST(ExtentionByMime, MatchesFirstPrefix) {
   const std::map<std::string, std::string> rows = {{"text/plain", "txt"},
                                                    {"text/xml", "fb2"},
                                                    {"text/html; charset=utf-8", "htm"},
@@ -75,23 +75,23 @@ TEST(ExtentionByMime, TakesTheFirstRowThatBeginsTheType) {
   }
 }
 
-TEST(BookFileName, OfAuthorTitleAndFormat) {
-  Book book = BookOf("1", "Anna Muster", "Mein Buch: Teil 2?");
+TEST(GenerateBookFileName, JoinsAuthorTitleAndFormat) {
+  Book book = MakeBook("1", "Anna Muster", "Mein Buch: Teil 2?");
   book.string_props[Book::kEbookFormat] = "EPUB";
   EXPECT_EQ(GenerateBookShortFileName(book), "Anna Muster - Mein Buch Teil 2.epub");
   EXPECT_EQ(GenerateBookFileName(book), "/mnt/ext1/Downloads/Anna Muster - Mein Buch Teil 2.epub");
-  EXPECT_EQ(GenerateBookShortFileName(BookOf("1", "A#1", "T")), "A1 - T");
-  EXPECT_EQ(GenerateBookShortFileName(BookOf("1", "", "T")), " - T");
+  EXPECT_EQ(GenerateBookShortFileName(MakeBook("1", "A#1", "T")), "A1 - T");
+  EXPECT_EQ(GenerateBookShortFileName(MakeBook("1", "", "T")), " - T");
   EXPECT_EQ(GenerateBookShortFileName(Book()), " - ");
-  const Book long_title = BookOf("1", "A", Repeated("ß", 300));
+  const Book long_title = MakeBook("1", "A", Repeated("ß", 300));
   EXPECT_EQ(GenerateBookShortFileName(long_title), "A - " + Repeated("ß", 251));
 }
 
-class BookFile : public OnDevice {};
+class BookFile : public FakeDeviceFixture {};
 
-TEST_F(BookFile, IsTheFirstThatExists) {
+TEST_F(BookFile, IsFirstExistingCandidate) {
   const std::string downloads = "/mnt/ext1/Downloads/", editions = "/mnt/ext1/Digital Editions/";
-  Book book = BookOf("1", "A", "T: 1");
+  Book book = MakeBook("1", "A", "T: 1");
   book.string_props[Book::kEbookFormat] = "fb2";
   Lines places = {downloads + "A - T 1.fb2",  downloads + "A - T 1.epub", downloads + "A - T 1.pdf",
                   downloads + "A - T 1.acsm", editions + "T 1.epub",      editions + "T 1.pdf"};
@@ -106,9 +106,9 @@ TEST_F(BookFile, IsTheFirstThatExists) {
   EXPECT_EQ(GetBookFile(book), "");
 }
 
-TEST_F(BookFile, WithADotInTheAuthor_IsLookedForUnderTheTextBeforeIt) {
+TEST_F(BookFile, IsSearchedUnderPartBeforeDot) {
   WriteFile("/mnt/ext1/Downloads/J.epub", "");
-  EXPECT_EQ(GetBookFile(BookOf("1", "J. Smith", "Title")), "/mnt/ext1/Downloads/J.epub");
+  EXPECT_EQ(GetBookFile(MakeBook("1", "J. Smith", "Title")), "/mnt/ext1/Downloads/J.epub");
 }
 
 }  // namespace

@@ -2,25 +2,25 @@
 
 #include <cstdint>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
 
-TEST(ToString, OfWhatAReaderMade) {
+TEST(ToString, ConvertsParsedValues) {
   for (const char* itself :
        {"true", "false", "12", "-5", "0", "2147483647", "2147483648", "4294967295", "4294967296",
         "9781234567897", "9223372036854775807", "-2147483649", "-9223372036854775808"}) {
-    EXPECT_EQ(ToString(Parsed(itself)), itself);
+    EXPECT_EQ(ToString(ParseJson(itself)), itself);
   }
   for (const char* nothing : {"\"\"", "null", "12.5", "12.0", "1e3", "[1]", R"({"a":1})",
                               "9223372036854775808", "18446744073709551615"}) {
-    EXPECT_EQ(ToString(Parsed(nothing)), "") << nothing;
+    EXPECT_EQ(ToString(ParseJson(nothing)), "") << nothing;
   }
-  EXPECT_EQ(ToString(Parsed(R"("a \u00e4")")), "a \u00e4");
+  EXPECT_EQ(ToString(ParseJson(R"("a \u00e4")")), "a \u00e4");
 }
 
-TEST(ToString, OfValuesMadeInCode) {
+TEST(ToString, ConvertsConstructedValues) {
   EXPECT_EQ(ToString(Json::Value()), "");
   EXPECT_EQ(ToString(Json::Value(12)), "12");
   EXPECT_EQ(ToString(Json::Value(12u)), "");

@@ -1,49 +1,87 @@
-// An application's locale, with a comma for decimals and a dot for thousands, changes no number.
+// Numbers are read and written alike in every locale of the application.
 
+#include <langinfo.h>
 #include <unistd.h>
 
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <locale>
+#include <set>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 #include "server_api.h"
 
 namespace saltmoor::quire {
 namespace {
 
-struct German : std::numpunct<char> {
+/// The numbers of German, for C++ streams alone.
+struct GermanPunctuation : std::numpunct<char> {
   char do_decimal_point() const override { return ','; }
   char do_thousands_sep() const override { return '.'; }
   std::string do_grouping() const override { return "\3"; }
 };
 
-class InALocale : public OnDevice {
+class NumericLocale : public FakeDeviceFixture {
  protected:
-  /// Runs `body` in the C library's locale, in that of C++ streams, and in both.
+  /// Runs `body` in each locale that the system or the tests' build provides and whose decimal
+  /// separator or digits differ from those of the C locale: in the C library's alone, and in that
+  /// of C++ streams too. Then runs it with C++ streams in German and the C library in none.
   static void InEach(const std::function<void()>& body) {
+    std::set<std::string> names = InstalledNames();
     setenv("LOCPATH", QUIRE_TEST_LOCALES, 1);
-    for (const int which : {1, 2, 3}) {
-      SCOPED_TRACE(which);
-      if ((which & 2) != 0) {
-        std::locale::global(std::locale(std::locale::classic(), new German));
+    for (const std::string& name : ListFiles(QUIRE_TEST_LOCALES)) names.insert(name);
+    std::set<std::string> tried;
+    for (const std::string& name : names) {
+      for (const char* const path : {QUIRE_TEST_LOCALES, static_cast<const char*>(nullptr)}) {
+        path != nullptr ? setenv("LOCPATH", path, 1) : unsetenv("LOCPATH");
+        if (tried.count(name) != 0 || !Differs(name)) continue;
+        tried.insert(name);
+        SCOPED_TRACE(name);
+        std::setlocale(LC_ALL, name.c_str());
+        body();
+        std::locale::global(std::locale(name));
+        body();
+        Reset();
       }
-      if ((which & 1) != 0) {
-        ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-        ASSERT_STREQ(std::localeconv()->decimal_point, ",");
-      }
-      body();
-      std::locale::global(std::locale::classic());
-      std::setlocale(LC_ALL, "C");
     }
+    for (const char* const name : {"cs_CZ.UTF-8", "de_DE.UTF-8", "fa_IR.UTF-8", "ps_AF.UTF-8"}) {
+      EXPECT_EQ(tried.count(name), 1u) << name;
+    }
+    std::locale::global(std::locale(std::locale::classic(), new GermanPunctuation));
+    body();
+    Reset();
+  }
+
+  static void Reset() {
+    std::locale::global(std::locale::classic());
+    std::setlocale(LC_ALL, "C");
+  }
+
+ private:
+  static std::set<std::string> InstalledNames() {
+    std::set<std::string> names;
+    std::FILE* const list = popen("locale -a", "r");
+    char name[256];
+    while (std::fscanf(list, "%255s", name) == 1) names.insert(name);
+    pclose(list);
+    return names;
+  }
+
+  static bool Differs(const std::string& name) {
+    if (std::setlocale(LC_ALL, name.c_str()) == nullptr) return false;
+    const bool differs = std::string(std::localeconv()->decimal_point) != "." ||
+                         std::string(nl_langinfo(_NL_CTYPE_OUTDIGIT0_MB)) != "0";
+    std::setlocale(LC_ALL, "C");
+    return differs;
   }
 };
 
-TEST_F(InALocale, PricesAndTotalsStay) {
+TEST_F(NumericLocale, ReadsAndFormatsPricesAlike) {
   InEach([&] {
     Cart cart;
-    cart.FromJson(Parsed(R"({"order":{"orderAmount":"1234.5","orderId":1234567},
+    cart.FromJson(ParseJson(R"({"order":{"orderAmount":"1234.5","orderId":1234567},
       "orderItems":[{"orderItemPrice":"1234.56","orderItemQuantity":1234567,"currency":"EUR"},
                     {"orderItemPrice":"0.29"}]})"));
     EXPECT_EQ(cart.orderAmount, 1234.5);
@@ -59,59 +97,71 @@ TEST_F(InALocale, PricesAndTotalsStay) {
   });
 }
 
-// The amount stands before the items: a reader that stumbles over it loses them.
-TEST_F(InALocale, CartFileIsReadAndWrittenTheSame) {
-  InEach([&] {
-    Cart cart;
-    cart.orderItems = {BookOf("1"), BookOf("2")};
-    cart.orderItems[0].int_props[Book::kPrice] = 1299;
-    for (const double amount : {20.0, 1234567.25, 1e20}) {
-      cart.orderAmount = amount;
+TEST_F(NumericLocale, WritesReadableCartFile) {
+  Cart cart;
+  cart.orderItems = {MakeBook("1"), MakeBook("2")};
+  cart.orderItems[0].int_props[Book::kPrice] = 1299;
+  for (const double amount : {20.0, 12.5, 1234567.25, 1e20}) {
+    cart.orderAmount = amount;
+    cart.Save();
+    const std::string file = ReadFile(kCartPath);
+    InEach([&] {
       cart.Save();
-      const std::string file = ReadFile(kCartPath);
-      EXPECT_NE(file.find(amount == 20.0 ? "\"orderAmount\" : 20.0," : "\"orderAmount\" : 1"),
-                std::string::npos)
-          << file;
-      EXPECT_EQ(file.find("1.234.567"), std::string::npos);
-      EXPECT_EQ(file.find("567,25"), std::string::npos);
+      ASSERT_EQ(ReadFile(kCartPath), file);
       Cart loaded;
       loaded.Load();
-      ASSERT_EQ(loaded.GetSize(), 2u) << file;
+      ASSERT_EQ(loaded.GetSize(), 2u);
       EXPECT_EQ(loaded.GetItem(0).int_props.at(Book::kPrice), 1299);
-    }
+    });
+  }
+}
+
+TEST_F(NumericLocale, WritesReadableConfigurationCache) {
+  device.clock_s = {1000};
+  device.AddAnswer(kSwitchboardUrl, R"({"version":1234.5,"shopName":"S","year":2026})");
+  ASSERT_EQ(manager().Init(), 0);
+  const std::string file = ReadFile(kSwitchboardPath);
+  EXPECT_EQ(ParseJson(file)["version"].asDouble(), 1234.5);
+  InEach([&] {
+    ASSERT_EQ(manager().ConfigFromServer(), 0);
+    ASSERT_EQ(ReadFile(kSwitchboardPath), file);
+    device.ClearJournal();
+    ASSERT_EQ(manager().Init(), 0);
+    EXPECT_EQ(device.Journal({"GET"}), Lines());
+    EXPECT_EQ(manager().GetConfig().ToJson()["version"].asDouble(), 1234.5);
   });
 }
 
-TEST_F(InALocale, AnswersAreReadTheSame) {
+TEST_F(NumericLocale, ReadsAnswersAlike) {
+  ServerApi api;
+  device.AddAnswer(
+      "/getUserEbook",
+      R"({"rate":12345.678,/* 1.5 " */"a.5\"1.5":[-1.5e+3,2.5E-3],"response":[{"x":0.5,"orderItemPrice":"9.99"}]})");
+  device.AddAnswer("/commitOrderForPayment", R"({"response":{"url":12.5}})");
   InEach([&] {
-    ServerApi api;
-    device.Answer("/getUserEbook",
-                  R"({"rate":12345.678,"response":[{"x":0.5,"orderItemPrice":"9.99"}]})");
     const auto books = std::get<1>(api.GetUserEbook());
     ASSERT_EQ(books.size(), 1u);
     EXPECT_EQ(books[0].int_props.at(Book::kPrice), 999);
+    EXPECT_EQ(api.commitOrderForPayment("O", "PAYPAL").url, "12.5");
     std::string date, time;
     EXPECT_TRUE(ConvertDateTime("2021-03-05 07:08:09", date, time));
     EXPECT_EQ(date + " " + time, "05.03.2021 07:08");
-    device.Answer("/commitOrderForPayment", R"({"response":{"url":12.5}})");
-    EXPECT_EQ(api.commitOrderForPayment("O", "PAYPAL").url, "12.5");
   });
 }
 
-TEST_F(InALocale, SwitchboardCacheIsReadAndWrittenTheSame) {
+TEST_F(NumericLocale, KeepsRealNumbersOfAnyForm) {
+  ServerApi api;
+  const std::pair<const char*, double> rows[] = {
+      {"1.5", 1.5},       {"-0.25", -0.25},   {"1.5e3", 1500.0},
+      {"1.5E+3", 1500.0}, {"25.0e-1", 2.5},   {"123456789.0625", 123456789.0625},
+      {"7.0", 7.0},       {"0.5e0003", 500.0}};
   InEach([&] {
-    device.Answer(kSwitchboardUrl, R"({"version":1234.5,"shopName":"S","year":2026})");
-    device.clock_s = {1000};
-    unlink(kSwitchboardPath.c_str());
-    ASSERT_EQ(manager().Init(), 0);
-    EXPECT_EQ(manager().GetShopName(), "S");
-    device.ForgetJournal();
-    ASSERT_EQ(manager().Init(), 0);
-    EXPECT_EQ(device.Journal({"GET"}), Lines());
-    EXPECT_EQ(manager().GetShopName(), "S");
-    std::locale::global(std::locale::classic());
-    std::setlocale(LC_ALL, "C");
-    EXPECT_EQ(Parsed(ReadFile(kSwitchboardPath))["version"].asDouble(), 1234.5);
+    for (const auto& [json, number] : rows) {
+      device.AddAnswer(kSwitchboardUrl, R"({"a.5":"1.5\"2.5\\","n":)" + std::string(json) + "}");
+      const Json::Value answer = std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson();
+      EXPECT_EQ(answer["n"].asDouble(), number) << json;
+      EXPECT_EQ(answer["a.5"], "1.5\"2.5\\");
+    }
   });
 }
 

@@ -3,20 +3,20 @@
 #include <climits>
 #include <utility>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 #include "store_calls.h"
 
 namespace saltmoor::quire {
 namespace {
 
-class Server : public OnDevice {
+class ServerApiCall : public FakeDeviceFixture {
  protected:
   ServerApi api;
   std::string payload;
 
   void SetUp() override {
-    OnDevice::SetUp();
-    api.SetConfig(SwitchboardConfig::Parse(Parsed(kSwitchboardAnswer)));
+    FakeDeviceFixture::SetUp();
+    api.SetConfig(SwitchboardConfig::Parse(ParseJson(kSwitchboardAnswer)));
   }
 
   /// Makes one call in a session, with one answer to it.
@@ -26,23 +26,23 @@ class Server : public OnDevice {
     return Make(call);
   }
   ServerApi::Result Make(const StoreCall& call) {
-    device.ForgetJournal();
+    device.ClearJournal();
     api.SetSessionId(kSession);
     payload.clear();
     return call.make(api, &payload);
   }
 
   /// The parameters that the last call sent.
-  std::string Sent() {
+  std::string SentParameters() {
     const std::string line = device.Journal({"POST"}).back();
     return line.substr(line.find(' ', 5) + 1);
   }
 };
 
-TEST_F(Server, EveryCall_SendsItsParametersInOrder_AndReadsItsAnswer) {
+TEST_F(ServerApiCall, SendsParametersInOrderAndReadsAnswer) {
   for (const StoreCall& call : kStoreCalls) {
     SCOPED_TRACE(call.name);
-    EXPECT_EQ(Words(Make(call, call.answer)),
+    EXPECT_EQ(Describe(Make(call, call.answer)),
               std::string(call.name) == "Register" ? "ok: welcome" : "ok");
     EXPECT_EQ(payload, call.payload);
     EXPECT_EQ(device.Journal({"GET", "POST"}),
@@ -51,11 +51,11 @@ TEST_F(Server, EveryCall_SendsItsParametersInOrder_AndReadsItsAnswer) {
   }
 }
 
-TEST_F(Server, EveryCall_LogsALostAnswer) {
+TEST_F(ServerApiCall, LogsTransportError) {
   for (const StoreCall& call : kStoreCalls) {
     SCOPED_TRACE(call.name);
-    device.ForgetAnswers();
-    EXPECT_EQ(Words(Make(call)) + payload, "failed");
+    device.ClearAnswers();
+    EXPECT_EQ(Describe(Make(call)) + payload, "failed");
     EXPECT_EQ(api.GetSessionId(), kSession);
     EXPECT_EQ(
         device.Journal({"log"}),
@@ -64,13 +64,13 @@ TEST_F(Server, EveryCall_LogsALostAnswer) {
   }
 }
 
-TEST_F(Server, EveryCall_FailsInSilence_WithAnotherStatusThan200) {
+TEST_F(ServerApiCall, FailsSilentlyWhenStatusIsNot200) {
   for (const StoreCall& call : kStoreCalls) {
     for (const long status : {0, 201, 204, 302, 404, 500}) {
       SCOPED_TRACE(std::string(call.name) + " " + std::to_string(status));
       for (const std::string& body :
            {call.answer, std::string(R"({"error":"true","response":{"ErrorMsg":"x"}})")}) {
-        EXPECT_EQ(Words(Make(call, body, status)) + payload, "failed");
+        EXPECT_EQ(Describe(Make(call, body, status)) + payload, "failed");
         EXPECT_EQ(api.GetSessionId(), kSession);
         EXPECT_EQ(device.Journal({"log"}), Lines());
       }
@@ -78,7 +78,7 @@ TEST_F(Server, EveryCall_FailsInSilence_WithAnotherStatusThan200) {
   }
 }
 
-TEST_F(Server, EveryCall_IsRefusedByErrorTrueOnly) {
+TEST_F(ServerApiCall, IsRefusedOnlyWhenErrorIsTrue) {
   const std::string content = R"("response":{"ErrorMsg":"E","errorMsg":"e","opdsSessionId":"S-2",)"
                               R"("orderId":"O","url":"u","order":{},"userId":"U"}})";
   for (const StoreCall& call : kStoreCalls) {
@@ -86,12 +86,12 @@ TEST_F(Server, EveryCall_IsRefusedByErrorTrueOnly) {
     SCOPED_TRACE(call.name);
     const bool list = call.path == "/getUserEbook";
     for (const std::string error : {R"({"error":"true",)", R"({"error":true,)"}) {
-      EXPECT_EQ(Words(Make(call, error + content)) + payload, list ? "failed: e" : "failed: E");
+      EXPECT_EQ(Describe(Make(call, error + content)) + payload, list ? "failed: e" : "failed: E");
       EXPECT_EQ(api.GetSessionId(), kSession);
       for (const char* rest :
            {R"("x":1})", R"("response":[{"orderItemEAN":"1"}]})", R"("response":5})",
             R"("response":{"ErrorMsg":["E"],"errorMsg":{}}})"}) {
-        EXPECT_EQ(Words(Make(call, error + rest)) + payload, "failed") << rest;
+        EXPECT_EQ(Describe(Make(call, error + rest)) + payload, "failed") << rest;
       }
     }
     for (const char* error :
@@ -103,15 +103,15 @@ TEST_F(Server, EveryCall_IsRefusedByErrorTrueOnly) {
   }
 }
 
-TEST_F(Server, EveryCall_SucceedsWithNothing_WhenTheAnswerIsNoJson) {
+TEST_F(ServerApiCall, SucceedsWithEmptyRecordWithoutJson) {
   for (const StoreCall& call : kStoreCalls) {
     for (const char* body : {"", "<html>", "not json", "null", "{}", R"({"response":null})"}) {
-      EXPECT_EQ(Words(Make(call, body)) + payload, "ok") << call.name << " " << body;
+      EXPECT_EQ(Describe(Make(call, body)) + payload, "ok") << call.name << " " << body;
     }
   }
 }
 
-TEST_F(Server, Session_IsSetByLogIn_AndClearedByLogOut) {
+TEST_F(ServerApiCall, LogInSetsAndLogOutClearsSession) {
   const auto log_in = [this](const std::string& body) {
     device.AnswerOnly("/login", body);
     EXPECT_EQ(api.LogIn("a", "b").code_, ServerApi::kOk);
@@ -121,18 +121,18 @@ TEST_F(Server, Session_IsSetByLogIn_AndClearedByLogOut) {
   EXPECT_EQ(log_in(R"({"response":{"opdsSessionId":20000000001}})"), "20000000001");
   EXPECT_EQ(log_in(R"({"response":{}})"), "");
 
-  device.ForgetJournal();
+  device.ClearJournal();
   EXPECT_EQ(api.LogOut().code_, ServerApi::kOk);
   EXPECT_EQ(device.Journal(), Lines());
   api.SetSessionId("S-3");
-  device.Answer("/logout", "{}");
+  device.AddAnswer("/logout", "{}");
   EXPECT_EQ(api.LogOut().code_, ServerApi::kOk);
   EXPECT_EQ(api.GetSessionId(), "");
 }
 
-TEST_F(Server, Switchboard_KeepsWhateverJsonItGets_AndNeedsTheDevicesSerialAndKey) {
-  device.Answer(kSwitchboardUrl, "[1]");
-  EXPECT_EQ(std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson(), Parsed("[1]"));
+TEST_F(ServerApiCall, CallSwitchboardAcceptsAnyJsonAndNeedsKey) {
+  device.AddAnswer(kSwitchboardUrl, "[1]");
+  EXPECT_EQ(std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson(), ParseJson("[1]"));
   for (const char** text : {&device.serial_number, &device.signing_key}) {
     const char* const given = std::exchange(*text, nullptr);
     EXPECT_THROW(api.CallSwitchboard(kSwitchboardUrl), std::logic_error);
@@ -140,10 +140,10 @@ TEST_F(Server, Switchboard_KeepsWhateverJsonItGets_AndNeedsTheDevicesSerialAndKe
   }
 }
 
-TEST_F(Server, Parameters_ThatDependOnTheArguments) {
+TEST_F(ServerApiCall, SendsParametersByArgument) {
   const std::string ids = "opdsSessionId=&storeId=4711";
   api.AddArrayToCart({});
-  EXPECT_EQ(Sent(), ids);
+  EXPECT_EQ(SentParameters(), ids);
 
   std::map<std::string, int> many;
   std::string fields;
@@ -153,24 +153,24 @@ TEST_F(Server, Parameters_ThatDependOnTheArguments) {
     fields += "&ean_" + number + "=" + ean + "&quantity_" + number + "=1";
   }
   api.AddArrayToCart(many);
-  EXPECT_EQ(Sent(), ids + fields);
+  EXPECT_EQ(SentParameters(), ids + fields);
 
   const std::string commit = "opdsSessionId=&orderId=O&storeId=4711&paymethod=";
   for (const std::string method : {"PAYPAL", "ccard", "CCARD ", ""}) {
     api.SubmitOrder("O", method);
-    EXPECT_EQ(Sent(), "orderId=O&storeId=4711&opdsSessionId=");
+    EXPECT_EQ(SentParameters(), "orderId=O&storeId=4711&opdsSessionId=");
     api.commitOrderForPayment("O", method);
-    EXPECT_EQ(Sent(), commit + method);
+    EXPECT_EQ(SentParameters(), commit + method);
   }
   api.commitOrderForPayment("O", "CCARD");
-  EXPECT_EQ(Sent(), commit + "CCARD" + kReturnPages);
+  EXPECT_EQ(SentParameters(), commit + "CCARD" + kReturnPages);
 
   api.SetConfig(SwitchboardConfig());
   api.GetUserData();
-  EXPECT_EQ(Sent(), "storeId=&opdsSessionId=");
+  EXPECT_EQ(SentParameters(), "storeId=&opdsSessionId=");
 }
 
-TEST_F(Server, PaymentState_IsOneOfFourTexts_ElseFailure) {
+TEST_F(ServerApiCall, TreatsUnknownPaymentStateAsFailure) {
   const auto status_of = [this](const std::string& json) {
     device.AnswerOnly("/checkOrder", R"({"response":{"paymentStatus":)" + json + "}}");
     return std::get<1>(api.CheckOrder("O")).status;
@@ -184,7 +184,7 @@ TEST_F(Server, PaymentState_IsOneOfFourTexts_ElseFailure) {
   }
 }
 
-TEST_F(Server, PaymentAddress_IsReadAsJsonReadsStrings) {
+TEST_F(ServerApiCall, ReadsPaymentPageByJsonConversion) {
   const auto expect_url = [this](const std::string& json, const std::string& url) {
     device.AnswerOnly("/commitOrderForPayment",
                       R"({"response":{"status":12.5,"url":)" + json + "}}");
@@ -200,18 +200,18 @@ TEST_F(Server, PaymentAddress_IsReadAsJsonReadsStrings) {
   expect_url(R"("https://pay/?a=1")", "https://pay/?a=1");
 }
 
-TEST_F(Server, Order_HasItsPositionsBesideItsHeader) {
-  device.Answer("/submitOrder", R"({"response":{"positions":[{},{}]}})");
+TEST_F(ServerApiCall, ReadsOrderPositionsBesideHeader) {
+  device.AddAnswer("/submitOrder", R"({"response":{"positions":[{},{}]}})");
   Order order = std::get<1>(api.SubmitOrder("O", "PAYPAL"));
   EXPECT_EQ(order.positions.size(), 2u);
   EXPECT_EQ(order.order_date_placed, "");
   EXPECT_TRUE(order.order.isNull());
-  order.FromJson(Parsed(R"({"order":["kept"],"positions":{"a":{}}})"));
+  order.FromJson(ParseJson(R"({"order":["kept"],"positions":{"a":{}}})"));
   EXPECT_TRUE(order.positions.empty());
-  EXPECT_EQ(order.order, Parsed(R"(["kept"])"));
+  EXPECT_EQ(order.order, ParseJson(R"(["kept"])"));
 }
 
-TEST(IntToString, IsPlainDecimal) {
+TEST(IntToString, FormatsDecimalDigits) {
   EXPECT_EQ(int_to_string(12), "12");
   EXPECT_EQ(int_to_string(INT_MIN), "-2147483648");
 }

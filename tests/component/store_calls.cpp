@@ -1,6 +1,6 @@
 #include "store_calls.h"
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 
@@ -8,7 +8,7 @@ namespace {
 
 using Result = ServerApi::Result;
 
-std::string Words(const std::vector<Book>& books) {
+std::string Describe(const std::vector<Book>& books) {
   std::string words;
   for (const Book& book : books) {
     words += "[";
@@ -19,24 +19,26 @@ std::string Words(const std::vector<Book>& books) {
   return words;
 }
 
-std::string Words(const Cart& cart) {
+std::string Describe(const Cart& cart) {
   cart.ToJson();
   cart.GetTotalPriceFormatted();
   return cart.orderId + cart.userID + cart.opdsSessionId + cart.cartLastChange +
-         (cart.orderAmount == 0 ? "" : std::to_string(cart.orderAmount)) + Words(cart.orderItems);
+         (cart.orderAmount == 0 ? "" : std::to_string(cart.orderAmount)) +
+         Describe(cart.orderItems);
 }
 
-std::string Words(const Order& order) {
-  return order.order_date_placed + Words(order.positions) + (order.order.isNull() ? "" : "+order");
+std::string Describe(const Order& order) {
+  return order.order_date_placed + Describe(order.positions) +
+         (order.order.isNull() ? "" : "+order");
 }
 
 // A missing state counts as a failed payment, so that is what an empty answer gives.
-std::string Words(const ChekResult& check) {
+std::string Describe(const ChekResult& check) {
   return check.status == ChekResult::kFailure ? "" : std::to_string(check.status);
 }
 
 template <typename Record, typename Fields = typename Record::Fields>
-std::string Words(const Record& record) {
+std::string Describe(const Record& record) {
   std::string words;
   for (int field = 0; field < 16; ++field) {
     const std::string text = record[static_cast<Fields>(field)];
@@ -45,7 +47,7 @@ std::string Words(const Record& record) {
   return words;
 }
 
-std::string Words(const std::string& text) {
+std::string Describe(const std::string& text) {
   return text;
 }
 
@@ -54,7 +56,7 @@ Result Unpack(const std::tuple<Result, Record>& answer, std::string* payload) {
   const Result& result = std::get<0>(answer);
   // Beside a failed result the state of a payment is not set.
   const bool readable = result.code_ == ServerApi::kOk || !std::is_same_v<Record, ChekResult>;
-  *payload = readable ? Words(std::get<1>(answer)) : "";
+  *payload = readable ? Describe(std::get<1>(answer)) : "";
   return result;
 }
 

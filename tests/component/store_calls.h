@@ -12,7 +12,7 @@ namespace saltmoor::quire {
 /// One of the twelve calls of the shop's server, made with fixed arguments.
 struct StoreCall {
   const char* name;
-  std::string path;        ///< as fake::Device::Answer takes it
+  std::string path;        ///< as fake::Device::AddAnswer takes it
   std::string parameters;  ///< as the journal shows them, after the path
   int log_line;
   const char* function;  ///< as the log shows it

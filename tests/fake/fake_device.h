@@ -42,7 +42,7 @@ class Device {
   Lines Journal() const;
   /// The lines that begin with one of these.
   Lines Journal(std::initializer_list<const char*> beginnings) const;
-  void ForgetJournal();
+  void ClearJournal();
 
   /// What no caller may do, whatever is tested: a handle closed twice or used after, a request that
   /// follows no redirects or waits for another time than 30 s.
@@ -53,10 +53,10 @@ class Device {
 
   /// The next answer to requests of `path` (of the store API, or a whole address); the last one
   /// stays until another is given. Without any the transport fails.
-  void Answer(const std::string& path, const std::string& body, long status = 200);
+  void AddAnswer(const std::string& path, const std::string& body, long status = 200);
   /// Forgets all answers and the journal first.
   void AnswerOnly(const std::string& path, const std::string& body, long status = 200);
-  void ForgetAnswers();
+  void ClearAnswers();
   int network_state = 0x100;
 
   // --- The configuration file, as saved
@@ -99,9 +99,9 @@ class Device {
     std::string body;
     bool taken = false;
   };
-  void Note(const std::string& line);
-  void NoteMisuse(const std::string& what);
-  Reply TakeReply(const std::string& path);
+  void Record(const std::string& line);
+  void RecordMisuse(const std::string& what);
+  Reply NextReply(const std::string& path);
   void WaitForRelease();
   std::int64_t Now();
 

@@ -15,15 +15,15 @@ struct ResourceDownloader::State {
 
 ResourceDownloader::ResourceDownloader(const std::string& folder, IDownloadObserver* observer)
     : state_(std::make_shared<State>()) {
-  device.Note("downloader " + folder);
-  if (observer != nullptr) device.NoteMisuse("an observer of downloads");
+  device.Record("downloader " + folder);
+  if (observer != nullptr) device.RecordMisuse("an observer of downloads");
   state_->folder = folder;
 }
 
 int ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
                                          std::function<void(int)> progress) {
-  device.Note("download " + url + " as " + file_name);
-  if (progress) device.NoteMisuse("a progress callback");
+  device.Record("download " + url + " as " + file_name);
+  if (progress) device.RecordMisuse("a progress callback");
   device.WaitForRelease();
   if (device.download.result != 0) return device.download.result;
   const std::string& name = device.download.saved_name;
@@ -46,7 +46,7 @@ std::string ResourceDownloader::GetSavedPath() const {
 }
 
 utilities::Downloader::StatusInfo ResourceDownloader::GetStatusInfo() const {
-  device.Note("status of download");
+  device.Record("status of download");
   utilities::Downloader::StatusInfo info;
   if (device.download.result != 0) {
     info.code = device.download.transport_error;

@@ -34,12 +34,12 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   std::string line = request.GetMethod() + " " + path;
   if (!request.GetGetParams().empty()) line += "?" + Joined(request.GetGetParams());
   if (!request.GetPostParams().empty()) line += " " + Joined(request.GetPostParams());
-  device.Note(line);
-  if (!request.GetFollowRedirects()) device.NoteMisuse(line + ": follows no redirects");
-  if (timeout_s != 30) device.NoteMisuse(line + ": time-out " + std::to_string(timeout_s));
-  if (*status != 0 || !body->empty()) device.NoteMisuse(line + ": status or body not empty");
+  device.Record(line);
+  if (!request.GetFollowRedirects()) device.RecordMisuse(line + ": follows no redirects");
+  if (timeout_s != 30) device.RecordMisuse(line + ": time-out " + std::to_string(timeout_s));
+  if (*status != 0 || !body->empty()) device.RecordMisuse(line + ": status or body not empty");
 
-  const fake::Device::Reply reply = device.TakeReply(path);
+  const fake::Device::Reply reply = device.NextReply(path);
   *status = reply.status;
   body->assign(reply.body.begin(), reply.body.end());
   return reply.error;
@@ -51,12 +51,12 @@ std::string Signature::GenerateNonce() {
 
 std::string Signature::CreateSignature(const HttpRequest& request, const std::string& salt,
                                        const std::string& key) {
-  device.Note("sign " + Joined(request.GetGetParams()) + " salt=" + salt + " key=" + key);
+  device.Record("sign " + Joined(request.GetGetParams()) + " salt=" + salt + " key=" + key);
   return "SIGNATURE";
 }
 
 void TevUtilities::SetSha0Data(const char* data) {
-  device.Note(std::string("key ") + data);
+  device.Record(std::string("key ") + data);
 }
 
 const char* TevUtilities::SHA0BadCrypt() {
@@ -64,7 +64,7 @@ const char* TevUtilities::SHA0BadCrypt() {
 }
 
 void BookStoreAuthConfigs::logOut() {
-  device.Note("forget authorisation");
+  device.Record("forget authorisation");
 }
 
 void BrowserAuthorization::IEventHandler::BrowserError() {}
@@ -73,13 +73,13 @@ BrowserAuthorization::IEventHandler::~IEventHandler() = default;
 
 BrowserAuthorization::BrowserAuthorization(const std::string& name, IEventHandler* handler)
     : name_(name), handler_(handler) {
-  device.Note("browser session " + name);
+  device.Record("browser session " + name);
 }
 
 int BrowserAuthorization::Start(const std::string& url, const std::vector<std::string>& args) {
   std::string line = "browser run " + browser_path_;
   for (const std::string& arg : args) line += " " + arg;
-  device.Note(line + " " + url);
+  device.Record(line + " " + url);
   const auto set_running = [this](bool running) {
     const std::lock_guard<std::mutex> lock(mutex_);
     running_ = running;
@@ -104,7 +104,7 @@ int BrowserAuthorization::Start(const std::string& url, const std::vector<std::s
 }
 
 void BrowserAuthorization::SetFocus() {
-  device.Note("browser focus");
+  device.Record("browser focus");
 }
 
 }  // namespace saltmoor::utilities

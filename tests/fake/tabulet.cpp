@@ -40,7 +40,7 @@ Lines Device::Journal(std::initializer_list<const char*> beginnings) const {
   return lines;
 }
 
-void Device::ForgetJournal() {
+void Device::ClearJournal() {
   const std::lock_guard<std::mutex> lock(mutex_);
   journal_.clear();
 }
@@ -54,19 +54,19 @@ int Device::OpenHandles() const {
   return static_cast<int>(open_handles.size());
 }
 
-void Device::Answer(const std::string& path, const std::string& body, long status) {
+void Device::AddAnswer(const std::string& path, const std::string& body, long status) {
   std::deque<Reply>& replies = replies_[path];
   if (!replies.empty() && replies.front().taken) replies.pop_front();
   replies.push_back({0, status, body});
 }
 
 void Device::AnswerOnly(const std::string& path, const std::string& body, long status) {
-  ForgetAnswers();
-  ForgetJournal();
-  Answer(path, body, status);
+  ClearAnswers();
+  ClearJournal();
+  AddAnswer(path, body, status);
 }
 
-void Device::ForgetAnswers() {
+void Device::ClearAnswers() {
   replies_.clear();
 }
 
@@ -86,17 +86,17 @@ void Device::WaitForRelease() {
   released_.wait(lock, [this] { return !held_; });
 }
 
-void Device::Note(const std::string& line) {
+void Device::Record(const std::string& line) {
   const std::lock_guard<std::mutex> lock(mutex_);
   journal_.push_back(line);
 }
 
-void Device::NoteMisuse(const std::string& what) {
+void Device::RecordMisuse(const std::string& what) {
   const std::lock_guard<std::mutex> lock(mutex_);
   misuse_.push_back(what);
 }
 
-Device::Reply Device::TakeReply(const std::string& path) {
+Device::Reply Device::NextReply(const std::string& path) {
   std::deque<Reply>& replies = replies_[path];
   if (replies.empty()) return {};
   const Reply reply = replies.front();
@@ -130,12 +130,12 @@ namespace {
 bool Usable(iconfig_s* config, const char* what) {
   if (config == nullptr) return false;
   if (fake::open_handles.count(config) != 0) return true;
-  device.NoteMisuse(std::string(what) + " with a handle that is not open");
+  device.RecordMisuse(std::string(what) + " with a handle that is not open");
   return false;
 }
 
 const char* Read(iconfig_s* config, const std::string& key, const char* fallback) {
-  device.Note("config read " + key);
+  device.Record("config read " + key);
   if (device.null_reads.count(key) != 0) return nullptr;
   if (!Usable(config, "config read")) return fallback;
   const auto entry = config->values.find(key);
@@ -143,14 +143,14 @@ const char* Read(iconfig_s* config, const std::string& key, const char* fallback
 }
 
 void Write(iconfig_s* config, const std::string& key, const std::string& value) {
-  device.Note("config write " + key + "=" + value);
+  device.Record("config write " + key + "=" + value);
   if (!Usable(config, "config write")) return;
   config->values[key] = value;
   config->changed = true;
 }
 
 void Release(iconfig_s* config, bool save) {
-  device.Note(save ? "config close" : "config drop");
+  device.Record(save ? "config close" : "config drop");
   if (!Usable(config, "config close")) return;
   if (save && config->changed) device.config = config->values;
   fake::open_handles.erase(config);
@@ -160,8 +160,8 @@ void Release(iconfig_s* config, bool save) {
 }  // namespace
 
 iconfig_s* OpenConfig(const char* path, const config_defaults_s* defaults) {
-  device.Note(std::string("config open ") + path);
-  if (defaults != nullptr) device.NoteMisuse("defaults for a configuration file");
+  device.Record(std::string("config open ") + path);
+  if (defaults != nullptr) device.RecordMisuse("defaults for a configuration file");
   if (!device.config_opens) return nullptr;
   auto* config = new iconfig_s{device.config, false};
   fake::open_handles.insert(config);
@@ -194,7 +194,7 @@ void WriteInt(iconfig_s* config, const char* key, int value) {
 }
 
 int SaveConfig(iconfig_s* config) {
-  device.Note("config save");
+  device.Record("config save");
   if (!Usable(config, "config save")) return 0;
   device.config = config->values;
   config->changed = false;
@@ -214,42 +214,42 @@ const char* GetSerialNumber() {
 }
 
 int QueryNetwork() {
-  device.Note("network query");
+  device.Record("network query");
   return device.network_state;
 }
 
 int NetConnect(const char* network) {
-  device.Note(std::string("network connect ") + (network == nullptr ? "default" : network));
+  device.Record(std::string("network connect ") + (network == nullptr ? "default" : network));
   return -1;
 }
 
 int FindTaskByAppName(const char* app) {
-  device.Note(std::string("task find ") + app);
+  device.Record(std::string("task find ") + app);
   return device.scanner_task;
 }
 
 int SendRequestTo(int task, int request, const void* data, int size, int flags, int timeout_ms) {
   const std::string text(static_cast<const char*>(data), static_cast<std::size_t>(size));
-  device.Note("task send " + std::to_string(task) + " " + std::to_string(request) + " " + text +
-              " " + std::to_string(flags) + " " + std::to_string(timeout_ms));
+  device.Record("task send " + std::to_string(task) + " " + std::to_string(request) + " " + text +
+                " " + std::to_string(flags) + " " + std::to_string(timeout_ms));
   return -1;
 }
 
 void Message(int icon, const char* title, const char* text, int timeout_ms) {
-  device.Note("message " + std::to_string(icon) + " " + title + " " + text + " " +
-              std::to_string(timeout_ms));
+  device.Record("message " + std::to_string(icon) + " " + title + " " + text + " " +
+                std::to_string(timeout_ms));
 }
 
 struct ibitmap_s {};
 
 ibitmap_s* GetResource(const char* name, ibitmap_s* fallback) {
   static ibitmap_s logo;
-  device.Note(std::string("resource ") + name);
+  device.Record(std::string("resource ") + name);
   return device.has_logo ? &logo : fallback;
 }
 
 int SaveBitmap(const char* path, const ibitmap_s* /*bitmap*/) {
-  device.Note(std::string("bitmap ") + path);
+  device.Record(std::string("bitmap ") + path);
   return 0;
 }
 
@@ -259,7 +259,7 @@ const tb_file_type* GetSupportedFileTypes() {
 }
 
 int tb_unlink(const char* path) {
-  device.Note(std::string("unlink ") + path);
+  device.Record(std::string("unlink ") + path);
   return unlink(path);
 }
 
@@ -277,6 +277,6 @@ void sm_print_log2(int level, const char* source, int line, const char* function
   va_start(arguments, format);
   std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
-  device.Note("log " + std::to_string(level) + " " + source + ":" + std::to_string(line) + " " +
-              function + ": " + text);
+  device.Record("log " + std::to_string(level) + " " + source + ":" + std::to_string(line) + " " +
+                function + ": " + text);
 }

@@ -13,7 +13,7 @@ extern "C" {
 __attribute__((visibility("default"))) int usleep(useconds_t microseconds) {
   static int sleeps = 0;
   if (++sleeps > 1000) std::abort();
-  fake::device.Note("sleep " + std::to_string(microseconds));
+  fake::device.Record("sleep " + std::to_string(microseconds));
   return 0;
 }
 

@@ -43,7 +43,7 @@ void MakeFormat(std::stringstream& out, bool& has_acsm,
     if (extension == "acsm") {
       has_acsm = true;
     } else if (!extension.empty()) {
-      out.seekp(0, std::ios::end);  // a stream made with a text would write over it
+      out.seekp(0, std::ios::end);  // a stream that was constructed with text would overwrite it
       if (!out.str().empty()) out << ',';
       out << UpperCase(extension);
     }

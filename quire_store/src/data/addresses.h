@@ -3,15 +3,15 @@
 
 #include "hosts.h"
 
-/// Every web address that the library knows by itself.
+/// The web addresses that the library contains.
 namespace saltmoor::quire::addresses {
 
 inline constexpr char kStoreApi[] = "https://" QUIRE_SHOP_HOST "/webapp/wcs/stores/servlet";
 inline constexpr char kSwitchboard[] =
     "http://" QUIRE_CONFIG_HOST "/api/config/v1/get-device-opds-config";
 
-// Where a payment page sends the browser in the end; Auth knows them by the marker, a macro since
-// only literals join.
+// A payment page returns to one of these addresses, which Auth recognises by the marker. The marker
+// is a macro because only literals can be concatenated.
 #define QUIRE_RETURN_MARKER "QUIRESaltmoor"
 inline constexpr char kReturnMarker[] = QUIRE_RETURN_MARKER;
 inline constexpr char kPaymentSuccess[] =

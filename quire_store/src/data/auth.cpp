@@ -37,7 +37,7 @@ int Auth::Run(const std::string& url, const std::string& pay_method) {
   const auto arguments = BrowserArguments(pay_method);
   session_.browser_path_ = paths::kBrowser;
   const int rc = session_.Start(url, arguments);
-  // Told for 0 too, which is no failure: meant so.
+  // Compatibility: logged for 0 too, which is no failure.
   if (rc != -1) Log(kLogError, kEnded, "err:[" + std::to_string(rc) + "] Authorize - failed");
   if (rc == -1 && !success_) Log(kLogError, kNotStarted, "Failed to log it");
   return rc;

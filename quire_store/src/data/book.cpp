@@ -4,24 +4,23 @@
 #include <cstdint>
 #include <utility>
 
-#include "decimal_text.h"
 #include "file_names.h"
-#include "json_access.h"
-#include "json_text.h"
+#include "json.h"
 
 namespace saltmoor::quire {
 namespace {
 
 constexpr char kPriceKey[] = "orderItemPrice";
 
-std::int64_t CentsFromText(const std::string& text) {
-  constexpr double kBeyondInt64 = 9223372036854775808.0;
-  const double cents = NumberFromText(text) * 100.0;
-  return std::abs(cents) < kBeyondInt64 ? std::llround(cents) : 0;
+std::int64_t ParseCents(const std::string& text) {
+  constexpr double kInt64End = 9223372036854775808.0;
+  const double cents = ParseNumber(text) * 100.0;
+  return std::abs(cents) < kInt64End ? std::llround(cents) : 0;
 }
 
-// Breaks a timestamp between day and time, or marks the gap of another date, for display.
-std::string DateForDisplay(std::string date) {
+// Breaks a timestamp into two lines between day and time; another date gets "| " after its first
+// space.
+std::string FormatDate(std::string date) {
   const std::size_t colon = date.find(':');
   const std::size_t before_time =
       colon == std::string::npos ? std::string::npos : date.rfind(' ', colon);
@@ -74,18 +73,18 @@ Book Book::FromJson(const Json::Value& json) {
       book.int_props[property] = SignedInteger(*value).value_or(0);
     }
   }
-  // Of two keys of one property the later in byte order wins: meant so.
+  // Compatibility: of two keys of one property the later one in byte order wins.
   for (const auto& [key, property] : s_book_string_map) {
     if (const Json::Value* const value = FindMember(json, key)) {
       book.string_props[property] = ToString(*value);
     }
   }
   if (const Json::Value* const price = FindMember(json, kPriceKey)) {
-    book.int_props[kPrice] = CentsFromText(ToString(*price));
+    book.int_props[kPrice] = ParseCents(ToString(*price));
   }
 
   std::string& date = book.string_props[kDate];
-  date = DateForDisplay(date);
+  date = FormatDate(date);
   std::string& format = book.string_props[kEbookFormat];
   if (std::string extension = ExtentionByMime(format); !extension.empty()) {
     format = std::move(extension);
@@ -103,10 +102,10 @@ Json::Value Book::ToJson() const {
     const auto value = string_props.find(property);
     if (value != string_props.end()) json[key] = value->second;
   }
-  // Six significant digits lose the cents of a large price: meant so, the cart file's form.
+  // Compatibility: six significant digits, which lose the cents of a large price.
   const auto price = int_props.find(kPrice);
   const std::int64_t cents = price != int_props.end() ? price->second : 0;
-  json[kPriceKey] = TextFromNumber(static_cast<double>(cents) / 100.0);
+  json[kPriceKey] = FormatNumber(static_cast<double>(cents) / 100.0);
   return json;
 }
 

@@ -19,8 +19,8 @@ bool Exists(const std::string& path) {
 }  // namespace
 
 std::string GenerateBookShortFileName(const Book& book) {
-  std::string name = TextOf(book, Book::kAuthor) + " - " + TextOf(book, Book::kTitle);
-  const std::string& format = TextOf(book, Book::kEbookFormat);
+  std::string name = GetString(book, Book::kAuthor) + " - " + GetString(book, Book::kTitle);
+  const std::string& format = GetString(book, Book::kEbookFormat);
   if (!format.empty()) name += "." + utilities::ToLower(format);
   return VerifyFilename(name.c_str(), kMaxNameChars, true);
 }
@@ -33,14 +33,14 @@ std::string GetBookFile(const Book& book) {
   std::string path = GenerateBookFileName(book);
   if (Exists(path)) return path;
 
-  // A dot in the author's name cuts a name without extension short here: meant so.
+  // Compatibility: a dot in the author's name cuts a name without an extension short.
   const std::string name = std::get<0>(ParseToNameExtention(path));
   for (const char* const extension : {".epub", ".pdf", ".acsm"}) {
     if (Exists(name + extension)) return name + extension;
   }
 
-  // No ticket among these: meant so.
-  const std::string title = TextOf(book, Book::kTitle);
+  // Compatibility: a ticket does not count here.
+  const std::string title = GetString(book, Book::kTitle);
   const std::string edition = std::string(paths::kDigitalEditions) + "/" +
                               VerifyFilename(title.c_str(), kMaxNameChars, true);
   for (const char* const extension : {".epub", ".pdf"}) {

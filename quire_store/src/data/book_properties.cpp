@@ -4,16 +4,16 @@
 
 namespace saltmoor::quire {
 
-const std::string& TextOf(const Book& book, Book::StringProps property) {
+const std::string& GetString(const Book& book, Book::StringProps property) {
   static const std::string kNone;
-  const auto text = book.string_props.find(property);
-  return text != book.string_props.end() ? text->second : kNone;
+  const auto value = book.string_props.find(property);
+  return value != book.string_props.end() ? value->second : kNone;
 }
 
 std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& books,
                                             const std::string& ean) {
   return std::find_if(books.begin(), books.end(),
-                      [&](const Book& book) { return TextOf(book, Book::kEan) == ean; });
+                      [&](const Book& book) { return GetString(book, Book::kEan) == ean; });
 }
 
 }  // namespace saltmoor::quire

@@ -8,9 +8,9 @@
 
 namespace saltmoor::quire {
 
-/// A textual property of a book; the empty text when the book lacks it. Valid as long as the book
-/// is unchanged.
-const std::string& TextOf(const Book& book, Book::StringProps property);
+/// A string property of a book; empty when the book has none. Valid as long as the book is
+/// unchanged.
+const std::string& GetString(const Book& book, Book::StringProps property);
 
 /// The first book with exactly this EAN, a missing one counting as empty; the end when there is
 /// none.

@@ -1,6 +1,5 @@
 #include "cart.h"
 
-#include <json/writer.h>
 #include <time.h>
 
 #include <cstdint>
@@ -9,18 +8,15 @@
 #include <sstream>
 #include <utility>
 
+#include "atomic_file.h"
 #include "book_properties.h"
-#include "decimal_text.h"
 #include "device_paths.h"
-#include "json_access.h"
-#include "json_locale.h"
-#include "json_text.h"
-#include "whole_file.h"
+#include "json.h"
 
 namespace saltmoor::quire {
 namespace {
 
-// Quantities do not count, and the sum wraps at 32 bits: both are meant so.
+// Compatibility: quantities do not count, and the sum wraps at 32 bits.
 std::int32_t SumInCents(const std::vector<Book>& items) {
   std::uint32_t sum = 0;
   for (const Book& item : items) {
@@ -30,7 +26,7 @@ std::int32_t SumInCents(const std::vector<Book>& items) {
   return static_cast<std::int32_t>(sum);
 }
 
-std::string Formatted(const tm& time, const char* format) {
+std::string FormatTime(const tm& time, const char* format) {
   char buffer[255];
   return std::string(buffer, strftime(buffer, sizeof buffer, format, &time));
 }
@@ -39,15 +35,16 @@ std::string Formatted(const tm& time, const char* format) {
 
 void Cart::Load() {
   orderItems.clear();
-  const auto content = ReadWholeFile(paths::kCart);
+  const auto content = ReadFile(paths::kCart);
   if (!content) return;
   Json::Value json;
-  ParseJson(*content, json);  // of a torn file, what can be read counts
+  // Compatibility: of a damaged file, what the reader built counts.
+  ParseJson(*content, json);
   FromJson(json);
 }
 
 void Cart::Save() {
-  ReplaceWholeFile(paths::kCart, Json::StyledWriter().write(ToJson()));
+  ReplaceFile(paths::kCart, SerializeStyledJson(ToJson()));
 }
 
 void Cart::Clear() {
@@ -56,7 +53,7 @@ void Cart::Clear() {
 }
 
 void Cart::AddToCart(const Book& book) {
-  if (IsContain(TextOf(book, Book::kEan))) return;
+  if (IsContain(GetString(book, Book::kEan))) return;
   orderItems.push_back(book);
   Save();
 }
@@ -72,7 +69,7 @@ void Cart::RemoveFromCart(unsigned int index) {
 }
 
 void Cart::RemoveFromCart(const Book& book) {
-  const auto item = FindByEan(orderItems, TextOf(book, Book::kEan));
+  const auto item = FindByEan(orderItems, GetString(book, Book::kEan));
   if (item == orderItems.end()) return;
   orderItems.erase(item);
   Save();
@@ -104,15 +101,15 @@ void Cart::FromJson(const Json::Value& json) {
   if (!order.isObject()) return;
   orderId = ToString(Member(order, "orderId"));
   userID = ToString(Member(order, "userID"));
-  // The server's key; the cart file has another, and so does not give the time back: meant so.
+  // Compatibility: the cart file has another key than the server, so the time is not read back.
   cartLastChange = ToString(Member(order, "lastUpdated"));
-  orderAmount = NumberFromText(ToString(Member(order, "orderAmount")));
+  orderAmount = ParseNumber(ToString(Member(order, "orderAmount")));
 }
 
 Json::Value Cart::ToJson() const {
   Json::Value order(Json::objectValue);
   order["cartLastChange"] = cartLastChange;
-  order["orderAmount"] = orderAmount;  // a real number, which reads back as none: meant so
+  order["orderAmount"] = orderAmount;  // Compatibility: a real number is not read back.
   order["orderId"] = orderId;
   order["userID"] = userID;
 
@@ -136,15 +133,15 @@ std::string Cart::GetTotalPriceFormatted() const {
   std::ostringstream out;
   out.imbue(std::locale::classic());
   out << cents / 100 << ',' << std::setw(2) << std::setfill('0') << cents % 100 << ' '
-      << TextOf(orderItems.front(), Book::kCurrency);
+      << GetString(orderItems.front(), Book::kCurrency);
   return out.str();
 }
 
 bool ConvertDateTime(const std::string& input, std::string& date, std::string& time) {
   tm parsed{};
   if (strptime(input.c_str(), "%Y-%m-%d %H:%M:%S", &parsed) == nullptr) return false;
-  date = Formatted(parsed, "%d.%m.%Y");
-  time = Formatted(parsed, "%H:%M");
+  date = FormatTime(parsed, "%d.%m.%Y");
+  time = FormatTime(parsed, "%H:%M");
   return true;
 }
 

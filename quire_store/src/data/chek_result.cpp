@@ -3,8 +3,7 @@
 #include <map>
 #include <string>
 
-#include "json_access.h"
-#include "json_text.h"
+#include "json.h"
 
 namespace saltmoor::quire {
 
@@ -16,6 +15,7 @@ void ChekResult::FromJson(const Json::Value& json) {
       {"Success", kSuccess},
   };
   const auto known = kStatusByText.find(ToString(Member(json, "paymentStatus")));
+  // Compatibility: an unknown state is a failure.
   status = known != kStatusByText.end() ? known->second : kFailure;
 }
 

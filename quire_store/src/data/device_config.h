@@ -16,11 +16,11 @@ inline constexpr char kSessionId[] = "session_id";
 inline constexpr char kSwitchboardUpdateTime[] = "switchboard_update_time";
 }  // namespace config_keys
 
-/// The open configuration file, released on every path in the way chosen when it was opened.
+/// The open configuration file, closed by the function that was chosen when it was opened.
 using DeviceConfig = std::unique_ptr<iconfig_s, decltype(&CloseConfig)>;
 
 /// \param close  CloseConfig or CloseConfigNoSave.
-/// \return null when the file cannot be opened; reading from null gives the defaults.
+/// \return null when the file cannot be opened; reads from null return the defaults.
 inline DeviceConfig OpenDeviceConfig(decltype(&CloseConfig) close) {
   return {OpenConfig(paths::kConfig, nullptr), close};
 }

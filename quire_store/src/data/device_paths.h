@@ -1,7 +1,7 @@
 #ifndef QUIRE_DEVICE_PATHS_H_
 #define QUIRE_DEVICE_PATHS_H_
 
-/// Every path of the device that the library knows.
+/// The paths of the device that the library uses.
 namespace saltmoor::quire::paths {
 
 inline constexpr char kConfig[] = "/mnt/ext1/system/config/quire_config.cfg";

@@ -7,7 +7,7 @@ namespace {
 
 constexpr char kDroppedCharacters[] = "\"'*/:<>?\\`|";
 
-// A continuation byte belongs to the character before it, and DEL was never counted.
+// Compatibility: DEL does not count as a character, like a continuation byte.
 bool StartsCharacter(char c) {
   const auto byte = static_cast<unsigned char>(c);
   return byte < 127 || byte >= 0xC0;
@@ -18,7 +18,7 @@ struct MimeRow {
   const char* extension;
 };
 
-// The first match wins. The rows of "html" and "mobi" are therefore never reached: meant so.
+// Compatibility: the first match wins, so the rows of "html" and "mobi" are never reached.
 constexpr MimeRow kMimeTable[] = {
     {"text/plain", "txt"},
     {"text/xml", "fb2"},

@@ -2,15 +2,14 @@
 #define QUIRE_FIRST_FAILURE_H_
 
 #include "failure.h"
-#include "server_api.h"
 
 namespace saltmoor::quire {
 
-/// The failure of the manager's last call: the first within it, since later ones are mostly its
+/// Why the manager's last call failed: the first failure within it, since later ones are mostly its
 /// consequence.
 class FirstFailure {
  public:
-  /// One call of the manager, for as long as it runs. The outermost one starts without a failure.
+  /// Marks a call of the manager while it runs. The outermost one starts without a failure.
   class Call {
    public:
     explicit Call(FirstFailure& owner) : owner_(owner) {
@@ -24,24 +23,25 @@ class FirstFailure {
     FirstFailure& owner_;
   };
 
-  explicit FirstFailure(const ServerApi& server_api) : server_api_(server_api) {}
+  /// \param server_failure  the last failure of the server client; must outlive this.
+  explicit FirstFailure(const Failure& server_failure) : server_failure_(server_failure) {}
 
   void Record(const Failure& failure) {
     if (!failure_) failure_ = failure;
   }
   void Record(Failure::Kind kind) { Record(Failure{kind, 0, 0, {}}); }
 
-  /// Records how a call of the server ended and passes its answer on.
+  /// Records how a call of the server client ended and returns its answer.
   template <typename Answer>
-  Answer Checked(Answer answer) {
-    Record(server_api_.GetLastFailure());
+  Answer Check(Answer answer) {
+    Record(server_failure_);
     return answer;
   }
 
   const Failure& Get() const { return failure_; }
 
  private:
-  const ServerApi& server_api_;
+  const Failure& server_failure_;
   Failure failure_;
   int depth_ = 0;
 };

@@ -9,6 +9,7 @@ void Log(LogLevel level, const LogPlace& place, const std::string& text) {
 }
 
 std::string FailedCondition(const char* condition, const char* returned) {
+  // Compatibility: logs are searched for the closing bracket.
   return std::string("Condition: \"") + condition + "\", return(\"" + returned + "\")]";
 }
 

@@ -5,15 +5,14 @@
 
 namespace saltmoor::quire {
 
-/// Levels of the system log that the library uses.
+/// The levels of the system log that the library uses.
 enum LogLevel {
   kLogError = 2,
   kLogInfo = 4,
   kLogTrace = 5,
 };
 
-/// Where a record comes from, as readers of a device's log search for it. The line is a number of
-/// the log's own, fixed for good: it does not follow the source.
+/// Where a record comes from. The line is a fixed number that does not follow the source.
 struct LogPlace {
   const char* source;
   int line;
@@ -22,8 +21,7 @@ struct LogPlace {
 
 void Log(LogLevel level, const LogPlace& place, const std::string& text);
 
-/// The text of a precondition that failed. Its last bracket was never opened: meant so, since logs
-/// are searched for it.
+/// The log text of a failed precondition, with a closing bracket that is never opened.
 std::string FailedCondition(const char* condition, const char* returned);
 
 }  // namespace saltmoor::quire

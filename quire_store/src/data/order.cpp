@@ -1,11 +1,10 @@
 #include "order.h"
 
-#include "json_access.h"
-#include "json_text.h"
+#include "json.h"
 
 namespace saltmoor::quire {
 
-// The date stands inside "order", the positions beside it: meant so.
+// Compatibility: the date is inside "order", the positions are beside it.
 void Order::FromJson(const Json::Value& json) {
   positions.clear();
   order = Member(json, "order");

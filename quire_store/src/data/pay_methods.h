@@ -1,7 +1,7 @@
 #ifndef QUIRE_PAY_METHODS_H_
 #define QUIRE_PAY_METHODS_H_
 
-/// The pay methods that the shop and the browser treat in a way of their own; compared exactly.
+/// The pay methods with a payment page; compared exactly.
 namespace saltmoor::quire::pay_methods {
 
 inline constexpr char kPaypal[] = "PAYPAL";

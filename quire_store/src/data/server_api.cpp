@@ -1,19 +1,17 @@
 #include "server_api.h"
 
 #include <optional>
-#include <string_view>
 #include <utility>
 
 #include "addresses.h"
-#include "json_access.h"
-#include "json_locale.h"
-#include "json_text.h"
+#include "json.h"
 #include "log.h"
 #include "pay_methods.h"
 #include "saltmoor/utilities/http_request.h"
 #include "saltmoor/utilities/http_request_runner.h"
 #include "saltmoor/utilities/signature.h"
 #include "saltmoor/utilities/tev_utilities.h"
+#include "server_calls.h"
 #include "tabulet.h"
 
 namespace saltmoor::quire {
@@ -23,73 +21,10 @@ using utilities::HttpRequest;
 
 constexpr unsigned kTimeout_s = 30;
 constexpr char kSigningData[] = "Tw3kH-pL";
-constexpr char kSource[] = "quire_store/src/data/server_api";
-
-// What tells one call from another: its path, and how the log names it.
-struct Call {
-  const char* path;
-  int line;
-  const char* function;
-  const char* returned;
-  const char* error_text_key = "ErrorMsg";
-  bool answers_with_list = false;
-};
-
-constexpr Call kCallSwitchboard{"", 121,
-                                "std::tuple<Result, SwitchboardConfig> "
-                                "saltmoor::quire::ServerApi::CallSwitchboard(const std::string &)",
-                                "make_tuple(Result(kFailed), SwitchboardConfig())"};
-constexpr Call kLogIn{
-    "/login", 163,
-    "Result saltmoor::quire::ServerApi::LogIn(const std::string &, const std::string &)",
-    "Result(kFailed)"};
-constexpr Call kLogOut{"/logout", 196, "Result saltmoor::quire::ServerApi::LogOut()",
-                       "Result(kFailed)"};
-constexpr Call kRegister{
-    "/registerUser", 227,
-    "Result saltmoor::quire::ServerApi::Register(const std::string &, const std::string &, "
-    "const std::string &, const std::string &, const std::string &)",
-    "Result(kFailed)"};
-constexpr Call kGetCart{
-    "/getCart", 256,
-    "std::tuple<Result, Cart> saltmoor::quire::ServerApi::GetCart(const std::string &)",
-    "make_tuple(Result(kFailed), cart)"};
-constexpr Call kAddToCart{"/addToCart", 284,
-                          "std::tuple<Result, std::string> "
-                          "saltmoor::quire::ServerApi::AddToCart(const std::string &, int)",
-                          "make_tuple(Result(kFailed), std::string())"};
-constexpr Call kAddArrayToCart{
-    "/addToCart", 321,
-    "std::tuple<Result, std::string> "
-    "saltmoor::quire::ServerApi::AddArrayToCart(const std::map<std::string, int>)",
-    "make_tuple(Result(kFailed), std::string())"};
-constexpr Call kCheckOrder{
-    "/checkOrder", 380,
-    "std::tuple<Result, ChekResult> saltmoor::quire::ServerApi::CheckOrder(const std::string &)",
-    "make_tuple(Result(kFailed), check_result)"};
-constexpr Call kCommitOrderForPayment{
-    "/commitOrderForPayment", 417,
-    "CommitOrderResult saltmoor::quire::ServerApi::commitOrderForPayment(const std::string &, "
-    "const std::string &)",
-    "result"};
-constexpr Call kGetUserEbook{
-    "/getUserEbook",
-    458,
-    "std::tuple<Result, std::vector<Book>> saltmoor::quire::ServerApi::GetUserEbook()",
-    "make_tuple(Result(kFailed), books)",
-    "errorMsg",  // the one call whose key begins in lower case
-    true};
-constexpr Call kSubmitOrder{
-    "/submitOrder", 494,
-    "std::tuple<Result, Order> "
-    "saltmoor::quire::ServerApi::SubmitOrder(const std::string &, const std::string &)",
-    "make_tuple(Result(kFailed), order)"};
-constexpr Call kGetUserData{
-    "/getUserData", 521, "std::tuple<Result, UserData> saltmoor::quire::ServerApi::GetUserData()",
-    "make_tuple(Result(kFailed), user_data)"};
 
 // Performs a request and reads its answer; nothing when there is none with status 200.
-std::optional<Json::Value> Perform(HttpRequest& request, const Call& call, Failure* failure) {
+// \param failure  receives why there is no readable answer; empty when there is one.
+std::optional<Json::Value> Perform(HttpRequest& request, const ServerCall& call, Failure* failure) {
   *failure = Failure();
   request.SetFollowRedirects(true);
   long status = 0;
@@ -97,7 +32,7 @@ std::optional<Json::Value> Perform(HttpRequest& request, const Call& call, Failu
   const int err =
       utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
   if (err != 0) {
-    Log(kLogError, {kSource, call.line, call.function}, FailedCondition("0 == err", call.returned));
+    Log(kLogError, call.log_place, FailedCondition("0 == err", call.returned));
     *failure = {Failure::kNetwork, err, 0, {}};
     return std::nullopt;
   }
@@ -106,22 +41,23 @@ std::optional<Json::Value> Perform(HttpRequest& request, const Call& call, Failu
     return std::nullopt;
   }
   Json::Value answer;
+  // Compatibility: an unreadable answer is a success with nothing in it.
   const bool is_json = ParseJson({body.data(), body.size()}, answer);
   if (!is_json || !answer.isObject()) failure->kind = Failure::kUnreadableAnswer;
   return answer;
 }
 
-// One call to the store: its fields in the order sent, and then its answer.
+// One call of the shop: its parameters in the order sent, then its answer.
 class StoreRequest {
  public:
   struct Answer {
     ServerApi::Result result;
-    Json::Value response;  // null unless the store took the call
+    Json::Value response;  // null after a failure
 
     bool ok() const { return result.code_ == ServerApi::kOk; }
   };
 
-  StoreRequest(const Call& call, Failure* failure)
+  StoreRequest(const ServerCall& call, Failure* failure)
       : call_(call),
         failure_(failure),
         request_("POST", std::string(addresses::kStoreApi) + call.path) {}
@@ -145,7 +81,7 @@ class StoreRequest {
   }
 
  private:
-  const Call& call_;
+  const ServerCall& call_;
   Failure* const failure_;
   HttpRequest request_;
 };
@@ -153,12 +89,6 @@ class StoreRequest {
 std::string SigningKey() {
   utilities::TevUtilities::SetSha0Data(kSigningData);
   return utilities::TevUtilities::SHA0BadCrypt();
-}
-
-// The JSON library's own conversion, which numbers and booleans survive; it throws for the rest.
-std::string AsString(const Json::Value& value) {
-  const DecimalPoints decimal_points;
-  return value.isArray() || value.isObject() ? std::string() : value.asString();
 }
 
 }  // namespace
@@ -170,13 +100,13 @@ std::tuple<ServerApi::Result, SwitchboardConfig> ServerApi::CallSwitchboard(
   request.AddGetParam("nonce", utilities::Signature::GenerateNonce());
   request.AddGetParam("client_signature",
                       utilities::Signature::CreateSignature(request, "", SigningKey()));
-  const auto answer = Perform(request, kCallSwitchboard, &last_failure_);
+  const auto answer = Perform(request, server_calls::kCallSwitchboard, &last_failure_);
   if (!answer) return {Result(kFailed), SwitchboardConfig()};
   return {Result(kOk), SwitchboardConfig::Parse(*answer)};
 }
 
 ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& password) {
-  const auto answer = StoreRequest(kLogIn, &last_failure_)
+  const auto answer = StoreRequest(server_calls::kLogIn, &last_failure_)
                           .With("username", user)
                           .With("password", password)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
@@ -190,8 +120,9 @@ ServerApi::Result ServerApi::LogOut() {
     last_failure_ = Failure();
     return Result(kOk);
   }
-  constexpr char kStoreIdKey[] = " storeId";  // the blank is meant
-  const auto answer = StoreRequest(kLogOut, &last_failure_)
+  // Compatibility: the shop's log-out reads the key with the leading blank.
+  constexpr char kStoreIdKey[] = " storeId";
+  const auto answer = StoreRequest(server_calls::kLogOut, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With(kStoreIdKey, config_[SwitchboardConfig::kStoreId])
                           .Send();
@@ -202,7 +133,7 @@ ServerApi::Result ServerApi::LogOut() {
 ServerApi::Result ServerApi::Register(const std::string& email, const std::string& password,
                                       const std::string& name, const std::string& lastname,
                                       const std::string& title) {
-  auto answer = StoreRequest(kRegister, &last_failure_)
+  auto answer = StoreRequest(server_calls::kRegister, &last_failure_)
                     .With("email", email)
                     .With("password", password)
                     .With("storeId", config_[SwitchboardConfig::kStoreId])
@@ -215,7 +146,7 @@ ServerApi::Result ServerApi::Register(const std::string& email, const std::strin
 }
 
 std::tuple<ServerApi::Result, Cart> ServerApi::GetCart(const std::string& orderId) {
-  const auto answer = StoreRequest(kGetCart, &last_failure_)
+  const auto answer = StoreRequest(server_calls::kGetCart, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("orderId", orderId)
@@ -227,7 +158,7 @@ std::tuple<ServerApi::Result, Cart> ServerApi::GetCart(const std::string& orderI
 
 std::tuple<ServerApi::Result, std::string> ServerApi::AddToCart(const std::string& ean,
                                                                 int quantity) {
-  const auto answer = StoreRequest(kAddToCart, &last_failure_)
+  const auto answer = StoreRequest(server_calls::kAddToCart, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("ean_0", ean)
@@ -238,7 +169,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddToCart(const std::strin
 
 std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
     std::map<std::string, int> items) {
-  StoreRequest request(kAddArrayToCart, &last_failure_);
+  StoreRequest request(server_calls::kAddArrayToCart, &last_failure_);
   request.With("opdsSessionId", session_id_).With("storeId", config_[SwitchboardConfig::kStoreId]);
   int i = 0;
   for (const auto& [ean, quantity] : items) {
@@ -250,7 +181,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
 }
 
 std::tuple<ServerApi::Result, ChekResult> ServerApi::CheckOrder(const std::string& order_id) {
-  const auto answer = StoreRequest(kCheckOrder, &last_failure_)
+  const auto answer = StoreRequest(server_calls::kCheckOrder, &last_failure_)
                           .With("orderId", order_id)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("opdsSessionId", session_id_)
@@ -262,7 +193,7 @@ std::tuple<ServerApi::Result, ChekResult> ServerApi::CheckOrder(const std::strin
 
 ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string& order_id,
                                                               const std::string& pay_method) {
-  StoreRequest request(kCommitOrderForPayment, &last_failure_);
+  StoreRequest request(server_calls::kCommitOrderForPayment, &last_failure_);
   request.With("opdsSessionId", session_id_)
       .With("orderId", order_id)
       .With("storeId", config_[SwitchboardConfig::kStoreId])
@@ -273,11 +204,11 @@ ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string&
   }
   const auto answer = request.Send();
   return {answer.result, ToString(Member(answer.response, "status")),
-          AsString(Member(answer.response, "url"))};
+          ConvertToString(Member(answer.response, "url"))};
 }
 
 std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
-  const auto answer = StoreRequest(kGetUserEbook, &last_failure_)
+  const auto answer = StoreRequest(server_calls::kGetUserEbook, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .Send();
@@ -290,7 +221,7 @@ std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
 
 std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& order_id,
                                                             const std::string& pay_method) {
-  StoreRequest request(kSubmitOrder, &last_failure_);
+  StoreRequest request(server_calls::kSubmitOrder, &last_failure_);
   request.With("orderId", order_id)
       .With("storeId", config_[SwitchboardConfig::kStoreId])
       .With("opdsSessionId", session_id_);
@@ -302,7 +233,7 @@ std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& o
 }
 
 std::tuple<ServerApi::Result, UserData> ServerApi::GetUserData() {
-  const auto answer = StoreRequest(kGetUserData, &last_failure_)
+  const auto answer = StoreRequest(server_calls::kGetUserData, &last_failure_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("opdsSessionId", session_id_)
                           .Send();

@@ -1,27 +1,27 @@
 #include "store_manager.h"
 
-#include <json/writer.h>
 #include <sys/time.h>
 
 #include <cstdint>
-#include <sstream>
-#include <string>
-#include <tuple>
+#include <map>
 #include <utility>
 
 #include "addresses.h"
+#include "atomic_file.h"
+#include "book_files.h"
+#include "book_properties.h"
 #include "device_config.h"
 #include "device_paths.h"
+#include "download_queue.h"
 #include "first_failure.h"
-#include "json_access.h"
-#include "json_locale.h"
+#include "json.h"
+#include "pending_payment.h"
 #include "saltmoor/utilities/book_store_auth_configs.h"
-#include "whole_file.h"
 
 namespace saltmoor::quire {
 namespace {
 
-constexpr std::uint32_t kConfigurationLife_s = 1800;
+constexpr std::uint32_t kMaxConfigurationAge_s = 1800;
 
 int NowInSeconds() {
   timeval now{};
@@ -29,22 +29,25 @@ int NowInSeconds() {
   return static_cast<int>(now.tv_sec);
 }
 
-// A time in the future counts as very long ago: the difference has no sign.
+// Compatibility: a time in the future is very long ago, since the difference is unsigned.
 bool IsFresh(int update_time_s, int now_s) {
   return static_cast<std::uint32_t>(now_s) - static_cast<std::uint32_t>(update_time_s) <=
-         kConfigurationLife_s;
+         kMaxConfigurationAge_s;
 }
 
 bool ReadCachedConfiguration(Json::Value& json) {
-  const auto content = ReadWholeFile(paths::kSwitchboard);
+  const auto content = ReadFile(paths::kSwitchboard);
   return content && ParseJson(*content, json);
 }
 
-void CacheConfiguration(const SwitchboardConfig& config) {
-  const DecimalPoints decimal_points;
-  std::ostringstream out;
-  out << config.ToJson();
-  ReplaceWholeFile(paths::kSwitchboard, out.str());
+DeviceConfig OpenConfigOrRecord(decltype(&CloseConfig) close, FirstFailure& failure) {
+  DeviceConfig config = OpenDeviceConfig(close);
+  if (!config) failure.Record(Failure::kConfigFile);
+  return config;
+}
+
+std::string BaseName(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);
 }
 
 void StoreCredentials(iconfig_s* config, const std::string& session_id, const std::string& user,
@@ -58,8 +61,9 @@ void StoreCredentials(iconfig_s* config, const std::string& session_id, const st
 }  // namespace
 
 StoreManager::StoreManager()
-    : failure_(std::make_unique<FirstFailure>(server_api_)),
-      downloader_(paths::kDownloads, nullptr) {}
+    : failure_(std::make_unique<FirstFailure>(server_api_.GetLastFailure())),
+      downloads_(std::make_unique<DownloadQueue>(*failure_)),
+      payment_(std::make_unique<PendingPayment>(server_api_, *failure_)) {}
 
 StoreManager::~StoreManager() = default;
 
@@ -70,11 +74,8 @@ StoreManager& StoreManager::Instance() {
 
 int StoreManager::Init() {
   const FirstFailure::Call call(*failure_);
-  const DeviceConfig config = OpenDeviceConfig(CloseConfig);
-  if (!config) {
-    failure_->Record(Failure::kConfigFile);
-    return -1;
-  }
+  const DeviceConfig config = OpenConfigOrRecord(CloseConfig, *failure_);
+  if (!config) return -1;
 
   const int update_time_s = ReadInt(config.get(), config_keys::kSwitchboardUpdateTime, 0);
   const int now_s = NowInSeconds();
@@ -89,7 +90,7 @@ int StoreManager::Init() {
     SaveConfig(config.get());
   }
 
-  // Stands until a log-in replaces it, and is not sent before.
+  // Compatibility: a stored session counts as logged in, but is not sent to the shop.
   session_id_ = std::string(ReadString(config.get(), config_keys::kSessionId, ""));
   NewSession(config.get());
   cart_.Load();
@@ -100,12 +101,12 @@ int StoreManager::Init() {
 int StoreManager::ConfigFromServer() {
   const FirstFailure::Call call(*failure_);
   ServerApi::Result result;
-  // A failed fetch leaves none here, while the calls go on with the last good one: meant so.
+  // Compatibility: a failed fetch leaves none here, while calls use the last good one.
   std::tie(result, switchboard_) =
-      failure_->Checked(server_api_.CallSwitchboard(addresses::kSwitchboard));
+      failure_->Check(server_api_.CallSwitchboard(addresses::kSwitchboard));
   if (result.code_ != ServerApi::kOk) return -1;
   server_api_.SetConfig(switchboard_);
-  CacheConfiguration(switchboard_);
+  ReplaceFile(paths::kSwitchboard, SerializeJson(switchboard_.ToJson()));
   return 0;
 }
 
@@ -113,9 +114,8 @@ int StoreManager::NewSession(iconfig_s* config) {
   const FirstFailure::Call call(*failure_);
   DeviceConfig own(nullptr, CloseConfig);
   if (config == nullptr) {
-    own = OpenDeviceConfig(CloseConfig);
+    own = OpenConfigOrRecord(CloseConfig, *failure_);
     config = own.get();
-    if (config == nullptr) failure_->Record(Failure::kConfigFile);
   }
   const std::string user = ReadString(config, config_keys::kUserName, "");
   const std::string password = ReadSecret(config, config_keys::kPassword, "");
@@ -123,7 +123,7 @@ int StoreManager::NewSession(iconfig_s* config) {
     failure_->Record(Failure::kNoCredentials);
     return -1;
   }
-  if (failure_->Checked(server_api_.LogIn(user, password)).code_ != ServerApi::kOk) return -1;
+  if (failure_->Check(server_api_.LogIn(user, password)).code_ != ServerApi::kOk) return -1;
 
   session_id_ = server_api_.GetSessionId();
   WriteString(config, config_keys::kSessionId, session_id_.c_str());
@@ -155,7 +155,7 @@ std::string StoreManager::GetClientId() {
 
 std::tuple<ServerApi::Result, UserData> StoreManager::GetUserData() {
   const FirstFailure::Call call(*failure_);
-  return failure_->Checked(server_api_.GetUserData());
+  return failure_->Check(server_api_.GetUserData());
 }
 
 int StoreManager::RegisterPushNotification() {
@@ -164,13 +164,11 @@ int StoreManager::RegisterPushNotification() {
 
 ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string& password) {
   const FirstFailure::Call call(*failure_);
-  const DeviceConfig config = OpenDeviceConfig(CloseConfigNoSave);
-  if (!config) {
-    failure_->Record(Failure::kConfigFile);
-    return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
-  }
+  const DeviceConfig config = OpenConfigOrRecord(CloseConfigNoSave, *failure_);
+  // Compatibility: without the configuration file nothing is done, and that is a success.
+  if (!config) return ServerApi::Result(ServerApi::kOk);
 
-  ServerApi::Result result = failure_->Checked(server_api_.LogIn(user, password));
+  ServerApi::Result result = failure_->Check(server_api_.LogIn(user, password));
   if (result.code_ == ServerApi::kOk) {
     session_id_ = server_api_.GetSessionId();
     StoreCredentials(config.get(), session_id_, user, password);
@@ -183,16 +181,14 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
                                          const std::string& name, const std::string& lastname,
                                          const std::string& title) {
   const FirstFailure::Call call(*failure_);
-  const DeviceConfig config = OpenDeviceConfig(CloseConfigNoSave);
-  if (!config) {
-    failure_->Record(Failure::kConfigFile);
-    return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
-  }
+  const DeviceConfig config = OpenConfigOrRecord(CloseConfigNoSave, *failure_);
+  // Compatibility: as in LogIn.
+  if (!config) return ServerApi::Result(ServerApi::kOk);
 
   ServerApi::Result result =
-      failure_->Checked(server_api_.Register(email, password, name, lastname, title));
+      failure_->Check(server_api_.Register(email, password, name, lastname, title));
   if (result.code_ == ServerApi::kOk) {
-    // Registering opens no session: this is the one of an earlier log-in, if any.
+    // Compatibility: registering opens no session; this is the one of an earlier log-in, if any.
     session_id_ = server_api_.GetSessionId();
     StoreCredentials(config.get(), session_id_, email, password);
     LoadPurchased();
@@ -200,24 +196,22 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
   return result;
 }
 
-// The server is not told and the stored credentials stay, so the next start logs in again: meant
-// so.
+// Compatibility: the shop is not notified and the stored credentials stay.
 void StoreManager::LogOut() {
   const FirstFailure::Call call(*failure_);
   utilities::BookStoreAuthConfigs::logOut();
   session_id_.clear();
   server_api_.SetSessionId(session_id_);
   cart_.Clear();
-  cart_.Save();  // once more than Clear did: meant so, as in the two calls below
+  cart_.Save();  // Compatibility: saved twice, as in AddToCart and RemoveFromCart.
   purchased_.clear();
   purchased_known_ = false;
-  download_queue_.clear();
-  downloading_book_ = Book();
+  downloads_->Clear();
 }
 
 std::vector<Book> StoreManager::LoadPurchased() {
   const FirstFailure::Call call(*failure_);
-  std::tie(std::ignore, purchased_) = failure_->Checked(server_api_.GetUserEbook());
+  std::tie(std::ignore, purchased_) = failure_->Check(server_api_.GetUserEbook());
   purchased_known_ = !server_api_.GetLastFailure();
   return purchased_;
 }
@@ -238,8 +232,83 @@ int StoreManager::RemoveFromCart(const Book& book) {
 int StoreManager::RemoveFromCart(unsigned int index) {
   const FirstFailure::Call call(*failure_);
   cart_.RemoveFromCart(index);
-  cart_.Save();  // also when the index was out of range
+  cart_.Save();  // Compatibility: also when the index is out of range.
   return 0;
+}
+
+// Compatibility: a success whatever the shop answered; the cart shows how it went.
+std::tuple<ServerApi::Result, std::vector<Book>> StoreManager::CheckOut() {
+  const FirstFailure::Call call(*failure_);
+  NewSession(nullptr);
+
+  std::map<std::string, int> wanted;
+  for (const Book& item : cart_.orderItems) wanted[GetString(item, Book::kEan)] = 1;
+  const auto order_id =
+      std::get<std::string>(failure_->Check(server_api_.AddArrayToCart(std::move(wanted))));
+
+  const Cart old_cart = cart_;
+  cart_ = std::get<Cart>(failure_->Check(server_api_.GetCart(order_id)));
+  cart_.SetItemsCurrency(GetString(old_cart.GetItem(0), Book::kCurrency));
+
+  std::vector<Book> dropped;
+  for (const Book& item : old_cart.orderItems) {
+    if (!cart_.IsContain(GetString(item, Book::kEan))) dropped.push_back(item);
+  }
+  return {ServerApi::Result(ServerApi::kOk), std::move(dropped)};
+}
+
+ServerApi::Result StoreManager::StartPayment(const std::string& pay_method) {
+  const FirstFailure::Call call(*failure_);
+  return payment_->Start(cart_.orderId, pay_method);
+}
+
+ServerApi::Result StoreManager::CheckPaymentResult() {
+  const FirstFailure::Call call(*failure_);
+  ServerApi::Result result = payment_->Complete();
+  if (result.code_ == ServerApi::kOk) {
+    cart_.Clear();
+    LoadPurchased();
+  }
+  return result;
+}
+
+int StoreManager::CheckOrderIfNeeded() {
+  const FirstFailure::Call call(*failure_);
+  if (!payment_->Check()) return -1;
+  LoadPurchased();
+  return 0;
+}
+
+BookStatus StoreManager::GetBookStatusById(const std::string& id) {
+  return GetBookStatus(BaseName(id));
+}
+
+BookStatus StoreManager::GetBookStatus(const std::string& ean) {
+  // Compatibility: the cart comes before everything, even for a downloaded book.
+  if (cart_.IsContain(ean)) return {BookStatus::kInCart, {}, 0};
+  const auto book = FindByEan(purchased_, ean);
+  if (book == purchased_.end()) return {BookStatus::kNotPurchased, {}, 0};
+  if (std::string path = GetBookFile(*book); !path.empty()) {
+    return {BookStatus::kDownloaded, std::move(path), 0};
+  }
+  // Compatibility: while there is no current book, one without an EAN counts as downloading.
+  if (GetString(downloads_->GetCurrentBook(), Book::kEan) != ean) {
+    return {BookStatus::kPurchased, {}, 0};
+  }
+  return {BookStatus::kDownloading, {}, downloads_->GetProgress()};
+}
+
+int StoreManager::DownloadBookById(const std::string& id) {
+  const FirstFailure::Call call(*failure_);
+  const auto book = FindByEan(purchased_, BaseName(id));
+  if (book == purchased_.end()) return 0;
+  downloads_->Add(*book);
+  return CheckDownloadState();
+}
+
+int StoreManager::CheckDownloadState() {
+  const FirstFailure::Call call(*failure_);
+  return downloads_->Advance() ? 1 : 0;
 }
 
 const Cart& StoreManager::GetCart() const {
@@ -251,7 +320,7 @@ const std::vector<Book>& StoreManager::GetPurchased() const {
 }
 
 const std::string& StoreManager::GetOrderDatePlaced() const {
-  return order_date_placed_;
+  return payment_->GetOrderDatePlaced();
 }
 
 bool StoreManager::IsPurchasedKnown() const {
@@ -263,7 +332,7 @@ const SwitchboardConfig& StoreManager::GetConfig() const {
 }
 
 const std::string& StoreManager::GetSavedPath() const {
-  return saved_path_;
+  return downloads_->GetSavedPath();
 }
 
 const Failure& StoreManager::GetLastFailure() const {

@@ -1,8 +1,7 @@
 #include "switchboard_config.h"
 
 #include "addresses.h"
-#include "json_access.h"
-#include "json_text.h"
+#include "json.h"
 #include "saltmoor/utilities/serialization_utils.h"
 
 namespace saltmoor::quire {
@@ -12,8 +11,8 @@ std::string Trimmed(const Json::Value& value) {
   return utilities::SerializationUtils::trim(ToString(value));
 }
 
-// The path segment before the first "/opds/"; the whole front where it has no '/'.
-std::string StoreIdFrom(const std::string& start_page) {
+// The path segment before the first "/opds/".
+std::string ParseStoreId(const std::string& start_page) {
   const std::size_t end = start_page.find("/opds/");
   if (end == std::string::npos || end == 0) return {};
   const std::size_t begin = start_page.rfind('/', end - 1) + 1;
@@ -58,7 +57,7 @@ std::string SwitchboardConfig::operator[](Fields field) const {
     case kStoreApiUrl:
       return addresses::kStoreApi;
     case kStoreId:
-      return StoreIdFrom(ToString(Member(opds, "OPDSStartPage")));
+      return ParseStoreId(ToString(Member(opds, "OPDSStartPage")));
   }
   return {};
 }

@@ -2,8 +2,7 @@
 
 #include <iterator>
 
-#include "json_access.h"
-#include "json_text.h"
+#include "json.h"
 
 namespace saltmoor::quire {
 namespace {

@@ -1,4 +1,4 @@
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 #include <json/reader.h>
 #include <linux/capability.h>
@@ -10,7 +10,7 @@
 
 namespace saltmoor::quire {
 
-Lines FilesIn(const std::string& folder) {
+Lines ListFiles(const std::string& folder) {
   Lines names;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     names.push_back(entry.path().filename());
@@ -19,18 +19,18 @@ Lines FilesIn(const std::string& folder) {
   return names;
 }
 
-Json::Value Parsed(const std::string& text) {
+Json::Value ParseJson(const std::string& text) {
   Json::Value value;
   EXPECT_TRUE(Json::Reader().parse(text, value)) << text;
   return value;
 }
 
-std::string Words(const ServerApi::Result& result) {
+std::string Describe(const ServerApi::Result& result) {
   const std::string message = result.message_.empty() ? "" : ": " + result.message_;
   return (result.code_ == ServerApi::kOk ? "ok" : "failed") + message;
 }
 
-Book BookOf(const std::string& ean, const std::string& author, const std::string& title) {
+Book MakeBook(const std::string& ean, const std::string& author, const std::string& title) {
   Book book;
   book.string_props[Book::kEan] = ean;
   book.string_props[Book::kAuthor] = author;
@@ -44,13 +44,13 @@ void DropPrivileges() {
   ASSERT_EQ(syscall(SYS_capset, &header, none), 0);
 }
 
-void OnDevice::SetUp() {
+void FakeDeviceFixture::SetUp() {
   ASSERT_TRUE(std::filesystem::is_directory(kConfigFolder))
       << "This is no device: run the test through CTest or device/quire-device.";
   ASSERT_FALSE(Exists(kCartPath) || Exists(kSwitchboardPath)) << "The device is not a fresh one.";
 }
 
-void OnDevice::TearDown() {
+void FakeDeviceFixture::TearDown() {
   device.ReleaseDownloads();
   EXPECT_EQ(device.OpenHandles(), 0);
   EXPECT_EQ(device.Misuse(), Lines());
@@ -60,16 +60,16 @@ void OnDevice::TearDown() {
   }
 }
 
-void OnDevice::ScriptStart() {
+void FakeDeviceFixture::PrepareStart() {
   device.config["user_name"] = "anna";
   device.config["secret password"] = kPassword;
-  device.Answer(kSwitchboardUrl, kSwitchboardAnswer);
-  device.Answer("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
-  device.Answer("/getUserEbook", R"({"response":[{"orderItemEAN":"B1"}]})");
+  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
+  device.AddAnswer("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
+  device.AddAnswer("/getUserEbook", R"({"response":[{"orderItemEAN":"B1"}]})");
 }
 
-void OnDevice::Buy(const std::string& books_json) {
-  device.Answer("/getUserEbook", R"({"response":)" + books_json + "}");
+void FakeDeviceFixture::SetPurchased(const std::string& books_json) {
+  device.AddAnswer("/getUserEbook", R"({"response":)" + books_json + "}");
   manager().LoadPurchased();
 }
 

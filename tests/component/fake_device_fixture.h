@@ -1,5 +1,5 @@
-#ifndef QUIRE_TESTS_ON_DEVICE_H_
-#define QUIRE_TESTS_ON_DEVICE_H_
+#ifndef QUIRE_TESTS_FAKE_DEVICE_FIXTURE_H_
+#define QUIRE_TESTS_FAKE_DEVICE_FIXTURE_H_
 
 #include <gtest/gtest.h>
 #include <json/value.h>
@@ -45,26 +45,27 @@ inline const std::string kSwitchboardAnswer =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
 
-Lines FilesIn(const std::string& folder);  ///< sorted
-Json::Value Parsed(const std::string& text);
+Lines ListFiles(const std::string& folder);  ///< sorted
+Json::Value ParseJson(const std::string& text);
 /// "ok" or "failed", and the message.
-std::string Words(const ServerApi::Result& result);
-Book BookOf(const std::string& ean, const std::string& author = "", const std::string& title = "");
+std::string Describe(const ServerApi::Result& result);
+Book MakeBook(const std::string& ean, const std::string& author = "",
+              const std::string& title = "");
 
 /// From here on this process has no rights but those of a file's owner, be it root or not.
 void DropPrivileges();
 
 /// A test on a device of its own, empty at the start. At its end no handle is open, nothing was
 /// misused and no record of the log holds a secret.
-class OnDevice : public ::testing::Test {
+class FakeDeviceFixture : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
 
   /// Answers for every call that a start makes, and stored credentials.
-  void ScriptStart();
+  void PrepareStart();
   /// Makes the books of this answer ("response" of "/getUserEbook") the bought ones.
-  void Buy(const std::string& books_json);
+  void SetPurchased(const std::string& books_json);
 
   /// The one manager. CTest runs each test in a process of its own.
   StoreManager& manager() { return StoreManager::Instance(); }
@@ -72,4 +73,4 @@ class OnDevice : public ::testing::Test {
 
 }  // namespace saltmoor::quire
 
-#endif  // QUIRE_TESTS_ON_DEVICE_H_
+#endif  // QUIRE_TESTS_FAKE_DEVICE_FIXTURE_H_

@@ -1,11 +1,11 @@
-#include "on_device.h"
 #include "switchboard_config.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
 
-TEST(Switchboard, FieldsAreReadAndTrimmed) {
-  const Json::Value json = Parsed(R"({"partner":" p ","clientId":17,"shopUrl":"\t u\n",
+TEST(SwitchboardConfig, ReadsAndTrimsFields) {
+  const Json::Value json = ParseJson(R"({"partner":" p ","clientId":17,"shopUrl":"\t u\n",
       "shopName":"A  B","opdsUrl":{"OPDSStartPage":" s ","ImpressumURL":"i","AGBURL":" a",
       "DatenschutzURL":"d ","WiderrufsrechtURL":"w","HilfeURL":true}})");
   const SwitchboardConfig config = SwitchboardConfig::Parse(json);
@@ -17,7 +17,7 @@ TEST(Switchboard, FieldsAreReadAndTrimmed) {
   }
 }
 
-TEST(Switchboard, StoreIdIsTheSegmentBeforeOpds) {
+TEST(SwitchboardConfig, StoreIdIsSegmentBeforeOpds) {
   const auto store_id = [](const char* start_page) {
     Json::Value json;
     json["opdsUrl"]["OPDSStartPage"] = start_page;
@@ -36,12 +36,12 @@ TEST(Switchboard, StoreIdIsTheSegmentBeforeOpds) {
   for (const auto& [page, id] : rows) EXPECT_EQ(store_id(page), id) << page;
 }
 
-TEST(Switchboard, OfAnything_GivesEmptyFieldsAndTheFixedBase) {
+TEST(SwitchboardConfig, IsEmptyExceptBaseForOtherJson) {
   for (const char* json :
        {"null", "{}", "[]", "[1]", "5", "1.5", "\"text\"", "true", R"({"opdsUrl":"x"})",
         R"({"opdsUrl":["OPDSStartPage"]})", R"({"opdsUrl":{"OPDSStartPage":{"a":"/b/opds/"}}})",
         R"({"partner":1.5,"clientId":[],"shopUrl":{},"shopName":null,"opdsUrl":7})"}) {
-    const SwitchboardConfig config = SwitchboardConfig::Parse(Parsed(json));
+    const SwitchboardConfig config = SwitchboardConfig::Parse(ParseJson(json));
     for (int field = -1; field < 14; ++field) {
       EXPECT_EQ(config[static_cast<SwitchboardConfig::Fields>(field & 15)],
                 field == SwitchboardConfig::kStoreApiUrl ? kStoreApi : "")

@@ -7,12 +7,12 @@
 #include <csignal>
 #include <filesystem>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
 
-class Saving : public OnDevice {
+class AtomicFile : public FakeDeviceFixture {
  protected:
   Cart cart;
   std::string Content() { return cart.ToJson().toStyledString(); }
@@ -25,65 +25,65 @@ class Saving : public OnDevice {
   }
 };
 
-TEST_F(Saving, ReplacesLongContentByShort_AndLeavesNothingElse) {
+TEST_F(AtomicFile, ReplacesContentAndLeavesNoOtherFile) {
   cart.orderItems.resize(1000);
   cart.Save();
   cart.orderItems.clear();
   cart.Save();
-  EXPECT_EQ(Parsed(ReadFile(kCartPath))["orderItems"].size(), 0u);
-  EXPECT_EQ(FilesIn(kConfigFolder), Lines{"quire_cart"});
+  EXPECT_EQ(ParseJson(ReadFile(kCartPath))["orderItems"].size(), 0u);
+  EXPECT_EQ(ListFiles(kConfigFolder), Lines{"quire_cart"});
 }
 
-TEST_F(Saving, OnAFullDisk_KeepsTheOldContent) {
-  ScriptStart();
+TEST_F(AtomicFile, KeepsOldContentWhenDiskIsFull) {
+  PrepareStart();
   ASSERT_EQ(manager().Init(), 0);
-  manager().AddToCart(BookOf("1"));
+  manager().AddToCart(MakeBook("1"));
   const std::string old_cart = ReadFile(kCartPath), old_cache = ReadFile(kSwitchboardPath);
   LimitFiles(20);
-  manager().AddToCart(BookOf("2"));
+  manager().AddToCart(MakeBook("2"));
   EXPECT_EQ(manager().ConfigFromServer(), 0);
   EXPECT_EQ(ReadFile(kCartPath), old_cart);
   EXPECT_EQ(ReadFile(kSwitchboardPath), old_cache);
-  EXPECT_EQ(FilesIn(kConfigFolder), (Lines{"quire_cart", "switchboard.json"}));
+  EXPECT_EQ(ListFiles(kConfigFolder), (Lines{"quire_cart", "switchboard.json"}));
   EXPECT_TRUE(manager().GetCart().IsContain("2"));
 }
 
-TEST_F(Saving, WhereNoNeighbourCanBeMade_WritesInPlace) {
+TEST_F(AtomicFile, IsWrittenInPlaceWithoutTempFile) {
   cart.Save();
   ASSERT_EQ(chmod(kConfigFolder.c_str(), 0555), 0);
   DropPrivileges();
-  cart.orderItems = {BookOf("1")};
+  cart.orderItems = {MakeBook("1")};
   cart.Save();
-  EXPECT_EQ(Parsed(ReadFile(kCartPath)), cart.ToJson());
+  EXPECT_EQ(ParseJson(ReadFile(kCartPath)), cart.ToJson());
   cart.orderItems.clear();
   cart.Save();
-  EXPECT_EQ(Parsed(ReadFile(kCartPath)), cart.ToJson());
+  EXPECT_EQ(ParseJson(ReadFile(kCartPath)), cart.ToJson());
   EXPECT_EQ(chmod(kConfigFolder.c_str(), 0755), 0);
 }
 
-TEST_F(Saving, FileThatMayNotBeWritten_IsLeftAlone) {
+TEST_F(AtomicFile, IsUnchangedWhenReadOnly) {
   cart.Save();
   const std::string old = ReadFile(kCartPath);
   ASSERT_EQ(chmod(kCartPath.c_str(), 0444), 0);
   DropPrivileges();
-  cart.orderItems = {BookOf("1")};
+  cart.orderItems = {MakeBook("1")};
   cart.Save();
   EXPECT_EQ(ReadFile(kCartPath), old);
-  EXPECT_EQ(FilesIn(kConfigFolder), Lines{"quire_cart"});
+  EXPECT_EQ(ListFiles(kConfigFolder), Lines{"quire_cart"});
 }
 
-TEST_F(Saving, WithoutAPlaceForTheFile_IsSilent) {
+TEST_F(AtomicFile, FailsSilentlyWithoutDirectory) {
   std::filesystem::create_directory(kCartPath);
   std::filesystem::create_directory(kSwitchboardPath);
-  ScriptStart();
+  PrepareStart();
   device.clock_s = {0};
   EXPECT_NO_THROW(EXPECT_EQ(manager().Init(), 0));
-  EXPECT_NO_THROW(cart.AddToCart(BookOf("1")));
+  EXPECT_NO_THROW(cart.AddToCart(MakeBook("1")));
   EXPECT_NO_THROW(cart.Load());
   EXPECT_EQ(cart.GetSize(), 0u);
-  EXPECT_TRUE(FilesIn(kCartPath).empty() && FilesIn(kSwitchboardPath).empty());
+  EXPECT_TRUE(ListFiles(kCartPath).empty() && ListFiles(kSwitchboardPath).empty());
   std::filesystem::remove_all(kConfigFolder);
-  cart.AddToCart(BookOf("1"));
+  cart.AddToCart(MakeBook("1"));
   cart.Load();
   EXPECT_EQ(cart.GetSize(), 0u);
   EXPECT_FALSE(Exists(kConfigFolder));

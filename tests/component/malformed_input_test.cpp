@@ -1,6 +1,6 @@
 // Nothing that a server or a file holds makes the library throw or crash.
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 #include "store_calls.h"
 
 namespace saltmoor::quire {
@@ -58,11 +58,11 @@ void AddPrefixes(const std::string& whole, Lines* texts) {
   for (std::size_t size = 0; size < whole.size(); ++size) texts->push_back(whole.substr(0, size));
 }
 
-class Malformed : public OnDevice {};
+class MalformedInput : public FakeDeviceFixture {};
 
-TEST_F(Malformed, Answers_MakeNoCallThrow) {
+TEST_F(MalformedInput, AnswerMakesNoCallThrow) {
   ServerApi api;
-  api.SetConfig(SwitchboardConfig::Parse(Parsed(kSwitchboardAnswer)));
+  api.SetConfig(SwitchboardConfig::Parse(ParseJson(kSwitchboardAnswer)));
   Book::s_book_int_map["orderItemId"] = static_cast<Book::IntProps>(1);
   for (const StoreCall& call : kStoreCalls) {
     Lines bodies = HostileBodies();
@@ -79,9 +79,9 @@ TEST_F(Malformed, Answers_MakeNoCallThrow) {
   Book::s_book_int_map.clear();
 }
 
-TEST_F(Malformed, CartFile_GivesWhatCanBeRead) {
+TEST_F(MalformedInput, CartFileLoadsReadablePart) {
   Cart cart;
-  cart.orderItems = {BookOf("1", "A", "T"), BookOf("2")};
+  cart.orderItems = {MakeBook("1", "A", "T"), MakeBook("2")};
   cart.orderAmount = 20.0;
   cart.Save();
   const std::string whole = ReadFile(kCartPath);
@@ -99,20 +99,20 @@ TEST_F(Malformed, CartFile_GivesWhatCanBeRead) {
   EXPECT_EQ(cart.GetSize(), 2u);
 }
 
-TEST_F(Malformed, SwitchboardCache_IsAskedForAnewOrReadAsItIs) {
-  ScriptStart();
+TEST_F(MalformedInput, ConfigurationCacheNeverFailsInit) {
+  PrepareStart();
   device.clock_s = {100};
   Lines contents = HostileBodies();
   AddPrefixes(kSwitchboardAnswer, &contents);
   for (const std::string& content : contents) {
     WriteFile(kSwitchboardPath, content);
-    device.ForgetJournal();
+    device.ClearJournal();
     EXPECT_NO_THROW(EXPECT_EQ(manager().Init(), 0)) << content;
     EXPECT_NO_THROW(manager().GetShopName()) << content;
   }
 }
 
-TEST_F(Malformed, AddressesAndDates) {
+TEST_F(MalformedInput, AddressOrDateNeverThrows) {
   for (const std::string& text :
        {std::string(), Nested("QUIRESaltmoor?&=%", 100), std::string("QUIRESaltmoor?status=%"),
         std::string("\0?", 2), std::string("QUIRESaltmoor?%s%n=%s%n")}) {

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "on_device.h"
+#include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
 namespace {
@@ -13,12 +13,12 @@ const std::string kAsk =
     "GET " + kSwitchboardUrl + "?device_sn=SN-1&nonce=NONCE&client_signature=SIGNATURE";
 const std::string kLogIn = "POST /login username=anna&password=" + kPassword + "&storeId=4711";
 
-class Start : public OnDevice {
+class StoreManagerInit : public FakeDeviceFixture {
  protected:
-  bool Asked() { return !device.Journal({"GET"}).empty(); }
+  bool HasFetched() { return !device.Journal({"GET"}).empty(); }
 };
 
-TEST_F(Start, MakingTheManager_AsksNothing) {
+TEST_F(StoreManagerInit, ConstructorSendsNoRequest) {
   StoreManager& one = StoreManager::Instance();
   EXPECT_EQ(&one, &StoreManager::Instance());
   EXPECT_EQ(device.Journal(), Lines{"downloader /mnt/ext1/Downloads"});
@@ -29,12 +29,12 @@ TEST_F(Start, MakingTheManager_AsksNothing) {
   EXPECT_EQ(one.RegisterPushNotification(), 0);
 }
 
-TEST_F(Start, WithoutACache_AsksLogsInAndLoads_InOrder) {
-  ScriptStart();
+TEST_F(StoreManagerInit, FetchesLogsInAndLoadsInOrder) {
+  PrepareStart();
   device.clock_s = {1700000000, 1700000099};
   WriteFile(kCartPath, R"({"orderItems":[{"orderItemEAN":"C1"}]})");
   manager();
-  device.ForgetJournal();
+  device.ClearJournal();
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_EQ(
       device.Journal(),
@@ -50,12 +50,12 @@ TEST_F(Start, WithoutACache_AsksLogsInAndLoads_InOrder) {
   EXPECT_TRUE(manager().GetCart().IsContain("C1"));
   ASSERT_EQ(manager().GetPurchased().size(), 1u);
   std::ostringstream cache;
-  cache << Parsed(kSwitchboardAnswer);
+  cache << ParseJson(kSwitchboardAnswer);
   EXPECT_EQ(ReadFile(kSwitchboardPath), cache.str());
 }
 
-TEST_F(Start, CacheIsUsed_WhileAtMost1800SecondsOld) {
-  ScriptStart();
+TEST_F(StoreManagerInit, UsesCacheUpTo1800Seconds) {
+  PrepareStart();
   const std::tuple<std::int64_t, std::int64_t, bool> rows[] = {
       {1700000000, 1700000000, false},
       {1700000000, 1700001800, false},
@@ -76,9 +76,9 @@ TEST_F(Start, CacheIsUsed_WhileAtMost1800SecondsOld) {
                                 R"("opdsUrl":{"OPDSStartPage":"https://shop/5/opds/"}})");
     device.config[kTimeKey] = std::to_string(stored);
     device.clock_s = {now};
-    device.ForgetJournal();
+    device.ClearJournal();
     EXPECT_EQ(manager().Init(), 0);
-    EXPECT_EQ(Asked(), asked);
+    EXPECT_EQ(HasFetched(), asked);
     EXPECT_EQ(manager().GetShopName(), asked ? "The Shop" : "Cached");
     EXPECT_EQ(device.Journal({"POST /login"}),
               Lines{"POST /login username=anna&password=" + kPassword +
@@ -87,14 +87,14 @@ TEST_F(Start, CacheIsUsed_WhileAtMost1800SecondsOld) {
   }
 }
 
-TEST_F(Start, FreshCacheThatDoesNotParse_IsAskedFor_AndDatedByANewReading) {
-  ScriptStart();
+TEST_F(StoreManagerInit, FetchesAgainWhenFreshCacheIsUnreadable) {
+  PrepareStart();
   for (const char* cache : {"", "not json", "{\"shopName\":"}) {
     unlink(kSwitchboardPath.c_str());
     if (*cache != 0) WriteFile(kSwitchboardPath, cache);
     device.config[kTimeKey] = "1000";
     device.clock_s = {1001, 1031};
-    device.ForgetJournal();
+    device.ClearJournal();
     EXPECT_EQ(manager().Init(), 0);
     EXPECT_EQ(device.Journal({"GET", "config write int"}),
               (Lines{kAsk, "config write " + kTimeKey + "=1031"}));
@@ -103,13 +103,13 @@ TEST_F(Start, FreshCacheThatDoesNotParse_IsAskedFor_AndDatedByANewReading) {
   }
 }
 
-TEST_F(Start, FailedFetch_EndsIt_AndKeepsTheGoodConfigurationForCalls) {
-  ScriptStart();
+TEST_F(StoreManagerInit, FailedFetchKeepsLastGoodConfigurationForCalls) {
+  PrepareStart();
   ASSERT_EQ(manager().Init(), 0);
   const std::string cache = ReadFile(kSwitchboardPath);
   for (const bool fresh : {false, true}) {
     device.AnswerOnly(kSwitchboardUrl, "{}", 503);
-    if (fresh) device.ForgetAnswers();  // a lost answer then
+    if (fresh) device.ClearAnswers();  // a lost answer then
     device.clock_s = {1000};
     device.config[kTimeKey] = fresh ? "1000" : "2000";
     if (fresh) unlink(kSwitchboardPath.c_str());
@@ -128,10 +128,10 @@ TEST_F(Start, FailedFetch_EndsIt_AndKeepsTheGoodConfigurationForCalls) {
   }
 }
 
-TEST_F(Start, WithoutItsConfigurationFile_DoesNothing) {
-  ScriptStart();
+TEST_F(StoreManagerInit, DoesNothingWithoutConfigFile) {
+  PrepareStart();
   manager();
-  device.ForgetJournal();
+  device.ClearJournal();
   device.config_opens = false;
   EXPECT_EQ(manager().Init(), -1);
   EXPECT_EQ(device.Journal(), Lines{kOpen});
@@ -140,11 +140,11 @@ TEST_F(Start, WithoutItsConfigurationFile_DoesNothing) {
   EXPECT_EQ(device.Journal({"POST"}), Lines());
 }
 
-TEST_F(Start, StoredSession_HoldsHoweverTheLogInEnds_ButIsNotSent) {
-  ScriptStart();
+TEST_F(StoreManagerInit, HoldsStoredSessionButDoesNotSendIt) {
+  PrepareStart();
   device.config["session_id"] = "old";
   device.AnswerOnly(kSwitchboardUrl, kSwitchboardAnswer);
-  device.Answer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  device.AddAnswer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_TRUE(manager().IsLoggedIn());
   EXPECT_EQ(device.config["session_id"], "old");
@@ -152,31 +152,31 @@ TEST_F(Start, StoredSession_HoldsHoweverTheLogInEnds_ButIsNotSent) {
             Lines{"POST /getUserEbook opdsSessionId=&storeId=4711"});
 }
 
-TEST_F(Start, NewSession_WithoutCredentials_MakesNoRequest) {
+TEST_F(StoreManagerInit, NewSessionSendsNothingWithoutCredentials) {
   for (const char* missing : {"user_name", "secret password"}) {
-    ScriptStart();
+    PrepareStart();
     device.config[missing] = "";
-    device.ForgetJournal();
+    device.ClearJournal();
     EXPECT_EQ(manager().NewSession(nullptr), -1);
     EXPECT_EQ(device.Journal({"POST", "config write", "config save"}), Lines());
   }
 }
 
-TEST_F(Start, NewSession_ClosesOnlyWhatItOpened) {
-  ScriptStart();
+TEST_F(StoreManagerInit, NewSessionClosesOnlyItsOwnHandle) {
+  PrepareStart();
   EXPECT_EQ(manager().NewSession(nullptr), 0);
   EXPECT_EQ(device.OpenHandles(), 0);
   EXPECT_EQ(device.config["session_id"], kSession);
   iconfig_s* config = OpenConfig("mine", nullptr);
-  device.ForgetJournal();
+  device.ClearJournal();
   EXPECT_EQ(manager().NewSession(config), 0);
   EXPECT_EQ(device.Journal({"config open", "config close", "config drop"}), Lines());
   EXPECT_EQ(device.OpenHandles(), 1);
   CloseConfigNoSave(config);
 }
 
-TEST_F(Start, NullFromThePlatform_IsALogicError_AndLeavesNoHandleOpen) {
-  ScriptStart();
+TEST_F(StoreManagerInit, ThrowsLogicErrorWhenPlatformReturnsNull) {
+  PrepareStart();
   for (const char* key : {"user_name", "secret password"}) {
     device.null_reads = {key};
     EXPECT_THROW(manager().NewSession(nullptr), std::logic_error) << key;
@@ -200,10 +200,10 @@ TEST_F(Start, NullFromThePlatform_IsALogicError_AndLeavesNoHandleOpen) {
   EXPECT_THROW(manager().Init(), std::logic_error);
 }
 
-TEST_F(Start, StoredCredentials_AreReadWithoutSaving) {
-  ScriptStart();
+TEST_F(StoreManagerInit, ReadsCredentialsWithoutSaving) {
+  PrepareStart();
   manager();
-  device.ForgetJournal();
+  device.ClearJournal();
   EXPECT_EQ(manager().getLogin(), "anna");
   EXPECT_EQ(manager().getPassword(), kPassword);
   EXPECT_EQ(device.Journal(), (Lines{kOpen, "config read user_name", "config drop"} +
