@@ -15,12 +15,12 @@ class Control {
   Control(Shop& shop, Files& files, Faults& faults, Ledger& ledger)
       : shop_(shop), files_(files), faults_(faults), ledger_(ledger) {}
 
-  void answer(const Request& request, Response& response);
+  void Handle(const Request& request, Response& response);
 
  private:
-  Json dispatch(const Request& request);
-  Json set_orders(const Json& instruction);
-  Json orders_json();
+  Json Dispatch(const Request& request);
+  Json SetOrders(const Json& instruction);
+  Json OrdersJson();
 
   Shop& shop_;
   Files& files_;

@@ -14,7 +14,7 @@ Mishap::Kind mishap_kind(const std::string& fault) {
   return fault == "reset" ? Mishap::Kind::kReset : Mishap::Kind::kNone;
 }
 
-void answer_instead(const Fault& fault, const std::string& content_type, Response& response) {
+void ReplaceResponse(const Fault& fault, const std::string& content_type, Response& response) {
   std::string type = content_type;
   for (const auto& [name, value] : fault.headers.items()) {
     if (name == "Content-Type") {
@@ -29,9 +29,9 @@ void answer_instead(const Fault& fault, const std::string& content_type, Respons
 }  // namespace
 
 void Gate::pass(const Request& request, Response& response, Connection& connection) {
-  ledger_.add(port_, connection.number(), request);
-  if (const auto fault = faults_.take(request.path)) {
-    ledger_.set_fault(connection.number(), fault->kind);
+  ledger_.Add(port_, connection.number(), request);
+  if (const auto fault = faults_.Take(request.path)) {
+    ledger_.SetFault(connection.number(), fault->kind);
     meet(*fault, request, response, connection);
   } else {
     site_(request, response);
@@ -40,7 +40,7 @@ void Gate::pass(const Request& request, Response& response, Connection& connecti
 
 void Gate::meet(const Fault& fault, const Request& request, Response& response,
                 Connection& connection) {
-  const auto delivered = [this, id = fault.id] { faults_.count_delivered(id); };
+  const auto delivered = [this, id = fault.id] { faults_.CountDelivered(id); };
   if (const auto kind = mishap_kind(fault.kind); kind != Mishap::Kind::kNone) {
     if (fault.kind == "reset" && !fault.after_bytes) {
       delivered();
@@ -60,14 +60,14 @@ void Gate::meet(const Fault& fault, const Request& request, Response& response,
       connection.reset();
     }
   } else if (fault.kind == "refuse") {
-    response.set_content(
-        to_text(StoreApi::refusal(request.path, fault.body.value_or("The shop is closed today."))),
-        "application/json");
+    response.set_content(ToString(StoreApi::RefusalJson(
+                             request.path, fault.body.value_or("The shop is closed today."))),
+                         "application/json");
   } else if (fault.kind == "body") {
-    answer_instead(fault, "application/json", response);
+    ReplaceResponse(fault, "application/json", response);
   } else {
     response.status = fault.status;
-    answer_instead(fault, "text/plain", response);
+    ReplaceResponse(fault, "text/plain", response);
   }
 }
 

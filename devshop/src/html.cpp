@@ -40,7 +40,7 @@ button.main { background: var(--shop); color: #fff; margin-top: 20px; }
 
 }  // namespace
 
-void answer_page(Response& response, const std::string& title, const std::string& content) {
+void ServePage(Response& response, const std::string& title, const std::string& content) {
   response.set_header("Cache-Control", "no-store");
   response.set_header("Content-Security-Policy",
                       "default-src 'none'; style-src 'unsafe-inline'; img-src 'self'");
@@ -49,10 +49,10 @@ void answer_page(Response& response, const std::string& title, const std::string
       "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
       "<link rel=\"icon\" href=\"data:,\">\n<title>" +
-          html_escape(title) + " - " + html_escape(kShopName) + "</title>\n<style>" + kStyle +
+          EscapeHtml(title) + " - " + EscapeHtml(kShopName) + "</title>\n<style>" + kStyle +
           "</style>\n</head>\n<body>\n"
           "<header><a href=\"/\">" +
-          html_escape(kShopName) + "</a></header>\n<main>\n" + content +
+          EscapeHtml(kShopName) + "</a></header>\n<main>\n" + content +
           "</main>\n</body>\n</html>\n",
       "text/html; charset=utf-8");
 }

@@ -52,7 +52,7 @@ int read_body(const httplib::Request& request, const httplib::ContentReader& rea
 
 }  // namespace
 
-std::string Request::header(const std::string& name) const {
+std::string Request::GetHeader(const std::string& name) const {
   const auto found = headers.find(name);
   return found == headers.end() ? std::string() : found->second;
 }
@@ -66,13 +66,13 @@ HttpServer::HttpServer(SSL_CTX* tls, StopSignal& stop, Handler handler, StatusOb
   set_keep_alive_max_count(1'000'000);
 
   const auto without_body = [this](const httplib::Request& request, Response& response) {
-    answer(request, response, {});
+    Handle(request, response, {});
   };
   const auto with_body = [this](const httplib::Request& request, Response& response,
                                 const httplib::ContentReader& read) {
     std::string body;
     const int status = read_body(request, read, &body);
-    if (status == 200) return answer(request, response, std::move(body));
+    if (status == 200) return Handle(request, response, std::move(body));
     response.status = status;
     response.set_header("Connection", "close");
   };
@@ -137,12 +137,12 @@ bool HttpServer::process_and_close_socket(socket_t socket) {
   return true;
 }
 
-void HttpServer::answer(const httplib::Request& raw, Response& response, std::string body) {
+void HttpServer::Handle(const httplib::Request& raw, Response& response, std::string body) {
   Request request{raw.method, raw.path, {}, {}, raw.headers, std::move(body)};
   const auto question = raw.target.find('?');
-  if (question != std::string::npos) request.query = parse_fields(raw.target.substr(question + 1));
+  if (question != std::string::npos) request.query = ParseFields(raw.target.substr(question + 1));
   if (raw.get_header_value("Content-Type").rfind("application/x-www-form-urlencoded", 0) == 0) {
-    request.form = parse_fields(request.body);
+    request.form = ParseFields(request.body);
   }
   for (const char* added : {"REMOTE_ADDR", "REMOTE_PORT", "LOCAL_ADDR", "LOCAL_PORT"}) {
     request.headers.erase(added);  // httplib's, not the client's

@@ -23,7 +23,7 @@ struct Request {
   httplib::Headers headers;
   std::string body;
 
-  std::string header(const std::string& name) const;
+  std::string GetHeader(const std::string& name) const;
 };
 
 using Response = httplib::Response;
@@ -47,7 +47,7 @@ class HttpServer : private httplib::Server {
 
  private:
   bool process_and_close_socket(socket_t socket) override;
-  void answer(const httplib::Request& raw, Response& response, std::string body);
+  void Handle(const httplib::Request& raw, Response& response, std::string body);
 
   SSL_CTX* tls_;
   StopSignal& stop_;

@@ -16,13 +16,13 @@ class Ledger {
   /// `verbose` prints a line for each answered request, without secrets.
   explicit Ledger(bool verbose) : verbose_(verbose) {}
 
-  void add(const std::string& port, int connection, const Request& request);
+  void Add(const std::string& port, int connection, const Request& request);
   /// The status or the fault of the connection's request under way.
-  void set_status(int connection, int status);
-  void set_fault(int connection, const std::string& fault);
+  void SetStatus(int connection, int status);
+  void SetFault(int connection, const std::string& fault);
 
-  Json to_json() const;
-  void clear();
+  Json ToJson() const;
+  void Clear();
 
  private:
   struct Entry {
@@ -33,7 +33,7 @@ class Ledger {
     int status = 0;  ///< 0: nothing sent
     std::string fault;
   };
-  Entry* under_way(int connection);
+  Entry* in_flight(int connection);
 
   const bool verbose_;
   mutable std::mutex mutex_;

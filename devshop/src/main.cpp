@@ -9,7 +9,7 @@
 #include "authority.h"
 #include "configuration_service.h"
 #include "control.h"
-#include "data_folder.h"
+#include "data_directory.h"
 #include "gate.h"
 #include "hosts.h"
 #include "http_server.h"
@@ -21,7 +21,7 @@ namespace devshop {
 namespace {
 
 /// Signals that end the shop are waited for by main alone.
-sigset_t block_end_signals() {
+sigset_t BlockEndSignals() {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGTERM);
@@ -30,7 +30,7 @@ sigset_t block_end_signals() {
   return signals;
 }
 
-void announce(int shop, int config, int control, const std::filesystem::path& ca) {
+void PrintAddresses(int shop, int config, int control, const std::filesystem::path& ca) {
   const auto address = [](int port) { return "127.0.0.1:" + std::to_string(port); };
   std::cout << "shop https://" << address(shop) << "\nconfig http://" << address(config)
             << "\ncontrol http://" << address(control) << "\nca " << ca.string() << "\nconnect-to "
@@ -39,9 +39,9 @@ void announce(int shop, int config, int control, const std::filesystem::path& ca
             << "\nready" << std::endl;
 }
 
-void run(const Options& options) {
-  const sigset_t end_signals = block_end_signals();
-  const DataFolder data(options.data);
+void Run(const Options& options) {
+  const sigset_t end_signals = BlockEndSignals();
+  const DataDirectory data(options.data);
   const Authority authority(data.path());
   Shop shop(options.books, options.accounts, data.state_file());
   Files files(shop);
@@ -52,15 +52,15 @@ void run(const Options& options) {
   Control control(shop, files, faults, ledger);
 
   Gate shop_gate("shop", ledger, faults, [&](const Request& request, Response& response) {
-    site.answer(request, response);
+    site.Handle(request, response);
   });
   Gate config_gate("config", ledger, faults, [&](const Request& request, Response& response) {
     if (request.path == ConfigurationService::kPath && request.method == "GET") {
-      configuration.answer(request, response);
+      configuration.Handle(request, response);
     } else if (request.path == kReturnPath) {
-      answer_return_page(response);
+      ServeReturnPage(response);
     } else {
-      answer_not_found(response);
+      ServeNotFound(response);
     }
   });
   const auto through = [](Gate& gate) {
@@ -69,21 +69,21 @@ void run(const Options& options) {
     };
   };
   const auto note_status = [&](int connection, int status) {
-    ledger.set_status(connection, status);
+    ledger.SetStatus(connection, status);
   };
 
-  const TlsContext tls = authority.server_context(options.certificate);
+  const TlsContext tls = authority.ServerContext(options.certificate);
   StopSignal stop;
   HttpServer shop_server(tls.get(), stop, through(shop_gate), note_status);
   HttpServer config_server(nullptr, stop, through(config_gate), note_status);
   HttpServer control_server(nullptr, stop,
                             [&](const Request& request, Response& response, Connection&) {
-                              control.answer(request, response);
+                              control.Handle(request, response);
                             });
   const int shop_port = shop_server.start(options.shop_port, "--shop-port");
   const int config_port = config_server.start(options.config_port, "--config-port");
   const int control_port = control_server.start(options.control_port, "--control-port");
-  announce(shop_port, config_port, control_port, authority.certificate_file());
+  PrintAddresses(shop_port, config_port, control_port, authority.certificate_file());
 
   int received = 0;
   sigwait(&end_signals, &received);
@@ -95,10 +95,10 @@ void run(const Options& options) {
 int main(int argc, char** argv) {
   std::setlocale(LC_CTYPE, "C.UTF-8");  // case folding of what customers search for
   int exit_code = 0;
-  const auto options = devshop::parse_options(argc, argv, &exit_code);
+  const auto options = devshop::ParseOptions(argc, argv, &exit_code);
   if (!options) return exit_code;
   try {
-    devshop::run(*options);
+    devshop::Run(*options);
     return 0;
   } catch (const devshop::StartError& error) {
     std::cerr << "quire-devshop: " << error.what() << "\n";

@@ -8,10 +8,10 @@ namespace devshop {
 
 /// Answers a request for the catalogue's start page: an OPDS 1.2 acquisition feed of the titles,
 /// ten a page (`?page=`, from 1), searched with `?q=`.
-void answer_feed(const Catalogue& catalogue, const Request& request, Response& response);
+void ServeFeed(const Catalogue& catalogue, const Request& request, Response& response);
 
 /// Answers with the OpenSearch description that the feed links to.
-void answer_search_description(Response& response);
+void ServeSearchDescription(Response& response);
 
 }  // namespace devshop
 
