@@ -1,7 +1,7 @@
 #include "card_check.h"
 
 #include <algorithm>
-#include <regex>
+#include <boost/algorithm/string/trim.hpp>
 
 namespace devshop {
 namespace {
@@ -27,13 +27,21 @@ bool PassesLuhn(const std::string& digits) {
   return sum % 10 == 0;
 }
 
+/// Accepts M/YY, MM/YY and a year of four digits, with blanks around each part.
 std::string CheckExpiry(const std::string& text, std::time_t now) {
-  static const std::regex form("\\s*(0?[1-9]|1[0-2])\\s*/\\s*(?:20)?(\\d\\d)\\s*");
-  std::smatch match;
-  if (!std::regex_match(text, match, form)) return "Enter month and year as MM/YY.";
-  const auto year_and_month = "20" + match.str(2) + (match.length(1) < 2 ? "0" : "") + match.str(1);
+  const std::string mistake = "Enter month and year as MM/YY.";
+  const auto slash = text.find('/');
+  if (slash == std::string::npos) return mistake;
+  std::string month = boost::algorithm::trim_copy(text.substr(0, slash));
+  std::string year = boost::algorithm::trim_copy(text.substr(slash + 1));
+  if (month.size() == 1) month.insert(0, "0");
+  if (year.size() == 2) year.insert(0, "20");
+  if (!IsDigits(month, 2, 2) || month < "01" || month > "12" || !IsDigits(year, 4, 4) ||
+      !year.starts_with("20")) {
+    return mistake;
+  }
   // A card is good to the end of its month.
-  return year_and_month < FormatTime(now, "%Y%m") ? "This card has expired." : "";
+  return year + month < FormatTime(now, "%Y%m") ? "This card has expired." : "";
 }
 
 }  // namespace

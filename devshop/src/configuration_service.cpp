@@ -38,8 +38,8 @@ const std::string ConfigurationService::kPath = "/api/config/v1/get-device-opds-
 void ConfigurationService::Handle(const Request& request, Response& response) {
   const std::string fault = FindMistake(request);
   response.status = fault.empty() ? 200 : 403;
-  response.set_content(ToString(fault.empty() ? configuration() : Json{{"error", fault}}),
-                       "application/json");
+  response.SetContent(ToString(fault.empty() ? configuration() : Json{{"error", fault}}),
+                      "application/json");
 }
 
 std::string ConfigurationService::FindMistake(const Request& request) {

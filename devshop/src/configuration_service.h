@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 
 namespace devshop {
 

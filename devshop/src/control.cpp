@@ -1,5 +1,7 @@
 #include "control.h"
 
+#include "crypto.h"
+
 namespace devshop {
 namespace {
 
@@ -10,8 +12,29 @@ struct Unknown {};
 
 }  // namespace
 
+Control::Control(Shop& shop, Files& files, Faults& faults, RequestLog& log)
+    : shop_(shop), files_(files), faults_(faults), log_(log), token_(RandomHex(16)) {}
+
+std::string Control::CheckAccess(const Request& request, Response& response) const {
+  const std::string host = request.GetHeader("Host");
+  const std::string port = ":" + std::to_string(port_);
+  if (host != "127.0.0.1" + port && host != "localhost" + port) {
+    response.status = 403;
+    return "The control port answers at 127.0.0.1" + port + " and localhost" + port + " only.";
+  }
+  if (!SecretsEqual(request.GetHeader("Authorization"), "Bearer " + token_)) {
+    response.status = 401;
+    response.SetHeader("WWW-Authenticate", "Bearer");
+    return "Send the token that the shop printed at its start: Authorization: Bearer TOKEN.";
+  }
+  return "";
+}
+
 void Control::Handle(const Request& request, Response& response) {
   Json json;
+  if (const std::string reason = CheckAccess(request, response); !reason.empty()) {
+    return response.SetContent(ToString({{"error", reason}}), "application/json");
+  }
   try {
     json = Dispatch(request);
   } catch (const BadInstruction& bad) {
@@ -26,13 +49,13 @@ void Control::Handle(const Request& request, Response& response) {
              "There are GET, POST and DELETE /_faults, GET and DELETE /_requests, GET and POST "
              "/_orders, GET, POST and DELETE /_books."}};
   }
-  response.set_content(ToString(json), "application/json");
+  response.SetContent(ToString(json), "application/json");
 }
 
 Json Control::Dispatch(const Request& request) {
   const std::string call = request.method + " " + request.path;
   if (call == "GET /_faults") return faults_.ToJson();
-  if (call == "GET /_requests") return ledger_.ToJson();
+  if (call == "GET /_requests") return log_.ToJson();
   if (call == "GET /_orders") return OrdersJson();
   if (call == "GET /_books") return files_.ToJson();
   if (call == "DELETE /_faults") {
@@ -40,8 +63,8 @@ Json Control::Dispatch(const Request& request) {
     return faults_.ToJson();
   }
   if (call == "DELETE /_requests") {
-    ledger_.Clear();
-    return ledger_.ToJson();
+    log_.Clear();
+    return log_.ToJson();
   }
   if (call == "DELETE /_books") {
     files_.Restore();

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <limits>
 #include <random>
 
 #include "crypto.h"
@@ -15,7 +16,6 @@
 namespace devshop {
 namespace {
 
-constexpr std::size_t kPieceSize_bytes = 256 * 1024;
 constexpr int kMaxReplacement_bytes = 1 << 30;
 
 struct Descriptor {
@@ -42,7 +42,9 @@ RangeRequest ParseRange(std::string_view header, std::size_t whole, Range* range
   if (dash == std::string_view::npos) return RangeRequest::kNone;
   const auto number = [](std::string_view text, std::size_t* value) {
     const auto end = text.data() + text.size();
-    return std::from_chars(text.data(), end, *value).ptr == end && !text.empty();
+    const auto [stopped, error] = std::from_chars(text.data(), end, *value);
+    if (error == std::errc::result_out_of_range) *value = std::numeric_limits<std::size_t>::max();
+    return stopped == end && !text.empty();
   };
   std::size_t first = 0, last = 0;
   const auto tail = header.substr(dash + 1);
@@ -79,7 +81,7 @@ std::string FormatHttpTime(std::time_t time) {
 
 void ServeMissingFile(Response& response) {
   response.status = 404;
-  response.set_content("There is no such file.\n", "text/plain");
+  response.SetContent("There is no such file.\n", "text/plain");
 }
 
 std::string ImageType(const std::string& file) {
@@ -119,9 +121,9 @@ Files::Content Files::OpenBytes(std::shared_ptr<const std::string> bytes,
 void Files::Serve(const Content& content, const ServeOptions& options, const std::string& type,
                   const Request& request, Response& response) {
   const std::string modified = FormatHttpTime(content.modified);
-  if (options.validators == "strong") response.set_header("ETag", content.etag);
-  if (options.validators != "none") response.set_header("Last-Modified", modified);
-  response.set_header("Accept-Ranges", options.ranges ? "bytes" : "none");
+  if (options.validators == "strong") response.SetHeader("ETag", content.etag);
+  if (options.validators != "none") response.SetHeader("Last-Modified", modified);
+  response.SetHeader("Accept-Ranges", options.ranges ? "bytes" : "none");
 
   Range sent{0, content.size_bytes};
   const std::string condition = request.GetHeader("If-Range");
@@ -131,37 +133,23 @@ void Files::Serve(const Content& content, const ServeOptions& options, const std
     const std::string whole = "/" + std::to_string(content.size_bytes);
     if (asked == RangeRequest::kUnsatisfiable) {
       response.status = 416;
-      response.set_header("Content-Range", "bytes *" + whole);
+      response.SetHeader("Content-Range", "bytes *" + whole);
       return;
     }
     if (asked == RangeRequest::kSatisfiable) {
       sent = range;
       response.status = 206;
-      response.set_header("Content-Range", "bytes " + std::to_string(range.first) + "-" +
-                                               std::to_string(range.first + range.size - 1) +
-                                               whole);
+      response.SetHeader("Content-Range", "bytes " + std::to_string(range.first) + "-" +
+                                              std::to_string(range.first + range.size - 1) + whole);
     }
   }
-  const auto send = [read = content.read, sent](std::size_t offset, httplib::DataSink& sink) {
-    std::string piece;
-    const std::size_t wanted = std::min(sent.size - offset, kPieceSize_bytes);
-    return read(sent.first + offset, wanted, &piece) && sink.write(piece.data(), piece.size());
+  response.SetHeader("Content-Type", type);
+  response.size_bytes = sent.size;
+  response.chunked = options.chunked && sent.size > 0;
+  response.read = [read = content.read, first = sent.first](std::size_t offset, std::size_t size,
+                                                            std::string* bytes) {
+    return read(first + offset, size, bytes);
   };
-  if (sent.size == 0) {
-    response.set_content("", type);
-  } else if (options.chunked) {
-    response.set_chunked_content_provider(
-        type, [send, sent](std::size_t offset, httplib::DataSink& sink) {
-          if (offset < sent.size) return send(offset, sink);
-          sink.done();
-          return true;
-        });
-  } else {
-    response.set_content_provider(sent.size, type,
-                                  [send](std::size_t offset, std::size_t, httplib::DataSink& sink) {
-                                    return send(offset, sink);
-                                  });
-  }
 }
 
 Files::ServeOptions Files::OptionsFor(const std::string& ean) const {
@@ -200,9 +188,9 @@ void Files::ServeBook(const Request& request, Response& response) {
   const ServeOptions options = OptionsFor(title->ean);
   const auto content = OpenBook(*title, options);
   if (!content) return ServeMissingFile(response);
-  response.set_header("Content-Disposition",
-                      "attachment; filename*=UTF-8''" + PercentEncode(title->file));
-  response.set_header("Cache-Control", "private");
+  response.SetHeader("Content-Disposition",
+                     "attachment; filename*=UTF-8''" + PercentEncode(title->file));
+  response.SetHeader("Cache-Control", "private");
   Serve(*content, options, title->type, request, response);
 }
 

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 #include "shop.h"
 
 namespace devshop {
@@ -48,7 +48,7 @@ class Files {
     std::size_t size_bytes = 0;
     std::string etag;
     std::time_t modified = 0;
-    std::function<bool(std::size_t offset, std::size_t size, std::string* bytes)> read;
+    Response::Reader read;
   };
 
   static std::optional<Content> OpenFile(const std::filesystem::path& path);

@@ -124,8 +124,8 @@ void ServeFeed(const Catalogue& catalogue, const Request& request, Response& res
   const std::size_t page = RequestedPage(request);
   if (page == 0 || page > pages) {
     response.status = 404;
-    response.set_content("The catalogue has pages 1 to " + std::to_string(pages) + ".\n",
-                         "text/plain");
+    response.SetContent("The catalogue has pages 1 to " + std::to_string(pages) + ".\n",
+                        "text/plain");
     return;
   }
 
@@ -147,7 +147,7 @@ void ServeFeed(const Catalogue& catalogue, const Request& request, Response& res
        ++i) {
     AddEntry(feed, *hits[i]);
   }
-  response.set_content(Serialize(document), kFeedType);
+  response.SetContent(Serialize(document), kFeedType);
 }
 
 void ServeSearchDescription(Response& response) {
@@ -158,7 +158,7 @@ void ServeSearchDescription(Response& response) {
   AddElement(description, "InputEncoding", "UTF-8");
   AddElement(description, "Url", "",
              {{"type", kFeedType}, {"template", kShopUrl + kStartPath + "?q={searchTerms}"}});
-  response.set_content(Serialize(document), "application/opensearchdescription+xml");
+  response.SetContent(Serialize(document), "application/opensearchdescription+xml");
 }
 
 }  // namespace devshop

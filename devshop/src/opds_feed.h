@@ -2,7 +2,7 @@
 #define DEVSHOP_OPDS_FEED_H_
 
 #include "catalogue.h"
-#include "http_server.h"
+#include "http_message.h"
 
 namespace devshop {
 

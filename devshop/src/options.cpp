@@ -49,6 +49,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
                  "The shop's certificate: good, other-host, expired, unknown-authority")
       ->transform(CLI::CheckedTransformer(kinds).description(""))
       ->type_name("KIND");
+  app.set_version_flag("--version", "quire-devshop " QUIRE_VERSION, "Print the version");
   app.add_flag("--verbose", options.verbose, "Log each request on standard error");
 
   try {

@@ -106,7 +106,7 @@ void PaymentPages::Decide(Order& order, const Request& request, Response& respon
     shop_.Save();
   }
   const bool paid = order.payment == Order::Payment::kApproved;
-  response.set_redirect(paid ? order.success_url : order.cancel_url, 303);
+  response.SetRedirect(paid ? order.success_url : order.cancel_url);
 }
 
 void PaymentPages::ShowForm(const Order& order, const Fields& typed, const Wrong& wrong,

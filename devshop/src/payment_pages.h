@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 #include "shop.h"
 
 namespace devshop {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 #include "shop.h"
 
 namespace devshop {

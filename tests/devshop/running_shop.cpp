@@ -62,6 +62,12 @@ httplib::Client RunningShop::ShopClient() const {
   return client;
 }
 
+httplib::Client RunningShop::PlainClient(const std::string& port) const {
+  httplib::Client client(shop_->Address(port));
+  if (port == "control") client.set_bearer_token_auth(shop_->Address("token"));
+  return client;
+}
+
 httplib::Response RunningShop::Get(const std::string& path, const httplib::Headers& headers) const {
   const auto answer = ShopClient().Get(path, headers);
   return answer ? *answer : httplib::Response();

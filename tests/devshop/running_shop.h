@@ -30,9 +30,8 @@ class RunningShop : public testing::Test {
   void Start(const Command& options = {});
 
   httplib::Client ShopClient() const;
-  httplib::Client PlainClient(const std::string& port) const {
-    return httplib::Client(shop_->Address(port));
-  }
+  /// For "config" or, with its token, "control".
+  httplib::Client PlainClient(const std::string& port) const;
 
   /// The shop's answer; its status is -1 where none came.
   httplib::Response Get(const std::string& path, const httplib::Headers& headers = {}) const;

@@ -1,13 +1,13 @@
-#include "ledger.h"
+#include "request_log.h"
 
 #include <algorithm>
 #include <iostream>
-#include <regex>
 
 namespace devshop {
 namespace {
 
 constexpr std::size_t kMaxEntries = 10'000;
+constexpr std::size_t kMinSecret_characters = 32;
 
 Json FieldsJson(const Fields& fields) {
   Json json = Json::array();
@@ -15,29 +15,35 @@ Json FieldsJson(const Fields& fields) {
   return json;
 }
 
-/// A path as it may be printed: links of bought books and payments carry a secret.
+/// A path for the terminal: links of bought books and payments contain a secret.
 std::string RedactSecrets(const std::string& path) {
-  static const std::regex secret("[0-9a-f]{32,}");
-  return std::regex_replace(path, secret, "...");
+  std::string redacted;
+  for (std::size_t at = 0; at < path.size();) {
+    const auto end = std::min(path.find_first_not_of("0123456789abcdef", at), path.size());
+    redacted += end - at >= kMinSecret_characters ? "..." : path.substr(at, end - at);
+    at = std::min(end + 1, path.size());
+    redacted += path.substr(end, at - end);
+  }
+  return redacted;
 }
 
 }  // namespace
 
-void Ledger::Add(const std::string& port, int connection, const Request& request) {
+void RequestLog::Add(const std::string& port, const Request& request) {
   const std::lock_guard lock(mutex_);
-  entries_.push_back({++added_, port, connection, request, 0, {}});
+  entries_.push_back({++added_, port, request, 0, {}});
   entries_.back().request.body = {};  // its fields are kept, and up to a mebibyte more is not
   if (entries_.size() > kMaxEntries) entries_.pop_front();
 }
 
-Ledger::Entry* Ledger::in_flight(int connection) {
+RequestLog::Entry* RequestLog::in_flight(int connection) {
   const auto last = std::find_if(entries_.rbegin(), entries_.rend(), [&](const Entry& entry) {
-    return entry.connection == connection;
+    return entry.request.connection == connection;
   });
   return last == entries_.rend() || last->status != 0 ? nullptr : &*last;
 }
 
-void Ledger::SetStatus(int connection, int status) {
+void RequestLog::SetStatus(int connection, int status) {
   const std::lock_guard lock(mutex_);
   Entry* entry = in_flight(connection);
   if (entry == nullptr) return;
@@ -48,12 +54,12 @@ void Ledger::SetStatus(int connection, int status) {
                    (entry->fault.empty() ? "" : " (" + entry->fault + ")") + "\n";
 }
 
-void Ledger::SetFault(int connection, const std::string& fault) {
+void RequestLog::SetFault(int connection, const std::string& fault) {
   const std::lock_guard lock(mutex_);
   if (Entry* entry = in_flight(connection)) entry->fault = fault;
 }
 
-Json Ledger::ToJson() const {
+Json RequestLog::ToJson() const {
   const std::lock_guard lock(mutex_);
   Json requests = Json::array();
   for (const Entry& entry : entries_) {
@@ -61,7 +67,7 @@ Json Ledger::ToJson() const {
     for (const auto& [name, value] : entry.request.headers) headers[name] = value;
     requests.push_back({{"number", entry.number},
                         {"port", entry.port},
-                        {"connection", entry.connection},
+                        {"connection", entry.request.connection},
                         {"method", entry.request.method},
                         {"path", entry.request.path},
                         {"query", FieldsJson(entry.request.query)},
@@ -73,7 +79,7 @@ Json Ledger::ToJson() const {
   return {{"requests", std::move(requests)}};
 }
 
-void Ledger::Clear() {
+void RequestLog::Clear() {
   const std::lock_guard lock(mutex_);
   entries_.clear();
   added_ = 0;
