@@ -53,7 +53,7 @@ open_shop() {
       ready) return 0 ;;
       connect-to) export TABULET_CONNECT_TO=$value ;;
       ca) export TABULET_CA_FILE=$value ;;
-      shop | config | control) shop_addresses+="$(printf '  %-8s %s' "$key" "$value")"$'\n' ;;
+      shop | config | control | token) shop_addresses+="$(printf '  %-8s %s' "$key" "$value")"$'\n' ;;
     esac
   done
   close_shop

@@ -24,9 +24,9 @@ struct Account {
   Json profile = Json::object();
   std::vector<BoughtBook> books;
 
-  bool owns(const std::string& ean) const;
+  bool Owns(const std::string& ean) const;
   /// A title belongs to a customer once, however often it is bought.
-  void own(const BoughtBook& book);
+  void AddBook(const BoughtBook& book);
 };
 
 /// The customers and who of them is logged in. The caller locks.
@@ -34,23 +34,23 @@ class Accounts {
  public:
   /// Reads `{"accounts": [{"email", "password", "profile", "books": [{"ean", "date",
   /// "orderId"}]}]}`. Bought titles that the catalogue lacks are dropped; a customer who would lose
-  /// all of them so owns the catalogue's first titles instead, so that a folder of one's own has
+  /// all of them so owns the catalogue's first titles instead, so that a directory of one's own has
   /// buyers at once. Throws StartError, which begins with `where`.
-  void load(const Json& json, const Catalogue& catalogue, const std::string& where);
-  Json to_json() const;
+  void Load(const Json& json, const Catalogue& catalogue, const std::string& where);
+  Json ToJson() const;
 
   /// Null when there is none; e-mail addresses compare without case. The pointer stays valid.
-  Account* find(const std::string& email);
-  Account& add(const std::string& email, const std::string& password);
+  Account* Find(const std::string& email);
+  Account& Add(const std::string& email, const std::string& password);
 
   /// Whether a customer who fits owns the title.
-  bool owns(const std::string& ean, const std::function<bool(const Account&)>& fits) const;
+  bool Owns(const std::string& ean, const std::function<bool(const Account&)>& fits) const;
 
   /// A new session; a customer may have many.
-  std::string log_in(const Account& account);
-  void log_out(const std::string& session) { sessions_.erase(session); }
+  std::string LogIn(const Account& account);
+  void LogOut(const std::string& session) { sessions_.erase(session); }
   /// Null when nobody has that session.
-  Account* of_session(const std::string& session);
+  Account* FindBySession(const std::string& session);
 
  private:
   std::map<std::string, Account> accounts_;  // by folded e-mail

@@ -33,11 +33,11 @@ struct Validity {
   long to_s;
 };
 
-Key make_key() {
+Key MakeKey() {
   return {EVP_EC_gen("P-256"), EVP_PKEY_free};
 }
 
-void add_extension(X509* certificate, X509* issuer, int nid, const std::string& value) {
+void AddExtension(X509* certificate, X509* issuer, int nid, const std::string& value) {
   X509V3_CTX context;
   X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
   X509_EXTENSION* extension = X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str());
@@ -46,7 +46,7 @@ void add_extension(X509* certificate, X509* issuer, int nid, const std::string& 
 }
 
 /// A certificate without purpose yet: the caller adds what it is good for, then signs it.
-Certificate make_certificate(const std::string& name, EVP_PKEY* key, Validity validity) {
+Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, Validity validity) {
   Certificate certificate(X509_new(), X509_free);
   X509_set_version(certificate.get(), X509_VERSION_3);
   unsigned char serial[16];
@@ -63,28 +63,28 @@ Certificate make_certificate(const std::string& name, EVP_PKEY* key, Validity va
   return certificate;
 }
 
-Issuer make_authority() {
-  Issuer authority{{nullptr, X509_free}, make_key()};
-  authority.certificate = make_certificate("Quire development authority", authority.key.get(),
-                                           {-kDay_s, kAuthorityLife_s});
+Issuer MakeAuthority() {
+  Issuer authority{{nullptr, X509_free}, MakeKey()};
+  authority.certificate = MakeCertificate("Quire development authority", authority.key.get(),
+                                          {-kDay_s, kAuthorityLife_s});
   X509* certificate = authority.certificate.get();
   X509_set_issuer_name(certificate, X509_get_subject_name(certificate));
-  add_extension(certificate, certificate, NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
-  add_extension(certificate, certificate, NID_key_usage, "critical,keyCertSign,cRLSign");
-  add_extension(certificate, certificate, NID_subject_key_identifier, "hash");
+  AddExtension(certificate, certificate, NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
+  AddExtension(certificate, certificate, NID_key_usage, "critical,keyCertSign,cRLSign");
+  AddExtension(certificate, certificate, NID_subject_key_identifier, "hash");
   X509_sign(certificate, authority.key.get(), EVP_sha256());
   return authority;
 }
 
-Certificate make_server_certificate(const Issuer& issuer, EVP_PKEY* key, CertificateKind kind) {
+Certificate MakeServerCertificate(const Issuer& issuer, EVP_PKEY* key, CertificateKind kind) {
   const bool expired = kind == CertificateKind::kExpired;
   const std::string host = kind == CertificateKind::kOtherHost ? "other.quire.example" : kShopHost;
-  Certificate certificate = make_certificate(
+  Certificate certificate = MakeCertificate(
       host, key, {expired ? -30 * kDay_s : -kDay_s, expired ? -kDay_s : kServerLife_s});
   X509* authority = issuer.certificate.get();
   X509_set_issuer_name(certificate.get(), X509_get_subject_name(authority));
   const auto add = [&](int nid, const std::string& value) {
-    add_extension(certificate.get(), authority, nid, value);
+    AddExtension(certificate.get(), authority, nid, value);
   };
   add(NID_basic_constraints, "critical,CA:FALSE");
   add(NID_key_usage, "critical,digitalSignature");
@@ -98,13 +98,13 @@ Certificate make_server_certificate(const Issuer& issuer, EVP_PKEY* key, Certifi
   return certificate;
 }
 
-File open_file(const std::filesystem::path& path, const char* mode) {
+File OpenFile(const std::filesystem::path& path, const char* mode) {
   return {std::fopen(path.c_str(), mode), std::fclose};
 }
 
-Issuer read_authority(const std::filesystem::path& certificate, const std::filesystem::path& key) {
-  const File certificate_file = open_file(certificate, "r");
-  const File key_file = open_file(key, "r");
+Issuer ReadAuthority(const std::filesystem::path& certificate, const std::filesystem::path& key) {
+  const File certificate_file = OpenFile(certificate, "r");
+  const File key_file = OpenFile(key, "r");
   return {{certificate_file ? PEM_read_X509(certificate_file.get(), nullptr, nullptr, nullptr)
                             : nullptr,
            X509_free},
@@ -112,24 +112,24 @@ Issuer read_authority(const std::filesystem::path& certificate, const std::files
            EVP_PKEY_free}};
 }
 
-void write_authority(const Issuer& authority, const std::filesystem::path& certificate,
-                     const std::filesystem::path& key) {
+void WriteAuthority(const Issuer& authority, const std::filesystem::path& certificate,
+                    const std::filesystem::path& key) {
   const mode_t old_mask = umask(0077);
-  const File key_file = open_file(key, "w");
+  const File key_file = OpenFile(key, "w");
   umask(old_mask);
-  const File certificate_file = open_file(certificate, "w");
+  const File certificate_file = OpenFile(certificate, "w");
   if (!key_file || !certificate_file ||
       !PEM_write_PrivateKey(key_file.get(), authority.key.get(), nullptr, nullptr, 0, nullptr,
                             nullptr) ||
       !PEM_write_X509(certificate_file.get(), authority.certificate.get()) ||
       std::fflush(key_file.get()) != 0 || std::fflush(certificate_file.get()) != 0) {
     throw StartError("Cannot write the test authority " + certificate.string() +
-                     "; name a folder that you may write with --data.");
+                     "; name a directory that you may write with --data.");
   }
 }
 
 /// An authority must outlive the certificates that it signs.
-bool outlives_servers(X509* certificate) {
+bool OutlivesServerCertificates(X509* certificate) {
   int days = 0, seconds = 0;
   return ASN1_TIME_diff(&days, &seconds, nullptr, X509_get0_notAfter(certificate)) == 1 &&
          days * kDay_s > kServerLife_s;
@@ -137,26 +137,26 @@ bool outlives_servers(X509* certificate) {
 
 }  // namespace
 
-Authority::Authority(const std::filesystem::path& folder)
-    : certificate_file_(folder / "ca.pem"), key_file_(folder / "ca.key") {
+Authority::Authority(const std::filesystem::path& directory)
+    : certificate_file_(directory / "ca.pem"), key_file_(directory / "ca.key") {
   if (std::filesystem::exists(certificate_file_) || std::filesystem::exists(key_file_)) {
-    const Issuer authority = read_authority(certificate_file_, key_file_);
+    const Issuer authority = ReadAuthority(certificate_file_, key_file_);
     if (!authority.certificate || !authority.key ||
         X509_check_private_key(authority.certificate.get(), authority.key.get()) != 1) {
-      throw StartError("The test authority in " + folder.string() +
+      throw StartError("The test authority in " + directory.string() +
                        " is broken; remove ca.pem and ca.key there and a new one is made.");
     }
-    if (outlives_servers(authority.certificate.get())) return;
+    if (OutlivesServerCertificates(authority.certificate.get())) return;
   }
-  write_authority(make_authority(), certificate_file_, key_file_);
+  WriteAuthority(MakeAuthority(), certificate_file_, key_file_);
 }
 
-TlsContext Authority::server_context(CertificateKind kind) const {
+TlsContext Authority::ServerContext(CertificateKind kind) const {
   const Issuer issuer = kind == CertificateKind::kUnknownAuthority
-                            ? make_authority()
-                            : read_authority(certificate_file_, key_file_);
-  const Key key = make_key();
-  const Certificate certificate = make_server_certificate(issuer, key.get(), kind);
+                            ? MakeAuthority()
+                            : ReadAuthority(certificate_file_, key_file_);
+  const Key key = MakeKey();
+  const Certificate certificate = MakeServerCertificate(issuer, key.get(), kind);
   TlsContext context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
   SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
   if (SSL_CTX_use_certificate(context.get(), certificate.get()) != 1 ||

@@ -14,18 +14,18 @@ enum class CertificateKind { kGood, kOtherHost, kExpired, kUnknownAuthority };
 using TlsContext = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 
 /// A certificate authority for tests. Its certificate (`ca.pem`) and key (`ca.key`, for the owner
-/// only) are made in the folder at first use and made anew when they are about to expire, so that a
-/// client that trusts `ca.pem` goes on doing so between runs.
+/// only) are made in the directory at first use and made anew when they are about to expire, so
+/// that a client that trusts `ca.pem` goes on doing so between runs.
 class Authority {
  public:
-  /// Throws StartError when the folder cannot be written or holds a broken authority.
-  explicit Authority(const std::filesystem::path& folder);
+  /// Throws StartError when the directory cannot be written or holds a broken authority.
+  explicit Authority(const std::filesystem::path& directory);
 
   const std::filesystem::path& certificate_file() const { return certificate_file_; }
 
   /// A server context with a fresh key and certificate for the shop's host, localhost and
   /// 127.0.0.1, or one that is wrong on purpose.
-  TlsContext server_context(CertificateKind kind) const;
+  TlsContext ServerContext(CertificateKind kind) const;
 
  private:
   std::filesystem::path certificate_file_;

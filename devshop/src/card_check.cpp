@@ -1,23 +1,23 @@
 #include "card_check.h"
 
 #include <algorithm>
-#include <regex>
+#include <boost/algorithm/string/trim.hpp>
 
 namespace devshop {
 namespace {
 
 /// Drops the blanks and dashes by which people group digits.
-std::string without_grouping(std::string text) {
+std::string StripGrouping(std::string text) {
   std::erase_if(text, [](char c) { return c == ' ' || c == '-'; });
   return text;
 }
 
-bool is_digits(const std::string& text, std::size_t least, std::size_t most) {
+bool IsDigits(const std::string& text, std::size_t least, std::size_t most) {
   return text.size() >= least && text.size() <= most &&
          text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-bool passes_luhn(const std::string& digits) {
+bool PassesLuhn(const std::string& digits) {
   int sum = 0;
   bool doubled = false;
   for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit, doubled = !doubled) {
@@ -27,32 +27,40 @@ bool passes_luhn(const std::string& digits) {
   return sum % 10 == 0;
 }
 
-std::string check_expiry(const std::string& text, std::time_t now) {
-  static const std::regex form("\\s*(0?[1-9]|1[0-2])\\s*/\\s*(?:20)?(\\d\\d)\\s*");
-  std::smatch match;
-  if (!std::regex_match(text, match, form)) return "Enter month and year as MM/YY.";
-  const auto year_and_month = "20" + match.str(2) + (match.length(1) < 2 ? "0" : "") + match.str(1);
+/// Accepts M/YY, MM/YY and a year of four digits, with blanks around each part.
+std::string CheckExpiry(const std::string& text, std::time_t now) {
+  const std::string mistake = "Enter month and year as MM/YY.";
+  const auto slash = text.find('/');
+  if (slash == std::string::npos) return mistake;
+  std::string month = boost::algorithm::trim_copy(text.substr(0, slash));
+  std::string year = boost::algorithm::trim_copy(text.substr(slash + 1));
+  if (month.size() == 1) month.insert(0, "0");
+  if (year.size() == 2) year.insert(0, "20");
+  if (!IsDigits(month, 2, 2) || month < "01" || month > "12" || !IsDigits(year, 4, 4) ||
+      !year.starts_with("20")) {
+    return mistake;
+  }
   // A card is good to the end of its month.
-  return year_and_month < format_time(now, "%Y%m") ? "This card has expired." : "";
+  return year + month < FormatTime(now, "%Y%m") ? "This card has expired." : "";
 }
 
 }  // namespace
 
-std::map<std::string, std::string> check_card(const Fields& form, std::time_t now) {
+std::map<std::string, std::string> CheckCard(const Fields& form, std::time_t now) {
   std::map<std::string, std::string> wrong;
-  const auto number = without_grouping(field(form, "card_number"));
-  if (field(form, "card_holder").find_first_not_of(' ') == std::string::npos) {
+  const auto number = StripGrouping(GetField(form, "card_number"));
+  if (GetField(form, "card_holder").find_first_not_of(' ') == std::string::npos) {
     wrong["card_holder"] = "Enter the name on the card.";
   }
-  if (!is_digits(number, 12, 19)) {
+  if (!IsDigits(number, 12, 19)) {
     wrong["card_number"] = "Enter the 12 to 19 digits of the card number.";
-  } else if (!passes_luhn(number)) {
+  } else if (!PassesLuhn(number)) {
     wrong["card_number"] = "This is no card number; please check the digits.";
   }
-  if (const auto expiry = check_expiry(field(form, "card_expiry"), now); !expiry.empty()) {
+  if (const auto expiry = CheckExpiry(GetField(form, "card_expiry"), now); !expiry.empty()) {
     wrong["card_expiry"] = expiry;
   }
-  if (!is_digits(field(form, "card_cvc"), 3, 4)) wrong["card_cvc"] = "Enter the 3 or 4 digits.";
+  if (!IsDigits(GetField(form, "card_cvc"), 3, 4)) wrong["card_cvc"] = "Enter the 3 or 4 digits.";
   return wrong;
 }
 

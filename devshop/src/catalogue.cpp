@@ -23,18 +23,19 @@ constexpr std::array<std::pair<const char*, const char*>, 4> kTypes{{
     {".acsm", "application/vnd.adobe.adept+xml"},
 }};
 
-std::string type_of(const std::filesystem::path& file) {
-  const auto extension = fold_case(file.extension().string());
+std::string MimeType(const std::filesystem::path& file) {
+  const auto extension = FoldCase(file.extension().string());
   const auto found = std::find_if(kTypes.begin(), kTypes.end(),
                                   [&](const auto& row) { return extension == row.first; });
   return found == kTypes.end() ? std::string() : found->second;
 }
 
-bool stays_inside(const std::string& file) {
+bool IsPlainName(const std::string& file) {
   return !file.empty() && file.find('/') == std::string::npos && file != "..";
 }
 
-Title read_title(const Json& json, const std::filesystem::path& folder, const std::string& where) {
+Title ReadTitle(const Json& json, const std::filesystem::path& directory,
+                const std::string& where) {
   const auto wrong = [&](const std::string& what) {
     return StartError(where + " " + what + "; correct the catalogue or build it anew.");
   };
@@ -55,23 +56,23 @@ Title read_title(const Json& json, const std::filesystem::path& folder, const st
   title.currency = text("currency", "EUR");
   title.published = text("published", "");
   title.file = text("file", "");
-  title.type = text("type", type_of(title.file));
+  title.type = text("type", MimeType(title.file));
   title.cover = text("cover", "");
   title.out_of_sale = json.value("out_of_sale", Json(false)) == Json(true);
-  const auto cents = parse_cents(text("price", ""));
+  const auto cents = ParseCents(text("price", ""));
   if (title.ean.empty() || title.title.empty()) throw wrong("lacks \"ean\" or \"title\"");
   if (!cents) throw wrong("needs a \"price\" such as \"4.99\"");
   title.price_cents = *cents;
   for (const auto& file : {title.file, title.cover.empty() ? title.file : title.cover}) {
-    if (!stays_inside(file) || !std::filesystem::is_regular_file(folder / file)) {
-      throw wrong("names the file \"" + file + "\", which is not in the folder");
+    if (!IsPlainName(file) || !std::filesystem::is_regular_file(directory / file)) {
+      throw wrong("names the file \"" + file + "\", which is not in the directory");
     }
   }
   return title;
 }
 
-std::vector<Title> read_catalogue(const std::filesystem::path& folder) {
-  const auto path = folder / "catalogue.json";
+std::vector<Title> ReadCatalogue(const std::filesystem::path& directory) {
+  const auto path = directory / "catalogue.json";
   std::ifstream file(path);
   const Json json = Json::parse(file, nullptr, false);
   if (!json.is_object() || !json.contains("books") || !json["books"].is_array()) {
@@ -82,7 +83,7 @@ std::vector<Title> read_catalogue(const std::filesystem::path& folder) {
   std::set<std::string> eans;
   for (const Json& book : json["books"]) {
     const auto where = path.string() + ": book " + std::to_string(titles.size() + 1);
-    titles.push_back(read_title(book, folder, where));
+    titles.push_back(ReadTitle(book, directory, where));
     if (!eans.insert(titles.back().ean).second) {
       throw StartError(where + " has the EAN of another, " + titles.back().ean +
                        "; give each book its own.");
@@ -92,8 +93,8 @@ std::vector<Title> read_catalogue(const std::filesystem::path& folder) {
 }
 
 /// An EAN that stays the same as long as the file keeps its name.
-std::string made_up_ean(const std::string& file) {
-  const auto hash = std::stoull(sha256_hex(file).substr(0, 12), nullptr, 16) % 1'000'000'000;
+std::string MakeEan(const std::string& file) {
+  const auto hash = std::stoull(Sha256Hex(file).substr(0, 12), nullptr, 16) % 1'000'000'000;
   std::string ean =
       "979" + std::string(9 - std::to_string(hash).size(), '0') + std::to_string(hash);
   int sum = 0;
@@ -101,16 +102,16 @@ std::string made_up_ean(const std::string& file) {
   return ean + std::to_string((10 - sum % 10) % 10);
 }
 
-Title title_of_file(const std::filesystem::path& path) {
+Title MakeTitle(const std::filesystem::path& path) {
   Title title;
   title.file = path.filename().string();
-  title.ean = made_up_ean(title.file);
+  title.ean = MakeEan(title.file);
   title.title = path.stem().string();
-  title.type = type_of(path);
+  title.type = MimeType(path);
   struct stat info {};
-  if (stat(path.c_str(), &info) == 0) title.published = format_time(info.st_mtime);
+  if (stat(path.c_str(), &info) == 0) title.published = FormatTime(info.st_mtime);
   if (title.type == "application/epub+zip") {
-    const EpubMetadata metadata = read_epub_metadata(path);
+    const EpubMetadata metadata = ReadEpubMetadata(path);
     if (!metadata.title.empty()) title.title = metadata.title;
     title.author = metadata.author;
     title.language = metadata.language;
@@ -119,11 +120,11 @@ Title title_of_file(const std::filesystem::path& path) {
   return title;
 }
 
-std::vector<Title> scan(const std::filesystem::path& folder) {
+std::vector<Title> ListBookFiles(const std::filesystem::path& directory) {
   std::vector<Title> titles;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    if (entry.is_regular_file() && !type_of(entry.path()).empty()) {
-      titles.push_back(title_of_file(entry.path()));
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    if (entry.is_regular_file() && !MimeType(entry.path()).empty()) {
+      titles.push_back(MakeTitle(entry.path()));
     }
   }
   std::sort(titles.begin(), titles.end(),
@@ -133,34 +134,34 @@ std::vector<Title> scan(const std::filesystem::path& folder) {
 
 }  // namespace
 
-Catalogue::Catalogue(const std::filesystem::path& folder) try : folder_(folder) {
-  if (!std::filesystem::is_directory(folder)) {
-    throw StartError("There is no books folder " + folder.string() +
-                     "; build the target devshop_books, or name a folder with --books.");
+Catalogue::Catalogue(const std::filesystem::path& directory) try : directory_(directory) {
+  if (!std::filesystem::is_directory(directory)) {
+    throw StartError("There is no books directory " + directory.string() +
+                     "; build the target devshop_books, or name a directory with --books.");
   }
-  titles_ =
-      std::filesystem::exists(folder / "catalogue.json") ? read_catalogue(folder) : scan(folder);
+  titles_ = std::filesystem::exists(directory / "catalogue.json") ? ReadCatalogue(directory)
+                                                                  : ListBookFiles(directory);
   if (titles_.empty()) {
-    throw StartError("The books folder " + folder.string() +
+    throw StartError("The books directory " + directory.string() +
                      " holds no EPUB, PDF, text or ACSM file; name another with --books.");
   }
 } catch (const std::filesystem::filesystem_error& error) {
   throw StartError(std::string("Cannot read the books: ") + error.what() +
-                   "; name a readable folder with --books.");
+                   "; name a readable directory with --books.");
 }
 
-const Title* Catalogue::find(const std::string& ean) const {
+const Title* Catalogue::Find(const std::string& ean) const {
   const auto found = std::find_if(titles_.begin(), titles_.end(),
                                   [&](const Title& title) { return title.ean == ean; });
   return found == titles_.end() ? nullptr : &*found;
 }
 
-std::vector<const Title*> Catalogue::search(const std::string& words) const {
-  const std::string wanted = fold_case(words);
+std::vector<const Title*> Catalogue::Search(const std::string& words) const {
+  const std::string wanted = FoldCase(words);
   std::vector<const Title*> hits;
   for (const Title& title : titles_) {
-    const std::string all = fold_case(title.title + "\n" + title.author + "\n" + title.subject +
-                                      "\n" + title.summary + "\n" + title.ean);
+    const std::string all = FoldCase(title.title + "\n" + title.author + "\n" + title.subject +
+                                     "\n" + title.summary + "\n" + title.ean);
     if (all.find(wanted) != std::string::npos) hits.push_back(&title);
   }
   return hits;

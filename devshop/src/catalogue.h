@@ -18,31 +18,31 @@ struct Title {
   long price_cents = 100;
   std::string currency = "EUR";
   std::string published;     ///< "YYYY-MM-DD HH:MM:SS", UTC
-  std::string file;          ///< name in the books folder
+  std::string file;          ///< name in the books directory
   std::string type;          ///< MIME type of the file
-  std::string cover;         ///< name in the books folder; empty: none
+  std::string cover;         ///< name in the books directory; empty: none
   bool out_of_sale = false;  ///< still shown, but no cart takes it
 
   /// The type without its parameters, as applications look it up.
-  std::string bare_type() const { return type.substr(0, type.find(';')); }
+  std::string BareType() const { return type.substr(0, type.find(';')); }
 };
 
-/// The titles of a books folder. Read once; any thread.
+/// The titles of a books directory. Read once; any thread.
 class Catalogue {
  public:
-  /// Reads `catalogue.json` in the folder or, where there is none, makes a title of each book file.
-  /// Throws StartError.
-  explicit Catalogue(const std::filesystem::path& folder);
+  /// Reads `catalogue.json` in the directory or, where there is none, makes a title of each book
+  /// file. Throws StartError.
+  explicit Catalogue(const std::filesystem::path& directory);
 
   const std::vector<Title>& titles() const { return titles_; }
   /// Null when there is none.
-  const Title* find(const std::string& ean) const;
+  const Title* Find(const std::string& ean) const;
   /// The titles with the words in title, author, subject or summary, without regard to case.
-  std::vector<const Title*> search(const std::string& words) const;
-  std::filesystem::path path_of(const std::string& file) const { return folder_ / file; }
+  std::vector<const Title*> Search(const std::string& words) const;
+  std::filesystem::path Path(const std::string& file) const { return directory_ / file; }
 
  private:
-  std::filesystem::path folder_;
+  std::filesystem::path directory_;
   std::vector<Title> titles_;
 };
 

@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 
 namespace devshop {
 
@@ -16,13 +16,13 @@ class ConfigurationService {
  public:
   static const std::string kPath;
 
-  void answer(const Request& request, Response& response);
+  void Handle(const Request& request, Response& response);
 
  private:
   /// What is wrong with the request; empty when nothing is.
-  std::string find_fault(const Request& request);
+  std::string FindMistake(const Request& request);
   /// False when it was used before.
-  bool use_nonce(const std::string& nonce);
+  bool UseNonce(const std::string& nonce);
 
   std::mutex mutex_;
   std::set<std::string> used_nonces_;

@@ -1,206 +1,100 @@
 #include "connection.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <openssl/err.h>
 #include <poll.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
-#include <utility>
+#include <chrono>
 
 namespace devshop {
 namespace {
 
-constexpr int kTransferTimeout_ms = 30'000;
-constexpr int kNoTimeout_ms = -1;
-constexpr std::size_t kBuffer_bytes = 64 * 1024;
+using Clock = std::chrono::steady_clock;
 
-void get_ip_and_port(socket_t socket, decltype(&getpeername) get_name, std::string& ip, int& port) {
-  sockaddr_in address{};
-  socklen_t size = sizeof address;
-  if (get_name(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0) return;
-  std::array<char, INET_ADDRSTRLEN> text{};
-  inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
-  ip = text.data();
-  port = ntohs(address.sin_port);
-}
-
-/// Translates an OpenSSL result to that of a socket call, with what it waits for.
-ssize_t ssl_result(SSL* ssl, int result, short* wanted) {
-  if (result > 0) return result;
-  const int error = SSL_get_error(ssl, result);
-  if (error == SSL_ERROR_WANT_READ) *wanted = POLLIN;
-  if (error == SSL_ERROR_WANT_WRITE) *wanted = POLLOUT;
-  ERR_clear_error();
-  return error == SSL_ERROR_ZERO_RETURN ? 0 : -1;
-}
+constexpr std::chrono::seconds kTransferTimeout{30};
+constexpr std::chrono::seconds kDrainTimeout{5};
+constexpr std::chrono::milliseconds kClosePollInterval{100};
+constexpr std::size_t kReceive_bytes = 4 * 1024;
 
 }  // namespace
 
-Connection::Connection(socket_t socket, SSL_CTX* tls, const StopSignal& stop, int number)
-    : socket_(socket), ssl_(tls ? SSL_new(tls) : nullptr, SSL_free), stop_(stop), number_(number) {
-  fcntl(socket_, F_SETFL, fcntl(socket_, F_GETFL) | O_NONBLOCK);
-  if (ssl_) SSL_set_fd(ssl_.get(), socket_);
+Connection::Connection(tcp::socket socket, asio::ssl::context* tls) : tcp_(std::move(socket)) {
+  error_code ignored;
+  tcp_.socket().set_option(tcp::no_delay(true), ignored);
+  if (tls != nullptr) tls_.emplace(tcp_, *tls);
 }
 
-Connection::~Connection() {
-  if (reset_) {
-    const linger at_once{1, 0};
-    setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
-  } else if (ssl_ && SSL_is_init_finished(ssl_.get())) {
-    ERR_clear_error();
-    SSL_shutdown(ssl_.get());
-    ERR_clear_error();
+asio::awaitable<bool> Connection::Handshake() {
+  error_code error;
+  tcp_.expires_after(kTransferTimeout);
+  if (tls_) co_await tls_->async_handshake(asio::ssl::stream_base::server, StoreError(error));
+  co_return !error;
+}
+
+asio::awaitable<bool> Connection::Receive(bool idle) {
+  std::array<char, kReceive_bytes> bytes;
+  error_code error;
+  std::size_t size = 0;
+  tcp_.expires_after(kTransferTimeout);
+  if (idle) tcp_.expires_never();
+  if (tls_) {
+    size = co_await tls_->async_read_some(asio::buffer(bytes), StoreError(error));
+  } else {
+    size = co_await tcp_.async_read_some(asio::buffer(bytes), StoreError(error));
   }
-  close(socket_);
+  received_.append(bytes.data(), size);
+  co_return !error;
 }
 
-bool Connection::accept() {
-  return !ssl_ || transfer(
-                      [this](short* wanted) {
-                        return ssl_result(ssl_.get(), SSL_accept(ssl_.get()), wanted);
-                      },
-                      kTransferTimeout_ms) > 0;
-}
-
-bool Connection::wait_for_request() {
-  head_sent_ = false;
-  body_sent_ = 0;
-  mishap_ = {};
-  return !broken_ && (consumed_ < incoming_.size() || fill(kNoTimeout_ms));
-}
-
-bool Connection::wait_with_client(int delay_ms) {
-  return wait(POLLRDHUP, delay_ms) == Wait::kTimeout;
-}
-
-void Connection::set_mishap(Mishap mishap) {
-  mishap_ = std::move(mishap);
-}
-
-void Connection::reset() {
-  broken_ = reset_ = true;
-}
-
-ssize_t Connection::read(char* data, size_t size) {
-  if (consumed_ == incoming_.size() && !fill(kTransferTimeout_ms)) return broken_ ? -1 : 0;
-  const auto taken = std::min(size, incoming_.size() - consumed_);
-  incoming_.copy(data, taken, consumed_);
-  consumed_ += taken;
-  return static_cast<ssize_t>(taken);
-}
-
-/// httplib writes the head of an answer in one call and its body in further ones; a mishap may
-/// concern the body only.
-ssize_t Connection::write(const char* data, size_t size) {
-  if (broken_) return -1;
-  if (!head_sent_) {
-    head_sent_ = true;
-    outgoing_.append(data, size);
-  } else if (!write_body(data, size)) {
-    return -1;
-  }
-  // A broken answer is not waited with: the client sees its head before it sees the fault.
-  const bool held = outgoing_.size() < kBuffer_bytes && mishap_.kind == Mishap::Kind::kNone;
-  return held || flush() ? static_cast<ssize_t>(size) : -1;
-}
-
-bool Connection::write_body(const char* data, std::size_t size) {
-  const std::size_t whole =
-      mishap_.kind == Mishap::Kind::kNone
-          ? size
-          : std::min(size, mishap_.after_bytes - std::min(mishap_.after_bytes, body_sent_));
-  outgoing_.append(data, whole);
-  body_sent_ += whole;
-  if (whole == size) return true;
-  if (auto happened = std::exchange(mishap_.happened, nullptr)) happened();
-  if (mishap_.kind == Mishap::Kind::kSlow) return drip(data + whole, size - whole);
-  flush();
-  broken_ = true;
-  reset_ = mishap_.kind == Mishap::Kind::kReset;
-  return false;
-}
-
-bool Connection::drip(const char* data, std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i) {
-    if (!flush() || !wait_with_client(mishap_.delay_ms)) {
-      broken_ = true;
-      return false;
+asio::awaitable<bool> Connection::Flush() {
+  error_code error;
+  for (std::size_t sent = 0; sent < unsent_.size() && !error;) {
+    const auto rest = asio::buffer(unsent_) + sent;
+    tcp_.expires_after(kTransferTimeout);
+    std::size_t size = 0;
+    if (tls_) {
+      size = co_await tls_->async_write_some(rest, StoreError(error));
+    } else {
+      size = co_await tcp_.async_write_some(rest, StoreError(error));
     }
-    outgoing_ += data[i];
-    ++body_sent_;
+    sent += size;
   }
-  return true;
+  unsent_.clear();
+  co_return !error;
 }
 
-bool Connection::flush() {
-  std::size_t sent = 0;
-  while (!broken_ && sent < outgoing_.size()) {
-    const char* rest = outgoing_.data() + sent;
-    const std::size_t rest_size = outgoing_.size() - sent;
-    const auto written = transfer(
-        [&](short* wanted) -> ssize_t {
-          if (ssl_) {
-            const auto result = SSL_write(ssl_.get(), rest, static_cast<int>(rest_size));
-            return ssl_result(ssl_.get(), result, wanted);
-          }
-          const auto result = send(socket_, rest, rest_size, MSG_NOSIGNAL);
-          if (result < 0 && errno == EAGAIN) *wanted = POLLOUT;
-          return result;
-        },
-        kTransferTimeout_ms);
-    if (written <= 0) broken_ = true;
-    sent += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+asio::awaitable<bool> Connection::SleepUnlessClosed(int delay_ms) {
+  asio::steady_timer timer(tcp_.get_executor());
+  const auto end = Clock::now() + std::chrono::milliseconds(delay_ms);
+  for (auto now = Clock::now(); now < end; now = Clock::now()) {
+    timer.expires_at(std::min(end, now + kClosePollInterval));
+    co_await timer.async_wait(asio::use_awaitable);
+    pollfd client{tcp_.socket().native_handle(), POLLRDHUP, 0};
+    if (poll(&client, 1, 0) != 0) co_return false;
   }
-  outgoing_.clear();
-  return !broken_;
+  co_return true;
 }
 
-bool Connection::fill(int timeout_ms) {
-  incoming_.resize(kBuffer_bytes);
-  consumed_ = 0;
-  const auto got = transfer(
-      [this](short* wanted) -> ssize_t {
-        if (ssl_) {
-          const auto result =
-              SSL_read(ssl_.get(), incoming_.data(), static_cast<int>(incoming_.size()));
-          return ssl_result(ssl_.get(), result, wanted);
-        }
-        const auto result = recv(socket_, incoming_.data(), incoming_.size(), 0);
-        if (result < 0 && errno == EAGAIN) *wanted = POLLIN;
-        return result;
-      },
-      timeout_ms);
-  incoming_.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-  if (got < 0) broken_ = true;
-  return got > 0;
-}
-
-ssize_t Connection::transfer(const std::function<ssize_t(short*)>& call, int timeout_ms) {
-  for (;;) {
-    short wanted = 0;
-    const auto result = call(&wanted);
-    if (wanted == 0) return result;
-    if (wait(wanted, timeout_ms) != Wait::kReady) return -1;
+asio::awaitable<void> Connection::Close(bool drain) {
+  error_code error;
+  tcp_.expires_after(kDrainTimeout);
+  if (tls_ && SSL_is_init_finished(tls_->native_handle())) {
+    // The client's farewell is not waited for.
+    if (!drain) tcp_.socket().shutdown(tcp::socket::shutdown_receive, error);
+    co_await tls_->async_shutdown(StoreError(error));
   }
+  tcp_.socket().shutdown(tcp::socket::shutdown_send, error);
+  std::array<char, kReceive_bytes> bytes;
+  for (error = {}; drain && !error;) {
+    co_await tcp_.async_read_some(asio::buffer(bytes), StoreError(error));
+  }
+  tcp_.close();
 }
 
-Connection::Wait Connection::wait(short events, int timeout_ms) const {
-  std::array<pollfd, 2> waiting{{{socket_, events, 0}, {stop_.fd(), POLLIN, 0}}};
-  const int ready = poll(waiting.data(), waiting.size(), timeout_ms);
-  if (ready < 0 || waiting[1].revents != 0) return Wait::kEnded;
-  return ready == 0 ? Wait::kTimeout : Wait::kReady;
-}
-
-void Connection::get_remote_ip_and_port(std::string& ip, int& port) const {
-  get_ip_and_port(socket_, getpeername, ip, port);
-}
-
-void Connection::get_local_ip_and_port(std::string& ip, int& port) const {
-  get_ip_and_port(socket_, getsockname, ip, port);
+void Connection::Reset() {
+  error_code ignored;
+  tcp_.socket().set_option(tcp::socket::linger(true, 0), ignored);
+  tcp_.close();
 }
 
 }  // namespace devshop

@@ -1,19 +1,42 @@
 #include "control.h"
 
+#include "crypto.h"
+
 namespace devshop {
 namespace {
 
-constexpr int kMostPendingChecks = 1'000'000;
+constexpr int kMaxPendingChecks = 1'000'000;
 
 /// No such address or method.
 struct Unknown {};
 
 }  // namespace
 
-void Control::answer(const Request& request, Response& response) {
+Control::Control(Shop& shop, Files& files, Faults& faults, RequestLog& log)
+    : shop_(shop), files_(files), faults_(faults), log_(log), token_(RandomHex(16)) {}
+
+std::string Control::CheckAccess(const Request& request, Response& response) const {
+  const std::string host = request.GetHeader("Host");
+  const std::string port = ":" + std::to_string(port_);
+  if (host != "127.0.0.1" + port && host != "localhost" + port) {
+    response.status = 403;
+    return "The control port answers at 127.0.0.1" + port + " and localhost" + port + " only.";
+  }
+  if (!SecretsEqual(request.GetHeader("Authorization"), "Bearer " + token_)) {
+    response.status = 401;
+    response.SetHeader("WWW-Authenticate", "Bearer");
+    return "Send the token that the shop printed at its start: Authorization: Bearer TOKEN.";
+  }
+  return "";
+}
+
+void Control::Handle(const Request& request, Response& response) {
   Json json;
+  if (const std::string reason = CheckAccess(request, response); !reason.empty()) {
+    return response.SetContent(ToString({{"error", reason}}), "application/json");
+  }
   try {
-    json = dispatch(request);
+    json = Dispatch(request);
   } catch (const BadInstruction& bad) {
     response.status = 400;
     json = {{"error", bad.what()}};
@@ -26,43 +49,43 @@ void Control::answer(const Request& request, Response& response) {
              "There are GET, POST and DELETE /_faults, GET and DELETE /_requests, GET and POST "
              "/_orders, GET, POST and DELETE /_books."}};
   }
-  response.set_content(to_text(json), "application/json");
+  response.SetContent(ToString(json), "application/json");
 }
 
-Json Control::dispatch(const Request& request) {
+Json Control::Dispatch(const Request& request) {
   const std::string call = request.method + " " + request.path;
-  if (call == "GET /_faults") return faults_.to_json();
-  if (call == "GET /_requests") return ledger_.to_json();
-  if (call == "GET /_orders") return orders_json();
-  if (call == "GET /_books") return files_.to_json();
+  if (call == "GET /_faults") return faults_.ToJson();
+  if (call == "GET /_requests") return log_.ToJson();
+  if (call == "GET /_orders") return OrdersJson();
+  if (call == "GET /_books") return files_.ToJson();
   if (call == "DELETE /_faults") {
-    faults_.clear();
-    return faults_.to_json();
+    faults_.Clear();
+    return faults_.ToJson();
   }
   if (call == "DELETE /_requests") {
-    ledger_.clear();
-    return ledger_.to_json();
+    log_.Clear();
+    return log_.ToJson();
   }
   if (call == "DELETE /_books") {
-    files_.restore();
-    return files_.to_json();
+    files_.Restore();
+    return files_.ToJson();
   }
   if (request.method != "POST") throw Unknown{};
   const Json instruction = Json::parse(request.body, nullptr, false);
   if (instruction.is_discarded()) throw BadInstruction("The request's body is not JSON.");
-  if (request.path == "/_faults") return faults_.arm(instruction);
-  if (request.path == "/_orders") return set_orders(instruction);
-  if (request.path == "/_books") return files_.replace(instruction);
+  if (request.path == "/_faults") return faults_.Arm(instruction);
+  if (request.path == "/_orders") return SetOrders(instruction);
+  if (request.path == "/_books") return files_.Replace(instruction);
   throw Unknown{};
 }
 
-Json Control::set_orders(const Json& instruction) {
+Json Control::SetOrders(const Json& instruction) {
   if (!instruction.is_object()) throw BadInstruction("An instruction is a JSON object.");
   {
     const std::lock_guard lock(shop_.mutex);
     for (const auto& [name, value] : instruction.items()) {
       if (name == "pending_checks") {
-        if (!value.is_number_integer() || value < 0 || value > kMostPendingChecks) {
+        if (!value.is_number_integer() || value < 0 || value > kMaxPendingChecks) {
           throw BadInstruction("\"pending_checks\" is a whole number, 0 or more.");
         }
         shop_.orders.pending_checks = value.get<int>();
@@ -77,12 +100,12 @@ Json Control::set_orders(const Json& instruction) {
       }
     }
   }
-  return orders_json();
+  return OrdersJson();
 }
 
-Json Control::orders_json() {
+Json Control::OrdersJson() {
   const std::lock_guard lock(shop_.mutex);
-  Json json{{"pending_checks", shop_.orders.pending_checks}, {"orders", shop_.orders.to_json()}};
+  Json json{{"pending_checks", shop_.orders.pending_checks}, {"orders", shop_.orders.ToJson()}};
   if (shop_.orders.next_status) json["next_status"] = *shop_.orders.next_status;
   return json;
 }

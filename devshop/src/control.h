@@ -1,31 +1,42 @@
 #ifndef DEVSHOP_CONTROL_H_
 #define DEVSHOP_CONTROL_H_
 
+#include <string>
+
 #include "faults.h"
 #include "files.h"
-#include "ledger.h"
+#include "request_log.h"
 #include "shop.h"
 
 namespace devshop {
 
-/// The control port: `/_faults`, `/_requests`, `/_orders` and `/_books` are read with GET; what can
-/// be set is with POST, and what can be put back with DELETE. Any thread.
+/// The control port: `/_faults`, `/_requests`, `/_orders` and `/_books` are read with GET, set with
+/// POST and reset with DELETE. Every request needs the token, and a Host header that names this
+/// computer: a web page that resolves its own host to loopback is refused. Thread-safe.
 class Control {
  public:
-  Control(Shop& shop, Files& files, Faults& faults, Ledger& ledger)
-      : shop_(shop), files_(files), faults_(faults), ledger_(ledger) {}
+  Control(Shop& shop, Files& files, Faults& faults, RequestLog& log);
 
-  void answer(const Request& request, Response& response);
+  /// The secret that clients send; new at each start.
+  const std::string& token() const { return token_; }
+  /// Must be called before the first request.
+  void set_port(int port) { port_ = port; }
+
+  void Handle(const Request& request, Response& response);
 
  private:
-  Json dispatch(const Request& request);
-  Json set_orders(const Json& instruction);
-  Json orders_json();
+  /// The reason to refuse the request, with the response's status set; empty: granted.
+  std::string CheckAccess(const Request& request, Response& response) const;
+  Json Dispatch(const Request& request);
+  Json SetOrders(const Json& instruction);
+  Json OrdersJson();
 
   Shop& shop_;
   Files& files_;
   Faults& faults_;
-  Ledger& ledger_;
+  RequestLog& log_;
+  const std::string token_;
+  int port_ = 0;
 };
 
 }  // namespace devshop

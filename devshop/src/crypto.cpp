@@ -19,13 +19,13 @@ std::string hex(const unsigned char* bytes, std::size_t size) {
   return text;
 }
 
-const unsigned char* bytes_of(std::string_view text) {
+const unsigned char* BytesOf(std::string_view text) {
   return reinterpret_cast<const unsigned char*>(text.data());
 }
 
 }  // namespace
 
-std::string random_hex(std::size_t size_bytes) {
+std::string RandomHex(std::size_t size_bytes) {
   std::vector<unsigned char> bytes(size_bytes);
   if (RAND_bytes(bytes.data(), static_cast<int>(size_bytes)) != 1) {
     throw std::runtime_error("The system has no randomness to give.");
@@ -33,22 +33,22 @@ std::string random_hex(std::size_t size_bytes) {
   return hex(bytes.data(), bytes.size());
 }
 
-std::string sha256_hex(std::string_view data) {
+std::string Sha256Hex(std::string_view data) {
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned size = 0;
   EVP_Digest(data.data(), data.size(), digest.data(), &size, EVP_sha256(), nullptr);
   return hex(digest.data(), size);
 }
 
-std::string hmac_sha256_hex(std::string_view key, std::string_view data) {
+std::string HmacSha256Hex(std::string_view key, std::string_view data) {
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned size = 0;
-  HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()), bytes_of(data), data.size(),
+  HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()), BytesOf(data), data.size(),
        digest.data(), &size);
   return hex(digest.data(), size);
 }
 
-bool equal_secrets(std::string_view one, std::string_view other) {
+bool SecretsEqual(std::string_view one, std::string_view other) {
   return one.size() == other.size() && CRYPTO_memcmp(one.data(), other.data(), one.size()) == 0;
 }
 

@@ -8,14 +8,14 @@
 namespace devshop {
 
 /// Lower-case hexadecimal text of that many random bytes.
-std::string random_hex(std::size_t size_bytes);
+std::string RandomHex(std::size_t size_bytes);
 
 /// Lower-case hexadecimal digests.
-std::string sha256_hex(std::string_view data);
-std::string hmac_sha256_hex(std::string_view key, std::string_view data);
+std::string Sha256Hex(std::string_view data);
+std::string HmacSha256Hex(std::string_view key, std::string_view data);
 
 /// Compares secrets in a time that tells nothing about where they differ.
-bool equal_secrets(std::string_view one, std::string_view other);
+bool SecretsEqual(std::string_view one, std::string_view other);
 
 }  // namespace devshop
 

@@ -15,7 +15,7 @@ struct EpubMetadata {
 };
 
 /// Everything is empty when the file is no EPUB.
-EpubMetadata read_epub_metadata(const std::filesystem::path& epub);
+EpubMetadata ReadEpubMetadata(const std::filesystem::path& epub);
 
 }  // namespace devshop
 

@@ -37,13 +37,13 @@ struct Fault {
 class Faults {
  public:
   /// Arms a fault and gives it back as it is kept. Throws BadInstruction.
-  Json arm(const Json& instruction);
+  Json Arm(const Json& instruction);
   /// The fault that this request meets, now spent once; the oldest armed goes first.
-  std::optional<Fault> take(const std::string& path);
+  std::optional<Fault> Take(const std::string& path);
   /// It took effect.
-  void count_delivered(int id);
-  Json to_json() const;
-  void clear();
+  void CountDelivered(int id);
+  Json ToJson() const;
+  void Clear();
 
  private:
   mutable std::mutex mutex_;

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 #include "shop.h"
 
 namespace devshop {
@@ -21,22 +21,22 @@ class Files {
   explicit Files(Shop& shop) : shop_(shop) {}
 
   /// Answers `/files/TOKEN/EAN/NAME`, where the token proves that the customer bought the title.
-  void answer_book(const Request& request, Response& response);
+  void ServeBook(const Request& request, Response& response);
   /// Answers `/covers/EAN`.
-  void answer_cover(const Request& request, Response& response);
+  void ServeCover(const Request& request, Response& response);
 
-  /// Serves other bytes, or in another manner, in place of a book's file:
+  /// Serves other bytes, or in another options, in place of a book's file:
   /// `{"ean", "text" | "size_bytes" and "revision", "ranges", "validators", "chunked"}`. Gives what
   /// is served from then on. Throws BadInstruction.
-  Json replace(const Json& instruction);
-  /// Serves the folder's files again.
-  void restore();
+  Json Replace(const Json& instruction);
+  /// Serves the directory's files again.
+  void Restore();
   /// Each title with its size, digest and entity tag as served.
-  Json to_json() const;
+  Json ToJson() const;
 
  private:
   /// A stand-in for a title's file, and how it is served.
-  struct Manner {
+  struct ServeOptions {
     std::shared_ptr<const std::string> bytes;  // null: the file's own
     std::string revision;
     bool ranges = true;
@@ -48,22 +48,22 @@ class Files {
     std::size_t size_bytes = 0;
     std::string etag;
     std::time_t modified = 0;
-    std::function<bool(std::size_t offset, std::size_t size, std::string* bytes)> read;
+    Response::Reader read;
   };
 
-  static std::optional<Content> open_file(const std::filesystem::path& path);
-  static Content open_bytes(std::shared_ptr<const std::string> bytes, const std::string& revision);
-  static void serve(const Content& content, const Manner& manner, const std::string& type,
+  static std::optional<Content> OpenFile(const std::filesystem::path& path);
+  static Content OpenBytes(std::shared_ptr<const std::string> bytes, const std::string& revision);
+  static void Serve(const Content& content, const ServeOptions& options, const std::string& type,
                     const Request& request, Response& response);
 
-  Manner manner_of(const std::string& ean) const;
-  std::optional<Content> open_book(const Title& title, const Manner& manner) const;
-  bool is_customer(const std::string& ean, const std::string& token);
-  Json book_json(const Title& title) const;
+  ServeOptions OptionsFor(const std::string& ean) const;
+  std::optional<Content> OpenBook(const Title& title, const ServeOptions& options) const;
+  bool IsCustomer(const std::string& ean, const std::string& token);
+  Json BookJson(const Title& title) const;
 
   Shop& shop_;
   mutable std::mutex mutex_;
-  std::map<std::string, Manner> manners_;  // by EAN
+  std::map<std::string, ServeOptions> options_by_ean_;  // by EAN
 };
 
 }  // namespace devshop

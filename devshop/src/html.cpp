@@ -40,19 +40,19 @@ button.main { background: var(--shop); color: #fff; margin-top: 20px; }
 
 }  // namespace
 
-void answer_page(Response& response, const std::string& title, const std::string& content) {
-  response.set_header("Cache-Control", "no-store");
-  response.set_header("Content-Security-Policy",
-                      "default-src 'none'; style-src 'unsafe-inline'; img-src 'self'");
-  response.set_header("Referrer-Policy", "no-referrer");  // a payment's address is a secret
-  response.set_content(
+void ServePage(Response& response, const std::string& title, const std::string& content) {
+  response.SetHeader("Cache-Control", "no-store");
+  response.SetHeader("Content-Security-Policy",
+                     "default-src 'none'; style-src 'unsafe-inline'; img-src 'self'");
+  response.SetHeader("Referrer-Policy", "no-referrer");  // a payment's address is a secret
+  response.SetContent(
       "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
       "<link rel=\"icon\" href=\"data:,\">\n<title>" +
-          html_escape(title) + " - " + html_escape(kShopName) + "</title>\n<style>" + kStyle +
+          EscapeHtml(title) + " - " + EscapeHtml(kShopName) + "</title>\n<style>" + kStyle +
           "</style>\n</head>\n<body>\n"
           "<header><a href=\"/\">" +
-          html_escape(kShopName) + "</a></header>\n<main>\n" + content +
+          EscapeHtml(kShopName) + "</a></header>\n<main>\n" + content +
           "</main>\n</body>\n</html>\n",
       "text/html; charset=utf-8");
 }

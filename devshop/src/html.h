@@ -3,13 +3,13 @@
 
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 
 namespace devshop {
 
 /// Answers with a whole page in the shop's dress, readable on a phone's width, without scripts and
 /// without anything fetched from elsewhere. `content` is HTML, `title` is text.
-void answer_page(Response& response, const std::string& title, const std::string& content);
+void ServePage(Response& response, const std::string& title, const std::string& content);
 
 }  // namespace devshop
 

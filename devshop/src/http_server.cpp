@@ -1,155 +1,315 @@
 #include "http_server.h"
 
-#include <netinet/tcp.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <cstring>
 #include <exception>
 #include <iostream>
+#include <list>
+#include <optional>
+#include <sstream>
+#include <thread>
 
+#include "asio.h"
+#include "connection.h"
 #include "start_error.h"
-#include "worker_pool.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/strand.hpp>
+#include <boost/beast/http/error.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/http/write.hpp>
 
 namespace devshop {
 namespace {
 
-constexpr std::size_t kLargestBody_bytes = 1024 * 1024;
+namespace http = boost::beast::http;
+using Parser = http::request_parser<http::string_body>;
+using Message = http::request<http::string_body>;
+
+constexpr int kThreads = 2;
+constexpr std::size_t kMaxTarget_bytes = 8 * 1024;
+constexpr std::uint32_t kMaxHead_bytes = 64 * 1024;
+constexpr std::size_t kMaxBody_bytes = 1024 * 1024;
+constexpr int kMaxHeaders = 100;
+constexpr int kMaxFormFields = 10'000;
+constexpr std::size_t kPiece_bytes = 64 * 1024;
+constexpr std::chrono::milliseconds kAcceptRetryDelay{100};
+
+constexpr char kFormType[] = "application/x-www-form-urlencoded";
 
 std::atomic<int> connections_accepted = 0;
 
-/// What this thread serves: httplib hands its handlers the request only.
-struct Served {
-  Connection* connection = nullptr;
-  httplib::Headers::node_type accept_encoding;
-};
-thread_local Served served;
-
-void set_socket_options(socket_t socket) {
-  // httplib's default would share a busy port with another process instead of refusing it.
-  const int on = 1;
-  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+/// The status that refuses what the parser could not read.
+int StatusOf(const error_code& error, std::string_view received) {
+  if (error == http::error::body_limit) return 413;
+  if (error != http::error::header_limit) return 400;
+  return received.find('\n') == std::string_view::npos ? 414 : 431;
 }
 
-/// Gives the status to answer with when the body is none for this shop. It is read all the same:
-/// closing before would take the answer from the client.
-int read_body(const httplib::Request& request, const httplib::ContentReader& read,
-              std::string* body) {
-  if (request.is_multipart_form_data()) {
-    read([](const httplib::MultipartFormData&) { return true; },
-         [](const char*, std::size_t) { return true; });
-    return 415;
+/// The status that refuses a request for its size or form; 0 when the shop takes it.
+int FindExcess(const Message& message) {
+  const auto content_type = message[http::field::content_type];
+  if (message.target().size() > kMaxTarget_bytes) return 414;
+  if (std::distance(message.begin(), message.end()) > kMaxHeaders) return 431;
+  if (content_type.starts_with("multipart/form-data")) return 415;
+  const auto separators = std::count(message.body().begin(), message.body().end(), '&');
+  return separators >= kMaxFormFields && content_type.starts_with(kFormType) ? 413 : 0;
+}
+
+Request ToRequest(Message& message, int connection) {
+  Request request;
+  request.connection = connection;
+  request.method = std::string(message.method_string());
+  const std::string target(message.target().substr(0, message.target().find('#')));
+  const auto question = std::min(target.find('?'), target.size());
+  request.path = PercentDecode(target.substr(0, question));
+  request.query = ParseFields(target.substr(std::min(question + 1, target.size())));
+  for (const auto& header : message) {
+    request.headers.emplace_back(std::string(header.name_string()), std::string(header.value()));
   }
-  bool fits = true;
-  const bool whole = read([&](const char* data, std::size_t size) {
-    fits = fits && body->size() + size <= kLargestBody_bytes;
-    if (fits) body->append(data, size);
-    return true;
-  });
-  if (!whole) return 400;
-  return fits ? 200 : 413;
+  request.body = std::move(message.body());
+  if (request.GetHeader("Content-Type").starts_with(kFormType)) {
+    request.form = ParseFields(request.body);
+  }
+  return request;
+}
+
+void CallHandler(const std::function<void()>& handler, Response& response) {
+  try {
+    handler();
+    return;
+  } catch (const std::exception& error) {
+    std::cerr << std::string("quire-devshop: The shop failed on a request: ") + error.what() + "\n";
+  }
+  response.status = 500;
+  response.SetContent("The shop failed on this request.\n", "text/plain");
+}
+
+bool IsChunked(const Response& response, const Message& message) {
+  return response.chunked && message.version() >= 11;
+}
+
+std::string Head(const Response& response, const Message& message, bool keep_alive) {
+  http::response_header<> head;
+  head.version(message.version());
+  head.result(static_cast<unsigned>(response.status));
+  for (const auto& [name, value] : response.headers) head.set(name, value);
+  if (!keep_alive) head.set(http::field::connection, "close");
+  if (keep_alive && message.version() < 11) head.set(http::field::connection, "keep-alive");
+  if (IsChunked(response, message)) {
+    head.set(http::field::transfer_encoding, "chunked");
+  } else {
+    head.set(http::field::content_length, std::to_string(response.size_bytes));
+  }
+  std::ostringstream text;
+  text << head;
+  return text.str();
+}
+
+/// Receives a request. Returns 0 when it is complete, the status that refuses it, or -1 when the
+/// connection has ended.
+asio::awaitable<int> ReceiveRequest(Connection& connection, Parser& parser) {
+  parser.eager(true);
+  parser.header_limit(kMaxHead_bytes);
+  parser.body_limit(kMaxBody_bytes);
+  bool continued = false;
+  for (bool idle = true;; idle = false) {
+    // What came with the request before may be a whole one.
+    bool open = true;
+    if (!idle || connection.received().empty()) open = co_await connection.Receive(idle);
+    if (!open) co_return -1;
+    error_code error;
+    const auto received = connection.received();
+    const auto used = parser.put(asio::buffer(received.data(), received.size()), error);
+    if (error && error != http::error::need_more) co_return StatusOf(error, received);
+    connection.Consume(used);
+    if (parser.is_done()) break;
+    if (continued || !parser.is_header_done()) continue;
+    continued = true;
+    if (parser.get()[http::field::expect] != "100-continue") continue;
+    connection.Append("HTTP/1.1 100 Continue\r\n\r\n");
+    const bool flushed = co_await connection.Flush();
+    if (!flushed) co_return -1;
+  }
+  co_return FindExcess(parser.get());
+}
+
+/// Sends bytes [first, last) of the body; the last of them may stay unsent until the next Flush.
+asio::awaitable<bool> SendBody(Connection& connection, const Response& response, bool chunked,
+                               std::size_t first, std::size_t last) {
+  std::string piece;
+  bool open = true;
+  while (open && first < last) {
+    if (!response.read(first, std::min(kPiece_bytes, last - first), &piece)) co_return false;
+    first += piece.size();
+    if (chunked) {
+      std::ostringstream size;
+      size << std::hex << piece.size() << "\r\n";
+      piece = size.str() + piece + "\r\n";
+    }
+    connection.Append(piece);
+    if (connection.unsent_bytes() >= kPiece_bytes) open = co_await connection.Flush();
+  }
+  co_return open;
+}
+
+asio::awaitable<bool> SendSlowly(Connection& connection, const Response& response, bool chunked,
+                                 std::size_t first) {
+  bool open = true;
+  for (; open && first < response.size_bytes; ++first) {
+    open = co_await connection.SleepUnlessClosed(response.fault.delay_ms);
+    if (!open) break;
+    open = co_await SendBody(connection, response, chunked, first, first + 1);
+    if (!open) break;
+    open = co_await connection.Flush();
+  }
+  co_return open;
+}
+
+/// What becomes of a connection after a response.
+enum class Next { kRequest, kClose, kDrainAndClose, kReset };
+
+asio::awaitable<Next> SendResponse(Connection& connection, const Response& response,
+                                   const Message& message, bool keep_alive) {
+  const ResponseFault& fault = response.fault;
+  const bool faulty = fault.kind != ResponseFault::Kind::kNone;
+  if (faulty && !fault.after_bytes) {
+    fault.on_delivered();
+    co_return Next::kReset;
+  }
+  if (response.on_send) response.on_send(response.status);
+  connection.Append(Head(response, message, keep_alive));
+  const bool chunked = IsChunked(response, message);
+  const std::size_t size = message.method() == http::verb::head ? 0 : response.size_bytes;
+  const std::size_t whole = faulty ? std::min(size, *fault.after_bytes) : size;
+  bool open = co_await SendBody(connection, response, chunked, 0, whole);
+  if (!open) co_return Next::kClose;
+  if (whole < size) {
+    fault.on_delivered();
+    open = co_await connection.Flush();
+    if (!open || fault.kind == ResponseFault::Kind::kReset) co_return Next::kReset;
+    if (fault.kind == ResponseFault::Kind::kTruncate) co_return Next::kClose;
+    open = co_await SendSlowly(connection, response, chunked, whole);
+    if (!open) co_return Next::kReset;
+  }
+  if (chunked && message.method() != http::verb::head) connection.Append("0\r\n\r\n");
+  open = co_await connection.Flush();
+  if (!open || !keep_alive) co_return Next::kClose;
+  co_return Next::kRequest;
+}
+
+/// Serves one request of a connection.
+asio::awaitable<Next> Exchange(Connection& connection, const HttpServer::Handler& handler,
+                               int connection_number) {
+  Parser parser;
+  Response response;
+  const int refusal = co_await ReceiveRequest(connection, parser);
+  if (refusal < 0) co_return Next::kClose;
+  if (refusal > 0) {
+    response.status = refusal;
+    response.SetContent("The shop refuses this request.\n", "text/plain");
+    co_await SendResponse(connection, response, parser.get(), false);
+    co_return Next::kDrainAndClose;
+  }
+  const bool keep_alive = parser.keep_alive();
+  const Request request = ToRequest(parser.get(), connection_number);
+  CallHandler([&] { handler(request, response); }, response);
+  if (response.after_delay) {
+    const bool open = co_await connection.SleepUnlessClosed(response.delay_ms);
+    if (!open) co_return Next::kReset;
+    CallHandler([&] { response.after_delay(response); }, response);
+  }
+  const Next next = co_await SendResponse(connection, response, parser.get(), keep_alive);
+  co_return next;
+}
+
+struct Port {
+  std::optional<asio::ssl::context> tls;
+  HttpServer::Handler handler;
+};
+
+asio::awaitable<void> Serve(tcp::socket socket, Port& port, int connection_number) {
+  Connection connection(std::move(socket), port.tls ? &*port.tls : nullptr);
+  const bool secured = co_await connection.Handshake();
+  Next next = secured ? Next::kRequest : Next::kClose;
+  while (next == Next::kRequest) {
+    next = co_await Exchange(connection, port.handler, connection_number);
+  }
+  if (next == Next::kReset) {
+    connection.Reset();
+  } else {
+    co_await connection.Close(next == Next::kDrainAndClose);
+  }
+}
+
+asio::awaitable<void> Accept(asio::io_context& io, tcp::acceptor acceptor, Port& port) {
+  asio::steady_timer retry(io);
+  for (;;) {
+    tcp::socket socket(asio::make_strand(io));
+    error_code error;
+    co_await acceptor.async_accept(socket, StoreError(error));
+    if (error) {  // no file is left for another connection
+      retry.expires_after(kAcceptRetryDelay);
+      co_await retry.async_wait(asio::use_awaitable);
+      continue;
+    }
+    const auto executor = socket.get_executor();
+    asio::co_spawn(executor, Serve(std::move(socket), port, ++connections_accepted),
+                   asio::detached);
+  }
 }
 
 }  // namespace
 
-std::string Request::header(const std::string& name) const {
-  const auto found = headers.find(name);
-  return found == headers.end() ? std::string() : found->second;
-}
+struct HttpServer::Impl {
+  std::list<Port> ports;  // outlives the coroutines, which end with `io`
+  asio::io_context io{kThreads};
+  asio::signal_set signals{io, SIGTERM, SIGINT};
+};
 
-HttpServer::HttpServer(SSL_CTX* tls, StopSignal& stop, Handler handler, StatusObserver on_status)
-    : tls_(tls), stop_(stop), handler_(std::move(handler)) {
-  new_task_queue = [] { return new WorkerPool; };
-  set_socket_options(devshop::set_socket_options);
-  set_tcp_nodelay(true);
-  set_keep_alive_timeout(24 * 60 * 60);  // told to clients; the connection itself waits for ever
-  set_keep_alive_max_count(1'000'000);
-
-  const auto without_body = [this](const httplib::Request& request, Response& response) {
-    answer(request, response, {});
-  };
-  const auto with_body = [this](const httplib::Request& request, Response& response,
-                                const httplib::ContentReader& read) {
-    std::string body;
-    const int status = read_body(request, read, &body);
-    if (status == 200) return answer(request, response, std::move(body));
-    response.status = status;
-    response.set_header("Connection", "close");
-  };
-  Get(".*", without_body);
-  Options(".*", without_body);
-  Delete(".*", with_body);
-  Post(".*", with_body);
-  Put(".*", with_body);
-  Patch(".*", with_body);
-  set_exception_handler(
-      [](const httplib::Request&, Response& response, std::exception_ptr mistake) {
-        try {
-          std::rethrow_exception(mistake);
-        } catch (const std::exception& error) {
-          std::cerr << std::string("quire-devshop: A mistake of the shop: ") + error.what() + "\n";
-        } catch (...) {
-          std::cerr << "quire-devshop: A mistake of the shop.\n";
-        }
-        response.status = 500;
-        response.set_content("The shop made a mistake.\n", "text/plain");
-      });
-  if (on_status) {
-    set_post_routing_handler([on_status](const httplib::Request&, Response& response) {
-      if (!served.connection->is_broken()) on_status(served.connection->number(), response.status);
-    });
+HttpServer::HttpServer() : impl_(std::make_unique<Impl>()) {
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) == 0) {
+    files.rlim_cur = files.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &files);
   }
+  impl_->signals.async_wait([this](const error_code&, int) { impl_->io.stop(); });
 }
 
-HttpServer::~HttpServer() {
-  if (!thread_.joinable()) return;
-  stop_.raise();
-  stop();
-  thread_.join();
-}
+HttpServer::~HttpServer() = default;
 
-int HttpServer::start(int port, const std::string& option) {
-  const int bound =
-      port != 0 ? (bind_to_port("127.0.0.1", port) ? port : -1) : bind_to_any_port("127.0.0.1");
-  if (bound <= 0) {
+int HttpServer::Listen(int port, const std::string& option, SSL_CTX* tls, Handler handler) {
+  tcp::acceptor acceptor(impl_->io, tcp::v4());
+  const tcp::endpoint address(asio::ip::address_v4::loopback(), static_cast<std::uint16_t>(port));
+  error_code error;
+  acceptor.set_option(tcp::acceptor::reuse_address(true), error);
+  acceptor.bind(address, error);
+  if (!error) acceptor.listen(tcp::acceptor::max_listen_connections, error);
+  if (error) {
     throw StartError("Cannot listen on port " + std::to_string(port) + " of 127.0.0.1 (" +
-                     std::strerror(errno) + "); name another with " + option + ", or 0 for any.");
+                     error.message() + "); name another with " + option + ", or 0 for any.");
   }
-  ::listen(svr_sock_, SOMAXCONN);  // httplib's own backlog is 5
-  thread_ = std::thread([this] { listen_after_bind(); });
-  while (!is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  Port& served = impl_->ports.emplace_back();
+  served.handler = std::move(handler);
+  if (tls != nullptr) {
+    SSL_CTX_up_ref(tls);
+    served.tls.emplace(tls);
+  }
+  const int bound = acceptor.local_endpoint().port();
+  asio::co_spawn(impl_->io, Accept(impl_->io, std::move(acceptor), served), asio::detached);
   return bound;
 }
 
-bool HttpServer::process_and_close_socket(socket_t socket) {
-  Connection connection(socket, tls_, stop_, ++connections_accepted);
-  served.connection = &connection;
-  bool closing = !connection.accept();
-  while (!closing && connection.wait_for_request()) {
-    const bool answered = process_request(connection, false, closing, [](httplib::Request& raw) {
-      raw.ranges.clear();  // ranges are served with If-Range, which httplib does not know
-      // Nothing is packed, so that a fault's byte counts are those of the answer.
-      served.accept_encoding = raw.headers.extract("Accept-Encoding");
-    });
-    if (!answered || !connection.flush()) break;
-  }
-  served.connection = nullptr;
-  return true;
-}
-
-void HttpServer::answer(const httplib::Request& raw, Response& response, std::string body) {
-  Request request{raw.method, raw.path, {}, {}, raw.headers, std::move(body)};
-  const auto question = raw.target.find('?');
-  if (question != std::string::npos) request.query = parse_fields(raw.target.substr(question + 1));
-  if (raw.get_header_value("Content-Type").rfind("application/x-www-form-urlencoded", 0) == 0) {
-    request.form = parse_fields(request.body);
-  }
-  for (const char* added : {"REMOTE_ADDR", "REMOTE_PORT", "LOCAL_ADDR", "LOCAL_PORT"}) {
-    request.headers.erase(added);  // httplib's, not the client's
-  }
-  if (served.accept_encoding) request.headers.insert(std::move(served.accept_encoding));
-  response.status = 200;
-  handler_(request, response, *served.connection);
+void HttpServer::Run() {
+  std::thread second([this] { impl_->io.run(); });
+  impl_->io.run();
+  second.join();
 }
 
 }  // namespace devshop

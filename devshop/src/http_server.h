@@ -1,58 +1,36 @@
 #ifndef DEVSHOP_HTTP_SERVER_H_
 #define DEVSHOP_HTTP_SERVER_H_
 
-#include <httplib.h>
 #include <openssl/ssl.h>
 
 #include <functional>
+#include <memory>
 #include <string>
-#include <thread>
 
-#include "connection.h"
-#include "stop_signal.h"
-#include "text.h"
+#include "http_message.h"
 
 namespace devshop {
 
-/// A request, whole. Names of headers compare without case.
-struct Request {
-  std::string method;
-  std::string path;  ///< decoded
-  Fields query;
-  Fields form;  ///< empty unless the body is a URL-encoded form
-  httplib::Headers headers;
-  std::string body;
-
-  std::string header(const std::string& name) const;
-};
-
-using Response = httplib::Response;
-
-/// One port on 127.0.0.1. What httplib's own server lacks is here: the connections are ours, so
-/// that they can be kept for as long as clients want without a thread that spins, be broken on
-/// purpose, and be closed at once when the shop closes.
-class HttpServer : private httplib::Server {
+/// Ports of 127.0.0.1, served by coroutines on two threads, however many clients are connected.
+class HttpServer {
  public:
-  /// Answers a request, on the connection's thread.
-  using Handler = std::function<void(const Request&, Response&, Connection&)>;
-  /// Told the status just before an answer goes out.
-  using StatusObserver = std::function<void(int connection, int status)>;
+  /// Completes the response to a request. Called on both threads; must not block.
+  using Handler = std::function<void(const Request&, Response&)>;
 
-  /// `tls` is null for plain HTTP. Everything given outlives the server.
-  HttpServer(SSL_CTX* tls, StopSignal& stop, Handler handler, StatusObserver on_status = nullptr);
-  ~HttpServer() override;
+  /// Raises the limit of open files as far as allowed. From now on SIGTERM and SIGINT end Run.
+  HttpServer();
+  ~HttpServer();
 
-  /// Binds to the port, 0 for any, and serves from then on. Gives the port. Throws StartError.
-  int start(int port, const std::string& option);
+  /// Listens on a port, 0 for any, that Run will serve. `tls` is null for plain HTTP. Returns the
+  /// port. Throws StartError, which names `option` as the one to change.
+  int Listen(int port, const std::string& option, SSL_CTX* tls, Handler handler);
+
+  /// Serves until SIGTERM or SIGINT, which close all connections at once.
+  void Run();
 
  private:
-  bool process_and_close_socket(socket_t socket) override;
-  void answer(const httplib::Request& raw, Response& response, std::string body);
-
-  SSL_CTX* tls_;
-  StopSignal& stop_;
-  Handler handler_;
-  std::thread thread_;
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace devshop

@@ -15,7 +15,7 @@ struct LegalPage {
   const char* title;
   const char* text;
 
-  std::string path() const { return kStorePath + "/legal/" + name; }
+  std::string Path() const { return kStorePath + "/legal/" + name; }
 };
 
 inline constexpr std::array<LegalPage, 5> kLegalPages{{
@@ -27,7 +27,7 @@ inline constexpr std::array<LegalPage, 5> kLegalPages{{
      "price says."},
     {"DatenschutzURL", "privacy", "Privacy",
      "What you type stays on this computer: in the shop's memory and, if it was started with "
-     "a data folder, in that folder."},
+     "a data directory, in that directory."},
     {"WiderrufsrechtURL", "withdrawal", "Right of withdrawal",
      "Nothing was paid, so there is nothing to pay back. Start the shop anew to return every "
      "book."},

@@ -1,7 +1,6 @@
-#include <signal.h>
-
 #include <clocale>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -9,8 +8,8 @@
 #include "authority.h"
 #include "configuration_service.h"
 #include "control.h"
-#include "data_folder.h"
-#include "gate.h"
+#include "data_directory.h"
+#include "fault_injector.h"
 #include "hosts.h"
 #include "http_server.h"
 #include "options.h"
@@ -20,73 +19,53 @@
 namespace devshop {
 namespace {
 
-/// Signals that end the shop are waited for by main alone.
-sigset_t block_end_signals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGINT);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return signals;
-}
-
-void announce(int shop, int config, int control, const std::filesystem::path& ca) {
+void PrintAddresses(int shop, int config, int control, const std::string& token,
+                    const std::filesystem::path& ca) {
   const auto address = [](int port) { return "127.0.0.1:" + std::to_string(port); };
   std::cout << "shop https://" << address(shop) << "\nconfig http://" << address(config)
-            << "\ncontrol http://" << address(control) << "\nca " << ca.string() << "\nconnect-to "
-            << kShopHost << ":443:" << address(shop) << "," << kConfigHost
-            << ":80:" << address(config) << "," << kReturnHost << ":80:" << address(config)
-            << "\nready" << std::endl;
+            << "\ncontrol http://" << address(control) << "\ntoken " << token << "\nca "
+            << ca.string() << "\nconnect-to " << kShopHost << ":443:" << address(shop) << ","
+            << kConfigHost << ":80:" << address(config) << "," << kReturnHost
+            << ":80:" << address(config) << "\nready" << std::endl;
 }
 
-void run(const Options& options) {
-  const sigset_t end_signals = block_end_signals();
-  const DataFolder data(options.data);
+void Run(const Options& options) {
+  HttpServer server;
+  const DataDirectory data(options.data);
   const Authority authority(data.path());
+  const TlsContext tls = authority.ServerContext(options.certificate);
   Shop shop(options.books, options.accounts, data.state_file());
   Files files(shop);
   ShopSite site(shop, files);
   ConfigurationService configuration;
   Faults faults;
-  Ledger ledger(options.verbose);
-  Control control(shop, files, faults, ledger);
+  RequestLog log(options.verbose);
+  Control control(shop, files, faults, log);
 
-  Gate shop_gate("shop", ledger, faults, [&](const Request& request, Response& response) {
-    site.answer(request, response);
+  FaultInjector shop_port("shop", log, faults, [&](const Request& request, Response& response) {
+    site.Handle(request, response);
   });
-  Gate config_gate("config", ledger, faults, [&](const Request& request, Response& response) {
+  FaultInjector config_port("config", log, faults, [&](const Request& request, Response& response) {
     if (request.path == ConfigurationService::kPath && request.method == "GET") {
-      configuration.answer(request, response);
+      configuration.Handle(request, response);
     } else if (request.path == kReturnPath) {
-      answer_return_page(response);
+      ServeReturnPage(response);
     } else {
-      answer_not_found(response);
+      ServeNotFound(response);
     }
   });
-  const auto through = [](Gate& gate) {
-    return [&gate](const Request& request, Response& response, Connection& connection) {
-      gate.pass(request, response, connection);
-    };
+  const auto listen = [&](int port, const char* option, SSL_CTX* context, auto& service) {
+    return server.Listen(port, option, context, [&](const Request& request, Response& response) {
+      service.Handle(request, response);
+    });
   };
-  const auto note_status = [&](int connection, int status) {
-    ledger.set_status(connection, status);
-  };
-
-  const TlsContext tls = authority.server_context(options.certificate);
-  StopSignal stop;
-  HttpServer shop_server(tls.get(), stop, through(shop_gate), note_status);
-  HttpServer config_server(nullptr, stop, through(config_gate), note_status);
-  HttpServer control_server(nullptr, stop,
-                            [&](const Request& request, Response& response, Connection&) {
-                              control.answer(request, response);
-                            });
-  const int shop_port = shop_server.start(options.shop_port, "--shop-port");
-  const int config_port = config_server.start(options.config_port, "--config-port");
-  const int control_port = control_server.start(options.control_port, "--control-port");
-  announce(shop_port, config_port, control_port, authority.certificate_file());
-
-  int received = 0;
-  sigwait(&end_signals, &received);
+  const int shop_number = listen(options.shop_port, "--shop-port", tls.get(), shop_port);
+  const int config_number = listen(options.config_port, "--config-port", nullptr, config_port);
+  const int control_number = listen(options.control_port, "--control-port", nullptr, control);
+  control.set_port(control_number);
+  PrintAddresses(shop_number, config_number, control_number, control.token(),
+                 authority.certificate_file());
+  server.Run();
 }
 
 }  // namespace
@@ -95,15 +74,15 @@ void run(const Options& options) {
 int main(int argc, char** argv) {
   std::setlocale(LC_CTYPE, "C.UTF-8");  // case folding of what customers search for
   int exit_code = 0;
-  const auto options = devshop::parse_options(argc, argv, &exit_code);
+  const auto options = devshop::ParseOptions(argc, argv, &exit_code);
   if (!options) return exit_code;
   try {
-    devshop::run(*options);
+    devshop::Run(*options);
     return 0;
   } catch (const devshop::StartError& error) {
     std::cerr << "quire-devshop: " << error.what() << "\n";
   } catch (const std::exception& error) {
-    std::cerr << "quire-devshop: It cannot go on: " << error.what() << "\n";
+    std::cerr << "quire-devshop: Cannot continue: " << error.what() << "\n";
   }
   return 2;
 }

@@ -8,7 +8,7 @@ namespace devshop {
 namespace {
 
 /// The data installed beside the program, in the build tree as in an installed one.
-std::filesystem::path share_folder() {
+std::filesystem::path ShareDirectory() {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
   return (program.parent_path() / ".." / "share" / "quire").lexically_normal();
@@ -16,10 +16,10 @@ std::filesystem::path share_folder() {
 
 }  // namespace
 
-std::optional<Options> parse_options(int argc, char** argv, int* exit_code) {
+std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
   Options options;
-  options.books = share_folder() / "books";
-  options.accounts = share_folder() / "accounts.json";
+  options.books = ShareDirectory() / "books";
+  options.accounts = ShareDirectory() / "accounts.json";
 
   CLI::App app(
       "A bookshop on loopback for developers: store API and catalogue over HTTPS, configuration\n"
@@ -27,9 +27,10 @@ std::optional<Options> parse_options(int argc, char** argv, int* exit_code) {
       "quire-devshop");
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   app.add_option("--data", options.data,
-                 "Folder for the test authority and the shop's state, made when missing\n"
+                 "Directory for the test authority and the shop's state, made when missing\n"
                  "(default: a temporary one, removed at exit)");
-  app.add_option("--books", options.books, "Folder with the books to sell")->capture_default_str();
+  app.add_option("--books", options.books, "Directory with the books to sell")
+      ->capture_default_str();
   app.add_option("--accounts", options.accounts, "JSON file with the customers to start with")
       ->capture_default_str();
   const auto port = CLI::Range(0, 65535);
@@ -48,6 +49,7 @@ std::optional<Options> parse_options(int argc, char** argv, int* exit_code) {
                  "The shop's certificate: good, other-host, expired, unknown-authority")
       ->transform(CLI::CheckedTransformer(kinds).description(""))
       ->type_name("KIND");
+  app.set_version_flag("--version", "quire-devshop " QUIRE_VERSION, "Print the version");
   app.add_flag("--verbose", options.verbose, "Log each request on standard error");
 
   try {

@@ -9,7 +9,7 @@
 namespace devshop {
 
 struct Options {
-  std::filesystem::path data;  ///< empty: a temporary folder, removed at exit
+  std::filesystem::path data;  ///< empty: a temporary directory, removed at exit
   std::filesystem::path books;
   std::filesystem::path accounts;
   int shop_port = 0;  ///< 0: the system picks one; so with the others
@@ -21,7 +21,7 @@ struct Options {
 
 /// Reads the command line. When there is nothing to run (help asked for, or a mistake, which it has
 /// then told), it gives nothing and sets the exit code.
-std::optional<Options> parse_options(int argc, char** argv, int* exit_code);
+std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code);
 
 }  // namespace devshop
 

@@ -18,48 +18,48 @@ NLOHMANN_JSON_SERIALIZE_ENUM(Order::Payment, {{Order::Payment::kNone, "none"},
                                               {Order::Payment::kApproved, "approved"},
                                               {Order::Payment::kCancelled, "cancelled"}})
 
-long Order::amount_cents(const Catalogue& catalogue) const {
+long Order::AmountCents(const Catalogue& catalogue) const {
   long amount = 0;
   for (const auto& ean : eans) {
-    if (const Title* title = catalogue.find(ean)) amount += title->price_cents;
+    if (const Title* title = catalogue.Find(ean)) amount += title->price_cents;
   }
   return amount;
 }
 
-Order& Orders::cart_of(const std::string& session, const std::string& email) {
-  const auto known = orders_.find(cart_of_session_[session]);
+Order& Orders::Cart(const std::string& session, const std::string& email) {
+  const auto known = orders_.find(cart_by_session_[session]);
   if (known != orders_.end() && known->second.payment != Order::Payment::kApproved) {
     return known->second;
   }
   Order order;
   order.id = std::to_string(kFirstOrderId + static_cast<int>(orders_.size()));
   order.email = email;
-  order.last_updated = format_time(std::time(nullptr));
-  cart_of_session_[session] = order.id;
+  order.last_updated = FormatTime(std::time(nullptr));
+  cart_by_session_[session] = order.id;
   return orders_[order.id] = order;
 }
 
-Order* Orders::find(const std::string& id, const std::string& email) {
+Order* Orders::Find(const std::string& id, const std::string& email) {
   const auto found = orders_.find(id);
   return found == orders_.end() || found->second.email != email ? nullptr : &found->second;
 }
 
-Order* Orders::find_payment(const std::string& token) {
+Order* Orders::FindPayment(const std::string& token) {
   for (auto& [id, order] : orders_) {
-    if (!order.payment_token.empty() && equal_secrets(order.payment_token, token)) return &order;
+    if (!order.payment_token.empty() && SecretsEqual(order.payment_token, token)) return &order;
   }
   return nullptr;
 }
 
-void Orders::commit(Order& order, const std::string& pay_method) {
+void Orders::Commit(Order& order, const std::string& pay_method) {
   const bool has_page = pay_method == "PAYPAL" || pay_method == "CCARD";
   order.pay_method = pay_method;
   order.payment = has_page ? Order::Payment::kOpen : Order::Payment::kApproved;
-  order.payment_token = has_page ? random_hex(16) : "";
+  order.payment_token = has_page ? RandomHex(16) : "";
   order.checks = 0;
 }
 
-std::string Orders::check(Order& order) {
+std::string Orders::Check(Order& order) {
   ++order.checks;
   if (next_status) return *std::exchange(next_status, std::nullopt);
   if (order.payment == Order::Payment::kCancelled) return "Failure";
@@ -67,7 +67,7 @@ std::string Orders::check(Order& order) {
   return order.payment == Order::Payment::kApproved ? "Success" : "In Progress";
 }
 
-void Orders::load(const Json& json) {
+void Orders::Load(const Json& json) {
   for (const Json& entry : json) {
     Order order;
     order.id = entry.at("id");
@@ -84,7 +84,7 @@ void Orders::load(const Json& json) {
   }
 }
 
-Json Orders::to_json() const {
+Json Orders::ToJson() const {
   Json list = Json::array();
   for (const auto& [id, order] : orders_) {
     list.push_back({{"id", order.id},

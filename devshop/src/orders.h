@@ -32,35 +32,35 @@ struct Order {
   int checks = 0;             ///< of the payment's state, since the commit
   std::string placed;         ///< when it was submitted; empty before
 
-  long amount_cents(const Catalogue& catalogue) const;
+  long AmountCents(const Catalogue& catalogue) const;
 };
 
 /// All orders. The caller locks.
 class Orders {
  public:
   /// The session's cart, made when there is none or when it is already paid.
-  Order& cart_of(const std::string& session, const std::string& email);
+  Order& Cart(const std::string& session, const std::string& email);
   /// Null when that customer has no such order. Pointers stay valid.
-  Order* find(const std::string& id, const std::string& email);
-  Order* find_payment(const std::string& token);
+  Order* Find(const std::string& id, const std::string& email);
+  Order* FindPayment(const std::string& token);
 
   /// Opens the payment. A way to pay without a page counts as paid.
-  void commit(Order& order, const std::string& pay_method);
+  void Commit(Order& order, const std::string& pay_method);
 
   /// The state of the payment in the words of the store API; counts as a check. A payment is
   /// pending for the first checks, whatever its page says; then it succeeds when approved and is in
   /// progress as long as nobody has decided. A cancelled one fails at once.
-  std::string check(Order& order);
+  std::string Check(Order& order);
 
   int pending_checks = 2;
   std::optional<std::string> next_status;  ///< the next check's answer, whatever the payment
 
-  void load(const Json& json);
-  Json to_json() const;
+  void Load(const Json& json);
+  Json ToJson() const;
 
  private:
   std::map<std::string, Order> orders_;                 // by id
-  std::map<std::string, std::string> cart_of_session_;  // session to order id
+  std::map<std::string, std::string> cart_by_session_;  // session to order id
 };
 
 }  // namespace devshop

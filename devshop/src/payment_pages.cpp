@@ -23,111 +23,111 @@ constexpr Input kNumber{"card_number", "Card number", "cc-number", "1234 1234 12
 constexpr Input kExpiry{"card_expiry", "Valid until", "cc-exp", "MM/YY", "maxlength=\"9\""};
 constexpr Input kCvc{"card_cvc", "CVC", "cc-csc", "123", "inputmode=\"numeric\" maxlength=\"4\""};
 
-std::string input_html(const Input& input, const std::string& value,
-                       const std::map<std::string, std::string>& wrong) {
+std::string InputHtml(const Input& input, const std::string& value,
+                      const std::map<std::string, std::string>& wrong) {
   const std::string name = input.name;
   const auto found = wrong.find(name);
   const bool bad = found != wrong.end();
   std::string html = "<div><label for=\"" + name + "\">" + input.label + "</label>\n<input id=\"" +
                      name + "\" name=\"" + name + "\" autocomplete=\"" + input.autocomplete +
                      "\" placeholder=\"" + input.placeholder + "\" " + input.more + " value=\"" +
-                     html_escape(value) + "\"";
+                     EscapeHtml(value) + "\"";
   if (bad) html += " aria-invalid=\"true\" aria-describedby=\"" + name + "_wrong\"";
   html += ">\n";
   if (bad) {
-    html += "<p class=\"wrong\" id=\"" + name + "_wrong\">" + html_escape(found->second) + "</p>\n";
+    html += "<p class=\"wrong\" id=\"" + name + "_wrong\">" + EscapeHtml(found->second) + "</p>\n";
   }
   return html + "</div>\n";
 }
 
-std::string buttons_html(const std::string& amount) {
-  return "<button class=\"main\" name=\"decision\" value=\"approve\">Pay " + html_escape(amount) +
+std::string ButtonsHtml(const std::string& amount) {
+  return "<button class=\"main\" name=\"decision\" value=\"approve\">Pay " + EscapeHtml(amount) +
          "</button>\n<button name=\"decision\" value=\"cancel\">Cancel</button>\n</form>\n"
          "<p class=\"soft\">Development shop: no money moves.</p>\n";
 }
 
-std::string card_form(const Fields& typed, const std::map<std::string, std::string>& wrong,
-                      const std::string& amount) {
-  return "<form method=\"post\">\n" + input_html(kHolder, field(typed, kHolder.name), wrong) +
-         input_html(kNumber, field(typed, kNumber.name), wrong) + "<div class=\"pair\">\n" +
-         input_html(kExpiry, field(typed, kExpiry.name), wrong) + input_html(kCvc, "", wrong) +
-         "</div>\n" + buttons_html(amount);
+std::string CardForm(const Fields& typed, const std::map<std::string, std::string>& wrong,
+                     const std::string& amount) {
+  return "<form method=\"post\">\n" + InputHtml(kHolder, GetField(typed, kHolder.name), wrong) +
+         InputHtml(kNumber, GetField(typed, kNumber.name), wrong) + "<div class=\"pair\">\n" +
+         InputHtml(kExpiry, GetField(typed, kExpiry.name), wrong) + InputHtml(kCvc, "", wrong) +
+         "</div>\n" + ButtonsHtml(amount);
 }
 
-std::string wallet_form(const std::string& email, const std::string& amount) {
+std::string WalletForm(const std::string& email, const std::string& amount) {
   return "<form method=\"post\">\n<div class=\"wallet\"><strong>Your wallet "
          "account</strong><br>\n" +
-         html_escape(email) + "<br>\n<small>Approve in your wallet account, and the shop gets " +
-         html_escape(amount) + " from it.</small></div>\n" + buttons_html(amount);
+         EscapeHtml(email) + "<br>\n<small>Approve in your wallet account, and the shop gets " +
+         EscapeHtml(amount) + " from it.</small></div>\n" + ButtonsHtml(amount);
 }
 
-void answer_settled(const Order& order, Response& response) {
+void ServeSettled(const Order& order, Response& response) {
   const bool approved = order.payment == Order::Payment::kApproved;
   const std::string title = approved ? "Payment approved" : "Payment cancelled";
-  answer_page(response, title,
-              "<h1>" + title + "</h1>\n<p>Order " + html_escape(order.id) +
-                  (approved ? " is paid." : " is not paid; nothing was charged.") +
-                  "</p>\n<p><a href=\"" +
-                  html_escape(approved ? order.success_url : order.cancel_url) +
-                  "\">Return to the shop</a></p>\n");
+  ServePage(response, title,
+            "<h1>" + title + "</h1>\n<p>Order " + EscapeHtml(order.id) +
+                (approved ? " is paid." : " is not paid; nothing was charged.") +
+                "</p>\n<p><a href=\"" +
+                EscapeHtml(approved ? order.success_url : order.cancel_url) +
+                "\">Return to the shop</a></p>\n");
 }
 
 }  // namespace
 
-void PaymentPages::answer(const Request& request, Response& response) {
+void PaymentPages::Handle(const Request& request, Response& response) {
   const std::lock_guard lock(shop_.mutex);
-  Order* order = shop_.orders.find_payment(request.path.substr(request.path.rfind('/') + 1));
+  Order* order = shop_.orders.FindPayment(request.path.substr(request.path.rfind('/') + 1));
   if (order == nullptr) {
     response.status = 404;
-    answer_page(response, "No such payment",
-                "<h1>No such payment</h1>\n<p>This payment does not exist, or was started anew. "
-                "Please return to the shop's application.</p>\n");
+    ServePage(response, "No such payment",
+              "<h1>No such payment</h1>\n<p>This payment does not exist, or was started anew. "
+              "Please return to the shop's application.</p>\n");
   } else if (request.method == "POST") {
-    decide(*order, request, response);
+    Decide(*order, request, response);
   } else if (order->payment != Order::Payment::kOpen) {
-    answer_settled(*order, response);
+    ServeSettled(*order, response);
   } else {
-    show(*order, {}, {}, response);
+    ShowForm(*order, {}, {}, response);
   }
 }
 
-void PaymentPages::decide(Order& order, const Request& request, Response& response) {
-  const std::string decision = field(request.form, "decision");
+void PaymentPages::Decide(Order& order, const Request& request, Response& response) {
+  const std::string decision = GetField(request.form, "decision");
   if (order.payment == Order::Payment::kOpen) {
     const bool approved = decision == "approve";
     const Wrong wrong = approved && order.pay_method == "CCARD"
-                            ? check_card(request.form, std::time(nullptr))
+                            ? CheckCard(request.form, std::time(nullptr))
                             : Wrong{};
     if ((!approved && decision != "cancel") || !wrong.empty()) {
       response.status = 422;
-      return show(order, request.form, wrong, response);
+      return ShowForm(order, request.form, wrong, response);
     }
     order.payment = approved ? Order::Payment::kApproved : Order::Payment::kCancelled;
-    shop_.save();
+    shop_.Save();
   }
   const bool paid = order.payment == Order::Payment::kApproved;
-  response.set_redirect(paid ? order.success_url : order.cancel_url, 303);
+  response.SetRedirect(paid ? order.success_url : order.cancel_url);
 }
 
-void PaymentPages::show(const Order& order, const Fields& typed, const Wrong& wrong,
-                        Response& response) const {
+void PaymentPages::ShowForm(const Order& order, const Fields& typed, const Wrong& wrong,
+                            Response& response) const {
   const bool by_card = order.pay_method == "CCARD";
   const std::string title = by_card ? "Pay by card" : "Pay with your wallet";
   std::string rows, currency;
   for (const auto& ean : order.eans) {
-    const Title* book = shop_.catalogue().find(ean);
+    const Title* book = shop_.catalogue().Find(ean);
     if (book == nullptr) continue;
     currency = book->currency;
-    rows += "<tr><td><span class=\"name\">" + html_escape(book->title) + "</span><small>" +
-            html_escape(book->author) + "</small></td><td>" +
-            html_escape(price_text(book->price_cents, currency)) + "</td></tr>\n";
+    rows += "<tr><td><span class=\"name\">" + EscapeHtml(book->title) + "</span><small>" +
+            EscapeHtml(book->author) + "</small></td><td>" +
+            EscapeHtml(FormatPrice(book->price_cents, currency)) + "</td></tr>\n";
   }
-  const std::string amount = price_text(order.amount_cents(shop_.catalogue()), currency);
-  answer_page(response, title,
-              "<h1>" + title + "</h1>\n<p class=\"soft\">Order " + html_escape(order.id) +
-                  "</p>\n<table>\n" + rows + "<tr class=\"sum\"><td>Total</td><td>" +
-                  html_escape(amount) + "</td></tr>\n</table>\n" +
-                  (by_card ? card_form(typed, wrong, amount) : wallet_form(order.email, amount)));
+  const std::string amount = FormatPrice(order.AmountCents(shop_.catalogue()), currency);
+  ServePage(response, title,
+            "<h1>" + title + "</h1>\n<p class=\"soft\">Order " + EscapeHtml(order.id) +
+                "</p>\n<table>\n" + rows + "<tr class=\"sum\"><td>Total</td><td>" +
+                EscapeHtml(amount) + "</td></tr>\n</table>\n" +
+                (by_card ? CardForm(typed, wrong, amount) : WalletForm(order.email, amount)));
 }
 
 }  // namespace devshop

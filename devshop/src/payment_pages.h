@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 #include "shop.h"
 
 namespace devshop {
@@ -18,13 +18,14 @@ class PaymentPages {
   explicit PaymentPages(Shop& shop) : shop_(shop) {}
 
   /// Answers `/payment/TOKEN`.
-  void answer(const Request& request, Response& response);
+  void Handle(const Request& request, Response& response);
 
  private:
   using Wrong = std::map<std::string, std::string>;  // by field name
 
-  void decide(Order& order, const Request& request, Response& response);
-  void show(const Order& order, const Fields& typed, const Wrong& wrong, Response& response) const;
+  void Decide(Order& order, const Request& request, Response& response);
+  void ShowForm(const Order& order, const Fields& typed, const Wrong& wrong,
+                Response& response) const;
 
   Shop& shop_;
 };

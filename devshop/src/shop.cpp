@@ -13,7 +13,7 @@
 namespace devshop {
 namespace {
 
-Json read_json(const std::filesystem::path& path) {
+Json ReadJson(const std::filesystem::path& path) {
   std::ifstream file(path);
   if (!file) {
     throw StartError("Cannot read the accounts in " + path.string() + " (" + std::strerror(errno) +
@@ -23,27 +23,27 @@ Json read_json(const std::filesystem::path& path) {
 }
 
 /// The file has the old content or the new, whatever happens meanwhile.
-bool replace_file(const std::filesystem::path& path, const std::string& text) {
-  const auto neighbour = path.string() + ".new";
-  const int fd = open(neighbour.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+bool ReplaceFile(const std::filesystem::path& path, const std::string& text) {
+  const auto temp_file = path.string() + ".new";
+  const int fd = open(temp_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   if (fd < 0) return false;
   const bool written =
       write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()) && fsync(fd) == 0;
-  return close(fd) == 0 && written && rename(neighbour.c_str(), path.c_str()) == 0;
+  return close(fd) == 0 && written && rename(temp_file.c_str(), path.c_str()) == 0;
 }
 
 }  // namespace
 
 Shop::Shop(const std::filesystem::path& books, const std::filesystem::path& accounts_file,
            const std::filesystem::path& state_file)
-    : catalogue_(books), state_file_(state_file), link_secret_(random_hex(32)) {
+    : catalogue_(books), state_file_(state_file), link_secret_(RandomHex(32)) {
   const bool kept = !state_file.empty() && std::filesystem::exists(state_file);
   const auto& source = kept ? state_file : accounts_file;
-  const Json json = read_json(source);
+  const Json json = ReadJson(source);
   try {
-    accounts.load(json, catalogue_, source.string());
+    accounts.Load(json, catalogue_, source.string());
     if (!kept) return;
-    orders.load(json.at("orders"));
+    orders.Load(json.at("orders"));
     link_secret_ = json.at("linkSecret");
   } catch (const std::exception&) {
     if (!kept) throw;
@@ -52,18 +52,18 @@ Shop::Shop(const std::filesystem::path& books, const std::filesystem::path& acco
   }
 }
 
-void Shop::save() const {
+void Shop::Save() const {
   if (state_file_.empty()) return;
   const Json state{
-      {"accounts", accounts.to_json()}, {"orders", orders.to_json()}, {"linkSecret", link_secret_}};
-  if (!replace_file(state_file_, to_text(state))) {
+      {"accounts", accounts.ToJson()}, {"orders", orders.ToJson()}, {"linkSecret", link_secret_}};
+  if (!ReplaceFile(state_file_, ToString(state))) {
     std::cerr << "Cannot keep the shop's state in " + state_file_.string() + " (" +
                      std::strerror(errno) + "); it lasts until the shop closes.\n";
   }
 }
 
-std::string Shop::link_token(const Account& account, const std::string& ean) const {
-  return hmac_sha256_hex(link_secret_, account.email + "\n" + ean);
+std::string Shop::LinkToken(const Account& account, const std::string& ean) const {
+  return HmacSha256Hex(link_secret_, account.email + "\n" + ean);
 }
 
 }  // namespace devshop

@@ -22,10 +22,10 @@ class Shop {
   const Catalogue& catalogue() const { return catalogue_; }
 
   /// Keeps what has changed; the caller locks. A failure is told on standard error.
-  void save() const;
+  void Save() const;
 
   /// The part of a bought book's link that only its customer knows.
-  std::string link_token(const Account& account, const std::string& ean) const;
+  std::string LinkToken(const Account& account, const std::string& ean) const;
 
   std::mutex mutex;
   Accounts accounts;

@@ -13,11 +13,11 @@ class ShopSite {
  public:
   ShopSite(Shop& shop, Files& files) : shop_(shop), files_(files), api_(shop), payments_(shop) {}
 
-  void answer(const Request& request, Response& response);
+  void Handle(const Request& request, Response& response);
 
  private:
-  void answer_home(Response& response) const;
-  void answer_product(const Title& title, Response& response) const;
+  void ServeHome(Response& response) const;
+  void ServeProduct(const Title& title, Response& response) const;
 
   Shop& shop_;
   Files& files_;
@@ -26,9 +26,9 @@ class ShopSite {
 };
 
 /// The page that a payment returns to: applications watch for its address and close the browser.
-void answer_return_page(Response& response);
+void ServeReturnPage(Response& response);
 
-void answer_not_found(Response& response);
+void ServeNotFound(Response& response);
 
 }  // namespace devshop
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <ctime>
 #include <map>
-#include <regex>
 #include <stdexcept>
 
 #include "crypto.h"
@@ -12,7 +11,9 @@
 namespace devshop {
 namespace {
 
-constexpr std::size_t kShortestPassword = 6;
+constexpr std::size_t kMinPassword_characters = 6;
+constexpr std::size_t kMaxEmail_characters = 254;
+constexpr std::size_t kMaxAddress_characters = 2000;
 
 /// A call is refused; the text is for the customer.
 class Refusal : public std::runtime_error {
@@ -20,68 +21,82 @@ class Refusal : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-void check_store(const Fields& form, const char* key = "storeId") {
-  const std::string id = field(form, key);
+void CheckStore(const Fields& form, const char* key = "storeId") {
+  const std::string id = GetField(form, key);
   if (id != kStoreId) throw Refusal("This shop has no store \"" + id + "\".");
 }
 
-Json item(const Title& title) {
+Json ItemJson(const Title& title) {
   Json json{
       {"orderItemEAN", title.ean},
       {"orderItemTitle", title.title},
       {"orderItemAuthor", title.author},
-      {"orderItemPrice", format_cents(title.price_cents)},
+      {"orderItemPrice", FormatCents(title.price_cents)},
       {"currency", title.currency},
       {"orderItemQuantity", "1"},
       {"orderItemIsEbook", "true"},
-      {"orderItemEbookType", title.bare_type()},
+      {"orderItemEbookType", title.BareType()},
       {"orderItemEbookDrm", title.type == "application/vnd.adobe.adept+xml" ? "ADEPT" : "NONE"},
       {"orderItemAvailabilityNumber", title.out_of_sale ? "0" : "1"},
-      {"productPageURL", kShopUrl + kStorePath + "/product/" + percent_encode(title.ean)}};
+      {"productPageURL", kShopUrl + kStorePath + "/product/" + PercentEncode(title.ean)}};
   if (!title.cover.empty()) {
-    const auto cover = kShopUrl + "/covers/" + percent_encode(title.ean);
+    const auto cover = kShopUrl + "/covers/" + PercentEncode(title.ean);
     json["orderItemEbookCover"] = cover;
     json["orderImageUrl"] = cover;
   }
   return json;
 }
 
-bool is_web_address(const std::string& address) {
-  static const std::regex form("https?://[^\\s/?#]+[^\\s]*");
-  return std::regex_match(address, form);
+bool HasSpaceOrControl(const std::string& text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](unsigned char c) { return c <= ' ' || c == 127; });
 }
 
-bool is_email_address(const std::string& address) {
-  static const std::regex form("[^\\s@]+@[^\\s@.]+(\\.[^\\s@.]+)+");
-  return address.size() <= 254 && std::regex_match(address, form);
+bool IsWebAddress(const std::string& address) {
+  if (address.size() > kMaxAddress_characters || HasSpaceOrControl(address)) return false;
+  const std::size_t scheme = address.starts_with("https://") ? 8 : 7;
+  return (scheme == 8 || address.starts_with("http://")) && address.size() > scheme &&
+         address.find_first_of("/?#", scheme) != scheme;
+}
+
+/// One @, and behind it two or more names separated by dots.
+bool IsEmailAddress(const std::string& address) {
+  const auto at = address.find('@');
+  if (address.size() > kMaxEmail_characters || HasSpaceOrControl(address) || at == 0 ||
+      at == std::string::npos) {
+    return false;
+  }
+  const std::string host = "." + address.substr(at + 1) + ".";
+  return host.find('@') == std::string::npos && host.find("..") == std::string::npos &&
+         std::count(host.begin(), host.end(), '.') > 2;
 }
 
 }  // namespace
 
-StoreApi::Call StoreApi::find_call(const std::string& name) {
+StoreApi::Call StoreApi::FindCall(const std::string& name) {
   static const std::map<std::string, Call> calls{
-      {"/login", &StoreApi::log_in},
-      {"/logout", &StoreApi::log_out},
-      {"/registerUser", &StoreApi::register_user},
-      {"/getUserData", &StoreApi::get_user_data},
-      {"/getUserEbook", &StoreApi::get_user_ebook},
-      {"/getCart", &StoreApi::get_cart},
-      {"/addToCart", &StoreApi::add_to_cart},
-      {"/checkOrder", &StoreApi::check_order},
-      {"/commitOrderForPayment", &StoreApi::commit_order},
-      {"/submitOrder", &StoreApi::submit_order},
+      {"/login", &StoreApi::LogIn},
+      {"/logout", &StoreApi::LogOut},
+      {"/registerUser", &StoreApi::RegisterUser},
+      {"/getUserData", &StoreApi::GetUserData},
+      {"/getUserEbook", &StoreApi::GetUserEbook},
+      {"/getCart", &StoreApi::GetCart},
+      {"/addToCart", &StoreApi::AddToCart},
+      {"/checkOrder", &StoreApi::CheckOrder},
+      {"/commitOrderForPayment", &StoreApi::CommitOrder},
+      {"/submitOrder", &StoreApi::SubmitOrder},
   };
   const auto found = calls.find(name);
   return found == calls.end() ? nullptr : found->second;
 }
 
-void StoreApi::answer(const Request& request, Response& response) {
-  const Call call = find_call(request.path.substr(kApiPath.size()));
+void StoreApi::Handle(const Request& request, Response& response) {
+  const Call call = FindCall(request.path.substr(kApiPath.size()));
   if (call == nullptr || request.method != "POST") {
     response.status = call == nullptr ? 404 : 405;
-    response.set_content(call == nullptr ? "The store API has no such call.\n"
-                                         : "Calls of the store API are sent with POST.\n",
-                         "text/plain");
+    response.SetContent(call == nullptr ? "The store API has no such call.\n"
+                                        : "Calls of the store API are sent with POST.\n",
+                        "text/plain");
     return;
   }
   Json json;
@@ -89,193 +104,193 @@ void StoreApi::answer(const Request& request, Response& response) {
     const std::lock_guard lock(shop_.mutex);
     json = {{"error", "false"}, {"response", (this->*call)(request.form)}};
   } catch (const Refusal& refused) {
-    json = refusal(request.path, refused.what());
+    json = RefusalJson(request.path, refused.what());
   }
-  response.set_header("Cache-Control", "no-store");
-  response.set_content(to_text(json), "application/json");
+  response.SetHeader("Cache-Control", "no-store");
+  response.SetContent(ToString(json), "application/json");
 }
 
-Json StoreApi::refusal(const std::string& path, const std::string& text) {
+Json StoreApi::RefusalJson(const std::string& path, const std::string& text) {
   // One call spells the key in its own way, and clients rely on it.
   const bool other_key = path == kApiPath + "/getUserEbook";
   return {{"error", "true"}, {"response", {{other_key ? "errorMsg" : "ErrorMsg", text}}}};
 }
 
-Account& StoreApi::customer(const Fields& form) {
-  Account* account = shop_.accounts.of_session(field(form, "opdsSessionId"));
+Account& StoreApi::Customer(const Fields& form) {
+  Account* account = shop_.accounts.FindBySession(GetField(form, "opdsSessionId"));
   if (account == nullptr) throw Refusal("You are not logged in. Please log in first.");
   return *account;
 }
 
-Order& StoreApi::order_of(const Account& account, const Fields& form) {
-  const std::string id = field(form, "orderId");
-  Order* order = shop_.orders.find(id, account.email);
+Order& StoreApi::FindOrder(const Account& account, const Fields& form) {
+  const std::string id = GetField(form, "orderId");
+  Order* order = shop_.orders.Find(id, account.email);
   if (order == nullptr) throw Refusal("You have no order \"" + id + "\".");
   return *order;
 }
 
 // --- The account ---------------------------------------------------------------------------------
 
-Json StoreApi::log_in(const Fields& form) {
-  check_store(form);
-  const Account* account = shop_.accounts.find(field(form, "username"));
-  if (account == nullptr || !equal_secrets(account->password, field(form, "password"))) {
+Json StoreApi::LogIn(const Fields& form) {
+  CheckStore(form);
+  const Account* account = shop_.accounts.Find(GetField(form, "username"));
+  if (account == nullptr || !SecretsEqual(account->password, GetField(form, "password"))) {
     throw Refusal("The e-mail address or the password is not right. Please try again.");
   }
-  return {{"opdsSessionId", shop_.accounts.log_in(*account)}};
+  return {{"opdsSessionId", shop_.accounts.LogIn(*account)}};
 }
 
-Json StoreApi::log_out(const Fields& form) {
-  check_store(form, " storeId");  // with the blank: clients rely on it
-  customer(form);
-  shop_.accounts.log_out(field(form, "opdsSessionId"));
+Json StoreApi::LogOut(const Fields& form) {
+  CheckStore(form, " storeId");  // with the blank: clients rely on it
+  Customer(form);
+  shop_.accounts.LogOut(GetField(form, "opdsSessionId"));
   return Json::object();
 }
 
-Json StoreApi::register_user(const Fields& form) {
-  check_store(form);
-  const std::string email = field(form, "email");
-  const std::string password = field(form, "password");
-  if (!is_email_address(email))
+Json StoreApi::RegisterUser(const Fields& form) {
+  CheckStore(form);
+  const std::string email = GetField(form, "email");
+  const std::string password = GetField(form, "password");
+  if (!IsEmailAddress(email))
     throw Refusal("Please give an e-mail address such as you@mail.example.");
-  if (password.size() < kShortestPassword) {
-    throw Refusal("Please choose a password of at least " + std::to_string(kShortestPassword) +
-                  " characters.");
+  if (password.size() < kMinPassword_characters) {
+    throw Refusal("Please choose a password of at least " +
+                  std::to_string(kMinPassword_characters) + " characters.");
   }
-  if (shop_.accounts.find(email) != nullptr) {
+  if (shop_.accounts.Find(email) != nullptr) {
     throw Refusal("There is already an account for " + email + ". Please log in.");
   }
-  Account& account = shop_.accounts.add(email, password);
-  account.profile["title"] = field(form, "title");
-  account.profile["name"] = field(form, "name");
-  account.profile["surname"] = field(form, "lastname");
-  shop_.save();
+  Account& account = shop_.accounts.Add(email, password);
+  account.profile["title"] = GetField(form, "title");
+  account.profile["name"] = GetField(form, "name");
+  account.profile["surname"] = GetField(form, "lastname");
+  shop_.Save();
   return {{"successMsg", "Welcome to " + kShopName + "! Your account for " + email +
                              " is ready; you can log in now."}};
 }
 
-Json StoreApi::get_user_data(const Fields& form) {
-  check_store(form);
-  return customer(form).profile;
+Json StoreApi::GetUserData(const Fields& form) {
+  CheckStore(form);
+  return Customer(form).profile;
 }
 
-Json StoreApi::get_user_ebook(const Fields& form) {
-  check_store(form);
-  const Account& account = customer(form);
+Json StoreApi::GetUserEbook(const Fields& form) {
+  CheckStore(form);
+  const Account& account = Customer(form);
   Json books = Json::array();
-  for (const BoughtBook& book : account.books) books.push_back(bought_item(account, book));
+  for (const BoughtBook& book : account.books) books.push_back(BoughtItemJson(account, book));
   return books;
 }
 
-Json StoreApi::bought_item(const Account& account, const BoughtBook& book) const {
-  const Title* title = shop_.catalogue().find(book.ean);
+Json StoreApi::BoughtItemJson(const Account& account, const BoughtBook& book) const {
+  const Title* title = shop_.catalogue().Find(book.ean);
   if (title == nullptr) return {{"orderItemEAN", book.ean}};
-  Json json = item(*title);
+  Json json = ItemJson(*title);
   json["orderItemDate"] = book.date;
   json["orderId"] = book.order_id;
-  json["orderItemEbookLink"] = kShopUrl + "/files/" + shop_.link_token(account, book.ean) + "/" +
-                               percent_encode(book.ean) + "/" + percent_encode(title->file);
+  json["orderItemEbookLink"] = kShopUrl + "/files/" + shop_.LinkToken(account, book.ean) + "/" +
+                               PercentEncode(book.ean) + "/" + PercentEncode(title->file);
   return json;
 }
 
 // --- Cart and order ------------------------------------------------------------------------------
 
-Json StoreApi::add_to_cart(const Fields& form) {
-  check_store(form);
-  const Account& account = customer(form);
-  Order& cart = shop_.orders.cart_of(field(form, "opdsSessionId"), account.email);
+Json StoreApi::AddToCart(const Fields& form) {
+  CheckStore(form);
+  const Account& account = Customer(form);
+  Order& cart = shop_.orders.Cart(GetField(form, "opdsSessionId"), account.email);
   for (const auto& [name, ean] : form) {
     if (name.rfind("ean_", 0) != 0) continue;
-    const Title* title = shop_.catalogue().find(ean);
+    const Title* title = shop_.catalogue().Find(ean);
     const bool wanted =
-        std::strtol(field(form, "quantity_" + name.substr(4)).c_str(), nullptr, 10) > 0;
+        std::strtol(GetField(form, "quantity_" + name.substr(4)).c_str(), nullptr, 10) > 0;
     std::erase(cart.eans, ean);
     // An e-book is sold once per order, and what is not for sale stays out without a word: the
     // customer sees it missing in the cart.
     if (wanted && title != nullptr && !title->out_of_sale) cart.eans.push_back(ean);
   }
-  cart.last_updated = format_time(std::time(nullptr));
+  cart.last_updated = FormatTime(std::time(nullptr));
   return {{"orderId", cart.id}};
 }
 
-Json StoreApi::get_cart(const Fields& form) {
-  check_store(form);
-  const Account& account = customer(form);
-  const Order& cart = order_of(account, form);
+Json StoreApi::GetCart(const Fields& form) {
+  CheckStore(form);
+  const Account& account = Customer(form);
+  const Order& cart = FindOrder(account, form);
   Json items = Json::array();
   for (const auto& ean : cart.eans) {
-    const Title* title = shop_.catalogue().find(ean);
+    const Title* title = shop_.catalogue().Find(ean);
     if (title == nullptr) continue;
-    items.push_back(item(*title));
+    items.push_back(ItemJson(*title));
     items.back()["orderItemId"] = cart.id + "-" + std::to_string(items.size());
   }
   return {{"orderItems", std::move(items)},
-          {"opdsSessionId", field(form, "opdsSessionId")},
+          {"opdsSessionId", GetField(form, "opdsSessionId")},
           {"order",
            {{"orderId", cart.id},
             {"userID", account.profile.value("userId", "")},
             {"lastUpdated", cart.last_updated},
-            {"orderAmount", format_cents(cart.amount_cents(shop_.catalogue()))}}}};
+            {"orderAmount", FormatCents(cart.AmountCents(shop_.catalogue()))}}}};
 }
 
-Json StoreApi::commit_order(const Fields& form) {
-  check_store(form);
-  Order& order = order_of(customer(form), form);
-  const std::string pay_method = field(form, "paymethod");
+Json StoreApi::CommitOrder(const Fields& form) {
+  CheckStore(form);
+  Order& order = FindOrder(Customer(form), form);
+  const std::string pay_method = GetField(form, "paymethod");
   if (order.eans.empty()) throw Refusal("Your cart is empty.");
   if (pay_method.empty()) throw Refusal("Please choose how you want to pay.");
   if (order.payment == Order::Payment::kApproved) throw Refusal("This order is already paid.");
   order.success_url = kShopUrl + kReturnPath + "?status=success";
   order.cancel_url = kShopUrl + kReturnPath + "?status=cancel";
   if (pay_method == "CCARD") {
-    order.success_url = field(form, "success_url");
-    order.cancel_url = field(form, "cancel_url");
-    if (!is_web_address(order.success_url) || !is_web_address(order.cancel_url)) {
+    order.success_url = GetField(form, "success_url");
+    order.cancel_url = GetField(form, "cancel_url");
+    if (!IsWebAddress(order.success_url) || !IsWebAddress(order.cancel_url)) {
       throw Refusal("The application gave no address to return to after the payment.");
     }
   }
-  shop_.orders.commit(order, pay_method);
-  shop_.save();
+  shop_.orders.Commit(order, pay_method);
+  shop_.Save();
   return {{"status", "OK"},
           {"url", order.payment_token.empty() ? "" : kShopUrl + "/payment/" + order.payment_token}};
 }
 
-Json StoreApi::check_order(const Fields& form) {
-  check_store(form);
-  Order& order = order_of(customer(form), form);
+Json StoreApi::CheckOrder(const Fields& form) {
+  CheckStore(form);
+  Order& order = FindOrder(Customer(form), form);
   if (order.payment == Order::Payment::kNone) {
     throw Refusal("The payment of order " + order.id + " has not been started.");
   }
-  return {{"orderId", order.id}, {"paymentStatus", shop_.orders.check(order)}};
+  return {{"orderId", order.id}, {"paymentStatus", shop_.orders.Check(order)}};
 }
 
 /// Placing an order again answers as the first time: nothing is sold twice, and an application that
 /// lost the answer gets it.
-Json StoreApi::submit_order(const Fields& form) {
-  check_store(form);
-  Account& account = customer(form);
-  Order& order = order_of(account, form);
+Json StoreApi::SubmitOrder(const Fields& form) {
+  CheckStore(form);
+  Account& account = Customer(form);
+  Order& order = FindOrder(account, form);
   if (order.payment != Order::Payment::kApproved) {
     throw Refusal("Order " + order.id + " is not paid yet.");
   }
   if (order.placed.empty()) {
-    order.placed = format_time(std::time(nullptr));
-    for (const auto& ean : order.eans) account.own({ean, order.placed, order.id});
-    shop_.save();
+    order.placed = FormatTime(std::time(nullptr));
+    for (const auto& ean : order.eans) account.AddBook({ean, order.placed, order.id});
+    shop_.Save();
   }
   return {{"order",
            {{"orderId", order.id},
             {"orderDatePlaced", order.placed},
             {"userID", account.profile.value("userId", "")},
-            {"orderAmount", format_cents(order.amount_cents(shop_.catalogue()))},
+            {"orderAmount", FormatCents(order.AmountCents(shop_.catalogue()))},
             {"paymethod", order.pay_method}}},
-          {"positions", positions(account, order)}};
+          {"positions", PositionsJson(account, order)}};
 }
 
-Json StoreApi::positions(const Account& account, const Order& order) const {
+Json StoreApi::PositionsJson(const Account& account, const Order& order) const {
   Json list = Json::array();
   for (const auto& ean : order.eans) {
-    list.push_back(bought_item(account, {ean, order.placed, order.id}));
+    list.push_back(BoughtItemJson(account, {ean, order.placed, order.id}));
   }
   return list;
 }

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 #include "shop.h"
 
 namespace devshop {
@@ -14,30 +14,30 @@ class StoreApi {
   explicit StoreApi(Shop& shop) : shop_(shop) {}
 
   /// Answers a request whose path lies under the API's.
-  void answer(const Request& request, Response& response);
+  void Handle(const Request& request, Response& response);
 
   /// What a call at that path answers when it refuses: status 200, and a text for the customer.
-  static Json refusal(const std::string& path, const std::string& text);
+  static Json RefusalJson(const std::string& path, const std::string& text);
 
  private:
   using Call = Json (StoreApi::*)(const Fields& form);
-  static Call find_call(const std::string& name);
+  static Call FindCall(const std::string& name);
 
-  Json log_in(const Fields& form);
-  Json log_out(const Fields& form);
-  Json register_user(const Fields& form);
-  Json get_user_data(const Fields& form);
-  Json get_user_ebook(const Fields& form);
-  Json get_cart(const Fields& form);
-  Json add_to_cart(const Fields& form);
-  Json check_order(const Fields& form);
-  Json commit_order(const Fields& form);
-  Json submit_order(const Fields& form);
+  Json LogIn(const Fields& form);
+  Json LogOut(const Fields& form);
+  Json RegisterUser(const Fields& form);
+  Json GetUserData(const Fields& form);
+  Json GetUserEbook(const Fields& form);
+  Json GetCart(const Fields& form);
+  Json AddToCart(const Fields& form);
+  Json CheckOrder(const Fields& form);
+  Json CommitOrder(const Fields& form);
+  Json SubmitOrder(const Fields& form);
 
-  Account& customer(const Fields& form);
-  Order& order_of(const Account& account, const Fields& form);
-  Json bought_item(const Account& account, const BoughtBook& book) const;
-  Json positions(const Account& account, const Order& order) const;
+  Account& Customer(const Fields& form);
+  Order& FindOrder(const Account& account, const Fields& form);
+  Json BoughtItemJson(const Account& account, const BoughtBook& book) const;
+  Json PositionsJson(const Account& account, const Order& order) const;
 
   Shop& shop_;
 };

@@ -8,28 +8,28 @@
 namespace devshop {
 namespace {
 
-bool is_unreserved(char c) {
+bool IsUnreserved(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
          std::string_view("-._~").find(c) != std::string_view::npos;
 }
 
-std::string form_decode(std::string_view text) {
+std::string DecodeFormValue(std::string_view text) {
   std::string spaced(text);
   std::replace(spaced.begin(), spaced.end(), '+', ' ');
-  return percent_decode(spaced);
+  return PercentDecode(spaced);
 }
 
-bool all_digits(std::string_view text) {
+bool IsNumber(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 }  // namespace
 
-std::string to_text(const Json& json) {
+std::string ToString(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-Fields parse_fields(std::string_view encoded) {
+Fields ParseFields(std::string_view encoded) {
   Fields fields;
   while (!encoded.empty()) {
     const auto end = std::min(encoded.find('&'), encoded.size());
@@ -37,23 +37,23 @@ Fields parse_fields(std::string_view encoded) {
     encoded.remove_prefix(std::min(end + 1, encoded.size()));
     if (pair.empty()) continue;
     const auto equals = std::min(pair.find('='), pair.size());
-    fields.emplace_back(form_decode(pair.substr(0, equals)),
-                        form_decode(pair.substr(std::min(equals + 1, pair.size()))));
+    fields.emplace_back(DecodeFormValue(pair.substr(0, equals)),
+                        DecodeFormValue(pair.substr(std::min(equals + 1, pair.size()))));
   }
   return fields;
 }
 
-std::string field(const Fields& fields, std::string_view name) {
+std::string GetField(const Fields& fields, std::string_view name) {
   const auto found = std::find_if(fields.begin(), fields.end(),
                                   [&](const auto& candidate) { return candidate.first == name; });
   return found == fields.end() ? std::string() : found->second;
 }
 
-std::string percent_encode(std::string_view text) {
+std::string PercentEncode(std::string_view text) {
   static constexpr char kHex[] = "0123456789ABCDEF";
   std::string encoded;
   for (const char c : text) {
-    if (is_unreserved(c)) {
+    if (IsUnreserved(c)) {
       encoded += c;
     } else {
       const auto byte = static_cast<unsigned char>(c);
@@ -63,7 +63,7 @@ std::string percent_encode(std::string_view text) {
   return encoded;
 }
 
-std::string percent_decode(std::string_view text) {
+std::string PercentDecode(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
     unsigned byte = 0;
@@ -78,7 +78,7 @@ std::string percent_decode(std::string_view text) {
   return decoded;
 }
 
-std::string html_escape(std::string_view text) {
+std::string EscapeHtml(std::string_view text) {
   std::string escaped;
   for (const char c : text) {
     switch (c) {
@@ -104,7 +104,7 @@ std::string html_escape(std::string_view text) {
   return escaped;
 }
 
-std::string fold_case(const std::string& utf8) {
+std::string FoldCase(const std::string& utf8) {
   std::string folded;
   std::mbstate_t reading{}, writing{};
   for (std::size_t at = 0; at < utf8.size();) {
@@ -124,28 +124,28 @@ std::string fold_case(const std::string& utf8) {
   return folded;
 }
 
-std::optional<long> parse_cents(const std::string& amount) {
+std::optional<long> ParseCents(const std::string& amount) {
   const auto point = amount.find('.');
   const std::string whole = amount.substr(0, point);
   const std::string fraction =
       point == std::string::npos ? "00" : (amount.substr(point + 1) + "0").substr(0, 2);
-  if (!all_digits(whole) || !all_digits(fraction) || whole.size() > 9 || fraction.size() != 2 ||
+  if (!IsNumber(whole) || !IsNumber(fraction) || whole.size() > 9 || fraction.size() != 2 ||
       (point != std::string::npos && amount.size() - point > 3)) {
     return std::nullopt;
   }
   return std::stol(whole) * 100 + std::stol(fraction);
 }
 
-std::string format_cents(long cents, char separator) {
+std::string FormatCents(long cents, char separator) {
   const std::string fraction = std::to_string(cents % 100);
   return std::to_string(cents / 100) + separator + (fraction.size() < 2 ? "0" : "") + fraction;
 }
 
-std::string price_text(long cents, const std::string& currency) {
-  return format_cents(cents, ',') + " " + currency;
+std::string FormatPrice(long cents, const std::string& currency) {
+  return FormatCents(cents, ',') + " " + currency;
 }
 
-std::string format_time(std::time_t time, const char* format) {
+std::string FormatTime(std::time_t time, const char* format) {
   std::tm broken{};
   gmtime_r(&time, &broken);
   std::array<char, 64> text{};

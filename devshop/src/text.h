@@ -18,33 +18,33 @@ using Json = nlohmann::ordered_json;
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
 /// JSON text, indented; bytes that are not UTF-8 come out as U+FFFD.
-std::string to_text(const Json& json);
+std::string ToString(const Json& json);
 
 /// Reads `application/x-www-form-urlencoded` text. Never fails: an odd escape stands for itself.
-Fields parse_fields(std::string_view encoded);
+Fields ParseFields(std::string_view encoded);
 
 /// The value of the first field of that name, else the empty text.
-std::string field(const Fields& fields, std::string_view name);
+std::string GetField(const Fields& fields, std::string_view name);
 
 /// Percent-encodes everything but letters, digits and `-._~`.
-std::string percent_encode(std::string_view text);
-std::string percent_decode(std::string_view text);
+std::string PercentEncode(std::string_view text);
+std::string PercentDecode(std::string_view text);
 
 /// Escapes text for HTML content and quoted attributes.
-std::string html_escape(std::string_view text);
+std::string EscapeHtml(std::string_view text);
 
 /// Lower case for comparing what people type, umlauts included.
-std::string fold_case(const std::string& utf8);
+std::string FoldCase(const std::string& utf8);
 
 /// "12.99" is 1299. Nothing when it is no amount.
-std::optional<long> parse_cents(const std::string& amount);
+std::optional<long> ParseCents(const std::string& amount);
 /// 1299 is "12.99", or "12,99" with a comma as the separator.
-std::string format_cents(long cents, char separator = '.');
+std::string FormatCents(long cents, char separator = '.');
 /// As customers read it: "12,99 EUR".
-std::string price_text(long cents, const std::string& currency);
+std::string FormatPrice(long cents, const std::string& currency);
 
 /// Formats UTC time as strftime does; the default is how the shop writes its timestamps.
-std::string format_time(std::time_t time, const char* format = "%Y-%m-%d %H:%M:%S");
+std::string FormatTime(std::time_t time, const char* format = "%Y-%m-%d %H:%M:%S");
 
 }  // namespace devshop
 

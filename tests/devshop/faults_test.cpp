@@ -1,40 +1,40 @@
 #include <chrono>
 
-#include "devshop/shop_under_test.h"
+#include "devshop/running_shop.h"
 
 namespace tests {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class Faults : public ShopUnderTest {
+class DevshopFaults : public RunningShop {
  protected:
-  httplib::Result get_home() { return shop_client().Get("/"); }
+  httplib::Result GetHome() { return ShopClient().Get("/"); }
 };
 
-TEST_F(Faults, AnswersInTheShopsStead) {
+TEST_F(DevshopFaults, ReplacesResponseOnRefuseStatusAndBody) {
   shop_->Arm({{"path", "/login"}, {"fault", "refuse"}, {"body", "Inventory today."}});
-  EXPECT_EQ(refusal("/login", {{"username", kAnna}, {"password", "secret"}}), "Inventory today.");
-  const std::string session = log_in();
+  EXPECT_EQ(Refusal("/login", {{"username", kAnna}, {"password", "secret"}}), "Inventory today.");
+  const std::string session = LogIn();
   shop_->Arm({{"path", "/getUserEbook"}, {"fault", "refuse"}, {"times", 2}});
-  EXPECT_NE(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
-  EXPECT_NE(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
-  EXPECT_EQ(refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
+  EXPECT_NE(Refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
+  EXPECT_NE(Refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
+  EXPECT_EQ(Refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
 
   shop_->Arm({{"path", "/"}, {"fault", "status"}, {"status", 500}, {"body", "{}"}});
-  EXPECT_EQ(get_home()->status, 500);
+  EXPECT_EQ(GetHome()->status, 500);
   shop_->Arm(
       {{"path", "/"}, {"fault", "status"}, {"status", 302}, {"headers", {{"Location", "/x"}}}});
-  EXPECT_EQ(get_home()->get_header_value("Location"), "/x");
+  EXPECT_EQ(GetHome()->get_header_value("Location"), "/x");
   shop_->Arm({{"path", "/"}, {"fault", "body"}, {"body", "[[["}});
-  const auto garbage = get_home();
+  const auto garbage = GetHome();
   EXPECT_EQ(garbage->status, 200);
   EXPECT_EQ(garbage->body, "[[[");
   EXPECT_EQ(shop_->Delivered(), 6);
 }
 
-TEST_F(Faults, BreaksAnswersOnTheirWay) {
-  const std::string whole = get_home()->body;
+TEST_F(DevshopFaults, TruncatesAndResetsResponses) {
+  const std::string whole = GetHome()->body;
   const auto received = [&](httplib::Client client) {
     std::string got;
     const auto result = client.Get("/", [&](const char* data, std::size_t size) {
@@ -45,43 +45,43 @@ TEST_F(Faults, BreaksAnswersOnTheirWay) {
     return got;
   };
   shop_->Arm({{"path", "/"}, {"fault", "truncate"}, {"after_bytes", 700}});
-  EXPECT_EQ(received(shop_client()), whole.substr(0, 700));
+  EXPECT_EQ(received(ShopClient()), whole.substr(0, 700));
   shop_->Arm({{"path", "/"}, {"fault", "reset"}});
-  EXPECT_FALSE(get_home());
+  EXPECT_FALSE(GetHome());
   shop_->Arm({{"path", "/QUIRESaltmoor"}, {"fault", "reset"}, {"after_bytes", 10}});
-  EXPECT_FALSE(client("config").Get("/QUIRESaltmoor"));
+  EXPECT_FALSE(PlainClient("config").Get("/QUIRESaltmoor"));
   EXPECT_EQ(shop_->Delivered(), 3);
 
   const Json requests = shop_->Control("/_requests")["requests"];
   EXPECT_EQ(requests.at(2)["fault"], "reset");
   EXPECT_EQ(requests.at(2)["status"], 0) << "nothing was sent";
-  EXPECT_EQ(get_home()->body, whole);
+  EXPECT_EQ(GetHome()->body, whole);
 }
 
-TEST_F(Faults, HangsAndDrips) {
+TEST_F(DevshopFaults, DelaysResponseOnHangAndSlow) {
   shop_->Arm({{"path", "/"}, {"fault", "hang"}, {"delay_ms", 150}});
   auto started = Clock::now();
-  EXPECT_TRUE(get_home()) << "served after the delay";
+  EXPECT_TRUE(GetHome()) << "served after the delay";
   EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(150));
-  const auto size = get_home()->body.size();
+  const auto size = GetHome()->body.size();
   shop_->Arm({{"path", "/"}, {"fault", "slow"}, {"after_bytes", size - 5}, {"delay_ms", 30}});
   started = Clock::now();
-  EXPECT_EQ(get_home()->body.size(), size);
+  EXPECT_EQ(GetHome()->body.size(), size);
   EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(4 * 30));
   EXPECT_EQ(shop_->Delivered(), 2);
 }
 
-TEST_F(Faults, MeetTheRequestThatTheyWereArmedFor) {
+TEST_F(DevshopFaults, AppliesToMatchingPathAfterSkip) {
   shop_->Arm({{"path", "/opds/*"}, {"fault", "status"}, {"skip", 1}});
-  EXPECT_EQ(get_home()->status, 200);
-  EXPECT_EQ(get("/de/4711/opds/start").status, 200);
-  EXPECT_EQ(get("/de/4711/opds/search.xml").status, 503);
+  EXPECT_EQ(GetHome()->status, 200);
+  EXPECT_EQ(Get("/de/4711/opds/start").status, 200);
+  EXPECT_EQ(Get("/de/4711/opds/search.xml").status, 503);
   shop_->Arm({{"path", "/"}, {"fault", "status"}});
-  client("control").Delete("/_faults");
-  EXPECT_EQ(get_home()->status, 200);
+  PlainClient("control").Delete("/_faults");
+  EXPECT_EQ(GetHome()->status, 200);
 }
 
-TEST_F(Faults, AreRefusedByTheNameOfWhatIsWrong) {
+TEST_F(DevshopFaults, RejectsInvalidFaultByFieldName) {
   const std::pair<Json, const char*> rows[] = {
       {{{"path", "/login"}, {"fault", "explode"}}, "explode"},
       {{{"path", "/login"}, {"fault", "hang"}, {"delay", 5}}, "\"delay\""},
@@ -94,17 +94,17 @@ TEST_F(Faults, AreRefusedByTheNameOfWhatIsWrong) {
     const std::string error = shop_->Control("/_faults", fault, 400)["error"];
     EXPECT_NE(error.find(named), std::string::npos) << error;
   }
-  EXPECT_EQ(client("control").Post("/_faults", "{", "application/json")->status, 400);
+  EXPECT_EQ(PlainClient("control").Post("/_faults", "{", "application/json")->status, 400);
   EXPECT_EQ(shop_->Control("/_faults")["faults"], Json::array());
 }
 
-TEST_F(Faults, TheLedgerTellsRequestsAsTheyCame) {
-  auto kept = shop_client();
+TEST_F(DevshopFaults, RecordsRequestsAsReceived) {
+  auto kept = ShopClient();
   kept.set_keep_alive(true);
   kept.Post(kApi + "/login", "storeId=4711&username=%C3%BC+x&%20a=1&username=2",
             "application/x-www-form-urlencoded");
   kept.Get("/de/4711/opds/start?page=2&q=", {{"X-Mark", "here"}});
-  client("config").Get("/nothing");
+  PlainClient("config").Get("/nothing");
   const Json requests = shop_->Control("/_requests")["requests"];
   ASSERT_EQ(requests.size(), 3u);
   EXPECT_EQ(requests[0]["form"], Json::parse(R"([["storeId","4711"],["username","ü x"],[" a","1"],
@@ -116,7 +116,7 @@ TEST_F(Faults, TheLedgerTellsRequestsAsTheyCame) {
   EXPECT_NE(requests[2]["connection"], requests[0]["connection"]);
   EXPECT_EQ(requests[2]["port"], "config");
   EXPECT_EQ(requests[2]["status"], 404);
-  client("control").Delete("/_requests");
+  PlainClient("control").Delete("/_requests");
   EXPECT_EQ(shop_->Control("/_requests")["requests"], Json::array());
 }
 

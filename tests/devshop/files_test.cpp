@@ -1,29 +1,29 @@
-#include "devshop/shop_under_test.h"
+#include "devshop/running_shop.h"
 
 namespace tests {
 namespace {
 
-class Files : public ShopUnderTest {
+class DevshopFiles : public RunningShop {
  protected:
   void SetUp() override {
-    start();
-    path_ = file_path("9001");
-    whole_ = get({});
+    Start();
+    path_ = FilePath("9001");
+    whole_ = Get({});
   }
-  httplib::Response get(const httplib::Headers& headers) {
-    return ShopUnderTest::get(path_, headers);
+  httplib::Response Get(const httplib::Headers& headers) {
+    return RunningShop::Get(path_, headers);
   }
   std::string path_;
   httplib::Response whole_;
 };
 
-TEST_F(Files, AnswersRangesExactly) {
+TEST_F(DevshopFiles, ServesExactRanges) {
   ASSERT_EQ(whole_.status, 200);
   EXPECT_EQ(whole_.get_header_value("Accept-Ranges"), "bytes");
   EXPECT_EQ(whole_.get_header_value("Content-Type"), "text/plain; charset=utf-8");
   const std::string size = std::to_string(whole_.body.size());
   const auto expect_part = [&](const std::string& range, std::size_t first, std::size_t last) {
-    const auto part = get({{"Range", "bytes=" + range}});
+    const auto part = Get({{"Range", "bytes=" + range}});
     EXPECT_EQ(part.status, 206) << range;
     EXPECT_EQ(part.get_header_value("Content-Range"),
               "bytes " + std::to_string(first) + "-" + std::to_string(last) + "/" + size);
@@ -37,22 +37,22 @@ TEST_F(Files, AnswersRangesExactly) {
   expect_part("10-999999", 10, end);
   expect_part("-999999", 0, end);
 
-  const auto beyond = get({{"Range", "bytes=" + size + "-"}});
+  const auto beyond = Get({{"Range", "bytes=" + size + "-"}});
   EXPECT_EQ(beyond.status, 416);
   EXPECT_EQ(beyond.get_header_value("Content-Range"), "bytes */" + size);
-  EXPECT_EQ(get({{"Range", "bytes=1-2,4-5"}}).body, whole_.body);
-  EXPECT_EQ(get({{"Range", "bytes=99999999999999999999999-"}}).status / 100, 4);
+  EXPECT_EQ(Get({{"Range", "bytes=1-2,4-5"}}).body, whole_.body);
+  EXPECT_EQ(Get({{"Range", "bytes=99999999999999999999999-"}}).status / 100, 4);
 
-  const auto head = shop_client().Head(path_);
+  const auto head = ShopClient().Head(path_);
   EXPECT_EQ(head->get_header_value("Content-Length"), size);
   EXPECT_EQ(head->get_header_value("ETag"), whole_.get_header_value("ETag"));
 }
 
-TEST_F(Files, SendsTheWholeWhenTheBookIsNotThatOfTheCondition) {
+TEST_F(DevshopFiles, SendsWholeBookWhenIfRangeDiffers) {
   const std::string etag = whole_.get_header_value("ETag");
   ASSERT_EQ(etag.front(), '"') << "a weak tag would be no use for ranges";
   const auto tail = [&](const std::string& condition) {
-    return get({{"Range", "bytes=7-"}, {"If-Range", condition}}).status;
+    return Get({{"Range", "bytes=7-"}, {"If-Range", condition}}).status;
   };
   EXPECT_EQ(tail(etag), 206);
   EXPECT_EQ(tail(whole_.get_header_value("Last-Modified")), 206);
@@ -61,29 +61,29 @@ TEST_F(Files, SendsTheWholeWhenTheBookIsNotThatOfTheCondition) {
   const Json first =
       shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 1}});
   EXPECT_EQ(tail(etag), 200);
-  const auto one = get({});
+  const auto one = Get({});
   EXPECT_EQ(one.body.size(), 300'001u);
   const Json second =
       shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", 300'001}, {"revision", 2}});
   EXPECT_EQ(tail(first["etag"]), 200);
-  EXPECT_NE(get({}).body, one.body);
+  EXPECT_NE(Get({}).body, one.body);
   EXPECT_NE(first["sha256"], second["sha256"]);
-  client("control").Delete("/_books");
-  EXPECT_EQ(get({}).body, whole_.body);
+  PlainClient("control").Delete("/_books");
+  EXPECT_EQ(Get({}).body, whole_.body);
 }
 
-TEST_F(Files, CanBeServedByAPoorerServer) {
+TEST_F(DevshopFiles, ServesWithoutRangesValidatorsOrLength) {
   shop_->Control("/_books", {{"ean", "9001"}, {"ranges", false}, {"validators", "none"}});
-  const auto plain = get({{"Range", "bytes=7-"}});
+  const auto plain = Get({{"Range", "bytes=7-"}});
   EXPECT_EQ(plain.status, 200);
   EXPECT_EQ(plain.body, whole_.body);
   EXPECT_FALSE(plain.has_header("ETag") || plain.has_header("Last-Modified"));
   shop_->Control("/_books", {{"ean", "9001"}, {"chunked", true}, {"size_bytes", 600'000}});
-  const auto chunked = get({});
+  const auto chunked = Get({});
   EXPECT_FALSE(chunked.has_header("Content-Length"));
   EXPECT_EQ(chunked.body.size(), 600'000u);
   shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", 0}, {"chunked", false}});
-  EXPECT_EQ(get({}).body, "");
+  EXPECT_EQ(Get({}).body, "");
   shop_->Control("/_books", {{"ean", "9999"}}, 400);
   shop_->Control("/_books", {{"ean", "9001"}, {"size", 5}}, 400);
   shop_->Control("/_books", {{"ean", "9001"}, {"size_bytes", "5"}}, 400);

@@ -1,11 +1,11 @@
 #include <ctime>
 
-#include "devshop/shop_under_test.h"
+#include "devshop/running_shop.h"
 
 namespace tests {
 namespace {
 
-Fields good_card() {
+Fields GoodCard() {
   return {{"card_holder", "Anna Möller"},
           {"card_number", "4111 1111-1111 1111"},
           {"card_expiry", "12/99"},
@@ -18,118 +18,118 @@ const Fields kByCard{{"paymethod", "CCARD"},
                      {"cancel_url", "http://www.saltmoor.example/QUIRESaltmoor?status=cancel"}};
 const Fields kByWallet{{"paymethod", "PAYPAL"}};
 
-class Payment : public ShopUnderTest {
+class DevshopPayment : public RunningShop {
  protected:
   void SetUp() override {
-    start();
-    session_ = log_in();
+    Start();
+    session_ = LogIn();
   }
-  void commit_order(const Fields& payment) {
-    std::tie(order_, page_) = commit(session_, {"9004", "9007"}, payment);
+  void CommitOrder(const Fields& payment) {
+    std::tie(order_, page_) = Commit(session_, {"9004", "9007"}, payment);
   }
-  Fields ids() const { return {{"opdsSessionId", session_}, {"orderId", order_}}; }
-  std::string check() { return call("/checkOrder", ids())["response"]["paymentStatus"]; }
-  Json submit() { return call("/submitOrder", ids()); }
-  httplib::Response post(const Fields& fields) {
-    return *shop_client().Post(page_, encode(fields), "application/x-www-form-urlencoded");
+  Fields Ids() const { return {{"opdsSessionId", session_}, {"orderId", order_}}; }
+  std::string Check() { return Call("/checkOrder", Ids())["response"]["paymentStatus"]; }
+  Json Submit() { return Call("/submitOrder", Ids()); }
+  httplib::Response Post(const Fields& fields) {
+    return *ShopClient().Post(page_, Encode(fields), "application/x-www-form-urlencoded");
   }
-  std::size_t bought() {
-    return call("/getUserEbook", {{"opdsSessionId", session_}})["response"].size();
+  std::size_t BoughtBooks() {
+    return Call("/getUserEbook", {{"opdsSessionId", session_}})["response"].size();
   }
 
   std::string session_, order_, page_;
 };
 
-TEST_F(Payment, ByCardFromThePageToTheBoughtBooks) {
-  commit_order(kByCard);
-  EXPECT_EQ(submit()["error"], "true") << "not paid yet";
-  const std::string page = get(page_).body;
+TEST_F(DevshopPayment, AddsBooksAfterCardPayment) {
+  CommitOrder(kByCard);
+  EXPECT_EQ(Submit()["error"], "true") << "not paid yet";
+  const std::string page = Get(page_).body;
   EXPECT_NE(page.find("Pay 12,98 EUR"), std::string::npos) << page;
   EXPECT_NE(page.find("Töpfern &amp; &quot;Ton&quot; &lt;7&gt;"), std::string::npos) << page;
 
-  const auto paid = post(good_card());
+  const auto paid = Post(GoodCard());
   EXPECT_EQ(paid.status, 303);
   EXPECT_EQ(paid.get_header_value("Location"), kByCard[1].second);
-  EXPECT_EQ(check(), "Pending");
-  EXPECT_EQ(check(), "Pending");
-  EXPECT_EQ(check(), "Success");
+  EXPECT_EQ(Check(), "Pending");
+  EXPECT_EQ(Check(), "Pending");
+  EXPECT_EQ(Check(), "Success");
 
-  const Json placed = submit()["response"];
+  const Json placed = Submit()["response"];
   std::tm time{};
   const std::string date = placed["order"]["orderDatePlaced"];
   EXPECT_EQ(*strptime(date.c_str(), "%Y-%m-%d %H:%M:%S", &time), '\0') << date;
   ASSERT_EQ(placed["positions"].size(), 2u);
   EXPECT_FALSE(placed["positions"][0]["orderItemEbookLink"].empty());
-  EXPECT_EQ(bought(), 4u);
-  EXPECT_EQ(submit()["response"], placed) << "an order is placed once";
-  EXPECT_EQ(bought(), 4u);
+  EXPECT_EQ(BoughtBooks(), 4u);
+  EXPECT_EQ(Submit()["response"], placed) << "an order is placed once";
+  EXPECT_EQ(BoughtBooks(), 4u);
 }
 
-TEST_F(Payment, ByWalletReturnsToTheShop) {
-  commit_order(kByWallet);
-  EXPECT_EQ(post({{"decision", "perhaps"}}).status, 422);
-  EXPECT_EQ(post({{"decision", "approve"}}).get_header_value("Location"),
+TEST_F(DevshopPayment, RedirectsToShopAfterWalletPayment) {
+  CommitOrder(kByWallet);
+  EXPECT_EQ(Post({{"decision", "perhaps"}}).status, 422);
+  EXPECT_EQ(Post({{"decision", "approve"}}).get_header_value("Location"),
             "https://shop.quire.example/QUIRESaltmoor?status=success");
-  EXPECT_EQ(get("/QUIRESaltmoor?status=success").status, 200);
-  EXPECT_EQ(post({{"decision", "cancel"}}).get_header_value("Location"),
+  EXPECT_EQ(Get("/QUIRESaltmoor?status=success").status, 200);
+  EXPECT_EQ(Post({{"decision", "cancel"}}).get_header_value("Location"),
             "https://shop.quire.example/QUIRESaltmoor?status=success")
       << "what is paid stays paid";
 }
 
-TEST_F(Payment, CancelledFailsAtOnceAndCanBeTriedAgain) {
-  commit_order(kByCard);
-  EXPECT_EQ(post({{"decision", "cancel"}}).get_header_value("Location"), kByCard[2].second);
-  EXPECT_EQ(check(), "Failure");
-  EXPECT_EQ(submit()["error"], "true");
+TEST_F(DevshopPayment, FailsWhenCancelledAndAllowsRetry) {
+  CommitOrder(kByCard);
+  EXPECT_EQ(Post({{"decision", "cancel"}}).get_header_value("Location"), kByCard[2].second);
+  EXPECT_EQ(Check(), "Failure");
+  EXPECT_EQ(Submit()["error"], "true");
   const std::string old_page = page_, old_order = order_;
-  commit_order(kByWallet);
+  CommitOrder(kByWallet);
   EXPECT_EQ(order_, old_order);
-  EXPECT_EQ(get(old_page).status, 404);
-  EXPECT_EQ(post({{"decision", "approve"}}).status, 303);
-  EXPECT_EQ(submit()["error"], "false");
+  EXPECT_EQ(Get(old_page).status, 404);
+  EXPECT_EQ(Post({{"decision", "approve"}}).status, 303);
+  EXPECT_EQ(Submit()["error"], "false");
 }
 
-TEST_F(Payment, StatesComeAsTheControlPortAsks) {
-  commit_order(kByWallet);
+TEST_F(DevshopPayment, FollowsControlPortInCheckOrder) {
+  CommitOrder(kByWallet);
   shop_->Control("/_orders", {{"pending_checks", 0}, {"next_status", "Failure"}});
-  EXPECT_EQ(check(), "Failure");
-  EXPECT_EQ(check(), "In Progress") << "nobody has decided";
-  post({{"decision", "approve"}});
-  EXPECT_EQ(check(), "Success");
+  EXPECT_EQ(Check(), "Failure");
+  EXPECT_EQ(Check(), "In Progress") << "nobody has decided";
+  Post({{"decision", "approve"}});
+  EXPECT_EQ(Check(), "Success");
   shop_->Control("/_orders", {{"next_status", "Success"}}, 400);
   shop_->Control("/_orders", {{"pending_checks", "2"}}, 400);
   shop_->Control("/_orders", {{"pending", 2}}, 400);
 }
 
-TEST_F(Payment, WithoutAPageNeedsNoApproval) {
-  commit_order({{"paymethod", "INVOICE"}});
+TEST_F(DevshopPayment, ApprovesOrderWithoutPaymentPage) {
+  CommitOrder({{"paymethod", "INVOICE"}});
   EXPECT_EQ(page_, "");
-  EXPECT_EQ(submit()["error"], "false");
+  EXPECT_EQ(Submit()["error"], "false");
 }
 
-TEST_F(Payment, OrdersThatCannotBeCommitted) {
+TEST_F(DevshopPayment, RefusesIncompleteOrder) {
   const auto commit_refusal = [&](const Fields& fields) {
-    return refusal("/commitOrderForPayment", ids() + fields);
+    return Refusal("/commitOrderForPayment", Ids() + fields);
   };
-  order_ = call("/addToCart", {{"opdsSessionId", session_}})["response"]["orderId"];
+  order_ = Call("/addToCart", {{"opdsSessionId", session_}})["response"]["orderId"];
   EXPECT_NE(commit_refusal(kByCard), "") << "empty";
-  call("/addToCart", {{"opdsSessionId", session_}, {"ean_0", "9004"}, {"quantity_0", "1"}});
+  Call("/addToCart", {{"opdsSessionId", session_}, {"ean_0", "9004"}, {"quantity_0", "1"}});
   EXPECT_NE(commit_refusal({}), "");
   EXPECT_NE(commit_refusal({{"paymethod", "CCARD"}}), "");
   const Fields no_address{{"success_url", "javascript:alert(1)"}};
   EXPECT_NE(commit_refusal(no_address + kByCard), "");
-  EXPECT_NE(refusal("/checkOrder", ids()), "");
+  EXPECT_NE(Refusal("/checkOrder", Ids()), "");
   EXPECT_EQ(commit_refusal(kByCard), "");
 }
 
-TEST_F(Payment, TheCardFormSaysWhatIsWrongBesideTheField) {
-  commit_order(kByCard);
+TEST_F(DevshopPayment, ReportsCardErrorsBesideTheirFields) {
+  CommitOrder(kByCard);
   const auto expect_wrong = [&](const std::string& name, const std::string& value) {
-    Fields fields = good_card();
+    Fields fields = GoodCard();
     for (auto& field : fields) {
       if (field.first == name) field.second = value;
     }
-    const auto page = post(fields);
+    const auto page = Post(fields);
     EXPECT_EQ(page.status, 422) << name << " " << value;
     for (const auto& [other, typed] : fields) {
       EXPECT_EQ(page.body.find("id=\"" + other + "_wrong\"") != std::string::npos, other == name)
@@ -150,14 +150,14 @@ TEST_F(Payment, TheCardFormSaysWhatIsWrongBesideTheField) {
   EXPECT_EQ(page.find("<script>"), std::string::npos);
   EXPECT_NE(page.find("value=\"Anna Möller\""), std::string::npos) << "what was typed is kept";
   EXPECT_EQ(page.find("value=\"123\""), std::string::npos) << "but the CVC";
-  EXPECT_EQ(check(), "Pending");
+  EXPECT_EQ(Check(), "Pending");
 
-  Fields this_month = good_card();
+  Fields this_month = GoodCard();
   const std::time_t now = std::time(nullptr);
   char text[8];
   std::strftime(text, sizeof text, "%m/%Y", std::gmtime(&now));
   this_month[2].second = text;
-  EXPECT_EQ(post(this_month).status, 303) << "good to the end of its month";
+  EXPECT_EQ(Post(this_month).status, 303) << "good to the end of its month";
 }
 
 }  // namespace

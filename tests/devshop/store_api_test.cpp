@@ -1,42 +1,42 @@
-#include "devshop/shop_under_test.h"
+#include "devshop/running_shop.h"
 
 namespace tests {
 namespace {
 
-class StoreApi : public ShopUnderTest {};
+class DevshopStoreApi : public RunningShop {};
 
-TEST_F(StoreApi, RefusesWithAStatusOf200AndAText) {
-  const std::string session = log_in();
+TEST_F(DevshopStoreApi, RefusesWithStatus200AndText) {
+  const std::string session = LogIn();
   const std::string wrong_password =
-      refusal("/login", {{"username", kAnna}, {"password", "guess"}});
+      Refusal("/login", {{"username", kAnna}, {"password", "guess"}});
   EXPECT_FALSE(wrong_password.empty());
-  EXPECT_EQ(refusal("/login", {{"username", "nobody@quire.example"}, {"password", "secret"}}),
+  EXPECT_EQ(Refusal("/login", {{"username", "nobody@quire.example"}, {"password", "secret"}}),
             wrong_password)
       << "who has an account is nobody's business";
   const Fields other_store{{"username", kAnna}, {"password", "secret"}, {"storeId", "1"}};
-  EXPECT_NE(refusal("/login", other_store), "");
+  EXPECT_NE(Refusal("/login", other_store), "");
 
   for (const char* name : {"/getUserData", "/getUserEbook", "/getCart", "/addToCart", "/checkOrder",
                            "/commitOrderForPayment", "/submitOrder"}) {
-    EXPECT_NE(refusal(name, {{"opdsSessionId", "0123"}, {"orderId", "1"}}), "") << name;
-    EXPECT_NE(refusal(name, {{"opdsSessionId", session}, {"storeId", ""}}), "") << name;
+    EXPECT_NE(Refusal(name, {{"opdsSessionId", "0123"}, {"orderId", "1"}}), "") << name;
+    EXPECT_NE(Refusal(name, {{"opdsSessionId", session}, {"storeId", ""}}), "") << name;
   }
-  const auto unknown = shop_client().Post(kApi + "/nothing");
+  const auto unknown = ShopClient().Post(kApi + "/nothing");
   ASSERT_TRUE(unknown);
   EXPECT_EQ(unknown->status, 404);
 }
 
-TEST_F(StoreApi, LogOutWantsItsStoreUnderTheNameWithTheBlank) {
-  const std::string session = log_in();
-  EXPECT_EQ(call("/getUserData", {{"opdsSessionId", session}})["response"]["zip"], "20457");
-  EXPECT_NE(refusal("/logout", {{"opdsSessionId", session}, {"storeId", "4711"}}), "");
-  EXPECT_EQ(refusal("/logout", {{"opdsSessionId", session}, {" storeId", "4711"}}), "");
-  EXPECT_NE(refusal("/getUserData", {{"opdsSessionId", session}}), "");
+TEST_F(DevshopStoreApi, RequiresBlankInLogoutStoreIdName) {
+  const std::string session = LogIn();
+  EXPECT_EQ(Call("/getUserData", {{"opdsSessionId", session}})["response"]["zip"], "20457");
+  EXPECT_NE(Refusal("/logout", {{"opdsSessionId", session}, {"storeId", "4711"}}), "");
+  EXPECT_EQ(Refusal("/logout", {{"opdsSessionId", session}, {" storeId", "4711"}}), "");
+  EXPECT_NE(Refusal("/getUserData", {{"opdsSessionId", session}}), "");
 }
 
-TEST_F(StoreApi, RegistersACustomerOnceAndChecksWhatWasTyped) {
+TEST_F(DevshopStoreApi, RegistersCustomerOnce) {
   const auto registered = [&](const std::string& email, const std::string& password) {
-    return refusal("/registerUser", {{"email", email},
+    return Refusal("/registerUser", {{"email", email},
                                      {"password", password},
                                      {"storeId", "4711"},
                                      {"name", "Çağla"},
@@ -48,16 +48,16 @@ TEST_F(StoreApi, RegistersACustomerOnceAndChecksWhatWasTyped) {
   EXPECT_NE(registered("ANNA@quire.example", "secret7"), "");
   EXPECT_EQ(registered("carla@quire.example", "secret"), "");
   EXPECT_NE(registered("carla@quire.example", "secret"), "");
-  const std::string session = log_in("carla@quire.example");
-  const Json profile = call("/getUserData", {{"opdsSessionId", session}})["response"];
+  const std::string session = LogIn("carla@quire.example");
+  const Json profile = Call("/getUserData", {{"opdsSessionId", session}})["response"];
   EXPECT_EQ(profile["name"], "Çağla");
   EXPECT_EQ(profile["surname"], "O'Hara");
-  EXPECT_EQ(call("/getUserEbook", {{"opdsSessionId", session}})["response"], Json::array());
+  EXPECT_EQ(Call("/getUserEbook", {{"opdsSessionId", session}})["response"], Json::array());
 }
 
-TEST_F(StoreApi, TheCartIsPricedAndLacksWhatIsNotForSale) {
-  const std::string session = log_in();
-  const Json added = call("/addToCart", {{"opdsSessionId", session},
+TEST_F(DevshopStoreApi, PricesCartWithoutUnavailableTitles) {
+  const std::string session = LogIn();
+  const Json added = Call("/addToCart", {{"opdsSessionId", session},
                                          {"ean_0", ""},
                                          {"quantity_0", "1"},
                                          {"ean_1", "9004"},
@@ -69,7 +69,7 @@ TEST_F(StoreApi, TheCartIsPricedAndLacksWhatIsNotForSale) {
                                          {"ean_4", "9008"},
                                          {"quantity_4", "0"}});
   const std::string order = added["response"]["orderId"];
-  const Json cart = call("/getCart", {{"opdsSessionId", session}, {"orderId", order}})["response"];
+  const Json cart = Call("/getCart", {{"opdsSessionId", session}, {"orderId", order}})["response"];
   ASSERT_EQ(cart["orderItems"].size(), 2u);
   EXPECT_EQ(cart["orderItems"][0]["orderItemEAN"], "9004");
   EXPECT_EQ(cart["orderItems"][0]["orderItemPrice"], "4.99");
@@ -79,20 +79,20 @@ TEST_F(StoreApi, TheCartIsPricedAndLacksWhatIsNotForSale) {
   EXPECT_EQ(cart["order"]["orderId"], order);
   EXPECT_EQ(cart["opdsSessionId"], session);
 
-  const std::string bens = log_in("ben@quire.example");
-  EXPECT_NE(refusal("/getCart", {{"opdsSessionId", bens}, {"orderId", order}}), "");
-  const Json empty = call("/addToCart", {{"opdsSessionId", log_in()}});
+  const std::string bens = LogIn("ben@quire.example");
+  EXPECT_NE(Refusal("/getCart", {{"opdsSessionId", bens}, {"orderId", order}}), "");
+  const Json empty = Call("/addToCart", {{"opdsSessionId", LogIn()}});
   EXPECT_NE(empty["response"]["orderId"], order) << "a new session starts with a new cart";
 }
 
-TEST_F(StoreApi, LinksOfBoughtBooksAreTheCustomersOwn) {
-  const std::string path = file_path("9001");
-  EXPECT_EQ(get(path).status, 200);
+TEST_F(DevshopStoreApi, BindsBookLinksToCustomer) {
+  const std::string path = FilePath("9001");
+  EXPECT_EQ(Get(path).status, 200);
   std::string guessed = path;
   guessed[10] = guessed[10] == '0' ? '1' : '0';
-  EXPECT_EQ(get(guessed).status, 404);
+  EXPECT_EQ(Get(guessed).status, 404);
   const std::string token = path.substr(7, 64);
-  EXPECT_EQ(get("/files/" + token + "/9002/Buch%20%E2%80%9E2%E2%80%9C.txt").status, 404);
+  EXPECT_EQ(Get("/files/" + token + "/9002/Buch%20%E2%80%9E2%E2%80%9C.txt").status, 404);
 }
 
 }  // namespace

@@ -9,6 +9,15 @@
 #include <stdexcept>
 
 namespace tests {
+namespace {
+
+httplib::Client ControlClient(const DevelopmentShop& shop) {
+  httplib::Client client(shop.Address("control"));
+  client.set_bearer_token_auth(shop.Address("token"));
+  return client;
+}
+
+}  // namespace
 
 DevelopmentShop::DevelopmentShop(const Command& options)
     : process_(Command{QUIRE_DEVSHOP} + options) {
@@ -31,14 +40,13 @@ void DevelopmentShop::Announce() const {
 }
 
 Json DevelopmentShop::Control(const std::string& path, const Json& instruction, int status) const {
-  const auto answer =
-      httplib::Client(Address("control")).Post(path, instruction.dump(), "application/json");
+  const auto answer = ControlClient(*this).Post(path, instruction.dump(), "application/json");
   EXPECT_TRUE(answer && answer->status == status) << (answer ? answer->body : "no answer");
   return answer ? Json::parse(answer->body) : Json();
 }
 
 Json DevelopmentShop::Control(const std::string& path) const {
-  const auto answer = httplib::Client(Address("control")).Get(path);
+  const auto answer = ControlClient(*this).Get(path);
   EXPECT_TRUE(answer) << path;
   return answer ? Json::parse(answer->body) : Json();
 }

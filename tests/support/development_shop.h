@@ -19,7 +19,7 @@ class DevelopmentShop {
   explicit DevelopmentShop(const Command& options = {});
   ~DevelopmentShop();
 
-  /// By the keys that the program prints: "shop", "config", "control", "ca" and "connect-to".
+  /// By the keys that the program prints: "shop", "config", "control", "token", "ca", "connect-to".
   const std::string& Address(const std::string& key) const { return addresses_.at(key); }
 
   /// Puts the addresses into the environment. The Linux platform reads them at its first use.

@@ -1,4 +1,4 @@
-#include "data_folder.h"
+#include "data_directory.h"
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -14,37 +14,37 @@
 namespace devshop {
 namespace {
 
-StartError unwritable(const std::filesystem::path& path, const std::string& reason) {
-  return StartError("Cannot write to the data folder " + path.string() + " (" + reason +
+StartError NotWritable(const std::filesystem::path& path, const std::string& reason) {
+  return StartError("Cannot write to the data directory " + path.string() + " (" + reason +
                     "); name another with --data.");
 }
 
-std::filesystem::path make_temporary_folder() {
+std::filesystem::path MakeTemporaryDirectory() {
   std::error_code error;
   auto name = (std::filesystem::temp_directory_path(error) / "quire-devshop-XXXXXX").string();
-  if (error || mkdtemp(name.data()) == nullptr) throw unwritable(name, std::strerror(errno));
+  if (error || mkdtemp(name.data()) == nullptr) throw NotWritable(name, std::strerror(errno));
   return name;
 }
 
 }  // namespace
 
-DataFolder::DataFolder(const std::filesystem::path& path)
-    : path_(path.empty() ? make_temporary_folder() : std::filesystem::absolute(path)),
+DataDirectory::DataDirectory(const std::filesystem::path& path)
+    : path_(path.empty() ? MakeTemporaryDirectory() : std::filesystem::absolute(path)),
       temporary_(path.empty()) {
   if (temporary_) return;
   std::error_code error;
   std::filesystem::create_directories(path_, error);
-  if (error) throw unwritable(path_, error.message());
+  if (error) throw NotWritable(path_, error.message());
   lock_ = open((path_ / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (lock_ < 0) throw unwritable(path_, std::strerror(errno));
+  if (lock_ < 0) throw NotWritable(path_, std::strerror(errno));
   if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
     close(lock_);
-    throw StartError("Another shop uses the data folder " + path_.string() +
-                     "; close it, or name another folder with --data.");
+    throw StartError("Another shop uses the data directory " + path_.string() +
+                     "; close it, or name another directory with --data.");
   }
 }
 
-DataFolder::~DataFolder() {
+DataDirectory::~DataDirectory() {
   if (lock_ >= 0) close(lock_);
   std::error_code ignored;
   if (temporary_) std::filesystem::remove_all(path_, ignored);

@@ -1,39 +1,38 @@
-#ifndef DEVSHOP_LEDGER_H_
-#define DEVSHOP_LEDGER_H_
+#ifndef DEVSHOP_REQUEST_LOG_H_
+#define DEVSHOP_REQUEST_LOG_H_
 
 #include <deque>
 #include <mutex>
 #include <string>
 
-#include "http_server.h"
+#include "http_message.h"
 
 namespace devshop {
 
 /// The requests that came in, in order. It holds what customers of a development shop typed, their
 /// passwords too: it is shown on the control port and never printed. Any thread.
-class Ledger {
+class RequestLog {
  public:
   /// `verbose` prints a line for each answered request, without secrets.
-  explicit Ledger(bool verbose) : verbose_(verbose) {}
+  explicit RequestLog(bool verbose) : verbose_(verbose) {}
 
-  void add(const std::string& port, int connection, const Request& request);
+  void Add(const std::string& port, const Request& request);
   /// The status or the fault of the connection's request under way.
-  void set_status(int connection, int status);
-  void set_fault(int connection, const std::string& fault);
+  void SetStatus(int connection, int status);
+  void SetFault(int connection, const std::string& fault);
 
-  Json to_json() const;
-  void clear();
+  Json ToJson() const;
+  void Clear();
 
  private:
   struct Entry {
     int number;
     std::string port;
-    int connection;
     Request request;
     int status = 0;  ///< 0: nothing sent
     std::string fault;
   };
-  Entry* under_way(int connection);
+  Entry* in_flight(int connection);
 
   const bool verbose_;
   mutable std::mutex mutex_;
@@ -43,4 +42,4 @@ class Ledger {
 
 }  // namespace devshop
 
-#endif  // DEVSHOP_LEDGER_H_
+#endif  // DEVSHOP_REQUEST_LOG_H_

@@ -1,59 +1,65 @@
-#include "ledger.h"
+#include "request_log.h"
 
 #include <algorithm>
 #include <iostream>
-#include <regex>
 
 namespace devshop {
 namespace {
 
-constexpr std::size_t kMostEntries = 10'000;
+constexpr std::size_t kMaxEntries = 10'000;
+constexpr std::size_t kMinSecret_characters = 32;
 
-Json fields_json(const Fields& fields) {
+Json FieldsJson(const Fields& fields) {
   Json json = Json::array();
   for (const auto& [name, value] : fields) json.push_back({name, value});
   return json;
 }
 
-/// A path as it may be printed: links of bought books and payments carry a secret.
-std::string without_secrets(const std::string& path) {
-  static const std::regex secret("[0-9a-f]{32,}");
-  return std::regex_replace(path, secret, "...");
+/// A path for the terminal: links of bought books and payments contain a secret.
+std::string RedactSecrets(const std::string& path) {
+  std::string redacted;
+  for (std::size_t at = 0; at < path.size();) {
+    const auto end = std::min(path.find_first_not_of("0123456789abcdef", at), path.size());
+    redacted += end - at >= kMinSecret_characters ? "..." : path.substr(at, end - at);
+    at = std::min(end + 1, path.size());
+    redacted += path.substr(end, at - end);
+  }
+  return redacted;
 }
 
 }  // namespace
 
-void Ledger::add(const std::string& port, int connection, const Request& request) {
+void RequestLog::Add(const std::string& port, const Request& request) {
   const std::lock_guard lock(mutex_);
-  entries_.push_back({++added_, port, connection, request, 0, {}});
+  entries_.push_back({++added_, port, request, 0, {}});
   entries_.back().request.body = {};  // its fields are kept, and up to a mebibyte more is not
-  if (entries_.size() > kMostEntries) entries_.pop_front();
+  if (entries_.size() > kMaxEntries) entries_.pop_front();
 }
 
-Ledger::Entry* Ledger::under_way(int connection) {
+RequestLog::Entry* RequestLog::in_flight(int connection) {
   const auto last = std::find_if(entries_.rbegin(), entries_.rend(), [&](const Entry& entry) {
-    return entry.connection == connection;
+    return entry.request.connection == connection;
   });
   return last == entries_.rend() || last->status != 0 ? nullptr : &*last;
 }
 
-void Ledger::set_status(int connection, int status) {
+void RequestLog::SetStatus(int connection, int status) {
   const std::lock_guard lock(mutex_);
-  Entry* entry = under_way(connection);
+  Entry* entry = in_flight(connection);
   if (entry == nullptr) return;
   entry->status = status;
   if (!verbose_) return;
   std::cerr << entry->port + " " + entry->request.method + " " +
-                   without_secrets(entry->request.path) + " " + std::to_string(status) +
+                   RedactSecrets(entry->request.path) + " " + std::to_string(status) +
                    (entry->fault.empty() ? "" : " (" + entry->fault + ")") + "\n";
 }
 
-void Ledger::set_fault(int connection, const std::string& fault) {
+void RequestLog::SetFault(int connection, const std::string& fault) {
   const std::lock_guard lock(mutex_);
-  if (Entry* entry = under_way(connection)) entry->fault = fault;
+  if (Entry* entry = in_flight(connection)) entry->fault = fault;
 }
 
-Json Ledger::to_json() const {
+Json RequestLog::ToJson() const {
   const std::lock_guard lock(mutex_);
   Json requests = Json::array();
   for (const Entry& entry : entries_) {
@@ -61,19 +67,19 @@ Json Ledger::to_json() const {
     for (const auto& [name, value] : entry.request.headers) headers[name] = value;
     requests.push_back({{"number", entry.number},
                         {"port", entry.port},
-                        {"connection", entry.connection},
+                        {"connection", entry.request.connection},
                         {"method", entry.request.method},
                         {"path", entry.request.path},
-                        {"query", fields_json(entry.request.query)},
+                        {"query", FieldsJson(entry.request.query)},
                         {"headers", std::move(headers)},
-                        {"form", fields_json(entry.request.form)},
+                        {"form", FieldsJson(entry.request.form)},
                         {"status", entry.status},
                         {"fault", entry.fault}});
   }
   return {{"requests", std::move(requests)}};
 }
 
-void Ledger::clear() {
+void RequestLog::Clear() {
   const std::lock_guard lock(mutex_);
   entries_.clear();
   added_ = 0;

@@ -1,5 +1,5 @@
-#ifndef TESTS_DEVSHOP_SHOP_UNDER_TEST_H_
-#define TESTS_DEVSHOP_SHOP_UNDER_TEST_H_
+#ifndef TESTS_DEVSHOP_RUNNING_SHOP_H_
+#define TESTS_DEVSHOP_RUNNING_SHOP_H_
 
 #include <gtest/gtest.h>
 #include <httplib.h>
@@ -19,35 +19,34 @@ inline const std::string kApi = "/webapp/wcs/stores/servlet";
 inline const std::string kAnna = "anna@quire.example";
 
 /// `name=value` pairs, percent-encoded and joined by `&`.
-std::string encode(const Fields& fields);
+std::string Encode(const Fields& fields);
 
 /// A shop with twelve books in a folder of its own. The books have the EANs "9001" to "9012" and
 /// prices of 1.99 to 12.99; 9005 is out of sale, 9003 is a ticket. Anna owns 9001 and 9002.
-class ShopUnderTest : public testing::Test {
+class RunningShop : public testing::Test {
  protected:
-  void SetUp() override { start(); }
+  void SetUp() override { Start(); }
 
-  void start(const Command& options = {});
+  void Start(const Command& options = {});
 
-  httplib::Client shop_client() const;
-  httplib::Client client(const std::string& port) const {
-    return httplib::Client(shop_->Address(port));
-  }
+  httplib::Client ShopClient() const;
+  /// For "config" or, with its token, "control".
+  httplib::Client PlainClient(const std::string& port) const;
 
   /// The shop's answer; its status is -1 where none came.
-  httplib::Response get(const std::string& path, const httplib::Headers& headers = {}) const;
+  httplib::Response Get(const std::string& path, const httplib::Headers& headers = {}) const;
 
   /// One call of the store API; "storeId" is added unless given.
-  Json call(const std::string& name, Fields form);
+  Json Call(const std::string& name, Fields form);
   /// The text of the refusal; empty when the call was not refused.
-  std::string refusal(const std::string& name, const Fields& form);
-  std::string log_in(const std::string& user = kAnna);
+  std::string Refusal(const std::string& name, const Fields& form);
+  std::string LogIn(const std::string& user = kAnna);
   /// Commits an order for those EANs; gives its id and the path of its payment page.
-  std::pair<std::string, std::string> commit(const std::string& session,
+  std::pair<std::string, std::string> Commit(const std::string& session,
                                              const std::vector<std::string>& eans,
                                              const Fields& payment);
   /// The path of a book that Anna bought.
-  std::string file_path(const std::string& ean);
+  std::string FilePath(const std::string& ean);
 
   TemporaryFolder folder_;
   std::optional<DevelopmentShop> shop_;
@@ -55,4 +54,4 @@ class ShopUnderTest : public testing::Test {
 
 }  // namespace tests
 
-#endif  // TESTS_DEVSHOP_SHOP_UNDER_TEST_H_
+#endif  // TESTS_DEVSHOP_RUNNING_SHOP_H_

@@ -1,4 +1,4 @@
-#include "devshop/shop_under_test.h"
+#include "devshop/running_shop.h"
 
 #include <csignal>
 
@@ -7,7 +7,7 @@ namespace {
 
 const std::string kHost = "https://shop.quire.example";
 
-void write_books(const TemporaryFolder& folder) {
+void WriteBooks(const TemporaryFolder& folder) {
   Json books = Json::array();
   for (int i = 1; i <= 12; ++i) {
     const std::string ean = std::to_string(9000 + i);
@@ -37,7 +37,7 @@ void write_books(const TemporaryFolder& folder) {
 
 }  // namespace
 
-std::string encode(const Fields& fields) {
+std::string Encode(const Fields& fields) {
   std::string text;
   for (const auto& [name, value] : fields) {
     text += (text.empty() ? "" : "&") + httplib::detail::encode_query_param(name) + "=" +
@@ -46,15 +46,15 @@ std::string encode(const Fields& fields) {
   return text;
 }
 
-void ShopUnderTest::start(const Command& options) {
+void RunningShop::Start(const Command& options) {
   signal(SIGPIPE, SIG_IGN);  // connections break here on purpose
-  if (!Exists(folder_ / "books")) write_books(folder_);
+  if (!Exists(folder_ / "books")) WriteBooks(folder_);
   const Command own{"--books", folder_ / "books", "--accounts", folder_ / "accounts.json"};
   shop_.reset();
   shop_.emplace(own + options);
 }
 
-httplib::Client ShopUnderTest::shop_client() const {
+httplib::Client RunningShop::ShopClient() const {
   httplib::Client client(shop_->Address("shop"));
   client.set_ca_cert_path(shop_->Address("ca"));
   client.enable_server_certificate_verification(true);
@@ -62,47 +62,52 @@ httplib::Client ShopUnderTest::shop_client() const {
   return client;
 }
 
-httplib::Response ShopUnderTest::get(const std::string& path,
-                                     const httplib::Headers& headers) const {
-  const auto answer = shop_client().Get(path, headers);
+httplib::Client RunningShop::PlainClient(const std::string& port) const {
+  httplib::Client client(shop_->Address(port));
+  if (port == "control") client.set_bearer_token_auth(shop_->Address("token"));
+  return client;
+}
+
+httplib::Response RunningShop::Get(const std::string& path, const httplib::Headers& headers) const {
+  const auto answer = ShopClient().Get(path, headers);
   return answer ? *answer : httplib::Response();
 }
 
-Json ShopUnderTest::call(const std::string& name, Fields form) {
-  if (encode(form).find("storeId=") == std::string::npos) form.emplace_back("storeId", "4711");
+Json RunningShop::Call(const std::string& name, Fields form) {
+  if (Encode(form).find("storeId=") == std::string::npos) form.emplace_back("storeId", "4711");
   const auto answer =
-      shop_client().Post(kApi + name, encode(form), "application/x-www-form-urlencoded");
+      ShopClient().Post(kApi + name, Encode(form), "application/x-www-form-urlencoded");
   if (!answer || answer->status != 200) throw std::runtime_error(name + " was not answered");
   return Json::parse(answer->body);
 }
 
-std::string ShopUnderTest::refusal(const std::string& name, const Fields& form) {
-  const Json answer = call(name, form);
+std::string RunningShop::Refusal(const std::string& name, const Fields& form) {
+  const Json answer = Call(name, form);
   return answer["error"] == "true"
              ? answer["response"].at(name == "/getUserEbook" ? "errorMsg" : "ErrorMsg")
              : "";
 }
 
-std::string ShopUnderTest::log_in(const std::string& user) {
-  return call("/login", {{"username", user}, {"password", "secret"}})["response"]["opdsSessionId"];
+std::string RunningShop::LogIn(const std::string& user) {
+  return Call("/login", {{"username", user}, {"password", "secret"}})["response"]["opdsSessionId"];
 }
 
-std::pair<std::string, std::string> ShopUnderTest::commit(const std::string& session,
-                                                          const std::vector<std::string>& eans,
-                                                          const Fields& payment) {
+std::pair<std::string, std::string> RunningShop::Commit(const std::string& session,
+                                                        const std::vector<std::string>& eans,
+                                                        const Fields& payment) {
   Fields cart{{"opdsSessionId", session}};
   for (std::size_t i = 0; i < eans.size(); ++i) {
     cart.emplace_back("ean_" + std::to_string(i), eans[i]);
     cart.emplace_back("quantity_" + std::to_string(i), "1");
   }
-  const std::string order = call("/addToCart", cart)["response"]["orderId"];
+  const std::string order = Call("/addToCart", cart)["response"]["orderId"];
   const Fields form{{"opdsSessionId", session}, {"orderId", order}};
-  const std::string url = call("/commitOrderForPayment", form + payment).at("response").at("url");
+  const std::string url = Call("/commitOrderForPayment", form + payment).at("response").at("url");
   return {order, url.empty() ? url : url.substr(kHost.size())};
 }
 
-std::string ShopUnderTest::file_path(const std::string& ean) {
-  const Json books = call("/getUserEbook", {{"opdsSessionId", log_in()}});
+std::string RunningShop::FilePath(const std::string& ean) {
+  const Json books = Call("/getUserEbook", {{"opdsSessionId", LogIn()}});
   for (const Json& book : books["response"]) {
     if (book["orderItemEAN"] == ean) {
       return book["orderItemEbookLink"].get<std::string>().substr(kHost.size());

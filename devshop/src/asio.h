@@ -1,0 +1,36 @@
+#ifndef DEVSHOP_ASIO_H_
+#define DEVSHOP_ASIO_H_
+
+// Boost.Asio with coroutines. Only the server and its connections include it: it is slow to
+// compile.
+
+#if defined(__clang__) && !defined(__cpp_impl_coroutine)  // clang 14 has coroutines, not the macro
+#define __cpp_impl_coroutine 201902L
+#define BOOST_ASIO_HAS_CO_AWAIT 1
+#define BOOST_ASIO_HAS_STD_COROUTINE 1
+#endif
+
+#include <utility>  // Boost 1.74 uses std::exchange without it
+
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/ssl/stream.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/beast/core/tcp_stream.hpp>
+
+namespace devshop {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using boost::system::error_code;
+
+/// Completes an operation with an awaitable that stores its error in place of throwing it.
+inline auto StoreError(error_code& error) {
+  return asio::redirect_error(asio::use_awaitable, error);
+}
+
+}  // namespace devshop
+
+#endif  // DEVSHOP_ASIO_H_
