@@ -22,8 +22,7 @@ class Object {
   virtual ~Object() = default;
 
   /// Adds a child element. The base class refuses every child.
-  /// \param child  owned by this element if the call returns true, otherwise by the caller.
-  /// \return whether the child was added.
+  /// \return true if this element owns the child now; false if the caller still does.
   virtual bool addChild(Object* /*child*/) { return false; }
 
   /// Appends to the text content of the element. The base class ignores it.
