@@ -24,7 +24,7 @@ class Object {
   /// Adds a child element. The base class refuses every child.
   /// \param child  owned by this element if the call returns true, otherwise by the caller.
   /// \return whether the child was added.
-  virtual bool addChild([[maybe_unused]] Object* child) { return false; }
+  virtual bool addChild(Object* /*child*/) { return false; }
 
   /// Appends to the text content of the element. The base class ignores it.
   virtual void appendContent(const std::string& /*text*/) {}
