@@ -13,20 +13,12 @@ namespace app {
 namespace {
 
 constexpr std::string_view kAtom = "http://www.w3.org/2005/Atom";
-constexpr std::string_view kOpds =
-    "http://opds-sp"
-    "ec.org/2010/catalog";
+constexpr std::string_view kOpds = "http://opds-spec.org/2010/catalog";
 constexpr std::string_view kDcTerms = "http://purl.org/dc/terms/";
 constexpr std::string_view kDcElements = "http://purl.org/dc/elements/1.1/";
-constexpr std::string_view kAcquisition =
-    "http://opds-sp"
-    "ec.org/acquisition";
-constexpr std::string_view kImage =
-    "http://opds-sp"
-    "ec.org/image";
-constexpr std::string_view kThumbnail =
-    "http://opds-sp"
-    "ec.org/image/thumbnail";
+constexpr std::string_view kAcquisition = "http://opds-spec.org/acquisition";
+constexpr std::string_view kImage = "http://opds-spec.org/image";
+constexpr std::string_view kThumbnail = "http://opds-spec.org/image/thumbnail";
 constexpr std::string_view kFeedType = "application/atom+xml";
 constexpr int kMostNested = 8;  // tickets within tickets
 constexpr unsigned kWithBlanks = pugi::parse_default | pugi::parse_ws_pcdata_single;

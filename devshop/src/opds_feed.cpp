@@ -15,9 +15,7 @@ namespace {
 constexpr std::size_t kTitlesPerPage = 10;
 constexpr char kFeedType[] = "application/atom+xml;profile=opds-catalog;kind=acquisition";
 constexpr char kTicketType[] = "application/vnd.adobe.adept+xml";
-const std::string kOpds =
-    "http://opds-sp"
-    "ec.org/";
+const std::string kOpds = "http://opds-spec.org/";
 const std::string kOpdsNames = kOpds + "2010/catalog";
 const std::string kOpenSearch =
     "http://a9.com/-/sp"

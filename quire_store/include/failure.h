@@ -24,7 +24,7 @@ struct Failure {
     kNotABook,          ///< the downloaded file is no book and was removed
   };
 
-  Kind kind = kNone;
+  Kind kind = kNone;        ///< what failed
   int transport_error = 0;  ///< the platform's number; 0 when there is none
   int http_status = 0;      ///< 0 when there is none
   std::string message;      ///< the shop's message or the device's; mostly empty

@@ -13,8 +13,8 @@ const std::string kStart = "https://shop.example/opds/start";
 
 std::string Title(const std::string& ean) {
   return "<entry><id>urn:ean:" + ean + "</id><title>Title " + ean +
-         "</title><link rel='http://opds-sp"
-         "ec.org/acquisition' type='application/pdf' href='x'/></entry>";
+         "</title><link rel='http://opds-spec.org/acquisition' type='application/pdf' "
+         "href='x'/></entry>";
 }
 
 std::string Section(const std::string& href) {

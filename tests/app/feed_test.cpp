@@ -8,9 +8,7 @@ namespace app {
 namespace {
 
 const std::string kPage = "https://shop.example/4711/opds/start?page=1";
-const std::string kOpds =
-    "http://opds-sp"
-    "ec.org/";
+const std::string kOpds = "http://opds-spec.org/";
 const std::string kAcquisition = kOpds + "acquisition";
 
 /// A feed with namespaces under their usual names.
