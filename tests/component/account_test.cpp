@@ -68,8 +68,12 @@ TEST_F(StoreManagerAccount, RegisterStoresCredentialsWithoutLoggingIn) {
 TEST_F(StoreManagerAccount, SucceedsWithoutRequestWhenConfigCannotOpen) {
   device.config_opens = false;
   EXPECT_EQ(Describe(manager().LogIn("anna", kPassword)), "ok");
+  EXPECT_EQ(LastFailure(), "config file");
+  manager().LogOut();
+  device.ClearJournal();
   EXPECT_EQ(Describe(manager().Register("e@x", kPassword, "N", "L", "T")), "ok");
-  EXPECT_EQ(device.Journal(), (Lines{kOpen, kOpen}));
+  EXPECT_EQ(LastFailure(), "config file");
+  EXPECT_EQ(device.Journal(), Lines{kOpen});
 }
 
 TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
@@ -85,6 +89,7 @@ TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
   EXPECT_EQ(ParseJson(ReadFile(kCartPath))["orderItems"], ParseJson("[]"));
   EXPECT_TRUE(manager().GetPurchased().empty());
+  EXPECT_FALSE(manager().IsPurchasedKnown());
   EXPECT_EQ(device.config["user_name"], "anna");
   EXPECT_EQ(device.config["session_id"], kSession);
   SetPurchased(R"([{"orderItemEAN":"B1"}])");
@@ -95,9 +100,19 @@ TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
 TEST_F(StoreManagerAccount, EmptiesPurchasedWhenFetchFails) {
   SetPurchased(R"([{"orderItemEAN":"B1"},{"orderItemEAN":"B1"}])");
   EXPECT_EQ(manager().GetPurchased().size(), 2u);
-  device.ClearAnswers();
-  EXPECT_TRUE(manager().LoadPurchased().empty());
-  EXPECT_TRUE(manager().GetPurchased().empty());
+  const std::tuple<const char*, long, const char*> rows[] = {
+      {"[]", 500, "status 500"},
+      {"<html>", 200, "unreadable"},
+      {R"({"error":true})", 200, "refused"},
+      {R"({"response":{}})", 200, "unreadable"},
+      {R"({"response":[]})", 200, ""}};
+  for (const auto& [body, status, failure] : rows) {
+    device.AnswerOnly("/getUserEbook", body, status);
+    EXPECT_TRUE(manager().LoadPurchased().empty());
+    EXPECT_TRUE(manager().GetPurchased().empty());
+    EXPECT_EQ(LastFailure(), failure);
+    EXPECT_EQ(manager().IsPurchasedKnown(), LastFailure().empty());
+  }
 }
 
 TEST_F(StoreManagerAccount, SavesCartUnlessBookToRemoveIsMissing) {

@@ -1,4 +1,4 @@
-// What the library keeps is replaced whole or not at all, and in silence.
+// The library's files are replaced atomically, and silently on failure.
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -15,9 +15,8 @@ namespace {
 class AtomicFile : public FakeDeviceFixture {
  protected:
   Cart cart;
-  std::string Content() { return cart.ToJson().toStyledString(); }
 
-  /// From here on no file grows beyond this, as on a full disk.
+  /// Limits the size of files, as a full disk does.
   static void LimitFiles(rlim_t size_bytes) {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{size_bytes, size_bytes};

@@ -133,6 +133,7 @@ TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
   // Refused: no order becomes pending.
   device.AddAnswer("/commitOrderForPayment", R"({"error":"true","response":{"ErrorMsg":"no"}})");
   EXPECT_EQ(Describe(manager().StartPayment("PAYPAL")), "failed: no");
+  EXPECT_EQ(LastFailure(), "refused: no");
   EXPECT_EQ(device.Journal({"log 2", "browser"}),
             Lines{kManagerLog + "593" + start +
                   Condition("ServerApi::kOk == commit_res.res.code_", "commit_res.res")});
@@ -141,8 +142,12 @@ TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
   // No address, then no browser: the order stays pending.
   device.ClearAnswers();
   StartOrder("INVOICE");
+  device.AnswerOnly("/commitOrderForPayment", "no JSON");
+  EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
+  EXPECT_EQ(LastFailure(), "unreadable");
   device.AnswerOnly("/commitOrderForPayment", "{}");
   EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
+  EXPECT_EQ(LastFailure(), "no payment page");
   EXPECT_EQ(device.Journal({"log 2", "browser"}),
             Lines{kManagerLog + "599" + start +
                   Condition("url.empty()", "ServerApi::Result(ServerApi::kFailed)")});
@@ -152,6 +157,7 @@ TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
     device.AnswerOnly("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
     device.browser.result = browser_result;
     EXPECT_EQ(manager().StartPayment("PAYPAL").code_, ServerApi::kFailed);
+    EXPECT_EQ(LastFailure(), "browser");
     EXPECT_EQ(device.Journal({kManagerLog.c_str()}),
               Lines{kManagerLog + "605" + start +
                     Condition("SM_OK == err", "ServerApi::Result(ServerApi::kFailed)")});
@@ -166,6 +172,7 @@ TEST_F(StoreManagerCheckout, PollsWhilePendingThenSubmits) {
   device.AddAnswer("/submitOrder",
                    R"({"response":{"order":{"orderDatePlaced":"2026-01-02 03:04:05"}}})");
   EXPECT_EQ(manager().CheckPaymentResult().code_, ServerApi::kOk);
+  EXPECT_EQ(LastFailure(), "");
   const std::string query = "network query", sleep = "sleep 5000000";
   EXPECT_EQ(device.Journal(), (Lines{query, kCheck, sleep, query, kCheck, sleep, query, kCheck,
                                      sleep, kSubmit, kList}));
@@ -193,6 +200,7 @@ TEST_F(StoreManagerCheckout, KeepsCartAndOrderWhenPaymentFails) {
     AnswerStates({state});
     device.ClearJournal();
     EXPECT_EQ(Describe(manager().CheckPaymentResult()), "failed") << state;
+    EXPECT_EQ(LastFailure(), "payment failed");
     EXPECT_EQ(device.Journal(), (Lines{"network query", kCheck}));
   }
   device.AnswerOnly("/checkOrder", refusal);
@@ -213,6 +221,7 @@ TEST_F(StoreManagerCheckout, KeepsCartAndOrderWhenPaymentFails) {
 
 TEST_F(StoreManagerCheckout, ChecksPendingOrderOnceInAnyState) {
   EXPECT_EQ(manager().CheckOrderIfNeeded(), -1);
+  EXPECT_EQ(LastFailure(), "no pending order");
   EXPECT_EQ(device.Journal(), Lines());
   StartOrder("PAYPAL");
   AnswerStates({"Failure"});
@@ -224,6 +233,7 @@ TEST_F(StoreManagerCheckout, ChecksPendingOrderOnceInAnyState) {
   device.ClearAnswers();
   device.ClearJournal();
   EXPECT_EQ(manager().CheckOrderIfNeeded(), -1);
+  EXPECT_EQ(LastFailure(), "network 6");
   EXPECT_EQ(device.Journal({kManagerLog.c_str(), "POST /getUser"}),
             Lines{kManagerLog + "664 int saltmoor::quire::StoreManager::CheckOrderIfNeeded()" +
                   Condition("ServerApi::kOk == result.code_", "-1")});

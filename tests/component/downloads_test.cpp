@@ -32,12 +32,14 @@ class StoreManagerDownloads : public FakeDeviceFixture {
   int StatusOf(const std::string& ean) { return manager().GetBookStatus(ean).status; }
 
   /// Polls as an application does, until no download runs.
-  void Finish() {
-    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  /// \return the failure of the call that finished it.
+  std::string Finish() {
+    std::string failure;
     while (manager().CheckDownloadState() == 1) {
-      ASSERT_LT(std::chrono::steady_clock::now(), give_up);
+      failure += LastFailure();
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    return failure;
   }
 };
 
@@ -79,8 +81,9 @@ TEST_F(StoreManagerDownloads, RenamesByContentTypeAndScansOrRemoves) {
     device.download.saved_name = saved_name;
     device.ClearJournal();
     EXPECT_EQ(manager().DownloadBookById("A"), 0);
-    Finish();
+    EXPECT_EQ(Finish(), kept ? "" : "no book");
     const std::string file = kDownloads + name;
+    EXPECT_EQ(manager().GetSavedPath(), kept ? file : "");
     EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink"}),
               kept ? kScan : (Lines{kError, "unlink " + file}));
     EXPECT_EQ(ListFiles(kDownloads), kept ? Lines{name} : Lines());
@@ -110,11 +113,28 @@ TEST_F(StoreManagerDownloads, SendsNothingWithoutScanner) {
 }
 
 TEST_F(StoreManagerDownloads, ShowsFailureAndRemovesNothing) {
-  device.download.result = 3;
-  manager().DownloadBookById("A");
+  manager().DownloadBookById("B");
   Finish();
+  EXPECT_NE(manager().GetSavedPath(), "");
+  device.download.result = 3;
+  device.download.transport_error = 28;
+  device.download.http_status = 404;
+  device.ClearJournal();
+  manager().DownloadBookById("A");
+  EXPECT_EQ(Finish(), "download 28 404: no book came");
+  EXPECT_EQ(LastFailure() + manager().GetSavedPath(), "");
+  EXPECT_EQ(device.Journal({"status of download"}).size(), 1u);
   EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink", "log"}), Lines{kError});
   EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+}
+
+TEST_F(StoreManagerDownloads, SavedPathIsOldNameWhenRenameFails) {
+  WriteFile(kDownloads + "M - A.pdf/file", "");
+  device.download.content_type = "application/pdf";
+  manager().DownloadBookById("A");
+  EXPECT_EQ(Finish(), "");
+  EXPECT_EQ(manager().GetSavedPath(), kDownloads + "M - A");
+  EXPECT_TRUE(Exists(manager().GetSavedPath()));
 }
 
 TEST_F(StoreManagerDownloads, RequestsBookLinkUnderFileName) {

@@ -30,6 +30,18 @@ std::string Describe(const ServerApi::Result& result) {
   return (result.code_ == ServerApi::kOk ? "ok" : "failed") + message;
 }
 
+std::string Describe(const Failure& failure) {
+  static const char* const kNames[] = {
+      "",        "config file",    "credentials",      "network",
+      "status",  "unreadable",     "refused",          "no payment page",
+      "browser", "payment failed", "no pending order", "download",
+      "no book"};
+  std::string text = kNames[failure.kind];
+  if (failure.transport_error != 0) text += " " + std::to_string(failure.transport_error);
+  if (failure.http_status != 0) text += " " + std::to_string(failure.http_status);
+  return failure.message.empty() ? text : text + ": " + failure.message;
+}
+
 Book MakeBook(const std::string& ean, const std::string& author, const std::string& title) {
   Book book;
   book.string_props[Book::kEan] = ean;

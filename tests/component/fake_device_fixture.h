@@ -29,18 +29,18 @@ inline const std::string kCartPath = kConfigFolder + "/quire_cart";
 inline const std::string kSwitchboardUrl =
     "http://" QUIRE_CONFIG_HOST "/api/config/v1/get-device-opds-config";
 
-/// What the shop is told of the pages to return to.
+/// The addresses that a payment page returns to, as the shop receives them.
 inline const std::string kReturnPage = "http://" QUIRE_RETURN_HOST "/QUIRESaltmoor?status=";
 inline const std::string kReturnPages =
     "&success_url=" + kReturnPage + "success&cancel_url=" + kReturnPage + "cancel";
 
 inline const std::string kStoreApi = "https://" QUIRE_SHOP_HOST "/webapp/wcs/stores/servlet";
 
-// Unmistakable, so that the journal can be searched for them.
+// Distinct, so that the journal can be searched for them.
 inline const std::string kPassword = "pass-w0rd";
 inline const std::string kSession = "SESSION-71";
 
-/// A configuration that names the store 4711.
+/// A configuration with the store id 4711.
 inline const std::string kSwitchboardAnswer =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
@@ -49,25 +49,29 @@ Lines ListFiles(const std::string& folder);  ///< sorted
 Json::Value ParseJson(const std::string& text);
 /// "ok" or "failed", and the message.
 std::string Describe(const ServerApi::Result& result);
+/// What failed and, after it, the values that are set: "status 503". Empty for none.
+std::string Describe(const Failure& failure);
 Book MakeBook(const std::string& ean, const std::string& author = "",
               const std::string& title = "");
 
-/// From here on this process has no rights but those of a file's owner, be it root or not.
+/// Drops all capabilities of this process, so that the rights of files apply to root too.
 void DropPrivileges();
 
-/// A test on a device of its own, empty at the start. At its end no handle is open, nothing was
-/// misused and no record of the log holds a secret.
+/// Provides an empty fake device. At the end of the test no handle is open, nothing was misused and
+/// no line of the log contains a secret.
 class FakeDeviceFixture : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
 
-  /// Answers for every call that a start makes, and stored credentials.
+  /// Sets answers for every request of Init, and stored credentials.
   void PrepareStart();
-  /// Makes the books of this answer ("response" of "/getUserEbook") the bought ones.
+  /// Loads these books ("response" of "/getUserEbook") as the bought ones.
   void SetPurchased(const std::string& books_json);
 
-  /// The one manager. CTest runs each test in a process of its own.
+  std::string LastFailure() { return Describe(manager().GetLastFailure()); }
+
+  /// The only manager. CTest runs each test in a process of its own.
   StoreManager& manager() { return StoreManager::Instance(); }
 };
 

@@ -26,6 +26,8 @@ TEST_F(StoreManagerInit, ConstructorSendsNoRequest) {
   EXPECT_EQ(one.GetShopName() + one.GetClientId() + one.GetOrderDatePlaced(), "");
   EXPECT_EQ(one.GetCart().GetSize(), 0u);
   EXPECT_TRUE(one.GetPurchased().empty());
+  EXPECT_FALSE(one.IsPurchasedKnown());
+  EXPECT_EQ(one.GetSavedPath() + LastFailure() + one.GetConfig()[SwitchboardConfig::kShopName], "");
   EXPECT_EQ(one.RegisterPushNotification(), 0);
 }
 
@@ -118,7 +120,9 @@ TEST_F(StoreManagerInit, FailedFetchKeepsLastGoodConfigurationForCalls) {
     EXPECT_EQ(device.Journal({"config", "POST"}),
               (Lines{kOpen, "config read " + kTimeKey, "config close"}));
     EXPECT_EQ(device.config, saved);
+    EXPECT_EQ(LastFailure(), fresh ? "network 6" : "status 503");
     EXPECT_EQ(manager().GetShopName(), "");
+    EXPECT_EQ(manager().GetConfig()[SwitchboardConfig::kShopName], "The Shop");
     if (!fresh) {
       EXPECT_EQ(ReadFile(kSwitchboardPath), cache);
     }
@@ -134,8 +138,11 @@ TEST_F(StoreManagerInit, DoesNothingWithoutConfigFile) {
   device.ClearJournal();
   device.config_opens = false;
   EXPECT_EQ(manager().Init(), -1);
+  EXPECT_EQ(LastFailure(), "config file");
   EXPECT_EQ(device.Journal(), Lines{kOpen});
+  manager().LogOut();
   EXPECT_EQ(manager().NewSession(nullptr), -1);
+  EXPECT_EQ(LastFailure(), "config file");
   EXPECT_EQ(manager().getLogin() + manager().getPassword(), "");
   EXPECT_EQ(device.Journal({"POST"}), Lines());
 }
@@ -158,6 +165,7 @@ TEST_F(StoreManagerInit, NewSessionSendsNothingWithoutCredentials) {
     device.config[missing] = "";
     device.ClearJournal();
     EXPECT_EQ(manager().NewSession(nullptr), -1);
+    EXPECT_EQ(LastFailure(), "credentials");
     EXPECT_EQ(device.Journal({"POST", "config write", "config save"}), Lines());
   }
 }

@@ -30,7 +30,6 @@ class NumericLocale : public FakeDeviceFixture {
   /// of C++ streams too. Then runs it with C++ streams in German and the C library in none.
   static void InEach(const std::function<void()>& body) {
     std::set<std::string> names = InstalledNames();
-    setenv("LOCPATH", QUIRE_TEST_LOCALES, 1);
     for (const std::string& name : ListFiles(QUIRE_TEST_LOCALES)) names.insert(name);
     std::set<std::string> tried;
     for (const std::string& name : names) {
@@ -136,32 +135,26 @@ TEST_F(NumericLocale, ReadsAnswersAlike) {
   ServerApi api;
   device.AddAnswer(
       "/getUserEbook",
-      R"({"rate":12345.678,/* 1.5 " */"a.5\"1.5":[-1.5e+3,2.5E-3],"response":[{"x":0.5,"orderItemPrice":"9.99"}]})");
+      R"({"rate":12345.678,/* 1.5 " */"response":[{"x":0.5,"orderItemPrice":"9.99"}]})");
   device.AddAnswer("/commitOrderForPayment", R"({"response":{"url":12.5}})");
+  const std::pair<const char*, double> numbers[] = {
+      {"1.5", 1.5},       {"-0.25", -0.25},   {"1.5e3", 1500.0},
+      {"1.5E+3", 1500.0}, {"25.0e-1", 2.5},   {"123456789.0625", 123456789.0625},
+      {"7.0", 7.0},       {"0.5e0003", 500.0}};
   InEach([&] {
     const auto books = std::get<1>(api.GetUserEbook());
     ASSERT_EQ(books.size(), 1u);
     EXPECT_EQ(books[0].int_props.at(Book::kPrice), 999);
     EXPECT_EQ(api.commitOrderForPayment("O", "PAYPAL").url, "12.5");
-    std::string date, time;
-    EXPECT_TRUE(ConvertDateTime("2021-03-05 07:08:09", date, time));
-    EXPECT_EQ(date + " " + time, "05.03.2021 07:08");
-  });
-}
-
-TEST_F(NumericLocale, KeepsRealNumbersOfAnyForm) {
-  ServerApi api;
-  const std::pair<const char*, double> rows[] = {
-      {"1.5", 1.5},       {"-0.25", -0.25},   {"1.5e3", 1500.0},
-      {"1.5E+3", 1500.0}, {"25.0e-1", 2.5},   {"123456789.0625", 123456789.0625},
-      {"7.0", 7.0},       {"0.5e0003", 500.0}};
-  InEach([&] {
-    for (const auto& [json, number] : rows) {
+    for (const auto& [json, number] : numbers) {
       device.AddAnswer(kSwitchboardUrl, R"({"a.5":"1.5\"2.5\\","n":)" + std::string(json) + "}");
       const Json::Value answer = std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson();
       EXPECT_EQ(answer["n"].asDouble(), number) << json;
       EXPECT_EQ(answer["a.5"], "1.5\"2.5\\");
     }
+    std::string date, time;
+    EXPECT_TRUE(ConvertDateTime("2021-03-05 07:08:09", date, time));
+    EXPECT_EQ(date + " " + time, "05.03.2021 07:08");
   });
 }
 

@@ -45,6 +45,7 @@ TEST_F(ServerApiCall, SendsParametersInOrderAndReadsAnswer) {
     EXPECT_EQ(Describe(Make(call, call.answer)),
               std::string(call.name) == "Register" ? "ok: welcome" : "ok");
     EXPECT_EQ(payload, call.payload);
+    EXPECT_EQ(Describe(api.GetLastFailure()), "");
     EXPECT_EQ(device.Journal({"GET", "POST"}),
               Lines{(call.path[0] == '/' ? "POST " : "GET ") + call.path + call.parameters});
     EXPECT_EQ(device.Journal({"log"}), Lines());
@@ -56,6 +57,7 @@ TEST_F(ServerApiCall, LogsTransportError) {
     SCOPED_TRACE(call.name);
     device.ClearAnswers();
     EXPECT_EQ(Describe(Make(call)) + payload, "failed");
+    EXPECT_EQ(Describe(api.GetLastFailure()), "network 6");
     EXPECT_EQ(api.GetSessionId(), kSession);
     EXPECT_EQ(
         device.Journal({"log"}),
@@ -71,6 +73,8 @@ TEST_F(ServerApiCall, FailsSilentlyWhenStatusIsNot200) {
       for (const std::string& body :
            {call.answer, std::string(R"({"error":"true","response":{"ErrorMsg":"x"}})")}) {
         EXPECT_EQ(Describe(Make(call, body, status)) + payload, "failed");
+        EXPECT_EQ(Describe(api.GetLastFailure()),
+                  status == 0 ? "status" : "status " + std::to_string(status));
         EXPECT_EQ(api.GetSessionId(), kSession);
         EXPECT_EQ(device.Journal({"log"}), Lines());
       }
@@ -87,11 +91,13 @@ TEST_F(ServerApiCall, IsRefusedOnlyWhenErrorIsTrue) {
     const bool list = call.path == "/getUserEbook";
     for (const std::string error : {R"({"error":"true",)", R"({"error":true,)"}) {
       EXPECT_EQ(Describe(Make(call, error + content)) + payload, list ? "failed: e" : "failed: E");
+      EXPECT_EQ(Describe(api.GetLastFailure()), list ? "refused: e" : "refused: E");
       EXPECT_EQ(api.GetSessionId(), kSession);
       for (const char* rest :
            {R"("x":1})", R"("response":[{"orderItemEAN":"1"}]})", R"("response":5})",
             R"("response":{"ErrorMsg":["E"],"errorMsg":{}}})"}) {
         EXPECT_EQ(Describe(Make(call, error + rest)) + payload, "failed") << rest;
+        EXPECT_EQ(Describe(api.GetLastFailure()), "refused") << rest;
       }
     }
     for (const char* error :
@@ -105,8 +111,14 @@ TEST_F(ServerApiCall, IsRefusedOnlyWhenErrorIsTrue) {
 
 TEST_F(ServerApiCall, SucceedsWithEmptyRecordWithoutJson) {
   for (const StoreCall& call : kStoreCalls) {
-    for (const char* body : {"", "<html>", "not json", "null", "{}", R"({"response":null})"}) {
-      EXPECT_EQ(Describe(Make(call, body)) + payload, "ok") << call.name << " " << body;
+    const bool list = call.path == "/getUserEbook";
+    const std::pair<const char*, bool> rows[] = {
+        {"", false},     {"<html>", false}, {"not json", false},          {"null", false},
+        {"[{}]", false}, {"{}", !list},     {R"({"response":{}})", !list}};
+    for (const auto& [body, readable] : rows) {
+      SCOPED_TRACE(std::string(call.name) + " " + body);
+      EXPECT_EQ(Describe(Make(call, body)) + payload, "ok");
+      EXPECT_EQ(Describe(api.GetLastFailure()), readable ? "" : "unreadable");
     }
   }
 }
@@ -121,8 +133,11 @@ TEST_F(ServerApiCall, LogInSetsAndLogOutClearsSession) {
   EXPECT_EQ(log_in(R"({"response":{"opdsSessionId":20000000001}})"), "20000000001");
   EXPECT_EQ(log_in(R"({"response":{}})"), "");
 
+  api.GetUserData();
+  EXPECT_EQ(Describe(api.GetLastFailure()), "network 6");
   device.ClearJournal();
   EXPECT_EQ(api.LogOut().code_, ServerApi::kOk);
+  EXPECT_EQ(Describe(api.GetLastFailure()), "");
   EXPECT_EQ(device.Journal(), Lines());
   api.SetSessionId("S-3");
   device.AddAnswer("/logout", "{}");
