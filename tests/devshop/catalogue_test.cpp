@@ -45,7 +45,7 @@ TEST_F(DevshopCatalogue, IgnoresCaseInSearch) {
 }
 
 TEST_F(DevshopCatalogue, ListsBooksOfDirectoryWithoutCatalogue) {
-  TemporaryFolder books;
+  TemporaryDirectory books;
   WriteFile(books / "Broken.epub", "no archive at all");
   WriteFile(books / "Notes: a, b & c.TXT", "text");
   WriteFile(books / "photo.jpg", "no book");

@@ -19,7 +19,7 @@ class DevshopProgram : public RunningShop {
   /// The program must refuse these options, in a sentence that has both.
   static void ExpectStartFailure(const Command& options, const std::string& what,
                                  const std::string& mend) {
-    const Finished run = RunProgram(Command{"timeout", "10", QUIRE_DEVSHOP} + options);
+    const ProcessResult run = RunProgram(Command{"timeout", "10", QUIRE_DEVSHOP} + options);
     EXPECT_EQ(run.exit_code, 2) << run.err;
     EXPECT_NE(run.err.find(what), std::string::npos) << run.err;
     EXPECT_NE(run.err.find(mend), std::string::npos) << run.err;
@@ -95,7 +95,7 @@ TEST_F(DevshopProgram, KeepsStateInDataDirectory) {
 
 TEST_F(DevshopProgram, ReportsReasonWhenStartFails) {
   const std::string books = folder_ / "books", nowhere = folder_ / "nowhere";
-  const TemporaryFolder empty;
+  const TemporaryDirectory empty;
   ExpectStartFailure({"--books", books, "--shop-port", Port("shop")}, "in use", "--shop-port");
   ExpectStartFailure({"--books", nowhere}, "nowhere", "--books");
   ExpectStartFailure({"--books", books, "--accounts", nowhere}, "nowhere", "--accounts");

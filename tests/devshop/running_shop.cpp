@@ -7,7 +7,7 @@ namespace {
 
 const std::string kHost = "https://shop.quire.example";
 
-void WriteBooks(const TemporaryFolder& folder) {
+void WriteBooks(const TemporaryDirectory& folder) {
   Json books = Json::array();
   for (int i = 1; i <= 12; ++i) {
     const std::string ean = std::to_string(9000 + i);

@@ -48,7 +48,7 @@ class RunningShop : public testing::Test {
   /// The path of a book that Anna bought.
   std::string FilePath(const std::string& ean);
 
-  TemporaryFolder folder_;
+  TemporaryDirectory folder_;
   std::optional<DevelopmentShop> shop_;
 };
 
