@@ -58,7 +58,7 @@ void DropPrivileges() {
 
 void FakeDeviceFixture::SetUp() {
   ASSERT_TRUE(std::filesystem::is_directory(kConfigFolder))
-      << "This is no device: run the test through CTest or device/quire-device.";
+      << "This is no device: run the test through CTest or quire-device.";
   ASSERT_FALSE(Exists(kCartPath) || Exists(kSwitchboardPath)) << "The device is not a fresh one.";
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <thread>
 
 #include "support/files.h"
@@ -39,7 +40,7 @@ class Launcher : public testing::TestWithParam<const char*> {
     const Command probe{"bwrap", "--unshare-pid", "--dev-bind", "/",
                         "/",     "--proc",        "/proc",      "true"};
     if (GetParam() != std::string("bwrap") || RunProgram(probe).exit_code == 0) return;
-    const Finished refusal = RunProgram(On("true"));
+    const ProcessResult refusal = RunProgram(On("true"));
     EXPECT_EQ(refusal.exit_code, 2) << "no namespaces here, so bwrap must be refused";
     EXPECT_EQ(refusal.err.find("quire-device: bwrap cannot run here: "), 0U) << refusal.err;
     GTEST_SKIP() << "bwrap cannot run here";
@@ -50,11 +51,11 @@ class Launcher : public testing::TestWithParam<const char*> {
   }
   Command OnBash(const std::string& script) const { return On("bash") + Command{"-c", script}; }
 
-  const TemporaryFolder device_;
+  const TemporaryDirectory device_;
 };
 
 TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
-  const TemporaryFolder elsewhere;  // under the host's /tmp
+  const TemporaryDirectory elsewhere;  // under the host's /tmp
   WriteFile(elsewhere / "ca/ca.pem", "authority");
   WriteFile(elsewhere / "shared/file", "shared");
   fs::create_directory(elsewhere / "programs");
@@ -68,7 +69,7 @@ TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
       "/mnt/ext1/system/new && echo c > /tmp/c && [[ -w /tmp/c ]] && ls -d '/mnt/ext1/Digital "
       "Editions' /mnt/ext1/system/config /ebrmain/bin && stat -c %F /mnt/ext1/system/new && pwd && "
       "cat \"$TABULET_CA_FILE\" \"$1\" && echo \"<$2>\"; exit 7";
-  const Finished run =
+  const ProcessResult run =
       RunProgram(kQuiet + Command{"--device", device_ / "my device", "--with", GetParam(),
                                   "--share", elsewhere / "shared", elsewhere / "programs/my shell",
                                   "-c", script, "0", elsewhere / "shared/file", "two  words"},
@@ -85,18 +86,25 @@ TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
   EXPECT_EQ(fs::exists("/ebrmain"), had_system) << "made on the host";
 }
 
+// The programs that get signals start no others while they wait: bash forgets a SIGINT that comes
+// then.
 TEST_P(Launcher, PassesSignalsOnAndGivesTheProgramsExitCode) {
   EXPECT_EQ(RunProgram(OnBash("kill -SEGV $$")).exit_code, 128 + SIGSEGV);
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
-    Process program(
-        OnBash("trap 'sleep 0.1; echo told; exit 5' TERM INT HUP; echo ready;"
-               "while :; do sleep 0.02; done"));
+  const Command program_with_trap = OnBash(
+      "trap 'sleep 0.1; echo told; exit 5' TERM INT HUP QUIT USR1 USR2; echo ready;"
+      "while :; do :; done");
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2}) {
+    Process program(program_with_trap);
     ASSERT_TRUE(program.WaitForOutput("ready"));
     program.Kill(signal);
-    const Finished finished = program.Wait();
+    const ProcessResult finished = program.Wait();
     EXPECT_EQ(finished.exit_code, 5) << signal;
     EXPECT_EQ(finished.out, "ready\ntold\n") << signal;
   }
+  Process on_terminal(program_with_trap, {}, Process::On::kTerminal);
+  ASSERT_TRUE(on_terminal.WaitForOutput("ready"));
+  on_terminal.Kill(SIGINT);
+  EXPECT_EQ(on_terminal.Wait().exit_code, 5) << "not from the terminal, so it has to be passed on";
   Process early(On("sleep") + Command{"31"});
   early.Kill(SIGTERM);
   EXPECT_NE(early.Wait().exit_code, 0);
@@ -106,17 +114,17 @@ TEST_P(Launcher, LeavesTheTerminalToTheProgram) {
   Process program(OnBash("trap 'echo interrupted; told=yes' INT;"
                          "stty -echo </dev/tty; read -r -p 'Password: ' word </dev/tty;"
                          "stty echo </dev/tty; echo; echo \"got $word\";"
-                         "until [[ $told ]]; do sleep 0.02; done; sleep 0.2; echo end"),
+                         "until [[ $told ]]; do :; done; sleep 0.2; echo end"),
                   {}, Process::On::kTerminal);
   ASSERT_TRUE(program.WaitForOutput("Password: "));
   program.Type("geheim\n");
   ASSERT_TRUE(program.WaitForOutput("got geheim"));
   program.Type("\x03");
-  const Finished finished = program.Wait();
+  const ProcessResult finished = program.Wait();
   const std::string shown = finished.out;
   EXPECT_EQ(shown.find("geheim"), shown.rfind("geheim")) << "echoed: " << shown;
   EXPECT_NE(shown.find("interrupted"), std::string::npos) << shown;
-  EXPECT_EQ(shown.find("interrupted"), shown.rfind("interrupted")) << "told twice: " << shown;
+  EXPECT_EQ(shown.find("interrupted"), shown.rfind("interrupted")) << "passed on too: " << shown;
   EXPECT_NE(shown.find("end"), std::string::npos) << shown;
   EXPECT_EQ(finished.exit_code, 0);
 }
@@ -125,14 +133,17 @@ TEST_P(Launcher, LeavesNoProcessBehind) {
   EXPECT_EQ(RunProgram(OnBash("(sleep 3141592 >/dev/null 2>&1 &); exit 3")).exit_code, 3);
   EXPECT_FALSE(StillRuns("3141592"));
 
-  Process killed(OnBash("echo ready; exec sleep 2718281"));
+  RunProgram(OnBash("setsid sleep 1618033 >/dev/null 2>&1 & kill -KILL $PPID; exit 3"));
+  EXPECT_FALSE(StillRuns("1618033"));
+
+  Process killed(OnBash("setsid sleep 2718281 >/dev/null 2>&1 & echo ready; exec sleep 2718281"));
   ASSERT_TRUE(killed.WaitForOutput("ready"));
   killed.Kill(SIGKILL);
   EXPECT_FALSE(StillRuns("2718281"));
 }
 
 TEST_P(Launcher, RemovesAScratchDevice) {
-  const Finished run = RunProgram(
+  const ProcessResult run = RunProgram(
       kQuiet + Command{"--device", "scratch", "--with", GetParam(), "bash", "-c",
                        "mkdir /mnt/ext1/a; touch /mnt/ext1/a/b; chmod 500 /mnt/ext1/a; exit 4"},
       {{"TMPDIR", device_.path()}});
@@ -140,11 +151,51 @@ TEST_P(Launcher, RemovesAScratchDevice) {
   EXPECT_TRUE(fs::is_empty(device_.path()));
 }
 
+TEST_P(Launcher, RunsAProgramWhosePathHasAnEqualsSign) {
+  const std::string program = device_ / "a=b/my=program";
+  WriteProgram(program, "#!/bin/sh\necho \"mine $1\"\n");
+  EXPECT_EQ(RunProgram(On(program) + Command{"echo"}).out, "mine echo\n");
+}
+
+TEST_P(Launcher, MakesDirectoriesForTheUserAlone) {
+  EXPECT_EQ(RunProgram(On("true")).exit_code, 0);
+  for (const auto& entry : fs::recursive_directory_iterator(device_.path())) {
+    if (!entry.is_directory() || entry.is_symlink()) continue;
+    EXPECT_EQ(entry.status().permissions(), fs::perms::owner_all) << entry.path();
+  }
+}
+
+TEST_P(Launcher, StartsSeveralTimesAtOnceOnANewDevice) {
+  std::vector<std::unique_ptr<Process>> launchers;
+  for (int i = 0; i < 8; ++i) launchers.push_back(std::make_unique<Process>(On("true")));
+  for (const auto& launcher : launchers) {
+    const ProcessResult finished = launcher->Wait();
+    EXPECT_EQ(finished.exit_code, 0);
+    EXPECT_EQ(finished.err, "");
+  }
+}
+
+TEST_P(Launcher, EndsBySignalWhileItWaitsForTheScanner) {
+  const std::string device = device_ / "my device";
+  WriteProgram(device + "/ebrmain/bin/scanner.app",
+               "#!/bin/sh\necho started\nexec sleep 1414213\n");
+  Process launcher(kLauncher +
+                   Command{"--device", device, "--with", GetParam(), "echo", "never printed"});
+  while (ReadFile(device + "/tmp/scanner.log").empty()) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  launcher.Kill(SIGTERM);
+  const ProcessResult finished = launcher.Wait();
+  EXPECT_EQ(finished.exit_code, 128 + SIGTERM);
+  EXPECT_EQ(finished.out, "");
+  EXPECT_FALSE(StillRuns("1414213"));
+}
+
 TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
   const std::string device = device_ / "my device";
   WriteFile(device + "/ext1/Downloads/book.pdf", "a book");
   const Command on = kLauncher + Command{"--device", device, "--with", GetParam()};
-  const Finished run = RunProgram(
+  const ProcessResult run = RunProgram(
       on + Command{"bash", "-c", "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
                    QUIRE_SCAN_REQUEST});
   EXPECT_EQ(run.out, "answer 0\nanswer -1\nanswer -1\n");
@@ -160,7 +211,7 @@ TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
   fs::remove(scanner);
   WriteProgram(scanner, "#!/bin/sh\nexit 1\n");
   for (const char* line : {"the scanner does not serve", "no scanner.app"}) {
-    const Finished without = RunProgram(on + Command{"bash", "-c", "exit 6"});
+    const ProcessResult without = RunProgram(on + Command{"bash", "-c", "exit 6"});
     EXPECT_EQ(without.exit_code, 6);
     EXPECT_NE(without.err.find(line), std::string::npos) << without.err;
     chmod(scanner.c_str(), 0644);
@@ -173,37 +224,41 @@ TEST_P(Launcher, WorksForAnOrdinaryUserWhereItIsInstalled) {
   fs::create_directories(prefix + "/bin");
   fs::create_directories(prefix + "/libexec/quire");
   fs::copy_file(QUIRE_DEVICE, prefix + "/bin/quire-device");
-  fs::copy_file(QUIRE_BUILD_DIR "/bin/proot-guest", prefix + "/libexec/quire/proot-guest");
   WriteProgram(prefix + "/libexec/quire/browser-agent", "#!/bin/sh\necho agent\n");
+  WriteProgram(prefix + "/bin/quire", "#!/bin/sh\necho \"quire $1\"\n");
   chmod(device_.path().c_str(), 0777);
-  Command command{prefix + "/bin/quire-device", "--no-scanner", "--device", device_ / "d"};
-  command = command + Command{"--with", GetParam(), "sh", "-c"} +
-            Command{"cd /; ls /mnt/ext1 && /ebrmain/bin/browser.app && id -u"};
+  Command launcher{prefix + "/bin/quire-device", "--no-scanner", "--device", device_ / "d",
+                   "--with"};
+  launcher.emplace_back(GetParam());
   if (geteuid() == 0) {
     const Command nobody{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
-    command = Command{"env", "-C", "/"} + nobody + command;
+    launcher = Command{"env", "-C", "/"} + nobody + launcher;
   }
-  const Finished run = RunProgram(command, {{"QUIRE_BUILD", ""}});
+  const ProcessResult run = RunProgram(
+      launcher + Command{"sh", "-c", "cd /; ls /mnt/ext1 && /ebrmain/bin/browser.app && id -u"},
+      {{"QUIRE_BUILD", ""}});
   const std::string user = std::to_string(geteuid() == 0 ? 65534 : geteuid());
   EXPECT_EQ(run.out, "Digital Editions\nDownloads\nsystem\nagent\n" + user + "\n");
   EXPECT_EQ(run.err, "");
+  EXPECT_EQ(RunProgram(launcher + Command{"--", "quire", "books"}, {{"QUIRE_BUILD", ""}}).out,
+            "quire books\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(With, Launcher, testing::Values("bwrap", "proot"),
                          [](const auto& with) { return std::string(with.param); });
 
 TEST(LauncherFallback, TakesProotWhereNamespacesAreForbidden) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory folder;
   const std::string forbidden = "#!/bin/sh\necho no permission >&2; exit 1\n";
   const Environment path = {{"PATH", folder / "bin:" + std::getenv("PATH")}};
   const Command command =
       kQuiet + Command{"--device", folder / "d", "bash", "-c", "[[ -d /mnt/ext1/Downloads ]]"};
   WriteProgram(folder / "bin/bwrap", forbidden);
-  const Finished fallback = RunProgram(command, path);
+  const ProcessResult fallback = RunProgram(command, path);
   EXPECT_EQ(fallback.exit_code, 0);
   EXPECT_EQ(fallback.err, "");
   WriteProgram(folder / "bin/proot", forbidden);
-  const Finished refusal = RunProgram(command, path);
+  const ProcessResult refusal = RunProgram(command, path);
   EXPECT_EQ(refusal.exit_code, 2);
   EXPECT_EQ(
       refusal.err,
@@ -212,10 +267,12 @@ TEST(LauncherFallback, TakesProotWhereNamespacesAreForbidden) {
 }
 
 TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
-  const TemporaryFolder folder;
+  const TemporaryDirectory folder;
   const std::string device = folder / "d";
   WriteFile(folder / "file", "not a program");
   WriteFile(folder / "d/ebrmain/bin/browser.app", "the user's own");
+  const Environment no_display = {
+      {"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", ""}};
   const std::tuple<Command, int, std::string> cases[] = {
       {{}, 2, "no program"},
       {{"--nope", "true"}, 2, "unknown option --nope"},
@@ -226,18 +283,33 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
       {{"--device", folder / "file", "true"}, 2, folder / "file: Not a directory"},
       {{"--device", device, "--share", "/no/such", "true"}, 2, "--share /no/such"},
       {{"--device", device, "--browser", "agent", "true"}, 2, "browser.app is a file of yours"},
+      {{"--device", device, "--browser", "chromium", "true"}, 2, "chromium needs a display"},
       {{"--device", device, "no-such-program"}, 127, "no program no-such-program"},
       {{"--device", device, "./no such"}, 127, "no program ./no such"},
       {{"--device", device, folder / "file"}, 126, "not executable"},
   };
   for (const auto& [arguments, exit_code, text] : cases) {
-    const Finished run = RunProgram(kQuiet + arguments);
+    const ProcessResult run = RunProgram(kQuiet + arguments, no_display);
     EXPECT_EQ(run.exit_code, exit_code) << text;
     EXPECT_EQ(run.err.find("quire-device: "), 0U) << run.err;
     EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
   }
   EXPECT_EQ(ReadFile(folder / "d/ebrmain/bin/browser.app"), "the user's own");
+}
+
+TEST(LauncherOptions, TakesChromiumWithoutADisplayWhenHeadless) {
+  const TemporaryDirectory device;
+  const ProcessResult run =
+      RunProgram(kQuiet + Command{"--device", device / "d", "--browser", "chromium", "true"},
+                 {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", "1"}});
+  EXPECT_EQ(run.exit_code, 0) << run.err;
+}
+
+TEST(LauncherOptions, PrintsTheVersion) {
+  const ProcessResult run = RunProgram({QUIRE_DEVICE, "--version"});
+  EXPECT_EQ(run.out, "quire-device " QUIRE_VERSION "\n");
+  EXPECT_EQ(run.exit_code, 0);
 }
 
 }  // namespace

@@ -1,9 +1,4 @@
-// proot-guest PROGRAM [ARG...]: runs PROGRAM as one that proot can serve and does not leave behind.
-//
-// proot translates the paths of the system calls that it knows and lets newer ones through, to the
-// host's own /tmp and /mnt; told that such a call is missing, the C library uses an older one.
-// PROGRAM ends with proot, adopts what its children leave running, and is not searched for leaks,
-// since a leak sanitizer needs for itself what proot uses.
+#include "proot_guest.h"
 
 #include <linux/audit.h>
 #include <linux/filter.h>
@@ -17,10 +12,15 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <string>
 #include <vector>
 
+namespace launcher {
 namespace {
 
+// proot translates the paths of the system calls that it knows and lets newer ones through, to the
+// host's own /tmp and /mnt. Where such a call is missing, the C library uses an older one.
 // By number where this system's headers may be older than its kernel.
 constexpr unsigned kNewerCalls[] = {
     __NR_statx,
@@ -50,18 +50,24 @@ bool DenyNewerCalls() {
          prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
+bool IsTraced() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("TracerPid:")) return !line.ends_with("\t0");
+  }
+  return false;
+}
+
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc < 2) {
-    std::fputs("usage: proot-guest PROGRAM [ARG...]\n", stderr);
-    return 2;
-  }
+bool BecomeProotGuest() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (!IsTraced()) return false;
   prctl(PR_SET_CHILD_SUBREAPER, 1);
+  // A leak sanitizer needs for itself what proot uses.
   setenv("LSAN_OPTIONS", "detect_leaks=0", 0);
-  if (!DenyNewerCalls()) std::perror("proot-guest: the newer system calls stay");
-  execvp(argv[1], argv + 1);
-  std::perror(argv[1]);
-  return 127;
+  if (!DenyNewerCalls()) std::perror("quire-device: the newer system calls stay");
+  return true;
 }
+
+}  // namespace launcher

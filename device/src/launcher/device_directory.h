@@ -1,0 +1,38 @@
+#ifndef DEVICE_LAUNCHER_DEVICE_DIRECTORY_H_
+#define DEVICE_LAUNCHER_DEVICE_DIRECTORY_H_
+
+#include <string>
+
+namespace launcher {
+
+/// The directory on the host that holds the device's file system. A scratch one is removed with the
+/// object.
+class DeviceDirectory {
+ public:
+  /// `name` is a path, "scratch", or empty for the user's own device. Throws Failure.
+  explicit DeviceDirectory(const std::string& name);
+  ~DeviceDirectory();
+  DeviceDirectory(const DeviceDirectory&) = delete;
+  DeviceDirectory& operator=(const DeviceDirectory&) = delete;
+
+  const std::string& path() const { return path_; }
+
+  /// Makes what is missing, for the user alone, and links the device's programs to those in
+  /// `programs`. `browser` is empty where none was asked for. Several launchers may do so at once.
+  /// Throws Failure.
+  void Prepare(const std::string& programs, const std::string& browser) const;
+
+ private:
+  void MakeDirectories() const;
+  void LinkProgram(const std::string& name, const std::string& target) const;
+
+  std::string path_;
+  bool scratch_ = false;
+};
+
+/// Makes a directory for the user alone; one that is there stays. Throws std::system_error.
+void MakePrivateDirectory(const std::string& path);
+
+}  // namespace launcher
+
+#endif  // DEVICE_LAUNCHER_DEVICE_DIRECTORY_H_

@@ -1,0 +1,194 @@
+#include "init.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "process.h"
+#include "proot_guest.h"
+
+namespace launcher {
+namespace {
+
+constexpr char kScanner[] = "/ebrmain/bin/scanner.app";
+constexpr char kScannerLog[] = "/tmp/scanner.log";
+constexpr int kScannerStartTimeout_ms = 10'000;
+constexpr int kScannerStopTimeout_ms = 5'000;
+
+/// The first process on the device: runs the program, has the scanner beside it, adopts and ends
+/// what they leave.
+class Init {
+ public:
+  explicit Init(const InitOptions& options) : options_(options) {
+    for (const int fd : {options.channel_fd, options.stderr_fd}) fcntl(fd, F_SETFD, FD_CLOEXEC);
+    dup2(options.stderr_fd, STDERR_FILENO);
+    sigaddset(&child_signals_, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &child_signals_, nullptr);
+    child_signals_fd_ = signalfd(-1, &child_signals_, SFD_CLOEXEC | SFD_NONBLOCK);
+  }
+
+  int Run() {
+    int order;
+    if (options_.traced && !BecomeProotGuest()) return 1;
+    Send(options_.channel_fd, pid_);
+    if (!Receive(options_.channel_fd, &order) || order != kStartProgram) return 1;
+    StartProgram();
+    if (options_.scanner) {
+      StartScanner();
+    } else {
+      ReleaseProgram(true);
+    }
+    while (!exit_code_ && !abandoned_) {
+      pollfd polled[] = {{options_.channel_fd, POLLIN, 0},
+                         {child_signals_fd_, POLLIN, 0},
+                         {scanner_fd_, POLLIN, 0}};
+      if (poll(polled, 3, gate_fd_ < 0 ? -1 : kScannerStartTimeout_ms) == 0) ReleaseProgram(false);
+      if (polled[0].revents != 0) HandleSupervisor();
+      if (polled[1].revents != 0) ReapChildren();
+      if (polled[2].revents != 0) HandleScanner();
+    }
+    if (!abandoned_) StopScanner();
+    EndChildren();
+    Send(options_.channel_fd, exit_code_.value_or(1));
+    return exit_code_.value_or(1);
+  }
+
+ private:
+  /// The child ends with the init, from its first instant.
+  template <typename Body>
+  pid_t Fork(const Body& body) {
+    const pid_t child = fork();
+    if (child != 0) return child;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != pid_) _exit(1);
+    const sigset_t signals = ForwardedSignals();
+    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+    sigprocmask(SIG_UNBLOCK, &child_signals_, nullptr);
+    _exit(body());
+  }
+
+  /// The program exists from the start, so that a signal that comes before its release reaches it.
+  void StartProgram() {
+    int gate[2] = {-1, -1};
+    socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, gate);
+    program_ = Fork([&] {
+      int released;
+      if (!Receive(gate[0], &released)) return 1;
+      const int error = Exec(options_.program);
+      std::fprintf(stderr, "quire-device: cannot run %s: %s\n", options_.program[0].c_str(),
+                   std::strerror(error));
+      return error == ENOENT ? kExitNotFound : kExitNotExecutable;
+    });
+    close(gate[0]);
+    gate_fd_ = gate[1];
+    if (program_ > 0) return;
+    std::perror("quire-device: cannot start a process");
+    exit_code_ = 1;
+  }
+
+  void ReleaseProgram(bool scanner_serves) {
+    if (gate_fd_ < 0) return;
+    if (!scanner_serves) {
+      std::fprintf(stderr,
+                   "quire-device: the scanner does not serve, see %s; going on without it\n",
+                   kScannerLog);
+    }
+    Send(gate_fd_, 1);
+    close(gate_fd_);
+    gate_fd_ = -1;
+  }
+
+  void StartScanner() {
+    int ready[2] = {-1, -1};
+    [[maybe_unused]] const int failed = pipe2(ready, O_CLOEXEC);
+    scanner_ = Fork([&] {
+      signal(SIGINT, SIG_IGN);  // Ctrl-C is for the program
+      signal(SIGQUIT, SIG_IGN);
+      dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+      dup2(open(kScannerLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), STDOUT_FILENO);
+      dup2(STDOUT_FILENO, STDERR_FILENO);
+      fcntl(ready[1], F_SETFD, 0);
+      return Exec({kScanner, "--ready-fd", std::to_string(ready[1])});
+    });
+    close(ready[1]);
+    scanner_fd_ = ready[0];
+  }
+
+  /// Lets the scanner finish what it writes.
+  void StopScanner() {
+    if (scanner_ < 0 || scanner_fd_ < 0) return;
+    kill(scanner_, SIGTERM);
+    pollfd polled[] = {{scanner_fd_, POLLIN, 0}, {options_.channel_fd, POLLIN, 0}};
+    poll(polled, 2, kScannerStopTimeout_ms);
+  }
+
+  void HandleScanner() {
+    char ready;
+    const bool serves = read(scanner_fd_, &ready, 1) == 1;
+    ReleaseProgram(serves);
+    if (serves) return;
+    close(scanner_fd_);
+    scanner_fd_ = -1;
+  }
+
+  void HandleSupervisor() {
+    int signal_number;
+    abandoned_ = !Receive(options_.channel_fd, &signal_number);
+    if (!abandoned_) kill(program_, signal_number);
+  }
+
+  void ReapChildren() {
+    signalfd_siginfo ignored;
+    while (read(child_signals_fd_, &ignored, sizeof ignored) > 0) {
+    }
+    int status;
+    for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;) {
+      if (child == program_) exit_code_ = ExitCode(status);
+      if (child == scanner_) scanner_ = -1;
+    }
+  }
+
+  const InitOptions& options_;
+  const pid_t pid_ = getpid();
+  sigset_t child_signals_{};
+  int child_signals_fd_ = -1;
+  int gate_fd_ = -1;     ///< while the program waits for the scanner; an int releases it
+  int scanner_fd_ = -1;  ///< while the scanner runs; it writes a byte when it serves
+  pid_t program_ = -1;
+  pid_t scanner_ = -1;
+  std::optional<int> exit_code_;
+  bool abandoned_ = false;  ///< the supervisor is gone
+};
+
+}  // namespace
+
+Command InitOptions::Serialize() const {
+  Command arguments = {kInitVerb, traced ? "traced" : "-", scanner ? "scanner" : "-",
+                       std::to_string(channel_fd), std::to_string(stderr_fd)};
+  arguments.insert(arguments.end(), program.begin(), program.end());
+  return arguments;
+}
+
+InitOptions InitOptions::Parse(const Command& arguments) {
+  return {.traced = arguments.at(1) == "traced",
+          .scanner = arguments.at(2) == "scanner",
+          .channel_fd = std::stoi(arguments.at(3)),
+          .stderr_fd = std::stoi(arguments.at(4)),
+          .program = {arguments.begin() + 5, arguments.end()}};
+}
+
+int RunInit(const InitOptions& options) {
+  return Init(options).Run();
+}
+
+}  // namespace launcher

@@ -1,0 +1,72 @@
+// quire-device: runs a program on the device. The process that the user starts supervises; bwrap or
+// proot starts the same program again inside, as `quire-device --inside …`, which runs the user's
+// program and the scanner.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "device_directory.h"
+#include "init.h"
+#include "options.h"
+#include "programs.h"
+#include "sandbox.h"
+#include "supervisor.h"
+
+namespace launcher {
+namespace {
+
+int Launch(const Options& options) {
+  const Programs programs = FindPrograms(options.build);
+  const DeviceDirectory device(options.device);
+  device.Prepare(programs.directory, options.browser);
+  InitOptions init;
+  init.program = options.program;
+  init.program[0] = FindProgram(options.program[0], programs, device.path());
+  const FileSystem files = ComposeFileSystem(options, programs, device.path(), init.program[0]);
+  init.scanner = options.scanner;
+  if (init.scanner && access((device.path() + "/ebrmain/bin/scanner.app").c_str(), X_OK) != 0) {
+    std::fprintf(stderr, "quire-device: no scanner.app in %s; going on without it\n",
+                 programs.directory.c_str());
+    init.scanner = false;
+  }
+  for (const std::string sandbox : {"bwrap", "proot"}) {
+    if (!options.sandbox.empty() && options.sandbox != sandbox) continue;
+    init.traced = sandbox == "proot";
+    const SandboxRun run = RunInSandbox(init.traced ? ProotCommand(files) : BwrapCommand(files),
+                                        programs.launcher, init);
+    if (run.began) return run.exit_code;
+    if (!options.sandbox.empty()) throw Failure(sandbox + " cannot run here: " + run.error);
+  }
+  throw Failure(
+      "neither bwrap nor proot can run here; install bubblewrap, and allow user namespaces or "
+      "ptrace");
+}
+
+int Main(const Command& arguments) try {
+  if (arguments.size() > 5 && arguments[0] == kInitVerb) {
+    _exit(RunInit(
+        InitOptions::Parse(arguments)));  // no leak check: proot leaves it nothing to work with
+  }
+  const Options options = ParseOptions(arguments);
+  if (!options.notice.empty()) {
+    std::fputs(options.notice.c_str(), stdout);
+    return 0;
+  }
+  PrepareToSupervise();
+  return Launch(options);
+} catch (const Failure& failure) {
+  std::fprintf(stderr, "quire-device: %s\n", failure.what());
+  return failure.exit_code();
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "quire-device: %s\n", error.what());
+  return kExitBadSetup;
+}
+
+}  // namespace
+}  // namespace launcher
+
+int main(int argc, char** argv) {
+  return launcher::Main({argv + 1, argv + argc});
+}

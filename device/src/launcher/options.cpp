@@ -1,0 +1,88 @@
+#include "options.h"
+
+#include <cstdlib>
+#include <map>
+
+namespace launcher {
+namespace {
+
+constexpr char kUsage[] =
+    R"(usage: quire-device [--device DIR] [--build DIR] [--with bwrap|proot] [--browser agent|chromium]
+                    [--no-scanner] [--share PATH]... [--] PROGRAM [ARG...]
+
+Runs PROGRAM with DIR/ext1 as /mnt/ext1, DIR/ebrmain as /ebrmain and DIR/tmp as /tmp.
+
+  --device DIR    the device's directory ($QUIRE_DEVICE, else ~/.local/share/quire-device);
+                  "scratch" is a fresh one, removed afterwards
+  --build DIR     the build whose programs the device gets ($QUIRE_BUILD, else the launcher's own)
+  --with NAME     bwrap or proot; bwrap where the system allows it, else proot
+  --browser NAME  the browser program: agent (asks on the terminal) or chromium (a window)
+  --no-scanner    do not run the library scanner beside PROGRAM
+  --share PATH    keep this path visible although it lies under /tmp, /ebrmain or /mnt/ext1
+  --version       print the version
+)";
+
+void Validate(const Options& options) {
+  if (options.program.empty()) throw Failure("no program to run; see quire-device --help");
+  if (!options.sandbox.empty() && options.sandbox != "bwrap" && options.sandbox != "proot") {
+    throw Failure("--with " + options.sandbox + " is unknown; use bwrap or proot");
+  }
+  if (!options.browser.empty() && options.browser != "agent" && options.browser != "chromium") {
+    throw Failure("--browser " + options.browser + " is unknown; use agent or chromium");
+  }
+  if (options.browser == "chromium" && GetEnvironment("DISPLAY").empty() &&
+      GetEnvironment("WAYLAND_DISPLAY").empty() &&
+      GetEnvironment("QUIRE_BROWSER_HEADLESS") != "1") {
+    throw Failure(
+        "--browser chromium needs a display, and neither $DISPLAY nor $WAYLAND_DISPLAY names one; "
+        "use --browser agent");
+  }
+}
+
+}  // namespace
+
+std::string GetEnvironment(const char* name) {
+  const char* const value = std::getenv(name);
+  return value ? value : "";
+}
+
+Options ParseOptions(const std::vector<std::string>& arguments) {
+  Options options;
+  options.device = GetEnvironment("QUIRE_DEVICE");
+  options.build = GetEnvironment("QUIRE_BUILD");
+  std::string share;
+  const std::map<std::string, std::string*> with_value = {{"--device", &options.device},
+                                                          {"--build", &options.build},
+                                                          {"--with", &options.sandbox},
+                                                          {"--browser", &options.browser},
+                                                          {"--share", &share}};
+  auto next = arguments.begin();
+  for (; next != arguments.end() && next->starts_with('-'); ++next) {
+    const std::string& name = *next;
+    if (const auto option = with_value.find(name); option != with_value.end()) {
+      if (++next == arguments.end() || next->empty()) {
+        throw Failure(name + " needs a value; see quire-device --help");
+      }
+      *option->second = *next;
+      if (name == "--share") options.shared_paths.push_back(share);
+    } else if (name == "--no-scanner") {
+      options.scanner = false;
+    } else if (name == "-h" || name == "--help") {
+      options.notice = kUsage;
+      return options;
+    } else if (name == "--version") {
+      options.notice = "quire-device " QUIRE_VERSION "\n";
+      return options;
+    } else if (name == "--") {
+      ++next;
+      break;
+    } else {
+      throw Failure("unknown option " + name + "; see quire-device --help");
+    }
+  }
+  options.program.assign(next, arguments.end());
+  Validate(options);
+  return options;
+}
+
+}  // namespace launcher

@@ -1,0 +1,49 @@
+#ifndef DEVICE_LAUNCHER_OPTIONS_H_
+#define DEVICE_LAUNCHER_OPTIONS_H_
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace launcher {
+
+inline constexpr int kExitBadSetup = 2;
+inline constexpr int kExitNotExecutable = 126;
+inline constexpr int kExitNotFound = 127;
+inline constexpr int kExitSignalBase = 128;  ///< plus the number of the signal that ended a process
+
+/// Ends the launcher with a message for the user.
+class Failure : public std::runtime_error {
+ public:
+  explicit Failure(const std::string& message, int exit_code = kExitBadSetup)
+      : std::runtime_error(message), exit_code_(exit_code) {}
+  int exit_code() const { return exit_code_; }
+
+ private:
+  int exit_code_;
+};
+
+using Command = std::vector<std::string>;  ///< a program and its arguments
+
+/// The command line, with the environment's values where it has none. An empty string is an option
+/// that nobody gave.
+struct Options {
+  std::string device;
+  std::string build;
+  std::string sandbox;
+  std::string browser;
+  bool scanner = true;
+  std::vector<std::string> shared_paths;
+  Command program;
+  std::string notice;  ///< what --help or --version prints; nothing runs then
+};
+
+/// Throws Failure.
+Options ParseOptions(const std::vector<std::string>& arguments);
+
+/// The value of an environment variable, empty where it is not set.
+std::string GetEnvironment(const char* name);
+
+}  // namespace launcher
+
+#endif  // DEVICE_LAUNCHER_OPTIONS_H_

@@ -1,0 +1,35 @@
+#ifndef DEVICE_LAUNCHER_PROCESS_H_
+#define DEVICE_LAUNCHER_PROCESS_H_
+
+#include <signal.h>
+#include <sys/types.h>
+
+#include "options.h"
+
+namespace launcher {
+
+/// The signals that the launcher passes on to the program.
+sigset_t ForwardedSignals();
+
+/// Replaces the process by a program.
+/// \return why that failed, as errno has it.
+int Exec(const Command& command);
+
+/// Kills all children, those that are inherited meanwhile too, and waits until they are gone.
+/// \param spared a child that stays.
+void EndChildren(pid_t spared = -1);
+
+/// \param status as wait returns it.
+/// \return as a shell has it: 128 + N for a death by signal N.
+int ExitCode(int status);
+
+/// Sends a value over a stream socket whose other side may be gone.
+void Send(int socket, int value);
+
+/// \param flags as recv has them.
+/// \return false at the end of the stream, or where nothing is there and `flags` forbid to wait.
+bool Receive(int socket, int* value, int flags = 0);
+
+}  // namespace launcher
+
+#endif  // DEVICE_LAUNCHER_PROCESS_H_
