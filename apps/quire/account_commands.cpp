@@ -4,9 +4,9 @@
 #include <memory>
 #include <tuple>
 
+#include "command_error.h"
 #include "commands.h"
 #include "device_log.h"
-#include "failure.h"
 #include "json_output.h"
 #include "password.h"
 #include "screen.h"
@@ -40,49 +40,49 @@ void PrintFields(const std::vector<Field>& fields, const std::function<std::stri
 void Expect(const Result& result, const char* what, const DeviceLog& log) {
   if (result.code_ == store::ServerApi::kOk) return;
   if (result.message_.empty()) {
-    throw Failure(kUnreachable, "The shop cannot be reached" + log.Reason() +
-                                    ". Check the network and try again.");
+    throw CommandError(kUnreachable, "The shop cannot be reached" + log.Reason() +
+                                         ". Check the network and try again.");
   }
-  throw Failure(kFailed, std::string(what) + ": \"" + result.message_ + "\"");
+  throw CommandError(kFailed, std::string(what) + ": \"" + result.message_ + "\"");
 }
 
 /// The library answers "done" without doing anything when it cannot open the device's files.
 void ExpectStored(store::StoreManager& manager, const std::string& user) {
   if (manager.getLogin() == user) return;
-  throw Failure(kDevice,
-                "The device's file /mnt/ext1/system/config/quire_config.cfg cannot be "
-                "written, so nothing was done. Give yourself the right to write it.");
+  throw CommandError(kDevice,
+                     "The device's file /mnt/ext1/system/config/quire_config.cfg cannot be "
+                     "written, so nothing was done. Give yourself the right to write it.");
 }
 
-std::string AskUser(const std::string& stored) {
+std::string ReadUser(const std::string& stored) {
   if (!stored.empty()) return stored;
   if (!isatty(STDIN_FILENO)) {
-    throw Failure(kUsage,
-                  "No user is stored on this device. Name one, as in \"quire login "
-                  "anna@quire.example\".");
+    throw CommandError(kUsage,
+                       "No user is stored on this device. Name one, as in \"quire login "
+                       "anna@quire.example\".");
   }
   Screen::Out().Write("E-mail address: ");
   std::string user;
   std::getline(std::cin, user);
-  if (user.empty()) throw Failure(kUsage, "No user was named. Nothing was done.");
+  if (user.empty()) throw CommandError(kUsage, "No user was named. Nothing was done.");
   return user;
 }
 
 void LogIn(Session& session, std::string user) {
   store::StoreManager& manager = session.Store();
-  if (user.empty()) user = AskUser(manager.getLogin());
-  const Password password = AskPassword("Password for " + user);
+  if (user.empty()) user = ReadUser(manager.getLogin());
+  const Password password = ReadPassword("Password for " + user);
   const DeviceLog log;
   {
     const Spinner spinner("Logging in …");
-    Expect(manager.LogIn(user, password.Text()), "The shop did not let you in", log);
+    Expect(manager.LogIn(user, password.value()), "The shop did not let you in", log);
   }
   if (!manager.IsLoggedIn()) {
-    throw Failure(kFailed, "The shop said yes, but opened no session. Try again later.");
+    throw CommandError(kFailed, "The shop said yes, but opened no session. Try again later.");
   }
   ExpectStored(manager, user);
   const std::string shop = manager.GetShopName();
-  Screen::Out().Say("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
+  Screen::Out().PrintLine("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
 }
 
 struct Customer {
@@ -91,26 +91,26 @@ struct Customer {
 
 void Register(Session& session, const Customer& customer) {
   store::StoreManager& manager = session.Store();
-  const Password password = AskPassword("Password for " + customer.email, true);
+  const Password password = ReadPassword("Password for " + customer.email, true);
   const DeviceLog log;
-  const Result result = manager.Register(customer.email, password.Text(), customer.name,
+  const Result result = manager.Register(customer.email, password.value(), customer.name,
                                          customer.last_name, customer.title);
   Expect(result, "The shop did not register you", log);
   ExpectStored(manager, customer.email);
-  Screen::Out().Say(result.message_.empty() ? "Registered." : result.message_);
+  Screen::Out().PrintLine(result.message_.empty() ? "Registered." : result.message_);
   if (manager.NewSession(nullptr) == 0) {
-    Screen::Out().Say("Logged in as " + customer.email + ".");
+    Screen::Out().PrintLine("Logged in as " + customer.email + ".");
   } else {
-    Screen::Out().Say(
+    Screen::Out().PrintLine(
         "The shop does not let you in yet. Do what it asks for, then \"quire login\".");
   }
 }
 
 void LogOut(Session& session) {
-  store::StoreManager& manager = session.LoggedIn();
+  store::StoreManager& manager = session.LoggedInStore();
   manager.LogOut();
   session.order_is_priced = false;
-  Screen::Out().Say(
+  Screen::Out().PrintLine(
       "Logged out, and the cart is emptied. The device keeps your user name and "
       "password, so the next start of quire logs in again.");
 }
@@ -130,7 +130,7 @@ void ShowAccount(Session& session, bool as_json) {
                                           {"mobile", "Mobile", store::UserData::kMobile},
                                           {"birthday", "Birthday", store::UserData::kBirthday},
                                           {"pay_method", "Pays by", store::UserData::kPayMethod}};
-  store::StoreManager& manager = session.LoggedIn();
+  store::StoreManager& manager = session.LoggedInStore();
   const DeviceLog log;
   const auto answer = manager.GetUserData();
   const store::UserData& data = std::get<1>(answer);
@@ -169,12 +169,13 @@ void AddAccountCommands(CLI::App& cli, Session& session) {
   login->add_option("USER", *user, "E-mail address; the last user's when left out");
   login->callback([&session, user] { LogIn(session, *user); });
 
-  CLI::App* enrol = cli.add_subcommand("register", "Open an account with the shop");
-  enrol->add_option("EMAIL", customer->email, "E-mail address, the later user name")->required();
-  enrol->add_option("--name", customer->name, "First name")->required();
-  enrol->add_option("--lastname", customer->last_name, "Last name")->required();
-  enrol->add_option("--title", customer->title, "Title, such as Dr.");
-  enrol->callback([&session, customer] { Register(session, *customer); });
+  CLI::App* register_command = cli.add_subcommand("register", "Open an account with the shop");
+  register_command->add_option("EMAIL", customer->email, "E-mail address, the later user name")
+      ->required();
+  register_command->add_option("--name", customer->name, "First name")->required();
+  register_command->add_option("--lastname", customer->last_name, "Last name")->required();
+  register_command->add_option("--title", customer->title, "Title, such as Dr.");
+  register_command->callback([&session, customer] { Register(session, *customer); });
 
   cli.add_subcommand("logout", "End the session and empty the cart")->callback([&session] {
     LogOut(session);

@@ -31,7 +31,7 @@ std::string FindFile(const store::Book& book, bool any_format) {
 }
 
 store::BookStatus StatusOf(store::StoreManager& manager, const store::Book& book) {
-  store::BookStatus status = manager.GetBookStatus(Property(book, store::Book::kEan));
+  store::BookStatus status = manager.GetBookStatus(GetString(book, store::Book::kEan));
   if (status.status != store::BookStatus::kPurchased) return status;
   status.path = FindFile(book, false);
   if (!status.path.empty()) status.status = store::BookStatus::kDownloaded;

@@ -13,10 +13,10 @@ inline constexpr char kNothingBought[] =
     "You have bought no books yet. See what there is with \"quire catalogue\".";
 
 /// A title in quotation marks, for sentences; a very long one is cut.
-std::string Quoted(const std::string& title);
+std::string QuoteTitle(const std::string& title);
 
 /// The book's title; its EAN where it has none.
-std::string TitleOf(const store::Book& book);
+std::string DisplayTitle(const store::Book& book);
 
 /// A status for people, such as "downloading 45 %".
 Cell StatusCell(const store::BookStatus& status);

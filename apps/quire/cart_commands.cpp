@@ -7,15 +7,15 @@
 #include "book_view.h"
 #include "cart_view.h"
 #include "catalogue.h"
+#include "command_error.h"
 #include "commands.h"
-#include "failure.h"
 #include "screen.h"
 
 namespace app {
 namespace {
 
 /// The library's record of a title, made as from an item of the shop's.
-store::Book BookOf(const CatalogueEntry& entry) {
+store::Book ToBook(const CatalogueEntry& entry) {
   ::Json::Value item(::Json::objectValue);
   const auto put = [&](const char* key, const std::string& text) {
     if (!text.empty()) item[key] = text;
@@ -40,9 +40,9 @@ store::Book BookOf(const CatalogueEntry& entry) {
 
 void ShowCart(Session& session, bool as_json) {
   const store::Cart& cart = session.Store().GetCart();
-  if (as_json) return PrintJson(CartJson(cart));
+  if (as_json) return PrintJson(CartToJson(cart));
   if (cart.GetSize() > 0) return PrintCart(cart);
-  Screen::Out().Say("The cart is empty. Fill it with \"quire cart add EAN\".");
+  Screen::Out().PrintLine("The cart is empty. Fill it with \"quire cart add EAN\".");
 }
 
 void AddToCart(Session& session, const std::vector<std::string>& eans) {
@@ -52,11 +52,11 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
   for (const std::string& ean : eans) {
     const auto status = manager.GetBookStatus(ean).status;
     if (status == store::BookStatus::kInCart) {
-      Screen::Out().Say(ean + " is in the cart already.");
+      Screen::Out().PrintLine(ean + " is in the cart already.");
     } else if (status != store::BookStatus::kNotPurchased) {
       bought = true;
-      PrintFailure("You have bought " + ean + " already. Get it with \"quire download " + ean +
-                   "\".");
+      PrintError("You have bought " + ean + " already. Get it with \"quire download " + ean +
+                 "\".");
     } else {
       wanted.push_back(ean);
     }
@@ -75,21 +75,21 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
       missing += (missing.empty() ? "" : ", ") + ean;
       continue;
     }
-    manager.AddToCart(BookOf(*entry));
+    manager.AddToCart(ToBook(*entry));
     session.order_is_priced = false;
-    Screen::Out().Say("In the cart: " + Quoted(entry->title) + ".");
+    Screen::Out().PrintLine("In the cart: " + QuoteTitle(entry->title) + ".");
   }
   if (!missing.empty()) {
-    throw Failure(kNotFound, "The catalogue has no " + missing +
-                                 ". See what it has with \"quire catalogue\".");
+    throw CommandError(kNotFound, "The catalogue has no " + missing +
+                                      ". See what it has with \"quire catalogue\".");
   }
-  if (bought) throw Failure(kFailed, "");
+  if (bought) throw CommandError(kFailed, "");
 }
 
 /// The item that `which` names: an EAN, or "#" and a position counted from one.
-unsigned Position(const store::Cart& cart, const std::string& which) {
+unsigned FindPosition(const store::Cart& cart, const std::string& which) {
   for (unsigned i = 0; i < cart.GetSize(); ++i) {
-    if (Property(cart.GetItem(i), store::Book::kEan) == which) return i;
+    if (GetString(cart.GetItem(i), store::Book::kEan) == which) return i;
   }
   unsigned position = 0;
   if (which.starts_with('#')) {
@@ -99,16 +99,17 @@ unsigned Position(const store::Cart& cart, const std::string& which) {
       return position - 1;
     }
   }
-  throw Failure(kNotFound, "The cart has no " + which + ". See what it has with \"quire cart\".");
+  throw CommandError(kNotFound,
+                     "The cart has no " + which + ". See what it has with \"quire cart\".");
 }
 
 void RemoveFromCart(Session& session, const std::string& which) {
   store::StoreManager& manager = session.Store();
-  const unsigned position = Position(manager.GetCart(), which);
-  const std::string title = Property(manager.GetCart().GetItem(position), store::Book::kTitle);
+  const unsigned position = FindPosition(manager.GetCart(), which);
+  const std::string title = GetString(manager.GetCart().GetItem(position), store::Book::kTitle);
   manager.RemoveFromCart(position);
   session.order_is_priced = false;
-  Screen::Out().Say("Out of the cart: " + Quoted(title) + ".");
+  Screen::Out().PrintLine("Out of the cart: " + QuoteTitle(title) + ".");
 }
 
 }  // namespace

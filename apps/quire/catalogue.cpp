@@ -12,17 +12,17 @@
 namespace app {
 namespace {
 
-constexpr std::size_t kMostPages = 500;
-constexpr std::size_t kMostTitles = 20'000;
-constexpr std::size_t kMost_bytes = std::size_t{256} << 20;
+constexpr std::size_t kMaxPages = 500;
+constexpr std::size_t kMaxTitles = 20'000;
+constexpr std::size_t kMaxSize_bytes = std::size_t{256} << 20;
 constexpr unsigned kTimeout_s = 30;
 
-Failure Unreadable(const std::string& url, const FeedError& error) {
+CommandError Unreadable(const std::string& url, const FeedError& error) {
   return {kFailed, "The catalogue's page " + url + " cannot be read: " + error.what() +
                        ". Try again later, or ask the shop."};
 }
 
-Failure TooLarge(const std::string& what) {
+CommandError TooLarge(const std::string& what) {
   return {kFailed, "The catalogue has more than " + what +
                        "; the rest is left out. Ask the shop's "
                        "keeper whether its pages lead in a circle."};
@@ -30,15 +30,15 @@ Failure TooLarge(const std::string& what) {
 
 }  // namespace
 
-std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
-                                       std::size_t* left_out) const {
+std::optional<CommandError> Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
+                                            std::size_t* skipped_count) const {
   const std::string start = ResolveAddress("", start_url_);
   if (start.empty()) {
-    throw Failure(kFailed, "The shop names no catalogue. Try again later, or ask the shop.");
+    throw CommandError(kFailed, "The shop names no catalogue. Try again later, or ask the shop.");
   }
   std::deque<std::string> due{start};
   std::set<std::string> known{start};
-  std::set<std::string> visited_eans;
+  std::set<std::string> seen_eans;
   std::size_t titles = 0;
   std::size_t bytes = 0;
   const auto add = [&](const std::string& url, bool first) {
@@ -46,8 +46,8 @@ std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueE
     due.insert(first ? due.begin() : due.end(), url);
   };
   for (std::size_t pages = 0; !due.empty(); ++pages) {
-    if (pages == kMostPages) return TooLarge(std::to_string(kMostPages) + " pages");
-    if (bytes > kMost_bytes) return TooLarge(std::to_string(kMost_bytes >> 20) + " MiB");
+    if (pages == kMaxPages) return TooLarge(std::to_string(kMaxPages) + " pages");
+    if (bytes > kMaxSize_bytes) return TooLarge(std::to_string(kMaxSize_bytes >> 20) + " MiB");
     const std::string url = due.front();
     due.pop_front();
     FeedPage page;
@@ -58,14 +58,14 @@ std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueE
     } catch (const FeedError& error) {
       if (pages == 0) throw Unreadable(url, error);
       return Unreadable(url, error);
-    } catch (const Failure& failure) {
+    } catch (const CommandError& error) {
       if (pages == 0) throw;
-      return failure;
+      return error;
     }
-    if (left_out != nullptr) *left_out += page.left_out;
+    if (skipped_count != nullptr) *skipped_count += page.skipped_count;
     for (const CatalogueEntry& entry : page.entries) {
-      if (!entry.ean.empty() && !visited_eans.insert(entry.ean).second) continue;
-      if (++titles > kMostTitles) return TooLarge(std::to_string(kMostTitles) + " titles");
+      if (!entry.ean.empty() && !seen_eans.insert(entry.ean).second) continue;
+      if (++titles > kMaxTitles) return TooLarge(std::to_string(kMaxTitles) + " titles");
       if (!visit(entry)) return std::nullopt;
     }
     for (const std::string& section : page.sections) add(section, false);
@@ -77,11 +77,11 @@ std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueE
 std::vector<CatalogueEntry> Catalogue::Find(const std::vector<std::string>& eans) const {
   const std::set<std::string> wanted(eans.begin(), eans.end());
   std::vector<CatalogueEntry> found;
-  const auto trouble = Read([&](const CatalogueEntry& entry) {
+  const auto error = Read([&](const CatalogueEntry& entry) {
     if (wanted.contains(entry.ean)) found.push_back(entry);
     return found.size() < wanted.size();
   });
-  if (trouble && found.size() < wanted.size()) throw Failure(*trouble);
+  if (error && found.size() < wanted.size()) throw CommandError(*error);
   return found;
 }
 
@@ -93,12 +93,12 @@ std::string FetchPage(const std::string& url) {
   const DeviceLog log;
   if (saltmoor::utilities::HttpRequestRunner().PerformRequest(request, &status, &body,
                                                               kTimeout_s) != 0) {
-    throw Failure(kUnreachable, "The shop's catalogue cannot be reached" + log.Reason() +
-                                    ". Check the network and try again.");
+    throw CommandError(kUnreachable, "The shop's catalogue cannot be reached" + log.Reason() +
+                                         ". Check the network and try again.");
   }
   if (status != 200) {
-    throw Failure(kFailed, "The shop answered HTTP " + std::to_string(status) +
-                               " for the catalogue's page " + url + ". Try again later.");
+    throw CommandError(kFailed, "The shop answered HTTP " + std::to_string(status) +
+                                    " for the catalogue's page " + url + ". Try again later.");
   }
   return {body.begin(), body.end()};
 }

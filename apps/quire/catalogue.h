@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "failure.h"
+#include "command_error.h"
 #include "opds_feed.h"
 
 namespace app {
@@ -14,7 +14,7 @@ namespace app {
 /// The shop's catalogue, read page by page from its start page. Nothing is remembered.
 class Catalogue {
  public:
-  /// Gets the page at an absolute address; throws Failure when it cannot.
+  /// Gets the page at an absolute address; throws CommandError when it cannot.
   using Fetch = std::function<std::string(const std::string& url)>;
 
   Catalogue(std::string start_url, Fetch fetch)
@@ -22,13 +22,13 @@ class Catalogue {
 
   /// Reads on until `visit` returns false, the catalogue ends or it grows out of all measure. Each
   /// title with an EAN is visited once. Only pages of the start page's site are read.
-  /// \param left_out  receives how many entries of unknown kinds were passed over; may be null.
-  /// \return what cut the reading short, if anything; throws it when nothing at all was read.
-  std::optional<Failure> Read(const std::function<bool(const CatalogueEntry&)>& visit,
-                              std::size_t* left_out = nullptr) const;
+  /// \param skipped_count  receives how many entries of unknown kinds were passed over; may be
+  /// null. \return what cut the reading short, if anything; throws it when nothing at all was read.
+  std::optional<CommandError> Read(const std::function<bool(const CatalogueEntry&)>& visit,
+                                   std::size_t* skipped_count = nullptr) const;
 
-  /// The entry with this EAN for each that the catalogue has, in no certain order. Throws Failure
-  /// when some are missing and the catalogue could not be read to its end.
+  /// The entry with this EAN for each that the catalogue has, in no certain order. Throws
+  /// CommandError when some are missing and the catalogue could not be read to its end.
   std::vector<CatalogueEntry> Find(const std::vector<std::string>& eans) const;
 
  private:

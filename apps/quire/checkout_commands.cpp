@@ -4,9 +4,9 @@
 
 #include "book_view.h"
 #include "cart_view.h"
+#include "command_error.h"
 #include "commands.h"
 #include "device_log.h"
-#include "failure.h"
 #include "interrupts.h"
 #include "json_output.h"
 #include "screen.h"
@@ -17,12 +17,12 @@ namespace {
 using Result = store::ServerApi::Result;
 
 /// Has the cart priced by the shop. What the shop's cart lacks is returned. When the shop could not
-/// be reached, the cart is put back and Failure thrown.
-std::vector<store::Book> Price(Session& session) {
-  store::StoreManager& manager = session.LoggedIn();
+/// be reached, the cart is put back and CommandError thrown.
+std::vector<store::Book> PriceCart(Session& session) {
+  store::StoreManager& manager = session.LoggedInStore();
   const unsigned size = manager.GetCart().GetSize();
   if (size == 0) {
-    throw Failure(kNotFound, "The cart is empty. Fill it with \"quire cart add EAN\".");
+    throw CommandError(kNotFound, "The cart is empty. Fill it with \"quire cart add EAN\".");
   }
   const DeviceLog log;
   std::vector<store::Book> dropped;
@@ -32,72 +32,73 @@ std::vector<store::Book> Price(Session& session) {
   }
   if (manager.GetCart().GetSize() == 0 && dropped.size() == size) {
     for (const store::Book& book : dropped) manager.AddToCart(book);
-    throw Failure(kUnreachable,
-                  "The shop could not be reached, or has none of these titles any "
-                  "more" +
-                      log.Reason() + ". Your cart is kept; try again later.");
+    throw CommandError(kUnreachable,
+                       "The shop could not be reached, or has none of these titles any "
+                       "more" +
+                           log.Reason() + ". Your cart is kept; try again later.");
   }
   session.order_is_priced = true;
   return dropped;
 }
 
-void PrintPriced(const store::Cart& cart, const std::vector<store::Book>& dropped) {
+void PrintPricedCart(const store::Cart& cart, const std::vector<store::Book>& dropped) {
   PrintCart(cart);
   for (const store::Book& book : dropped) {
-    Screen::Out().Say("No longer sold, and left out: " + Quoted(TitleOf(book)) + " (" +
-                          Property(book, store::Book::kEan) + ").",
-                      Tone::kBad);
+    Screen::Out().PrintLine("No longer sold, and left out: " + QuoteTitle(DisplayTitle(book)) +
+                                " (" + GetString(book, store::Book::kEan) + ").",
+                            Style::kBad);
   }
 }
 
 void CheckOut(Session& session, bool as_json) {
-  const std::vector<store::Book> dropped = Price(session);
+  const std::vector<store::Book> dropped = PriceCart(session);
   const store::Cart& cart = session.Store().GetCart();
   if (as_json) {
-    Json json = CartJson(cart);
+    Json json = CartToJson(cart);
     json["dropped"] = Json::array();
-    for (const store::Book& book : dropped) json["dropped"].push_back(BookJson(book));
+    for (const store::Book& book : dropped) json["dropped"].push_back(BookToJson(book));
     return PrintJson(json);
   }
-  PrintPriced(cart, dropped);
-  Screen::Out().Say("Pay with \"quire pay paypal\" or \"quire pay card\".");
+  PrintPricedCart(cart, dropped);
+  Screen::Out().PrintLine("Pay with \"quire pay paypal\" or \"quire pay card\".");
 }
 
 /// Opens the payment page; returns when the browser has closed.
 void RunBrowser(Session& session, const std::string& method) {
   store::StoreManager& manager = session.Store();
-  Screen::Out().Say("Opening the payment page for " + manager.GetCart().GetTotalPriceFormatted() +
-                    " in the browser …");
+  Screen::Out().PrintLine("Opening the payment page for " +
+                          manager.GetCart().GetTotalPriceFormatted() + " in the browser …");
   const DeviceLog log;
   session.payment_was_started = true;
   const Result result = manager.StartPayment(method);
   if (result.code_ == store::ServerApi::kOk) {
-    const bool failed = log.Tells("the browser /ebrmain/bin/browser.app failed: ");
-    Screen::Out().Say(failed ? "The browser failed" + log.Reason() + "."
-                             : std::string("The browser has closed."));
+    const bool failed = log.Contains("the browser /ebrmain/bin/browser.app failed: ");
+    Screen::Out().PrintLine(failed ? "The browser failed" + log.Reason() + "."
+                                   : std::string("The browser has closed."));
     return;
   }
   if (!result.message_.empty()) {
-    throw Failure(kFailed, "The shop did not take the order: \"" + result.message_ +
-                               "\" Nothing was charged; the cart is kept.");
+    throw CommandError(kFailed, "The shop did not take the order: \"" + result.message_ +
+                                    "\" Nothing was charged; the cart is kept.");
   }
   const std::string rest = log.Reason() + ". Nothing was charged; the cart is kept.";
-  if (log.Tells("SM_OK == err")) {
-    throw Failure(kDevice, "The device's browser could not be run" + rest);
+  if (log.Contains("SM_OK == err")) {
+    throw CommandError(kDevice, "The device's browser could not be run" + rest);
   }
-  if (log.Tells("url.empty()")) throw Failure(kFailed, "The shop named no payment page" + rest);
-  throw Failure(kUnreachable, "The payment could not begin" + rest + " Try again later.");
+  if (log.Contains("url.empty()"))
+    throw CommandError(kFailed, "The shop named no payment page" + rest);
+  throw CommandError(kUnreachable, "The payment could not begin" + rest + " Try again later.");
 }
 
 /// Whether the shop itself said that the payment failed, rather than not being heard.
 bool WasDenied(const Result& result, store::StoreManager& manager, const DeviceLog& log) {
   if (!result.message_.empty()) return false;
   // The library logs every failure to hear the shop out, but not a payment that failed.
-  if (log.IsComplete()) return !log.Tells("StoreManager::CheckPaymentResult");
+  if (log.IsComplete()) return !log.Contains("StoreManager::CheckPaymentResult");
   return manager.CheckOrderIfNeeded() == 0;
 }
 
-void AwaitVerdict(Session& session) {
+void WaitForPayment(Session& session) {
   store::StoreManager& manager = session.Store();
   const DeviceLog log;
   Result result;
@@ -107,57 +108,58 @@ void AwaitVerdict(Session& session) {
   }
   if (result.code_ == store::ServerApi::kOk) return;
   if (WasDenied(result, manager, log)) {
-    throw Failure(kFailed,
-                  "The payment was cancelled or failed. Nothing was charged as far as the "
-                  "shop knows, and the cart is kept.");
+    throw CommandError(kFailed,
+                       "The payment was cancelled or failed. Nothing was charged as far as the "
+                       "shop knows, and the cart is kept.");
   }
   const std::string said = result.message_.empty() ? "" : ": \"" + result.message_ + "\"";
-  throw Failure(result.message_.empty() ? kUnreachable : kFailed,
-                "The shop did not confirm the payment" + said + log.Reason() +
-                    ". The cart is kept. Before you pay again, see with \"quire orders check\" and "
-                    "\"quire books\" whether the books are yours already.");
+  throw CommandError(
+      result.message_.empty() ? kUnreachable : kFailed,
+      "The shop did not confirm the payment" + said + log.Reason() +
+          ". The cart is kept. Before you pay again, see with \"quire orders check\" and "
+          "\"quire books\" whether the books are yours already.");
 }
 
 void Pay(Session& session, const std::string& method) {
-  store::StoreManager& manager = session.LoggedIn();
-  if (!session.order_is_priced) PrintPriced(manager.GetCart(), Price(session));
-  const LastWords words(
+  store::StoreManager& manager = session.LoggedInStore();
+  if (!session.order_is_priced) PrintPricedCart(manager.GetCart(), PriceCart(session));
+  const InterruptMessage words(
       "Stopped. The cart is kept. Only the shop knows whether the payment went "
       "through: look at \"quire books\" before you pay again.");
   RunBrowser(session, method);
-  AwaitVerdict(session);
+  WaitForPayment(session);
   session.order_is_priced = false;
   session.payment_was_started = false;
   std::string when, date, time;
   if (store::ConvertDateTime(manager.GetOrderDatePlaced(), date, time)) {
     when = " on " + date + " at " + time;
   }
-  Screen::Out().Say("Paid. The order was placed" + when + ".", Tone::kGood);
-  Screen::Out().Say("Get the books with \"quire download --all\".");
+  Screen::Out().PrintLine("Paid. The order was placed" + when + ".", Style::kGood);
+  Screen::Out().PrintLine("Get the books with \"quire download --all\".");
 }
 
 void CheckOrders(Session& session) {
-  store::StoreManager& manager = session.LoggedIn();
+  store::StoreManager& manager = session.LoggedInStore();
   const std::vector<store::Book> wanted = manager.GetCart().orderItems;
   const DeviceLog log;
   const bool answered = session.payment_was_started && manager.CheckOrderIfNeeded() == 0;
   if (!answered) {
-    const bool was_asked = log.IsComplete() ? log.Tells("StoreManager::CheckOrderIfNeeded")
+    const bool was_asked = log.IsComplete() ? log.Contains("StoreManager::CheckOrderIfNeeded")
                                             : session.payment_was_started;
     if (was_asked) {
-      throw Failure(kUnreachable, "The shop could not be asked about the order" + log.Reason() +
-                                      ". Check the network and try again.");
+      throw CommandError(kUnreachable, "The shop could not be asked about the order" +
+                                           log.Reason() + ". Check the network and try again.");
     }
-    throw Failure(kNotFound,
-                  "No payment was started in this session. Whether an earlier one went "
-                  "through shows in \"quire books\".");
+    throw CommandError(kNotFound,
+                       "No payment was started in this session. Whether an earlier one went "
+                       "through shows in \"quire books\".");
   }
   const bool all_bought = std::all_of(wanted.begin(), wanted.end(), [&](const store::Book& book) {
-    return FindByEan(manager.GetPurchased(), Property(book, store::Book::kEan)) != nullptr;
+    return FindByEan(manager.GetPurchased(), GetString(book, store::Book::kEan)) != nullptr;
   });
-  Screen::Out().Say(all_bought && !wanted.empty()
-                        ? "The shop knows the order, and its books are yours."
-                        : "The shop knows the order, but its books are not yours yet.");
+  Screen::Out().PrintLine(all_bought && !wanted.empty()
+                              ? "The shop knows the order, and its books are yours."
+                              : "The shop knows the order, but its books are not yours yet.");
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 
 namespace app {
 
-// Each adds its commands to the command line. A command that fails throws Failure.
+// Each adds its commands to the command line. A command that fails throws CommandError.
 
 void AddAccountCommands(CLI::App& cli, Session& session);
 void AddCatalogueCommands(CLI::App& cli, Session& session);
@@ -28,7 +28,7 @@ void AddShellCommand(CLI::App& cli, int& exit_code);
 int RunCommand(std::vector<std::string> arguments, Session& session);
 
 /// Prints a failure as one sentence.
-void PrintFailure(const std::string& text);
+void PrintError(const std::string& text);
 
 }  // namespace app
 

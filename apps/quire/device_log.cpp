@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kDefaultPath[] = "/tmp/quire.log";
 constexpr int kErrorLevel = 2;
-constexpr long long kMost_bytes = 1 << 20;  // looked at, in one go
+constexpr long long kMaxSize_bytes = 1 << 20;  // looked at, in one go
 
 long long SizeOf(const std::string& path) {
   struct stat status {};
@@ -49,7 +49,7 @@ std::vector<std::string> DeviceLog::Records() const {
   std::vector<std::string> lines;
   if (path_.empty()) return lines;
   std::ifstream file(path_, std::ios::binary);
-  file.seekg(std::max(start_bytes_, SizeOf(path_) - kMost_bytes));
+  file.seekg(std::max(start_bytes_, SizeOf(path_) - kMaxSize_bytes));
   for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
   return lines;
 }
@@ -67,7 +67,7 @@ std::string DeviceLog::Explanation() const {
   const std::size_t failed = reason.find(kFailed);
   if (failed != std::string::npos) reason.erase(0, failed + kFailed.size());
   while (reason.ends_with('.') || reason.ends_with(' ')) reason.pop_back();
-  return Printable(reason);
+  return MakePrintable(reason);
 }
 
 std::string DeviceLog::Reason() const {
@@ -75,7 +75,7 @@ std::string DeviceLog::Reason() const {
   return explanation.empty() ? std::string() : " (" + explanation + ")";
 }
 
-bool DeviceLog::Tells(const std::string& text) const {
+bool DeviceLog::Contains(const std::string& text) const {
   for (const std::string& line : Records()) {
     if (line.find(text) != std::string::npos) return true;
   }

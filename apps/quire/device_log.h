@@ -32,7 +32,7 @@ class DeviceLog {
   std::string Reason() const;
 
   /// Whether a record, the function that wrote it included, contains `text`.
-  bool Tells(const std::string& text) const;
+  bool Contains(const std::string& text) const;
 
  private:
   std::vector<std::string> Records() const;

@@ -2,9 +2,9 @@
 
 #include "book_place.h"
 #include "book_view.h"
+#include "command_error.h"
 #include "commands.h"
 #include "downloads.h"
-#include "failure.h"
 #include "json_output.h"
 #include "screen.h"
 
@@ -28,8 +28,8 @@ std::vector<store::Book> Select(const std::vector<store::Book>& bought,
 /// One book's outcome: "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and
 /// "reason".
 Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
-  Json json = {{"ean", Property(book, store::Book::kEan)},
-               {"title", TitleOf(book)},
+  Json json = {{"ean", GetString(book, store::Book::kEan)},
+               {"title", DisplayTitle(book)},
                {"status", "present"},
                {"path", Json()},
                {"reason", Json()}};
@@ -42,13 +42,14 @@ Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
   const bool is_new = json["status"] == "downloaded";
   if (path.empty()) {
     if (!reason.empty()) json["reason"] = reason;
-    PrintFailure(Quoted(TitleOf(book)) + " could not be downloaded" +
-                 (reason.empty() ? "" : " (" + reason + ")") + ". Try again later.");
+    PrintError(QuoteTitle(DisplayTitle(book)) + " could not be downloaded" +
+               (reason.empty() ? "" : " (" + reason + ")") + ". Try again later.");
   } else {
     json["path"] = path;
     if (!as_json) {
-      Screen::Out().Say(Quoted(TitleOf(book)) + (is_new ? " has arrived:" : " is there already:"));
-      Screen::Out().SayPath(path);
+      Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) +
+                              (is_new ? " has arrived:" : " is there already:"));
+      Screen::Out().PrintPath(path);
     }
   }
   return json;
@@ -56,10 +57,10 @@ Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
 
 void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool all, bool as_json) {
   if (eans.empty() && !all) {
-    throw Failure(kUsage,
-                  "Name the books by their EANs, or say --all. \"quire books\" lists them.");
+    throw CommandError(kUsage,
+                       "Name the books by their EANs, or say --all. \"quire books\" lists them.");
   }
-  const std::vector<store::Book> bought = session.Purchased();
+  const std::vector<store::Book> bought = session.PurchasedBooks();
   std::string missing;
   const auto books = all ? bought : Select(bought, eans, missing);
   Json json = Json::array();
@@ -70,13 +71,13 @@ void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool 
   }
   if (as_json) PrintJson(json);
   if (all && books.empty() && !as_json) {
-    Screen::Out().Say(kNothingBought);
+    Screen::Out().PrintLine(kNothingBought);
   }
   if (!missing.empty()) {
-    throw Failure(kNotFound,
-                  "You have not bought " + missing + ". See what you have with \"quire books\".");
+    throw CommandError(
+        kNotFound, "You have not bought " + missing + ". See what you have with \"quire books\".");
   }
-  if (failed) throw Failure(kFailed, "");
+  if (failed) throw CommandError(kFailed, "");
 }
 
 }  // namespace

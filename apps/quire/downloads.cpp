@@ -6,9 +6,9 @@
 
 #include "book_place.h"
 #include "book_view.h"
+#include "command_error.h"
 #include "commands.h"
 #include "device_log.h"
-#include "failure.h"
 #include "interrupts.h"
 #include "screen.h"
 #include "text.h"
@@ -19,11 +19,11 @@ namespace {
 constexpr std::chrono::milliseconds kBetweenPolls{100};
 
 /// Returns when the running download has ended, or at Ctrl-C: then false.
-bool Follow(store::StoreManager& manager, const store::Book& book) {
+bool WaitForDownload(store::StoreManager& manager, const store::Book& book) {
   const InterruptCatcher interrupts;
   const Screen& screen = Screen::Err();
-  const std::string ean = Property(book, store::Book::kEan);
-  const std::string title = Printable(TitleOf(book));
+  const std::string ean = GetString(book, store::Book::kEan);
+  const std::string title = MakePrintable(DisplayTitle(book));
   while (true) {
     screen.ReplaceLine("");  // the device may have something to say about the end
     if (manager.CheckDownloadState() == 0) return true;
@@ -34,60 +34,61 @@ bool Follow(store::StoreManager& manager, const store::Book& book) {
   }
 }
 
-[[noreturn]] void Leave(const store::Book& book) {
-  PrintFailure("Stopped. What has arrived of " + Quoted(TitleOf(book)) +
-               " is kept; the next download goes on from there.");
+[[noreturn]] void ExitDuringDownload(const store::Book& book) {
+  PrintError("Stopped. What has arrived of " + QuoteTitle(DisplayTitle(book)) +
+             " is kept; the next download goes on from there.");
   Screen::Out().Write("");
   std::_Exit(kInterrupted);  // an ordinary end would wait for the download
 }
 
-void TellEnd(const store::Book& book) {
+void ReportDownload(const store::Book& book) {
   const std::string path = FindFile(book, true);
   if (path.empty()) {
-    PrintFailure(Quoted(TitleOf(book)) + " could not be downloaded. Try again later.");
+    PrintError(QuoteTitle(DisplayTitle(book)) + " could not be downloaded. Try again later.");
   } else {
-    Screen::Out().Say(Quoted(TitleOf(book)) + " has arrived:");
-    Screen::Out().SayPath(path);
+    Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) + " has arrived:");
+    Screen::Out().PrintPath(path);
   }
 }
 
 }  // namespace
 
 std::string Download(Session& session, const store::Book& book, std::string* reason) {
-  AwaitBackgroundDownload(session);  // a book queued beside a running one would be forgotten
+  WaitForBackgroundDownload(session);  // a book queued beside a running one would be forgotten
   store::StoreManager& manager = session.Store();
   const DeviceLog log;
-  manager.DownloadBookById(Property(book, store::Book::kEan));
-  if (!Follow(manager, book)) {
-    if (session.GetUse() != Session::Use::kPrompt) Leave(book);
+  manager.DownloadBookById(GetString(book, store::Book::kEan));
+  if (!WaitForDownload(manager, book)) {
+    if (session.mode() != Session::Mode::kPrompt) ExitDuringDownload(book);
     session.background_download = book;
-    throw Failure(kInterrupted, Quoted(TitleOf(book)) +
-                                    " goes on downloading while you do something else. See how "
-                                    "far it is with \"quire status " +
-                                    Property(book, store::Book::kEan) + "\".");
+    throw CommandError(kInterrupted,
+                       QuoteTitle(DisplayTitle(book)) +
+                           " goes on downloading while you do something else. See how "
+                           "far it is with \"quire status " +
+                           GetString(book, store::Book::kEan) + "\".");
   }
   std::string path = FindFile(book, true);
   if (path.empty()) *reason = log.Explanation();
   return path;
 }
 
-void TellEndedDownload(Session& session) {
+void ReportEndedDownload(Session& session) {
   if (!session.background_download) return;
   store::StoreManager& manager = session.Store();
   // The first call may find that it has ended, and only the second says so.
   if (manager.CheckDownloadState() == 1 && manager.CheckDownloadState() == 1) return;
-  TellEnd(*session.background_download);
+  ReportDownload(*session.background_download);
   session.background_download.reset();
 }
 
-void AwaitBackgroundDownload(Session& session) {
-  TellEndedDownload(session);
+void WaitForBackgroundDownload(Session& session) {
+  ReportEndedDownload(session);
   if (!session.background_download) return;
   const store::Book book = *session.background_download;
-  Screen::Err().Say("Waiting for " + Quoted(TitleOf(book)) +
-                    " to arrive. Ctrl-C leaves at once and keeps what has come.");
-  if (!Follow(session.Store(), book)) Leave(book);
-  TellEnd(book);
+  Screen::Err().PrintLine("Waiting for " + QuoteTitle(DisplayTitle(book)) +
+                          " to arrive. Ctrl-C leaves at once and keeps what has come.");
+  if (!WaitForDownload(session.Store(), book)) ExitDuringDownload(book);
+  ReportDownload(book);
   session.background_download.reset();
 }
 

@@ -23,12 +23,12 @@ class InterruptCatcher {
 
 /// While it lives, Ctrl-C ends the process at once with some last words and kInterrupted. For calls
 /// of the library that cannot be cut short otherwise. One at a time.
-class LastWords {
+class InterruptMessage {
  public:
-  explicit LastWords(const std::string& words);
-  ~LastWords();
-  LastWords(const LastWords&) = delete;
-  LastWords& operator=(const LastWords&) = delete;
+  explicit InterruptMessage(const std::string& words);
+  ~InterruptMessage();
+  InterruptMessage(const InterruptMessage&) = delete;
+  InterruptMessage& operator=(const InterruptMessage&) = delete;
 
  private:
   struct sigaction before_ {};

@@ -17,15 +17,15 @@ using Json = nlohmann::ordered_json;
 void PrintJson(const Json& json);
 
 /// The text of PrintJson.
-std::string JsonText(const Json& json);
+std::string SerializeJson(const Json& json);
 
 /// "ean", "title", "author", "format", "price_hundredths", "currency", "date": what a listing tells
 /// of a book; null where the shop did not say.
-Json BookJson(const store::Book& book);
+Json BookToJson(const store::Book& book);
 
 /// The same of a title of the catalogue, with "formats", "needs_adobe", "language", "summary" and
 /// "page_url".
-Json EntryJson(const CatalogueEntry& entry);
+Json EntryToJson(const CatalogueEntry& entry);
 
 }  // namespace app
 

@@ -34,7 +34,7 @@ struct FeedPage {
   std::vector<CatalogueEntry> entries;
   std::vector<std::string> sections;  ///< other feeds that entries of this one lead to
   std::string next_url;               ///< empty on the last page
-  std::size_t left_out = 0;           ///< entries with links, none of a relation that is known
+  std::size_t skipped_count = 0;      ///< entries with links, none of a relation that is known
 };
 
 /// A page that is no catalogue feed; the text says why, as part of a sentence.

@@ -10,7 +10,7 @@
 
 namespace app {
 
-enum class Tone { kPlain, kStrong, kQuiet, kGood, kBad };
+enum class Style { kPlain, kBold, kDim, kGood, kBad };
 
 /// One of the process's two output streams, as a person sees it.
 class Screen {
@@ -19,20 +19,20 @@ class Screen {
   static const Screen& Err();
 
   /// Whether colours and moving lines are welcome: a terminal, and NO_COLOR not set.
-  bool IsLive() const { return live_; }
+  bool IsInteractive() const { return interactive_; }
 
   /// Columns to fit into: what COLUMNS says, else the terminal, else 80.
   int Width() const;
 
-  /// A printable text in a tone, where the stream shows tones.
-  std::string Paint(Tone tone, const std::string& text) const;
+  /// A printable text in a style, where the stream shows styles.
+  std::string ApplyStyle(Style style, const std::string& text) const;
 
   /// Any text as a line; on a terminal as lines that fit, with commands for the user such as
   /// "quire cart" left whole. What a server sent becomes harmless here.
-  void Say(std::string_view text, Tone tone = Tone::kPlain) const;
+  void PrintLine(std::string_view text, Style style = Style::kPlain) const;
 
   /// A path on a line of its own that is not broken, so that it can be copied.
-  void SayPath(std::string_view path) const;
+  void PrintPath(std::string_view path) const;
 
   /// Text that is fit to print already.
   void Write(std::string_view text) const;
@@ -46,7 +46,7 @@ class Screen {
   int descriptor_;
   std::ostream& stream_;
   bool terminal_;
-  bool live_;
+  bool interactive_;
 };
 
 /// While it lives, a line on the error stream moves and says what is waited for. It appears only

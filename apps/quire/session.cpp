@@ -7,8 +7,8 @@
 #include <fstream>
 #include <tuple>
 
+#include "command_error.h"
 #include "device_log.h"
-#include "failure.h"
 #include "screen.h"
 
 namespace app {
@@ -18,7 +18,7 @@ constexpr char kConfigFolder[] = "/mnt/ext1/system/config";
 constexpr char kConfigFile[] = "/mnt/ext1/system/config/quire_config.cfg";
 constexpr char kSwitchboardFile[] = "/mnt/ext1/system/config/switchboard.json";
 
-Failure WhyNotUp(const DeviceLog& log) {
+CommandError DescribeInitFailure(const DeviceLog& log) {
   if (access(kConfigFolder, R_OK | W_OK | X_OK) != 0) {
     return {kDevice, std::string("This is no device: the folder ") + kConfigFolder +
                          " is missing or closed to you. Run quire through the launcher, as in "
@@ -39,22 +39,22 @@ store::StoreManager& Session::Store() {
   if (is_up_) return manager;
   const DeviceLog log;
   const Spinner spinner("Asking the shop …");
-  if (manager.Init() != 0) throw WhyNotUp(log);
+  if (manager.Init() != 0) throw DescribeInitFailure(log);
   is_up_ = true;
   purchased_are_fresh_ = true;
   return manager;
 }
 
-store::StoreManager& Session::LoggedIn() {
+store::StoreManager& Session::LoggedInStore() {
   store::StoreManager& manager = Store();
   if (!manager.IsLoggedIn()) {
-    throw Failure(kNotLoggedIn, "You are not logged in. Log in with \"quire login\".");
+    throw CommandError(kNotLoggedIn, "You are not logged in. Log in with \"quire login\".");
   }
   return manager;
 }
 
-const std::vector<store::Book>& Session::Purchased() {
-  store::StoreManager& manager = LoggedIn();
+const std::vector<store::Book>& Session::PurchasedBooks() {
+  store::StoreManager& manager = LoggedInStore();
   const DeviceLog log;
   const Spinner spinner("Asking the shop …");
   if (!purchased_are_fresh_) manager.LoadPurchased();
@@ -70,11 +70,11 @@ const std::vector<store::Book>& Session::Purchased() {
   if (result.code_ == store::ServerApi::kOk) return manager.GetPurchased();
   purchased_are_fresh_ = false;
   if (result.message_.empty()) {
-    throw Failure(kUnreachable, "The shop cannot be reached" + log.Reason() +
-                                    ". Check the network and try again.");
+    throw CommandError(kUnreachable, "The shop cannot be reached" + log.Reason() +
+                                         ". Check the network and try again.");
   }
-  throw Failure(kNotLoggedIn, "The shop no longer knows your session: \"" + result.message_ +
-                                  "\". Log in again with \"quire login\".");
+  throw CommandError(kNotLoggedIn, "The shop no longer knows your session: \"" + result.message_ +
+                                       "\". Log in again with \"quire login\".");
 }
 
 store::SwitchboardConfig Session::Config() {
@@ -83,20 +83,20 @@ store::SwitchboardConfig Session::Config() {
   Json::Value json;
   Json::Reader reader;
   if (!file || !reader.parse(file, json, false)) {
-    throw Failure(kDevice, std::string("The device's file ") + kSwitchboardFile +
-                               " cannot be read. Delete it and try again.");
+    throw CommandError(kDevice, std::string("The device's file ") + kSwitchboardFile +
+                                    " cannot be read. Delete it and try again.");
   }
   return store::SwitchboardConfig::Parse(json);
 }
 
-std::string Property(const store::Book& book, store::Book::StringProps property) {
+std::string GetString(const store::Book& book, store::Book::StringProps property) {
   const auto found = book.string_props.find(property);
   return found == book.string_props.end() ? std::string() : found->second;
 }
 
 const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean) {
   const auto found = std::find_if(books.begin(), books.end(), [&](const store::Book& book) {
-    return Property(book, store::Book::kEan) == ean;
+    return GetString(book, store::Book::kEan) == ean;
   });
   return found == books.end() ? nullptr : &*found;
 }

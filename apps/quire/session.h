@@ -14,27 +14,27 @@ namespace store = saltmoor::quire;
 /// The library's manager as commands use it: brought up when one first needs it, and kept.
 class Session {
  public:
-  enum class Use {
-    kOneCommand,
+  enum class Mode {
+    kSingleCommand,
     kScript,  ///< commands are read from a file or a pipe
     kPrompt,  ///< a person types one command after the other
   };
-  explicit Session(Use use) : use_(use) {}
+  explicit Session(Mode mode) : mode_(mode) {}
 
-  Use GetUse() const { return use_; }
+  Mode mode() const { return mode_; }
 
   /// Tells that a new command begins: what was fetched before counts as old from here on.
   void BeginCommand() { purchased_are_fresh_ = false; }
 
-  /// The manager, brought up. Throws Failure when it cannot be.
+  /// The manager, brought up. Throws CommandError when it cannot be.
   store::StoreManager& Store();
 
-  /// The manager, with a user logged in. Throws Failure when nobody is.
-  store::StoreManager& LoggedIn();
+  /// The manager, with a user logged in. Throws CommandError when nobody is.
+  store::StoreManager& LoggedInStore();
 
-  /// What the user has bought, asked of the shop in this command. Throws Failure when nobody is
-  /// logged in or the shop gives no answer, which the manager's list alone does not tell.
-  const std::vector<store::Book>& Purchased();
+  /// What the user has bought, asked of the shop in this command. Throws CommandError when nobody
+  /// is logged in or the shop gives no answer, which the manager's list alone does not tell.
+  const std::vector<store::Book>& PurchasedBooks();
 
   /// Which shop this is, as the manager last cached it.
   store::SwitchboardConfig Config();
@@ -47,13 +47,13 @@ class Session {
   bool payment_was_started = false;
 
  private:
-  Use use_;
+  Mode mode_;
   bool is_up_ = false;
   bool purchased_are_fresh_ = false;
 };
 
 /// The book's property; empty when it is absent.
-std::string Property(const store::Book& book, store::Book::StringProps property);
+std::string GetString(const store::Book& book, store::Book::StringProps property);
 
 /// The first of some books with that EAN; null when there is none.
 const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean);

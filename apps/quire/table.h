@@ -11,18 +11,18 @@ namespace app {
 
 struct Column {
   std::string title;
-  int least_columns = 0;  ///< how far it may be cut when room is short; 0: never
-  bool right = false;     ///< set to the right, as numbers are
+  int min_columns = 0;  ///< how far it may be cut when room is short; 0: never
+  bool right = false;   ///< set to the right, as numbers are
 };
 
 struct Cell {
   // NOLINTBEGIN(google-explicit-constructor): a plain text is a cell
-  Cell(std::string value = {}, Tone shown_in = Tone::kPlain);
+  Cell(std::string value = {}, Style shown_as = Style::kPlain);
   Cell(const char* value) : Cell(std::string(value)) {}
   // NOLINTEND(google-explicit-constructor)
 
   std::string text;  ///< made printable
-  Tone tone;
+  Style style;
 };
 
 /// Rows under headings, made to fit: columns that may be cut are; where that is not enough, each

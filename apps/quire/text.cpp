@@ -15,7 +15,7 @@ namespace {
 constexpr wchar_t kReplacement = 0xFFFD;
 
 /// Takes the next character off `rest`, which is not empty; U+FFFD for a byte that begins none.
-wchar_t TakeCharacter(std::string_view& rest) {
+wchar_t ReadCharacter(std::string_view& rest) {
   wchar_t character = 0;
   std::mbstate_t state{};
   const std::size_t length = std::mbrtowc(&character, rest.data(), rest.size(), &state);
@@ -31,7 +31,7 @@ void Append(std::string& out, wchar_t character) {
   if (length <= sizeof bytes) out.append(bytes, length);
 }
 
-bool TurnsDirection(wchar_t character) {
+bool IsDirectionControl(wchar_t character) {
   return (character >= 0x202A && character <= 0x202E) ||
          (character >= 0x2066 && character <= 0x2069);
 }
@@ -42,11 +42,11 @@ int Columns(wchar_t character) {
 }
 
 /// Takes characters off `rest` while they fit into `columns`.
-std::string TakeColumns(std::string_view& rest, int columns) {
+std::string ReadColumns(std::string_view& rest, int columns) {
   const std::string_view all = rest;
   while (!rest.empty()) {
     std::string_view after = rest;
-    columns -= Columns(TakeCharacter(after));
+    columns -= Columns(ReadCharacter(after));
     if (columns < 0) break;
     rest = after;
   }
@@ -60,15 +60,15 @@ void UseUtf8() {
   if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-std::string Printable(std::string_view text) {
+std::string MakePrintable(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
-    const wchar_t character = TakeCharacter(text);
+    const wchar_t character = ReadCharacter(text);
     if (character != L' ' && std::iswspace(static_cast<wint_t>(character))) {
       out += ' ';
     } else {
-      const bool obeyed = wcwidth(character) < 0 || character == 0 || TurnsDirection(character);
+      const bool obeyed = wcwidth(character) < 0 || character == 0 || IsDirectionControl(character);
       Append(out, obeyed ? kReplacement : character);
     }
   }
@@ -77,14 +77,14 @@ std::string Printable(std::string_view text) {
 
 int DisplayWidth(std::string_view text) {
   int columns = 0;
-  while (!text.empty()) columns += Columns(TakeCharacter(text));
+  while (!text.empty()) columns += Columns(ReadCharacter(text));
   return columns;
 }
 
-std::string Cut(std::string_view text, int columns) {
+std::string Truncate(std::string_view text, int columns) {
   if (DisplayWidth(text) <= columns) return std::string(text);
   if (columns < 1) return {};
-  std::string kept = TakeColumns(text, columns - 1);
+  std::string kept = ReadColumns(text, columns - 1);
   kept.erase(kept.find_last_not_of(' ') + 1);
   return kept + "…";
 }
@@ -94,8 +94,8 @@ std::vector<std::string> Wrap(std::string_view text, int columns) {
   std::vector<std::string> lines;
   while (DisplayWidth(text) > columns) {
     std::string_view rest = text;
-    std::string line = TakeColumns(rest, columns);
-    if (line.empty()) line = TakeColumns(rest, columns + 1);  // a wide character in one column
+    std::string line = ReadColumns(rest, columns);
+    if (line.empty()) line = ReadColumns(rest, columns + 1);  // a wide character in one column
     const bool at_blank = rest.starts_with(' ');
     const std::size_t blank = at_blank ? line.size() : line.rfind(' ');
     if (blank != std::string::npos && blank > 0) line.resize(blank);
@@ -112,7 +112,7 @@ std::string FoldCase(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
-    Append(out, static_cast<wchar_t>(std::towlower(static_cast<wint_t>(TakeCharacter(text)))));
+    Append(out, static_cast<wchar_t>(std::towlower(static_cast<wint_t>(ReadCharacter(text)))));
   }
   return out;
 }

@@ -16,13 +16,13 @@ void UseUtf8();
 /// `text` on one line and without anything that a terminal would obey: white space becomes a blank;
 /// control characters, marks that turn the direction of writing and bytes that are no UTF-8 become
 /// U+FFFD.
-std::string Printable(std::string_view text);
+std::string MakePrintable(std::string_view text);
 
 /// The columns that a printable text takes.
 int DisplayWidth(std::string_view text);
 
 /// A printable text in at most `columns` columns; where it is longer it ends with "…".
-std::string Cut(std::string_view text, int columns);
+std::string Truncate(std::string_view text, int columns);
 
 /// A printable text as lines of at most `columns` columns, broken at blanks where it can be.
 /// `columns` of 0 or less: one line.

@@ -122,7 +122,7 @@ TEST(Feed, TellsTitlesFromSectionsAndSamples) {
                      kAcquisition + "/sample' type='application/pdf' href='s'/></entry>"),
                 kPage);
   EXPECT_TRUE(page.entries.empty());
-  EXPECT_EQ(page.left_out, 2U);
+  EXPECT_EQ(page.skipped_count, 2U);
   EXPECT_EQ(page.sections, std::vector<std::string>{"https://shop.example/4711/opds/new"});
   EXPECT_EQ(page.next_url, "https://shop.example/4711/opds/start?page=2");
 }

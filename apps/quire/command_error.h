@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_FAILURE_H_
-#define QUIRE_APP_FAILURE_H_
+#ifndef QUIRE_APP_COMMAND_ERROR_H_
+#define QUIRE_APP_COMMAND_ERROR_H_
 
 #include <stdexcept>
 #include <string>
@@ -19,9 +19,9 @@ enum ExitCode {
 };
 
 /// Ends a command. The text is for the user: what happened, and what to do next.
-class Failure : public std::runtime_error {
+class CommandError : public std::runtime_error {
  public:
-  Failure(ExitCode exit_code, const std::string& text)
+  CommandError(ExitCode exit_code, const std::string& text)
       : std::runtime_error(text), code(exit_code) {}
 
   ExitCode code;
@@ -29,4 +29,4 @@ class Failure : public std::runtime_error {
 
 }  // namespace app
 
-#endif  // QUIRE_APP_FAILURE_H_
+#endif  // QUIRE_APP_COMMAND_ERROR_H_
