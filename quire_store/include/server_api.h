@@ -10,6 +10,7 @@
 #include "book.h"
 #include "cart.h"
 #include "chek_result.h"
+#include "failure.h"
 #include "order.h"
 #include "quire_export.h"
 #include "switchboard_config.h"
@@ -105,9 +106,17 @@ class QUIRE_EXPORT ServerApi {
   /// That session, as LogIn, LogOut or SetSessionId left it; valid until the next of them.
   const std::string& GetSessionId() const;
 
+  /// The configuration in force, as SetConfig left it; valid until the next SetConfig.
+  const SwitchboardConfig& GetConfig() const;
+
+  /// Why the last call failed, also where its result is kOk with nothing in it; empty after
+  /// success. Valid until the next call.
+  const Failure& GetLastFailure() const;
+
  private:
   SwitchboardConfig config_;
   std::string session_id_;
+  Failure last_failure_;
 };
 
 /// The decimal text of an integer, whatever the locale. Any thread.

@@ -2,6 +2,7 @@
 #define QUIRE_STORE_MANAGER_H_
 
 #include <future>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "book.h"
 #include "book_status.h"
 #include "cart.h"
+#include "failure.h"
 #include "quire_export.h"
 #include "saltmoor/opds/resource_downloader.h"
 #include "server_api.h"
@@ -16,6 +18,8 @@
 #include "tabulet.h"
 
 namespace saltmoor::quire {
+
+class FirstFailure;
 
 /// The store: the one object through which an application drives everything between a reader and
 /// the shop. It draws nothing but the message that a download failed, and the payment page in the
@@ -173,15 +177,37 @@ class QUIRE_EXPORT StoreManager {
   /// none.
   const std::string& GetOrderDatePlaced() const;
 
+  /// Whether GetPurchased is what the user has bought: the last fetch of the list succeeded and
+  /// its answer was readable. False before the first fetch, after LogOut and after a failed one;
+  /// the empty list then says nothing.
+  bool IsPurchasedKnown() const;
+
+  /// The shop's configuration in force: the last good one. Valid for the life of the manager,
+  /// changed by its calls.
+  const SwitchboardConfig& GetConfig() const;
+
+  /// The full path of the file of the last download, as its content type named it; empty when none
+  /// has ended, and when the last one failed or was removed. Valid until the manager's next call.
+  const std::string& GetSavedPath() const;
+
+  /// Why the last call failed; empty after success. Where several things failed within one call
+  /// this is the first, since the later ones are mostly its consequence; a call whose result is a
+  /// success may have one. Asking (IsLoggedIn, getLogin, getPassword, GetShopName, GetClientId,
+  /// the book states and what stands in this section) leaves it as it is, every other call begins
+  /// without one. Valid until the next such call.
+  const Failure& GetLastFailure() const;
+
  private:
   StoreManager();
-  ~StoreManager() = default;
+  ~StoreManager();
 
   ServerApi server_api_;
+  std::unique_ptr<FirstFailure> failure_;
   SwitchboardConfig switchboard_;
   std::string session_id_;
   Cart cart_;
   std::vector<Book> purchased_;
+  bool purchased_known_ = false;
   std::vector<Book> download_queue_;
   opds::ResourceDownloader downloader_;
   std::future<int> download_future_;
@@ -189,6 +215,7 @@ class QUIRE_EXPORT StoreManager {
   std::string order_id_;
   std::string pay_method_;
   std::string order_date_placed_;
+  std::string saved_path_;
 };
 
 }  // namespace saltmoor::quire

@@ -35,6 +35,7 @@ class Device {
   ///     unlink PATH                  message ICON TITLE TEXT MILLISECONDS
   ///     browser session NAME         browser run PROGRAM ARG... URL
   ///     browser focus                resource NAME               bitmap PATH
+  ///     status of download
   ///     log LEVEL SOURCE:LINE FUNCTION: TEXT
   ///
   /// Keys of secrets begin with "secret ", those of numbers with "int ".
@@ -79,6 +80,7 @@ class Device {
     std::string saved_name;  ///< empty: as asked for
     bool active = false;     ///< what GetProgress tells
     int total = 0, done = 0;
+    int transport_error = 0, http_status = 0;  ///< of one that failed, with the text "no book came"
   } download;
   void HoldDownloads();
   void ReleaseDownloads();

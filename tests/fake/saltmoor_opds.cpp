@@ -46,7 +46,14 @@ std::string ResourceDownloader::GetSavedPath() const {
 }
 
 utilities::Downloader::StatusInfo ResourceDownloader::GetStatusInfo() const {
+  device.Note("status of download");
   utilities::Downloader::StatusInfo info;
+  if (device.download.result != 0) {
+    info.code = device.download.transport_error;
+    info.http_status = device.download.http_status;
+    info.error = "no book came";
+    return info;
+  }
   info.url = "text/html";  // so that only a reader of the right field passes
   info.content_type = device.download.content_type;
   info.error = "text/html";

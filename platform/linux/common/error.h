@@ -15,9 +15,9 @@ class [[nodiscard]] Error {
  public:
   enum class Kind {
     kNone,
-    kSystem,    ///< a system call failed: code is its errno
-    kTransfer,  ///< libcurl failed: code is its CURLcode
-    kData,      ///< what was read is not what it should be: code is 0
+    kSystem,       ///< a system call failed: code is its errno
+    kTransfer,     ///< libcurl failed: code is its CURLcode
+    kInvalidData,  ///< what was read is not what it should be: code is 0
   };
 
   Error() = default;
@@ -25,25 +25,28 @@ class [[nodiscard]] Error {
   /// \param what  what was attempted on what, such as "cannot write /tmp/a"; the meaning of
   ///     `error_number` is appended.
   static Error System(int error_number, const std::string& what);
-  /// \param text  complete: this header knows no libcurl.
-  static Error Transfer(int curl_code, std::string text) {
-    return {Kind::kTransfer, curl_code, std::move(text)};
+  /// \param message  complete: this header knows no libcurl.
+  static Error Transfer(int curl_code, std::string message) {
+    return {Kind::kTransfer, curl_code, std::move(message)};
   }
-  static Error Data(std::string text) { return {Kind::kData, 0, std::move(text)}; }
+  static Error InvalidData(std::string message) {
+    return {Kind::kInvalidData, 0, std::move(message)};
+  }
 
   explicit operator bool() const { return kind_ != Kind::kNone; }
   Kind kind() const { return kind_; }
   int code() const { return code_; }
-  const std::string& text() const { return text_; }
+  const std::string& message() const { return message_; }
 
   bool IsSystem(int error_number) const { return kind_ == Kind::kSystem && code_ == error_number; }
 
  private:
-  Error(Kind kind, int code, std::string text) : kind_(kind), code_(code), text_(std::move(text)) {}
+  Error(Kind kind, int code, std::string message)
+      : kind_(kind), code_(code), message_(std::move(message)) {}
 
   Kind kind_ = Kind::kNone;
   int code_ = 0;
-  std::string text_;
+  std::string message_;
 };
 
 }  // namespace saltmoor::platform

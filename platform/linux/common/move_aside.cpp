@@ -3,21 +3,21 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "platform/linux/common/folder_lock.h"
+#include "platform/linux/common/atomic_file.h"
+#include "platform/linux/common/directory_lock.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/common/replace_file.h"
 
 namespace saltmoor::platform {
 
 Error MoveAside(const std::string& path, const std::function<Error()>& check) {
-  const FolderLock lock(FolderOf(path));
+  const DirectoryLock lock(DirectoryOf(path));
   const Error fault = check();
   if (!fault || fault.IsSystem(ENOENT)) return {};
   const std::string aside = path + ".bad";
   if (std::rename(path.c_str(), aside.c_str()) != 0) {
-    return Error::System(errno, fault.text() + "; cannot move it to " + aside);
+    return Error::System(errno, fault.message() + "; cannot move it to " + aside);
   }
-  Log(LogLevel::kError, fault.text() + "; moved to " + aside);
+  Log(LogLevel::kError, fault.message() + "; moved to " + aside);
   return {};
 }
 

@@ -8,18 +8,18 @@
 #include <cstring>
 #include <string_view>
 
-#include "platform/linux/common/text.h"
+#include "platform/linux/common/strings.h"
 
 namespace saltmoor::platform {
 namespace {
 
-std::string FromEnvironment(const char* name) {
+std::string GetEnvironment(const char* name) {
   const char* value = std::getenv(name);
   return value ? value : "";
 }
 
 /// Takes the part before the next colon off `text`. A colon within brackets belongs to an address.
-std::string_view TakePart(std::string_view* text) {
+std::string_view ConsumePart(std::string_view* text) {
   std::size_t start = 0;
   if (!text->empty() && text->front() == '[') start = std::min(text->find(']'), text->size());
   const std::size_t end = std::min(text->find(':', start), text->size());
@@ -37,9 +37,9 @@ bool IsPort(std::string_view text) {
 bool ParseConnectTo(std::string_view entry, ConnectTo* result) {
   if (std::count(entry.begin(), entry.end(), ':') < 3) return false;
   result->entry = entry;
-  TakePart(&entry);
-  const std::string_view port = TakePart(&entry);
-  std::string_view to_host = TakePart(&entry);
+  ConsumePart(&entry);
+  const std::string_view port = ConsumePart(&entry);
+  std::string_view to_host = ConsumePart(&entry);
   if (to_host.size() > 2 && to_host.front() == '[' && to_host.back() == ']') {
     to_host = to_host.substr(1, to_host.size() - 2);
   }
@@ -48,7 +48,7 @@ bool ParseConnectTo(std::string_view entry, ConnectTo* result) {
 }
 
 void ReadConnectTo(Settings* settings) {
-  for (const std::string& entry : Split(FromEnvironment("TABULET_CONNECT_TO"), ',')) {
+  for (const std::string& entry : Split(GetEnvironment("TABULET_CONNECT_TO"), ',')) {
     ConnectTo connect_to;
     if (entry.empty()) continue;
     if (ParseConnectTo(entry, &connect_to)) {
@@ -62,7 +62,7 @@ void ReadConnectTo(Settings* settings) {
 }
 
 void ReadCaFile(Settings* settings) {
-  settings->ca_file = FromEnvironment("TABULET_CA_FILE");
+  settings->ca_file = GetEnvironment("TABULET_CA_FILE");
   if (settings->ca_file.empty() || access(settings->ca_file.c_str(), R_OK) == 0) return;
   // It still counts: to trust the system's authorities instead would be a surprise.
   settings->problems.push_back("TABULET_CA_FILE: cannot read \"" + settings->ca_file + "\" (" +
@@ -72,10 +72,10 @@ void ReadCaFile(Settings* settings) {
 }
 
 void ReadLog(Settings* settings) {
-  const std::string log = FromEnvironment("TABULET_LOG");
+  const std::string log = GetEnvironment("TABULET_LOG");
   if (!log.empty()) settings->log = log;
 
-  const std::string level = FromEnvironment("TABULET_LOG_LEVEL");
+  const std::string level = GetEnvironment("TABULET_LOG_LEVEL");
   int number = 0;
   if (level.empty()) return;
   if (ParseInt(level, &number) && number >= 0 && number <= 5) {
@@ -87,7 +87,7 @@ void ReadLog(Settings* settings) {
 }
 
 void ReadSerial(Settings* settings) {
-  const std::string serial = FromEnvironment("TABULET_SERIAL");
+  const std::string serial = GetEnvironment("TABULET_SERIAL");
   const bool printable =
       std::all_of(serial.begin(), serial.end(), [](char c) { return c > ' ' && c <= '~'; });
   if (printable) {

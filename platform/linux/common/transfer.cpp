@@ -10,15 +10,18 @@
 #include "platform/linux/common/settings.h"
 
 namespace saltmoor::platform {
+
+using saltmoor::utilities::HttpRequestRunner;
+
 namespace {
 
-constexpr long kMostRedirects = 10;
-constexpr std::size_t kMostIdleHandles = 4;
+constexpr long kMaxRedirects = 10;
+constexpr std::size_t kMaxIdleHandles = 4;
 
-struct FreeText {
+struct FreeString {
   void operator()(char* text) const { curl_free(text); }
 };
-using CurlText = std::unique_ptr<char, FreeText>;
+using CurlString = std::unique_ptr<char, FreeString>;
 
 struct FreeUrl {
   void operator()(CURLU* url) const { curl_url_cleanup(url); }
@@ -35,7 +38,7 @@ class HandlePool {
     return pool;
   }
 
-  CURL* Take() {
+  CURL* Acquire() {
     {
       const std::lock_guard<std::mutex> lock(mutex_);
       if (!idle_.empty()) {
@@ -49,11 +52,11 @@ class HandlePool {
     return handle;
   }
 
-  void Give(CURL* handle) {
+  void Release(CURL* handle) {
     curl_easy_reset(handle);  // keeps the connections
     {
       const std::lock_guard<std::mutex> lock(mutex_);
-      if (idle_.size() < kMostIdleHandles) {
+      if (idle_.size() < kMaxIdleHandles) {
         idle_.push_back(handle);
         return;
       }
@@ -66,21 +69,21 @@ class HandlePool {
     // For the same reason OpenSSL must not take itself down at exit.
     OPENSSL_init_ssl(OPENSSL_INIT_NO_ATEXIT, nullptr);
     curl_global_init(CURL_GLOBAL_DEFAULT);
-    idle_.reserve(kMostIdleHandles);
+    idle_.reserve(kMaxIdleHandles);
   }
 
   std::mutex mutex_;
   std::vector<CURL*> idle_;
 };
 
-std::string Part(CURLU* url, CURLUPart part) {
+std::string GetUrlPart(CURLU* url, CURLUPart part) {
   char* text = nullptr;
   curl_url_get(url, part, &text, 0);
-  const CurlText owner(text);
+  const CurlString owner(text);
   return text ? text : "";
 }
 
-std::string Day(std::time_t time) {
+std::string FormatDate(std::time_t time) {
   std::tm day{};
   char text[] = "0000-00-00";
   gmtime_r(&time, &day);
@@ -89,15 +92,15 @@ std::string Day(std::time_t time) {
 }
 
 /// What a person at the device can do about a certificate that was refused.
-std::string CertificateMend(long verify_result) {
+std::string CertificateHint(long verify_result) {
   const std::time_t now = std::time(nullptr);
   if (verify_result == X509_V_ERR_CERT_NOT_YET_VALID && now < PLATFORM_BUILD_TIME) {
-    return "; the device's clock says " + Day(now) +
+    return "; the device's clock says " + FormatDate(now) +
            ", which is before this software was built: set the clock";
   }
   if (verify_result == X509_V_ERR_CERT_NOT_YET_VALID ||
       verify_result == X509_V_ERR_CERT_HAS_EXPIRED) {
-    return "; the device's clock says " + Day(now);
+    return "; the device's clock says " + FormatDate(now);
   }
   if (verify_result != X509_V_OK && !GetSettings().ca_file.empty()) {
     return "; only the authorities in " + GetSettings().ca_file + " are trusted (TABULET_CA_FILE)";
@@ -115,19 +118,19 @@ bool CurlList::Append(const std::string& text) {
   return true;
 }
 
-Transfer::Transfer() : handle_(HandlePool::Instance().Take()) {
+Transfer::Transfer() : handle_(HandlePool::Instance().Acquire()) {
   Set(CURLOPT_ERRORBUFFER, error_);
   Set(CURLOPT_NOSIGNAL, 1L);
   Set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server must not outlast the time limit
   Set(CURLOPT_PROXY, "");
   Set(CURLOPT_PROTOCOLS_STR, "http,https");
-  Set(CURLOPT_MAXREDIRS, kMostRedirects);
+  Set(CURLOPT_MAXREDIRS, kMaxRedirects);
   // A handle carries one request at a time, for which HTTP/2 has nothing to give.
   Set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   Set(CURLOPT_SSL_VERIFYPEER, 1L);
   Set(CURLOPT_SSL_VERIFYHOST, 2L);
-  Set(CURLOPT_PREREQFUNCTION, &Transfer::BeforeSending);
+  Set(CURLOPT_PREREQFUNCTION, &Transfer::OnBeforeSend);
   Set(CURLOPT_PREREQDATA, static_cast<void*>(this));
 
   const Settings& settings = GetSettings();
@@ -142,24 +145,25 @@ Transfer::Transfer() : handle_(HandlePool::Instance().Take()) {
 }
 
 Transfer::~Transfer() {
-  HandlePool::Instance().Give(handle_);
+  HandlePool::Instance().Release(handle_);
 }
 
-void Transfer::SetAddress(const std::string& address) {
+void Transfer::SetUrl(const std::string& address) {
   const CurlUrl url(curl_url());
   if (!url) throw std::bad_alloc();
   const bool is_address =
       address.find('\0') == std::string::npos &&
       curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_URLENCODE) == CURLUE_OK;
-  const std::string scheme = is_address ? Part(url.get(), CURLUPART_SCHEME) : "";
+  const std::string scheme = is_address ? GetUrlPart(url.get(), CURLUPART_SCHEME) : "";
   if (scheme != "http" && scheme != "https") {
     setup_ = CURLE_URL_MALFORMAT;
     return;
   }
-  const std::string port = Part(url.get(), CURLUPART_PORT);
-  origin_ = scheme + "://" + Part(url.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
-  path_ = Part(url.get(), CURLUPART_PATH);
-  Set(CURLOPT_URL, Part(url.get(), CURLUPART_URL).c_str());
+  const std::string port = GetUrlPart(url.get(), CURLUPART_PORT);
+  origin_ =
+      scheme + "://" + GetUrlPart(url.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
+  path_ = GetUrlPart(url.get(), CURLUPART_PATH);
+  Set(CURLOPT_URL, GetUrlPart(url.get(), CURLUPART_URL).c_str());
   Set(CURLOPT_REDIR_PROTOCOLS_STR, scheme == "https" ? "https" : "http,https");
 }
 
@@ -168,7 +172,7 @@ CURLcode Transfer::Perform() {
 }
 
 /// Called by libcurl when a connection stands and before a byte of the request is sent.
-int Transfer::BeforeSending(void* self, char*, char*, int, int) {
+int Transfer::OnBeforeSend(void* self, char*, char*, int, int) {
   Transfer& transfer = *static_cast<Transfer*>(self);
   long redirects = 0;
   const char* scheme = nullptr;
@@ -176,7 +180,7 @@ int Transfer::BeforeSending(void* self, char*, char*, int, int) {
   curl_easy_getinfo(transfer.handle_, CURLINFO_SCHEME, &scheme);
   const bool encrypted = scheme && strcasecmp(scheme, "https") == 0;
 
-  if (transfer.send_once_ && ++transfer.sendings_ > 1 + redirects) {
+  if (transfer.send_once_ && ++transfer.send_count_ > 1 + redirects) {
     transfer.refusal_ = Refusal::kSecondSending;
   } else if (transfer.was_encrypted_ && !encrypted) {
     transfer.refusal_ = Refusal::kClearText;  // by way of http, https and http again
@@ -203,6 +207,46 @@ const char* Transfer::Header(const char* name) const {
   return code == CURLHE_OK ? header->value : nullptr;
 }
 
+bool Transfer::IsRefusedRedirect(CURLcode code) const {
+  // libcurl has the same code for an answer that is not HTTP.
+  return refusal_ == Refusal::kClearText ||
+         (code == CURLE_UNSUPPORTED_PROTOCOL && Status() / 100 == 3);
+}
+
+HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
+  if (refusal_ == Refusal::kSecondSending) return HttpRequestRunner::kConnectionLost;
+  if (IsRefusedRedirect(code)) return HttpRequestRunner::kRedirectRefused;
+  switch (code) {
+    case CURLE_URL_MALFORMAT:
+      return origin_.empty() ? HttpRequestRunner::kInvalidRequest
+                             : HttpRequestRunner::kRedirectRefused;
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return HttpRequestRunner::kNameNotFound;
+    case CURLE_COULDNT_CONNECT:
+      return HttpRequestRunner::kConnectionRefused;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_BAD_CONTENT_ENCODING:
+      return HttpRequestRunner::kInvalidAnswer;
+    case CURLE_OPERATION_TIMEDOUT:
+      return HttpRequestRunner::kTimedOut;
+    case CURLE_SSL_CONNECT_ERROR:
+      return HttpRequestRunner::kTlsFailed;
+    case CURLE_TOO_MANY_REDIRECTS:
+      return HttpRequestRunner::kRedirectRefused;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+      return HttpRequestRunner::kConnectionLost;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+      return HttpRequestRunner::kCertificateNotTrusted;
+    default:
+      return HttpRequestRunner::kOther;
+  }
+}
+
 std::string Transfer::Explain(CURLcode code) const {
   switch (refusal_) {
     case Refusal::kSecondSending:
@@ -216,7 +260,7 @@ std::string Transfer::Explain(CURLcode code) const {
   if (code == CURLE_URL_MALFORMAT && origin_.empty()) {
     return "the address is not an absolute http or https address";
   }
-  if (code == CURLE_UNSUPPORTED_PROTOCOL) {
+  if (IsRefusedRedirect(code)) {
     return "the server redirects to an address that is not followed: only https is, and http where "
            "the request was http itself";
   }
@@ -224,7 +268,7 @@ std::string Transfer::Explain(CURLcode code) const {
   if (code == CURLE_PEER_FAILED_VERIFICATION) {
     long verify_result = X509_V_OK;
     curl_easy_getinfo(handle_, CURLINFO_SSL_VERIFYRESULT, &verify_result);
-    text += CertificateMend(verify_result);
+    text += CertificateHint(verify_result);
   }
   return text;
 }
@@ -232,7 +276,7 @@ std::string Transfer::Explain(CURLcode code) const {
 std::string EncodeFields(const std::vector<std::pair<std::string, std::string>>& fields) {
   const auto encode = [](const std::string& text) -> std::string {
     if (text.empty()) return "";  // to libcurl a length of 0 means that it shall count itself
-    const CurlText encoded(curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
+    const CurlString encoded(curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
     if (!encoded) throw std::bad_alloc();
     return encoded.get();
   };

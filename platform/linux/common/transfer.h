@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/linux/common/error.h"
+#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 
@@ -47,7 +48,7 @@ class Transfer {
 
   /// Sets the address, which must be absolute, http or https. Blanks and bytes above 127 in it are
   /// encoded.
-  void SetAddress(const std::string& address);
+  void SetUrl(const std::string& address);
 
   /// Sets a libcurl option. The first that libcurl refuses makes Perform fail.
   template <typename Value>
@@ -68,6 +69,8 @@ class Transfer {
   std::int64_t ContentLength() const;
   /// A field of the last answer's head, or null; valid until the next call.
   const char* Header(const char* name) const;
+  /// What Perform's result means to a caller of the contract.
+  saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;
   /// What Perform's result means, in words and with a mend where there is one.
   std::string Explain(CURLcode code) const;
 
@@ -79,8 +82,9 @@ class Transfer {
  private:
   enum class Refusal { kNone, kSecondSending, kClearText };
 
-  static int BeforeSending(void* self, char* remote_ip, char* local_ip, int remote_port,
-                           int local_port);
+  bool IsRefusedRedirect(CURLcode code) const;
+  static int OnBeforeSend(void* self, char* remote_ip, char* local_ip, int remote_port,
+                          int local_port);
 
   CURL* const handle_;
   CURLcode setup_ = CURLE_OK;
@@ -90,7 +94,7 @@ class Transfer {
   char error_[CURL_ERROR_SIZE] = "";
   bool send_once_ = false;
   bool was_encrypted_ = false;
-  int sendings_ = 0;
+  int send_count_ = 0;
   Refusal refusal_ = Refusal::kNone;
 };
 

@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kSyncInterval{1};
 
 /// The one place that says which failures of the network may pass by themselves.
-bool MayPass(CURLcode code) {
+bool IsTransient(CURLcode code) {
   switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_CONNECT:
@@ -36,13 +36,13 @@ bool MayPass(CURLcode code) {
   }
 }
 
-bool MayPass(int http_status) {
+bool IsTransient(int http_status) {
   return http_status >= 500 || http_status == 408 || http_status == 429;
 }
 
 /// What a later request can name this version by: a strong ETag, or a date that lies before the
 /// answer's own, since two versions can fall into one second.
-std::string Validator(const Transfer& transfer) {
+std::string GetValidator(const Transfer& transfer) {
   const char* etag = transfer.Header("ETag");
   if (etag && *etag == '"') return etag;
   const char* modified = transfer.Header("Last-Modified");
@@ -54,7 +54,7 @@ std::string Validator(const Transfer& transfer) {
 }
 
 /// Whether the answer, if it names its version at all, names the record's.
-bool IsVersion(const std::string& validator, const Transfer& transfer) {
+bool MatchesVersion(const std::string& validator, const Transfer& transfer) {
   const char* named = transfer.Header(validator.front() == '"' ? "ETag" : "Last-Modified");
   return !named || validator == named;
 }
@@ -82,14 +82,14 @@ class Download::Request {
   const Error& error() const { return error_; }
 
  private:
-  void Decide();
+  void HandleHeaders();
   void BeginFile();
   void ExpectBody(std::int64_t total);
-  Outcome Judge(CURLcode code);
+  Outcome ClassifyResult(CURLcode code);
   Outcome Fail(Outcome outcome, Error error);
-  static std::size_t NoteHeader(char*, std::size_t, std::size_t size, void* self) noexcept;
+  static std::size_t OnHeader(char*, std::size_t, std::size_t size, void* self) noexcept;
   static std::size_t Receive(char* bytes, std::size_t, std::size_t size, void* self) noexcept;
-  static int KeepTime(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept;
+  static int OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept;
 
   Download& download_;
   PartFile& part_;
@@ -103,15 +103,15 @@ class Download::Request {
 };
 
 Download::Request::Outcome Download::Request::Perform() {
-  transfer_.SetAddress(download_.address_);
+  transfer_.SetUrl(download_.address_);
   transfer_.Set(CURLOPT_FOLLOWLOCATION, 1L);
   transfer_.Set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(download_.limits_.connect_s));
-  transfer_.Set(CURLOPT_HEADERFUNCTION, &Request::NoteHeader);
+  transfer_.Set(CURLOPT_HEADERFUNCTION, &Request::OnHeader);
   transfer_.Set(CURLOPT_HEADERDATA, static_cast<void*>(this));
   transfer_.Set(CURLOPT_WRITEFUNCTION, &Request::Receive);
   transfer_.Set(CURLOPT_WRITEDATA, static_cast<void*>(this));
   transfer_.Set(CURLOPT_NOPROGRESS, 0L);
-  transfer_.Set(CURLOPT_XFERINFOFUNCTION, &Request::KeepTime);
+  transfer_.Set(CURLOPT_XFERINFOFUNCTION, &Request::OnProgress);
   transfer_.Set(CURLOPT_XFERINFODATA, static_cast<void*>(this));
   CurlList fields;
   if (offset_ > 0) {
@@ -123,8 +123,8 @@ Download::Request::Outcome Download::Request::Perform() {
 
   const CURLcode code = transfer_.Perform();
   download_.http_status_ = transfer_.Status();
-  if (code == CURLE_OK && outcome_ == Outcome::kUndecided) Decide();  // there was no body
-  return Judge(code);
+  if (code == CURLE_OK && outcome_ == Outcome::kUndecided) HandleHeaders();  // there was no body
+  return ClassifyResult(code);
 }
 
 Download::Request::Outcome Download::Request::Fail(Outcome outcome, Error error) {
@@ -133,7 +133,7 @@ Download::Request::Outcome Download::Request::Fail(Outcome outcome, Error error)
 }
 
 /// Looks at the answer's head, before the first byte of its body is written anywhere.
-void Download::Request::Decide() {
+void Download::Request::HandleHeaders() {
   const int status = transfer_.Status();
   if (status == 200) return BeginFile();
 
@@ -141,7 +141,7 @@ void Download::Request::Decide() {
   if (!resuming) {
     const char* content_type = transfer_.Header("Content-Type");
     download_.content_type_ = content_type ? content_type : "";
-    Fail(MayPass(status) ? Outcome::kPassing : Outcome::kPermanent,
+    Fail(IsTransient(status) ? Outcome::kPassing : Outcome::kPermanent,
          Error::Transfer(CURLE_HTTP_RETURNED_ERROR,
                          "the server answers with status " + std::to_string(status)));
     return;
@@ -152,7 +152,7 @@ void Download::Request::Decide() {
   download_.content_type_ = record.content_type;
   ContentRange range;
   ParseContentRange(transfer_.Header("Content-Range"), &range);
-  const bool same_file = IsVersion(record.validator, transfer_) && range.total > 0 &&
+  const bool same_file = MatchesVersion(record.validator, transfer_) && range.total > 0 &&
                          (record.total_bytes == 0 || record.total_bytes == range.total);
   if (same_file && status == 206 && range.first == offset_) {
     ExpectBody(range.total);
@@ -167,14 +167,15 @@ void Download::Request::Decide() {
 void Download::Request::BeginFile() {
   const char* encoding = transfer_.Header("Content-Encoding");
   if (encoding && std::strcmp(encoding, "identity") != 0) {
-    Fail(Outcome::kPermanent, Error::Data("the server packs the file, which was not asked for"));
+    Fail(Outcome::kPermanent,
+         Error::InvalidData("the server packs the file, which was not asked for"));
     return;
   }
   const char* content_type = transfer_.Header("Content-Type");
   download_.content_type_ = content_type ? content_type : "";
   const std::int64_t length = std::max<std::int64_t>(transfer_.ContentLength(), 0);
   Error error =
-      part_.Restart({download_.address_, Validator(transfer_), download_.content_type_, length});
+      part_.Restart({download_.address_, GetValidator(transfer_), download_.content_type_, length});
   if (error) {
     Fail(Outcome::kPermanent, std::move(error));
   } else {
@@ -183,7 +184,7 @@ void Download::Request::BeginFile() {
 }
 
 void Download::Request::ExpectBody(std::int64_t total) {
-  if (total - part_.size_bytes() > part_.FreeSpace_bytes()) {
+  if (total - part_.size_bytes() > part_.AvailableBytes()) {
     Fail(Outcome::kPermanent, Error::System(ENOSPC, "cannot write " + part_.path()));
     return;
   }
@@ -193,8 +194,7 @@ void Download::Request::ExpectBody(std::int64_t total) {
 }
 
 /// Called by libcurl with each line of an answer's head.
-std::size_t Download::Request::NoteHeader(char*, std::size_t, std::size_t size,
-                                          void* self) noexcept {
+std::size_t Download::Request::OnHeader(char*, std::size_t, std::size_t size, void* self) noexcept {
   static_cast<Request*>(self)->last_byte_ = Clock::now();
   return size;
 }
@@ -205,7 +205,7 @@ std::size_t Download::Request::Receive(char* bytes, std::size_t, std::size_t siz
   Request& request = *static_cast<Request*>(self);
   PartFile& part = request.part_;
   request.last_byte_ = Clock::now();
-  if (request.outcome_ == Outcome::kUndecided) request.Decide();
+  if (request.outcome_ == Outcome::kUndecided) request.HandleHeaders();
   if (request.outcome_ != Outcome::kBody) return 0;
   if (request.total_ > 0 && static_cast<std::int64_t>(size) > request.total_ - part.size_bytes()) {
     request.outcome_ = Outcome::kUnusable;
@@ -223,8 +223,8 @@ std::size_t Download::Request::Receive(char* bytes, std::size_t, std::size_t siz
 
 /// Called by libcurl at least once a second, also while nothing comes. libcurl's own limit on low
 /// speed takes an average, which lets a silent server go on for seconds longer.
-int Download::Request::KeepTime(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept
-    try {
+int Download::Request::OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t,
+                                  curl_off_t) noexcept try {
   Request& request = *static_cast<Request*>(self);
   const Clock::time_point now = Clock::now();
   const int stall_s = request.download_.limits_.stall_s;
@@ -238,7 +238,7 @@ int Download::Request::KeepTime(void* self, curl_off_t, curl_off_t, curl_off_t, 
   request.last_sync_ = now;
   Error error = request.part_.Sync();
   // Where the server told no size, the room shows only now.
-  if (!error && request.part_.FreeSpace_bytes() < 0) {
+  if (!error && request.part_.AvailableBytes() < 0) {
     error = Error::System(ENOSPC, "cannot write " + request.part_.path());
   }
   if (!error) return 0;
@@ -248,10 +248,10 @@ int Download::Request::KeepTime(void* self, curl_off_t, curl_off_t, curl_off_t, 
   return 1;
 }
 
-Download::Request::Outcome Download::Request::Judge(CURLcode code) {
+Download::Request::Outcome Download::Request::ClassifyResult(CURLcode code) {
   if (error_ || outcome_ == Outcome::kUnusable || outcome_ == Outcome::kWhole) return outcome_;
   if (code != CURLE_OK) {
-    return Fail(MayPass(code) ? Outcome::kPassing : Outcome::kPermanent,
+    return Fail(IsTransient(code) ? Outcome::kPassing : Outcome::kPermanent,
                 Error::Transfer(code, transfer_.Explain(code)));
   }
   if (total_ > 0 && part_.size_bytes() != total_) {
@@ -300,7 +300,7 @@ Error Download::Fetch() {
     }
     if (pauses_taken == limits_.pauses.size()) return request.error();
     Log(LogLevel::kInformation,
-        "the download of " + part_->path() + " is tried again: " + request.error().text());
+        "the download of " + part_->path() + " is tried again: " + request.error().message());
     std::this_thread::sleep_for(limits_.pauses[pauses_taken++]);
   }
 }

@@ -14,27 +14,27 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/common/atomic_file.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/common/replace_file.h"
-#include "platform/linux/common/text.h"
+#include "platform/linux/common/strings.h"
 
 namespace saltmoor::platform {
 namespace {
 
 constexpr std::int64_t kReserve_bytes = 1 << 20;
-constexpr std::size_t kLongestName_bytes = 255;
+constexpr std::size_t kMaxName_bytes = 255;
 constexpr std::size_t kLongestNameUnderProot_bytes = 254;
-constexpr std::size_t kLongestExtension_bytes = 16;
-constexpr std::size_t kLargestInfo_bytes = 64 << 10;
+constexpr std::size_t kMaxExtension_bytes = 16;
+constexpr std::size_t kMaxInfo_bytes = 64 << 10;
 // The longest of the names beside the file: its record while it is being replaced.
-constexpr std::size_t kLongestSuffix_bytes = sizeof ".part.info.new" - 1;
+constexpr std::size_t kMaxSuffix_bytes = sizeof ".part.info.new" - 1;
 
 /// Cuts a name in front of its extension and between two characters.
-std::string CutName(const std::string& name, std::size_t limit_bytes) {
+std::string TruncateName(const std::string& name, std::size_t limit_bytes) {
   if (name.size() <= limit_bytes) return name;
   const std::size_t dot = name.rfind('.');
   const bool has_extension = dot != std::string::npos && dot > 0 &&
-                             name.size() - dot <= std::min(kLongestExtension_bytes, limit_bytes);
+                             name.size() - dot <= std::min(kMaxExtension_bytes, limit_bytes);
   const std::string extension = has_extension ? name.substr(dot) : "";
   std::size_t end = limit_bytes - extension.size();
   while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80) --end;
@@ -55,15 +55,15 @@ bool IsUnsupported(int error_number) {
 
 PartFile::PartFile(std::string folder, const std::string& name)
     : folder_(std::move(folder)),
-      name_(CutName(name, kLongestName_bytes)),
-      stem_(CutName(name, kLongestNameUnderProot_bytes - kLongestSuffix_bytes)) {}
+      name_(TruncateName(name, kMaxName_bytes)),
+      stem_(TruncateName(name, kLongestNameUnderProot_bytes - kMaxSuffix_bytes)) {}
 
 Error PartFile::Open(const std::string& address) {
   std::error_code failure;
   std::filesystem::create_directories(folder_, failure);
   if (failure) return Error::System(failure.value(), "cannot make the folder " + folder_);
   if (Error error = OpenPart()) return error;
-  return Cut(ReadRecord(address) ? std::min(size_bytes_, synced_bytes_) : 0);
+  return Truncate(ReadRecord(address) ? std::min(size_bytes_, synced_bytes_) : 0);
 }
 
 Error PartFile::OpenPart() {
@@ -81,7 +81,8 @@ Error PartFile::OpenPart() {
       if (unlink(path.c_str()) != 0) return Error::System(errno, "cannot delete the link " + path);
       continue;
     }
-    if (!S_ISREG(opened.st_mode)) return Error::Data(path + " is not a plain file: delete it");
+    if (!S_ISREG(opened.st_mode))
+      return Error::InvalidData(path + " is not a plain file: delete it");
     if (flock(part_.get(), LOCK_EX | LOCK_NB) != 0 && !IsUnsupported(errno)) {
       return Error::System(errno, "another download is writing " + path);
     }
@@ -92,12 +93,12 @@ Error PartFile::OpenPart() {
       return {};
     }
   }
-  return Error::Data("cannot open " + path + ": other programs keep replacing it");
+  return Error::InvalidData("cannot open " + path + ": other programs keep replacing it");
 }
 
 bool PartFile::ReadRecord(const std::string& address) {
   std::string text;
-  if (ReadFile(info_path(), kLargestInfo_bytes, &text)) return false;
+  if (ReadFile(info_path(), kMaxInfo_bytes, &text)) return false;
   const std::vector<std::string> lines = Split(text, '\n');
   std::int64_t total_bytes = 0;
   if (lines.size() != 6 || !lines[5].empty() || lines[0] != address || lines[1].empty() ||
@@ -115,7 +116,7 @@ Error PartFile::WriteRecord() {
                                       std::to_string(synced_bytes_) + '\n');
 }
 
-Error PartFile::Cut(std::int64_t size_bytes) {
+Error PartFile::Truncate(std::int64_t size_bytes) {
   if (ftruncate(part_.get(), size_bytes) != 0) {
     return Error::System(errno, "cannot cut " + part_path());
   }
@@ -125,7 +126,7 @@ Error PartFile::Cut(std::int64_t size_bytes) {
 
 Error PartFile::Restart(const PartRecord& record) {
   // The old version must be gone from the disk before the record names the new one.
-  if (Error error = Cut(0)) return error;
+  if (Error error = Truncate(0)) return error;
   if (fsync(part_.get()) != 0) return Error::System(errno, "cannot write to disk " + part_path());
   record_ = record;
   return WriteRecord();
@@ -157,7 +158,7 @@ Error PartFile::Finish() {
   if (fsync(part_.get()) != 0) return Error::System(errno, "cannot write to disk " + part_path());
   if (rename(part_path().c_str(), path().c_str()) != 0) {
     if (errno == ENAMETOOLONG && name_.size() > kLongestNameUnderProot_bytes) {
-      name_ = CutName(name_, kLongestNameUnderProot_bytes);
+      name_ = TruncateName(name_, kLongestNameUnderProot_bytes);
       return Finish();
     }
     return Error::System(errno, "cannot give " + part_path() + " the name " + path());
@@ -168,7 +169,7 @@ Error PartFile::Finish() {
   // folder.
   if (!folder || (fsync(folder.get()) != 0 && !IsUnsupported(errno))) {
     Log(LogLevel::kWarning,
-        Error::System(errno, "cannot write to disk the folder " + folder_).text());
+        Error::System(errno, "cannot write to disk the folder " + folder_).message());
   }
   return {};
 }
@@ -179,7 +180,7 @@ void PartFile::Discard() {
   size_bytes_ = synced_bytes_ = 0;
 }
 
-std::int64_t PartFile::FreeSpace_bytes() const {
+std::int64_t PartFile::AvailableBytes() const {
   struct statvfs space {};
   if (statvfs(folder_.c_str(), &space) != 0) return 0;
   return static_cast<std::int64_t>(space.f_bavail) * static_cast<std::int64_t>(space.f_frsize) -

@@ -47,13 +47,13 @@ class PartFile {
   const std::string& name() const { return name_; }
   std::string path() const { return folder_ + "/" + name_; }
   /// Bytes that the file system has room for, less a reserve for what the device itself must save.
-  std::int64_t FreeSpace_bytes() const;
+  std::int64_t AvailableBytes() const;
 
  private:
   std::string part_path() const { return folder_ + "/" + stem_ + ".part"; }
   std::string info_path() const { return part_path() + ".info"; }
   Error OpenPart();
-  Error Cut(std::int64_t size_bytes);
+  Error Truncate(std::int64_t size_bytes);
   bool ReadRecord(const std::string& address);
   Error WriteRecord();
 

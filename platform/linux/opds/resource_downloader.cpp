@@ -23,12 +23,12 @@ constexpr int kBadFileName = 43;
 constexpr int kFileFailure = 23;
 constexpr int kBadAnswer = 22;
 
-bool IsFileName(const std::string& name) {
+bool IsValidFileName(const std::string& name) {
   return !name.empty() && name != "." && name != ".." &&
          name.find_first_of(std::string("/\0", 2)) == std::string::npos;
 }
 
-int CodeOf(const Error& error) {
+int ToStatusCode(const Error& error) {
   switch (error.kind()) {
     case Error::Kind::kNone:
       return 0;
@@ -36,7 +36,7 @@ int CodeOf(const Error& error) {
       return error.code();
     case Error::Kind::kSystem:
       return kFileFailure;
-    case Error::Kind::kData:
+    case Error::Kind::kInvalidData:
       break;
   }
   return kBadAnswer;
@@ -56,7 +56,7 @@ struct __attribute__((visibility("hidden"))) ResourceDownloader::State {
             const std::function<void(int)>& progress, StatusInfo* info);
 
   const std::string folder;
-  std::mutex one_at_a_time;
+  std::mutex download_mutex;
   mutable std::mutex mutex;  // guards what follows
   bool active = false;
   std::string name;
@@ -68,7 +68,7 @@ struct __attribute__((visibility("hidden"))) ResourceDownloader::State {
 
 Error ResourceDownloader::State::Run(const std::string& url, const std::string& file_name,
                                      const std::function<void(int)>& progress, StatusInfo* info) {
-  if (!IsFileName(file_name)) {
+  if (!IsValidFileName(file_name)) {
     return Error::Transfer(kBadFileName, "\"" + file_name + "\" is no file name");
   }
   PartFile part(folder, file_name);
@@ -109,17 +109,17 @@ ResourceDownloader::ResourceDownloader(const std::string& folder, IDownloadObser
 int ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
                                          std::function<void(int)> progress) {
   const std::shared_ptr<State> state = state_;
-  const std::lock_guard<std::mutex> whole_call(state->one_at_a_time);
+  const std::lock_guard<std::mutex> download_lock(state->download_mutex);
   StatusInfo info;
   info.url = url;
   Error error;
   try {
     error = state->Run(url, file_name, progress, &info);
   } catch (const std::exception& e) {
-    error = Error::Data(e.what());
+    error = Error::InvalidData(e.what());
   }
-  info.code = CodeOf(error);
-  info.error = error.text();
+  info.code = ToStatusCode(error);
+  info.error = error.message();
   {
     const std::lock_guard<std::mutex> lock(state->mutex);
     state->active = false;
@@ -127,7 +127,7 @@ int ResourceDownloader::DownloadResource(const std::string& url, const std::stri
   }
   if (error) {
     platform::Log(platform::LogLevel::kError, "the download of " + state->folder + "/" + file_name +
-                                                  " failed: " + error.text());
+                                                  " failed: " + error.message());
   }
   return info.code;
 }

@@ -6,10 +6,10 @@
 #include <mutex>
 #include <string>
 
+#include "platform/linux/common/atomic_file.h"
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/common/replace_file.h"
-#include "platform/linux/tabulet/guard.h"
 #include "platform/linux/tabulet/resources.h"
 #include "tabulet.h"
 
@@ -19,8 +19,8 @@ struct ibitmap_s {
 
 namespace {
 
+using saltmoor::platform::CatchAtBoundary;
 using saltmoor::platform::Error;
-using saltmoor::platform::Guarded;
 using saltmoor::platform::Log;
 using saltmoor::platform::LogLevel;
 
@@ -51,10 +51,11 @@ std::unique_ptr<ibitmap_s> Load(const std::string& name) {
   auto bitmap = std::make_unique<ibitmap_s>();
   Error error = saltmoor::platform::ReadResource("resources", name + ".bmp", &bitmap->bmp);
   if (!error && !IsPlainBmp(bitmap->bmp)) {
-    error = Error::Data("the resource " + name + ".bmp is no uncompressed BMP of 24 or 32 bits");
+    error =
+        Error::InvalidData("the resource " + name + ".bmp is no uncompressed BMP of 24 or 32 bits");
   }
   if (!error) return bitmap;
-  if (!error.IsSystem(ENOENT)) Log(LogLevel::kError, error.text());
+  if (!error.IsSystem(ENOENT)) Log(LogLevel::kError, error.message());
   return nullptr;
 }
 
@@ -70,14 +71,14 @@ ibitmap_s* Resource(const std::string& name) {
 
 int Save(const char* path, const ibitmap_s& bitmap) {
   const Error error = saltmoor::platform::ReplaceFile(path, bitmap.bmp);
-  if (error) Log(LogLevel::kError, error.text());
+  if (error) Log(LogLevel::kError, error.message());
   return error ? 0 : 1;
 }
 
 }  // namespace
 
 ibitmap_s* GetResource(const char* name, ibitmap_s* fallback) {
-  return Guarded(fallback, [=] {
+  return CatchAtBoundary(fallback, [=] {
     ibitmap_s* bitmap = name ? Resource(name) : nullptr;
     return bitmap ? bitmap : fallback;
   });
@@ -85,5 +86,5 @@ ibitmap_s* GetResource(const char* name, ibitmap_s* fallback) {
 
 int SaveBitmap(const char* path, const ibitmap_s* bitmap) {
   if (!path || !bitmap) return 0;
-  return Guarded(0, [=] { return Save(path, *bitmap); });
+  return CatchAtBoundary(0, [=] { return Save(path, *bitmap); });
 }

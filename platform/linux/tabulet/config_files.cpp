@@ -2,17 +2,17 @@
 #include <memory>
 #include <string>
 
+#include "platform/linux/common/atomic_file.h"
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/move_aside.h"
-#include "platform/linux/common/replace_file.h"
-#include "platform/linux/common/text.h"
-#include "platform/linux/tabulet/guard.h"
+#include "platform/linux/common/strings.h"
 #include "platform/linux/tabulet/key_values.h"
 #include "platform/linux/tabulet/secrets.h"
 #include "tabulet.h"
 
+using saltmoor::platform::CatchAtBoundary;
 using saltmoor::platform::Error;
-using saltmoor::platform::Guarded;
 using saltmoor::platform::KeyValues;
 using saltmoor::platform::Log;
 using saltmoor::platform::LogLevel;
@@ -30,19 +30,19 @@ struct iconfig_s {
 
 namespace {
 
-constexpr std::size_t kLimit_bytes = 16 << 20;
+constexpr std::size_t kMaxFile_bytes = 16 << 20;
 
 Error Load(const std::string& path, KeyValues* values) {
   std::string text;
-  if (Error error = saltmoor::platform::ReadFile(path, kLimit_bytes, &text)) return error;
+  if (Error error = saltmoor::platform::ReadFile(path, kMaxFile_bytes, &text)) return error;
   const Error error = saltmoor::platform::ParseKeyValues(text, values);
-  return error ? Error::Data("cannot read " + path + ": " + error.text()) : Error();
+  return error ? Error::InvalidData("cannot read " + path + ": " + error.message()) : Error();
 }
 
 /// Whether the fault is the file's own. A folder of that name is not to be moved, and a process
 /// that has too many files open says nothing about this one.
 bool IsBadFile(const Error& error) {
-  return error.kind() == Error::Kind::kData || error.IsSystem(EACCES) || error.IsSystem(EIO);
+  return error.kind() == Error::Kind::kInvalidData || error.IsSystem(EACCES) || error.IsSystem(EIO);
 }
 
 Error LoadOrStartEmpty(const std::string& path, KeyValues* values) {
@@ -63,7 +63,7 @@ iconfig_s* Open(const char* path) {
   auto config = std::make_unique<iconfig_s>();
   config->path = path;
   if (const Error error = LoadOrStartEmpty(config->path, &config->values)) {
-    Log(LogLevel::kError, error.text());
+    Log(LogLevel::kError, error.message());
     return nullptr;
   }
   return config.release();
@@ -87,7 +87,7 @@ void SetSecret(iconfig_s* config, const std::string& key, const char* value) {
   // The old secret goes all the same: somebody who logs out must not find it again.
   config->values.erase(key);
   Log(LogLevel::kError,
-      config->path + ": the secret \"" + key + "\" cannot be kept: " + error.text());
+      config->path + ": the secret \"" + key + "\" cannot be kept: " + error.message());
 }
 
 /// \return the text under `key`, null when there is none.
@@ -96,14 +96,14 @@ const std::string* Find(const KeyValues& values, const std::string& key) {
   return entry == values.end() ? nullptr : &entry->second;
 }
 
-const char* Unsealed(iconfig_s* config, const std::string& key, const char* fallback) {
+const char* FindSecret(iconfig_s* config, const std::string& key, const char* fallback) {
   if (const std::string* secret = Find(config->unsealed, key)) return secret->c_str();
   const std::string* sealed = Find(config->values, key);
   if (!sealed) return fallback;
   std::string secret;
   if (const Error error = saltmoor::platform::Unseal(key, *sealed, &secret)) {
     Log(LogLevel::kError,
-        config->path + ": the secret \"" + key + "\" counts as absent: " + error.text());
+        config->path + ": the secret \"" + key + "\" counts as absent: " + error.message());
     return fallback;
   }
   return (config->unsealed[key] = std::move(secret)).c_str();
@@ -111,8 +111,8 @@ const char* Unsealed(iconfig_s* config, const std::string& key, const char* fall
 
 int Save(iconfig_s* config, const char* consequence) {
   if (const Error error = saltmoor::platform::ReplaceFile(
-          config->path, saltmoor::platform::FormatKeyValues(config->values))) {
-    Log(LogLevel::kError, error.text() + consequence);
+          config->path, saltmoor::platform::SerializeKeyValues(config->values))) {
+    Log(LogLevel::kError, error.message() + consequence);
     return 0;
   }
   config->changed = false;
@@ -122,12 +122,12 @@ int Save(iconfig_s* config, const char* consequence) {
 }  // namespace
 
 iconfig_s* OpenConfig(const char* path, const config_defaults_s* /*defaults*/) {
-  return Guarded(static_cast<iconfig_s*>(nullptr), [path] { return Open(path); });
+  return CatchAtBoundary(static_cast<iconfig_s*>(nullptr), [path] { return Open(path); });
 }
 
 const char* ReadString(iconfig_s* config, const char* key, const char* fallback) {
   if (!config) return fallback;
-  return Guarded(fallback, [=] {
+  return CatchAtBoundary(fallback, [=] {
     const std::string* value = Find(config->values, key);
     return value ? value->c_str() : fallback;
   });
@@ -135,12 +135,12 @@ const char* ReadString(iconfig_s* config, const char* key, const char* fallback)
 
 const char* ReadSecret(iconfig_s* config, const char* key, const char* fallback) {
   if (!config) return fallback;
-  return Guarded(fallback, [=] { return Unsealed(config, key, fallback); });
+  return CatchAtBoundary(fallback, [=] { return FindSecret(config, key, fallback); });
 }
 
 int ReadInt(iconfig_s* config, const char* key, int fallback) {
   if (!config) return fallback;
-  return Guarded(fallback, [=] {
+  return CatchAtBoundary(fallback, [=] {
     int number = fallback;
     if (const std::string* value = Find(config->values, key)) {
       saltmoor::platform::ParseInt(*value, &number);
@@ -151,7 +151,7 @@ int ReadInt(iconfig_s* config, const char* key, int fallback) {
 
 void WriteString(iconfig_s* config, const char* key, const char* value) {
   if (!config) return;
-  Guarded(0, [=] {
+  CatchAtBoundary(0, [=] {
     Set(config, key, value ? value : "");
     return 0;
   });
@@ -159,7 +159,7 @@ void WriteString(iconfig_s* config, const char* key, const char* value) {
 
 void WriteSecret(iconfig_s* config, const char* key, const char* value) {
   if (!config) return;
-  Guarded(0, [=] {
+  CatchAtBoundary(0, [=] {
     SetSecret(config, key, value ? value : "");
     return 0;
   });
@@ -167,7 +167,7 @@ void WriteSecret(iconfig_s* config, const char* key, const char* value) {
 
 void WriteInt(iconfig_s* config, const char* key, int value) {
   if (!config) return;
-  Guarded(0, [=] {
+  CatchAtBoundary(0, [=] {
     Set(config, key, std::to_string(value));
     return 0;
   });
@@ -175,12 +175,13 @@ void WriteInt(iconfig_s* config, const char* key, int value) {
 
 int SaveConfig(iconfig_s* config) {
   if (!config) return 0;
-  return Guarded(0, [config] { return Save(config, ""); });
+  return CatchAtBoundary(0, [config] { return Save(config, ""); });
 }
 
 void CloseConfig(iconfig_s* config) {
   if (!config) return;
-  Guarded(0, [config] { return config->changed ? Save(config, "; unsaved changes are lost") : 1; });
+  CatchAtBoundary(
+      0, [config] { return config->changed ? Save(config, "; unsaved changes are lost") : 1; });
   delete config;
 }
 

@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
+#include "platform/linux/common/atomic_file.h"
 #include "platform/linux/common/move_aside.h"
-#include "platform/linux/common/replace_file.h"
 
 namespace saltmoor::platform {
 namespace {
@@ -26,16 +26,16 @@ Error LoadDeviceKey(SecretBytes* key) {
   key->bytes.reserve(kSize_bytes);
   if (Error error = ReadFile(KeyPath(), kSize_bytes, &key->bytes)) return error;
   if (key->bytes.size() != kSize_bytes) {
-    return Error::Data(KeyPath() + " is damaged: it has " + std::to_string(key->bytes.size()) +
-                       " bytes in place of " + std::to_string(kSize_bytes) +
-                       "; secrets sealed under it are lost");
+    return Error::InvalidData(KeyPath() + " is damaged: it has " +
+                              std::to_string(key->bytes.size()) + " bytes in place of " +
+                              std::to_string(kSize_bytes) + "; secrets sealed under it are lost");
   }
   return {};
 }
 
-Error LoadOrMakeDeviceKey(SecretBytes* key) {
+Error LoadOrCreateDeviceKey(SecretBytes* key) {
   Error error = LoadDeviceKey(key);
-  if (error.kind() == Error::Kind::kData) {
+  if (error.kind() == Error::Kind::kInvalidData) {
     error = MoveAside(KeyPath(), [] {
       SecretBytes unused;
       return LoadDeviceKey(&unused);

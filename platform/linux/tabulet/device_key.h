@@ -23,7 +23,7 @@ Error LoadDeviceKey(SecretBytes* key);
 
 /// As LoadDeviceKey, but makes a key where there is none. A damaged key file is moved aside, since
 /// what it sealed is out of reach anyway. All programs on the device come by the same key.
-Error LoadOrMakeDeviceKey(SecretBytes* key);
+Error LoadOrCreateDeviceKey(SecretBytes* key);
 
 }  // namespace saltmoor::platform
 

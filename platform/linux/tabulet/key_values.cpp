@@ -10,14 +10,14 @@ bool IsControl(char c) {
 }
 
 std::string Escape(const std::string& text, bool is_key) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
+  static constexpr char kHexDigits[] = "0123456789ABCDEF";
   std::string line;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     const bool outer_blank = c == ' ' && (i == 0 || i + 1 == text.size());
     if (IsControl(c) || c == '%' || outer_blank || (is_key && c == '=')) {
       const auto byte = static_cast<unsigned char>(c);
-      line += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+      line += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
     } else {
       line += c;
     }
@@ -48,7 +48,7 @@ bool Unescape(std::string_view line, std::string* text) {
 
 }  // namespace
 
-std::string FormatKeyValues(const KeyValues& values) {
+std::string SerializeKeyValues(const KeyValues& values) {
   std::string text;
   for (const auto& [key, value] : values) {
     text += Escape(key, true) + '=' + Escape(value, false) + '\n';
@@ -60,7 +60,7 @@ Error ParseKeyValues(std::string_view text, KeyValues* values) {
   KeyValues result;
   for (int number = 1; !text.empty(); ++number) {
     const auto fault = [number](const char* what) {
-      return Error::Data("line " + std::to_string(number) + " " + what);
+      return Error::InvalidData("line " + std::to_string(number) + " " + what);
     };
     const std::size_t end = text.find('\n');
     if (end == std::string_view::npos) return fault("is cut off");

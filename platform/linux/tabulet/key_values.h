@@ -14,7 +14,7 @@ using KeyValues = std::map<std::string, std::string>;
 
 /// One line `key=value` for each, every line ended. %XX stands for a byte that a line, a key or an
 /// editor could not carry: control characters, '%', blanks at either end, '=' in a key.
-std::string FormatKeyValues(const KeyValues& values);
+std::string SerializeKeyValues(const KeyValues& values);
 
 /// Reads such a text. Of a key that stands there twice, the last counts.
 /// \return what is wrong with which line; `*values` is unchanged then.

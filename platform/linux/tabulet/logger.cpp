@@ -8,7 +8,7 @@
 #include <string>
 
 #include "platform/linux/common/settings.h"
-#include "platform/linux/common/text.h"
+#include "platform/linux/common/strings.h"
 #include "tabulet.h"
 
 namespace {
@@ -18,7 +18,7 @@ using saltmoor::platform::Settings;
 
 /// Writes one line in one call, so that lines of several threads and programs do not mix.
 bool WriteLine(int file, std::string line) {
-  line = saltmoor::platform::OneLine(line) + '\n';
+  line = saltmoor::platform::EscapeControlCharacters(line) + '\n';
   const char* rest = line.data();
   std::size_t size = line.size();
   while (size > 0) {

@@ -5,10 +5,10 @@
 #include <cstring>
 #include <string>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/common/text.h"
-#include "platform/linux/tabulet/guard.h"
+#include "platform/linux/common/strings.h"
 #include "platform/linux/tabulet/key_values.h"
 #include "platform/linux/tabulet/notification.h"
 #include "platform/linux/tabulet/resources.h"
@@ -24,7 +24,7 @@ struct Icon {
   const char* desktop_name;  ///< in the desktop's icon theme
 };
 
-Icon IconOf(int icon) {
+Icon GetIcon(int icon) {
   switch (icon) {
     case 2:
       return {"question", "dialog-question"};
@@ -56,13 +56,13 @@ void AddLanguage(const std::string& language, KeyValues* texts) {
   if (!error) error = saltmoor::platform::ParseKeyValues(content, &added);
   if (error) {
     Log(saltmoor::platform::LogLevel::kError,
-        "the texts of the language \"" + language + "\" are left out: " + error.text());
+        "the texts of the language \"" + language + "\" are left out: " + error.message());
   }
   added.merge(*texts);
   *texts = std::move(added);
 }
 
-KeyValues LoadTexts() {
+KeyValues LoadStrings() {
   KeyValues texts = {{"@DownloadError", "The book could not be downloaded."}};
   AddLanguage("en", &texts);
   if (const std::string language = Language(); language != "en") AddLanguage(language, &texts);
@@ -70,14 +70,14 @@ KeyValues LoadTexts() {
 }
 
 /// What the user is shown for a text of the caller's, on one line.
-std::string Shown(const char* text) {
+std::string Localize(const char* text) {
   if (!text) return "";
   if (*text == '@') {
-    static const KeyValues& texts = *new KeyValues(LoadTexts());
+    static const KeyValues& texts = *new KeyValues(LoadStrings());
     const auto known = texts.find(text);
-    if (known != texts.end()) return saltmoor::platform::OneLine(known->second);
+    if (known != texts.end()) return saltmoor::platform::EscapeControlCharacters(known->second);
   }
-  return saltmoor::platform::OneLine(text);
+  return saltmoor::platform::EscapeControlCharacters(text);
 }
 
 void ShowOnTerminal(const Icon& icon, const std::string& title, const std::string& text) {
@@ -91,10 +91,10 @@ void ShowOnTerminal(const Icon& icon, const std::string& title, const std::strin
 }  // namespace
 
 void Message(int icon, const char* title, const char* text, int timeout_ms) {
-  saltmoor::platform::Guarded(0, [=] {
-    const Icon shown_icon = IconOf(icon);
-    const std::string shown_title = Shown(title);
-    const std::string shown_text = Shown(text);
+  saltmoor::platform::CatchAtBoundary(0, [=] {
+    const Icon shown_icon = GetIcon(icon);
+    const std::string shown_title = Localize(title);
+    const std::string shown_text = Localize(text);
     ShowOnTerminal(shown_icon, shown_title, shown_text);
     saltmoor::platform::NotifyDesktop(shown_icon.desktop_name, shown_title,
                                       shown_text == shown_title ? "" : shown_text, timeout_ms);

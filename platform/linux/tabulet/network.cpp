@@ -8,10 +8,10 @@
 #include <memory>
 #include <string>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/settings.h"
-#include "platform/linux/tabulet/guard.h"
 #include "tabulet.h"
 
 namespace {
@@ -39,7 +39,7 @@ bool IsReachableOutside(const ifaddrs& entry) {
 bool HasInterface() {
   ifaddrs* list = nullptr;
   if (getifaddrs(&list) != 0) {
-    Log(LogLevel::kError, Error::System(errno, "cannot list the network's interfaces").text());
+    Log(LogLevel::kError, Error::System(errno, "cannot list the network's interfaces").message());
     return false;
   }
   const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
@@ -76,9 +76,9 @@ int Connect() {
 }  // namespace
 
 int QueryNetwork() {
-  return saltmoor::platform::Guarded(0, [] { return State(); });
+  return saltmoor::platform::CatchAtBoundary(0, [] { return State(); });
 }
 
 int NetConnect(const char* /*network*/) {
-  return saltmoor::platform::Guarded(-1, [] { return Connect(); });
+  return saltmoor::platform::CatchAtBoundary(-1, [] { return Connect(); });
 }

@@ -19,7 +19,7 @@ bool HasDesktop() {
 
 /// Runs the program in place of this process. Only calls that are safe after a fork.
 [[noreturn]] void Exec(const char* const* arguments) {
-  constexpr unsigned kLimit_s = 10;
+  constexpr unsigned kMaxRun_s = 10;
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -27,7 +27,7 @@ bool HasDesktop() {
   const int null = open("/dev/null", O_RDWR);
   for (int fd = 0; fd <= 2; ++fd) dup2(null, fd);
   close_range(3, ~0U, 0);
-  alarm(kLimit_s);  // outlives the exec: a desktop that does not answer keeps nothing behind
+  alarm(kMaxRun_s);  // outlives the exec: a desktop that does not answer keeps nothing behind
   execvp(arguments[0], const_cast<char* const*>(arguments));
   _exit(127);
 }

@@ -4,17 +4,17 @@
 
 #include <cerrno>
 
-#include "platform/linux/common/replace_file.h"
+#include "platform/linux/common/atomic_file.h"
 
 namespace saltmoor::platform {
 namespace {
 
-constexpr std::size_t kLimit_bytes = 16 << 20;
+constexpr std::size_t kMaxResource_bytes = 16 << 20;
 
-std::string LibraryFolder() {
+std::string LibraryDirectory() {
   Dl_info library;
-  return dladdr(reinterpret_cast<void*>(&LibraryFolder), &library) != 0 && library.dli_fname
-             ? FolderOf(library.dli_fname)
+  return dladdr(reinterpret_cast<void*>(&LibraryDirectory), &library) != 0 && library.dli_fname
+             ? DirectoryOf(library.dli_fname)
              : ".";
 }
 
@@ -24,9 +24,9 @@ Error ReadResource(const std::string& folder, const std::string& name, std::stri
   Error error = Error::System(ENOENT, "no resource " + name);
   if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) return error;
   // Libraries lie in PREFIX/lib or, as in Debian, in PREFIX/lib/ARCHITECTURE.
-  for (const std::string& root : {std::string("/ebrmain"), LibraryFolder() + "/../share/quire",
-                                  LibraryFolder() + "/../../share/quire"}) {
-    error = ReadFile(root + "/" + folder + "/" + name, kLimit_bytes, content);
+  for (const std::string& root : {std::string("/ebrmain"), LibraryDirectory() + "/../share/quire",
+                                  LibraryDirectory() + "/../../share/quire"}) {
+    error = ReadFile(root + "/" + folder + "/" + name, kMaxResource_bytes, content);
     if (!error.IsSystem(ENOENT) && !error.IsSystem(ENOTDIR)) return error;
   }
   return error;

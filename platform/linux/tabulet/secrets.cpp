@@ -36,17 +36,17 @@ bool FromBase64(std::string_view text, std::string* bytes) {
   return good;
 }
 
-Error Start() {
-  return sodium_init() < 0 ? Error::Data("libsodium cannot start: no source of randomness")
+Error InitSodium() {
+  return sodium_init() < 0 ? Error::InvalidData("libsodium cannot start: no source of randomness")
                            : Error();
 }
 
 }  // namespace
 
 Error Seal(const std::string& name, std::string_view secret, std::string* sealed) {
-  if (Error error = Start()) return error;
+  if (Error error = InitSodium()) return error;
   SecretBytes key;
-  if (Error error = LoadOrMakeDeviceKey(&key)) return error;
+  if (Error error = LoadOrCreateDeviceKey(&key)) return error;
 
   std::string box(kNonce_bytes + secret.size() + kTag_bytes, '\0');
   randombytes_buf(box.data(), kNonce_bytes);
@@ -58,12 +58,12 @@ Error Seal(const std::string& name, std::string_view secret, std::string* sealed
 }
 
 Error Unseal(const std::string& name, const std::string& sealed, std::string* secret) {
-  if (Error error = Start()) return error;
+  if (Error error = InitSodium()) return error;
   std::string box;
   if (sealed.compare(0, kMark.size(), kMark) != 0 ||
       !FromBase64(std::string_view(sealed).substr(kMark.size()), &box) ||
       box.size() < kNonce_bytes + kTag_bytes) {
-    return Error::Data("the value is no sealed one");
+    return Error::InvalidData("the value is no sealed one");
   }
   SecretBytes key;
   if (Error error = LoadDeviceKey(&key)) return error;
@@ -73,7 +73,7 @@ Error Unseal(const std::string& name, const std::string& sealed, std::string* se
           Bytes(secret), nullptr, nullptr, Bytes(box) + kNonce_bytes, box.size() - kNonce_bytes,
           Bytes(name), name.size(), Bytes(box), Bytes(key.bytes)) != 0) {
     secret->clear();
-    return Error::Data(
+    return Error::InvalidData(
         "the value is damaged, or was sealed on another device or under another name");
   }
   return {};

@@ -3,15 +3,15 @@
 
 #include <string>
 
-#include "platform/linux/common/replace_file.h"
+#include "platform/linux/common/atomic_file.h"
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/settings.h"
-#include "platform/linux/tabulet/guard.h"
 #include "tabulet.h"
 
 namespace {
 
 /// What tells this machine from others: its id, or its name where it has none, as in a container.
-std::string MachineIdentity() {
+std::string GetMachineId() {
   std::string id;
   for (const char* path : {"/etc/machine-id", "/var/lib/dbus/machine-id"}) {
     if (!saltmoor::platform::ReadFile(path, 4096, &id) && id.size() >= 32) return id.substr(0, 32);
@@ -22,9 +22,9 @@ std::string MachineIdentity() {
 }
 
 /// The machine's id itself is confidential and must not go to a server: a hash of it does.
-std::string DerivedSerial() {
+std::string DeriveSerialNumber() {
   static constexpr char kPurpose[] = "tabulet serial number";
-  const std::string identity = MachineIdentity();
+  const std::string identity = GetMachineId();
   unsigned char hash[crypto_generichash_BYTES_MIN];
   char digits[2 * sizeof hash + 1];
   crypto_generichash(hash, sizeof hash, reinterpret_cast<const unsigned char*>(identity.data()),
@@ -36,10 +36,10 @@ std::string DerivedSerial() {
 }  // namespace
 
 const char* GetSerialNumber() {
-  return saltmoor::platform::Guarded("unknown", [] {
+  return saltmoor::platform::CatchAtBoundary("unknown", [] {
     static const std::string& serial = *new std::string([] {
       const std::string& given = saltmoor::platform::GetSettings().serial;
-      return given.empty() ? DerivedSerial() : given;
+      return given.empty() ? DeriveSerialNumber() : given;
     }());
     return serial.c_str();
   });

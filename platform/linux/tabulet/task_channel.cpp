@@ -71,10 +71,10 @@ std::string SocketPath(const std::string& app_path) {
                      app_path.size(), nullptr, 0);
   sodium_bin2hex(digits, sizeof digits, hash, sizeof hash);
   const std::string name = app_path.substr(app_path.rfind('/') + 1, kName_bytes);
-  return std::string(kTaskFolder) + "/" + name + "-" + digits + ".sock";
+  return std::string(kTaskDirectory) + "/" + name + "-" + digits + ".sock";
 }
 
-Error MakeSocket(UniqueFd* socket) {
+Error CreateSocket(UniqueFd* socket) {
   *socket = UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   return *socket ? Error() : Error::System(errno, "cannot make a socket");
 }

@@ -14,11 +14,11 @@
 
 namespace saltmoor::platform {
 
-inline constexpr char kTaskFolder[] = "/tmp/tabulet-tasks";
+inline constexpr char kTaskDirectory[] = "/tmp/tabulet-tasks";
 inline constexpr std::uint32_t kMaxRequest_bytes = 1 << 20;
 
 /// Goes before the bytes of a request. The answer is one std::int32_t.
-struct RequestHead {
+struct RequestHeader {
   static constexpr std::uint32_t kMark = 0x54414231;
 
   std::uint32_t mark = kMark;
@@ -42,7 +42,7 @@ class Deadline {
 std::string SocketPath(const std::string& app_path);
 
 /// A socket bound to nothing; an error when the process has no more.
-Error MakeSocket(UniqueFd* socket);
+Error CreateSocket(UniqueFd* socket);
 
 /// Connects to the listener at `path`, and waits while it has too many callers.
 Error Connect(int socket, const std::string& path, const Deadline& deadline);

@@ -9,40 +9,40 @@
 #include <string>
 #include <utility>
 
+#include "platform/linux/common/catch_at_boundary.h"
+#include "platform/linux/common/directory_lock.h"
 #include "platform/linux/common/error.h"
-#include "platform/linux/common/folder_lock.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/tabulet/guard.h"
 #include "platform/linux/tabulet/task_channel.h"
 #include "tabulet_task.h"
 
 namespace tabulet {
 namespace {
 
+using saltmoor::platform::CatchAtBoundary;
 using saltmoor::platform::Deadline;
+using saltmoor::platform::DirectoryLock;
 using saltmoor::platform::Error;
-using saltmoor::platform::FolderLock;
-using saltmoor::platform::Guarded;
 using saltmoor::platform::kMaxRequest_bytes;
-using saltmoor::platform::kTaskFolder;
+using saltmoor::platform::kTaskDirectory;
 using saltmoor::platform::Log;
 using saltmoor::platform::LogLevel;
-using saltmoor::platform::RequestHead;
+using saltmoor::platform::RequestHeader;
 using saltmoor::platform::UniqueFd;
 
 /// Makes the folder of the tasks' sockets. In one that belongs to somebody else, requests could be
 /// taken away from us.
-Error MakeFolder() {
-  if (mkdir(kTaskFolder, 0700) != 0 && errno != EEXIST) {
-    return Error::System(errno, std::string("cannot make ") + kTaskFolder);
+Error CreateTaskDirectory() {
+  if (mkdir(kTaskDirectory, 0700) != 0 && errno != EEXIST) {
+    return Error::System(errno, std::string("cannot make ") + kTaskDirectory);
   }
   struct stat status;
-  if (lstat(kTaskFolder, &status) != 0) {
-    return Error::System(errno, std::string("cannot examine ") + kTaskFolder);
+  if (lstat(kTaskDirectory, &status) != 0) {
+    return Error::System(errno, std::string("cannot examine ") + kTaskDirectory);
   }
   if (S_ISDIR(status.st_mode) && status.st_uid == geteuid()) return {};
-  return Error::Data(std::string(kTaskFolder) +
-                     " is no folder of this user's: delete it, or run as its owner");
+  return Error::InvalidData(std::string(kTaskDirectory) +
+                            " is no folder of this user's: delete it, or run as its owner");
 }
 
 }  // namespace
@@ -60,7 +60,7 @@ class TaskServer::Impl {
   Error ServeCallers();
   Error ServeRequest(int caller);
   int Answer(int request, const std::string& data);
-  void Withdraw();
+  void RemoveSocket();
 
   const std::string socket_path_;
   const Handler handler_;
@@ -72,9 +72,9 @@ int TaskServer::Impl::Run() {
   Error error = stop_ ? Listen() : Error::System(EMFILE, "cannot make a task");
   if (!error) {
     error = ServeCallers();
-    Withdraw();
+    RemoveSocket();
   }
-  if (error) Log(LogLevel::kError, error.text());
+  if (error) Log(LogLevel::kError, error.message());
   return error ? -1 : 0;
 }
 
@@ -86,13 +86,13 @@ void TaskServer::Impl::Stop() noexcept {
 }
 
 Error TaskServer::Impl::Listen() {
-  if (Error error = MakeFolder()) return error;
-  const FolderLock lock(kTaskFolder);  // against another start of the same program
-  if (Error error = saltmoor::platform::MakeSocket(&listener_)) return error;
+  if (Error error = CreateTaskDirectory()) return error;
+  const DirectoryLock lock(kTaskDirectory);  // against another start of the same program
+  if (Error error = saltmoor::platform::CreateSocket(&listener_)) return error;
   Error error = saltmoor::platform::Bind(listener_.get(), socket_path_);
   if (error.IsSystem(EADDRINUSE)) {
     UniqueFd probe;
-    if (Error failed = saltmoor::platform::MakeSocket(&probe)) return failed;
+    if (Error failed = saltmoor::platform::CreateSocket(&probe)) return failed;
     if (!Connect(probe.get(), socket_path_, Deadline(0)).IsSystem(ECONNREFUSED)) {
       return Error::System(EADDRINUSE, "the task is running already at " + socket_path_);
     }
@@ -105,8 +105,8 @@ Error TaskServer::Impl::Listen() {
 }
 
 /// Takes the task's socket away before it closes: it must not be found any more.
-void TaskServer::Impl::Withdraw() {
-  const FolderLock lock(kTaskFolder);
+void TaskServer::Impl::RemoveSocket() {
+  const DirectoryLock lock(kTaskDirectory);
   unlink(socket_path_.c_str());
   listener_ = UniqueFd();
 }
@@ -126,17 +126,17 @@ Error TaskServer::Impl::ServeCallers() {
       if (errno == EMFILE || errno == ENFILE) poll(nullptr, 0, 50);
       continue;
     }
-    if (const Error error = ServeRequest(caller.get())) Log(LogLevel::kTrace, error.text());
+    if (const Error error = ServeRequest(caller.get())) Log(LogLevel::kTrace, error.message());
   }
 }
 
 Error TaskServer::Impl::ServeRequest(int caller) {
   constexpr int kCallerTimeout_ms = 500;
   const Deadline deadline(kCallerTimeout_ms);
-  RequestHead head;
+  RequestHeader head;
   if (Error error = ReceiveAll(caller, &head, sizeof head, deadline, stop_.get())) return error;
-  if (head.mark != RequestHead::kMark || head.size_bytes > kMaxRequest_bytes) {
-    return Error::Data("a caller sent what is no request");
+  if (head.mark != RequestHeader::kMark || head.size_bytes > kMaxRequest_bytes) {
+    return Error::InvalidData("a caller sent what is no request");
   }
   std::string data(head.size_bytes, '\0');
   if (Error error = ReceiveAll(caller, data.data(), data.size(), deadline, stop_.get())) {
@@ -147,7 +147,7 @@ Error TaskServer::Impl::ServeRequest(int caller) {
 }
 
 int TaskServer::Impl::Answer(int request, const std::string& data) {
-  return Guarded(-1, [&] { return handler_(request, data); });
+  return CatchAtBoundary(-1, [&] { return handler_(request, data); });
 }
 
 TaskServer::TaskServer(const std::string& app_path, Handler handler)
@@ -156,7 +156,7 @@ TaskServer::TaskServer(const std::string& app_path, Handler handler)
 TaskServer::~TaskServer() = default;
 
 int TaskServer::Run() {
-  return Guarded(-1, [this] { return impl_->Run(); });
+  return CatchAtBoundary(-1, [this] { return impl_->Run(); });
 }
 
 void TaskServer::Stop() noexcept {

@@ -5,24 +5,24 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/tabulet/guard.h"
 #include "platform/linux/tabulet/task_channel.h"
 #include "tabulet.h"
 
 namespace {
 
+using saltmoor::platform::CatchAtBoundary;
 using saltmoor::platform::Deadline;
 using saltmoor::platform::Error;
-using saltmoor::platform::Guarded;
-using saltmoor::platform::RequestHead;
+using saltmoor::platform::RequestHeader;
 using saltmoor::platform::UniqueFd;
 
 /// The programs that were asked for: a task's number is a program's place here, for as long as the
 /// process lives.
 class TaskNumbers {
  public:
-  int NumberOf(const std::string& app_path) {
+  int GetNumber(const std::string& app_path) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto known = std::find(app_paths_.begin(), app_paths_.end(), app_path);
     if (known != app_paths_.end()) return static_cast<int>(known - app_paths_.begin());
@@ -31,7 +31,7 @@ class TaskNumbers {
   }
 
   /// Empty when there is no such task.
-  std::string AppPathOf(int task) {
+  std::string GetAppPath(int task) {
     const std::lock_guard<std::mutex> lock(mutex_);
     return task >= 0 && static_cast<std::size_t>(task) < app_paths_.size() ? app_paths_[task] : "";
   }
@@ -48,17 +48,17 @@ TaskNumbers& Numbers() {
 
 bool IsRunning(const std::string& app_path) {
   UniqueFd socket;
-  Error error = saltmoor::platform::MakeSocket(&socket);
+  Error error = saltmoor::platform::CreateSocket(&socket);
   if (!error) {
     error = Connect(socket.get(), saltmoor::platform::SocketPath(app_path), Deadline(0));
   }
   return !error || error.IsSystem(EAGAIN);  // it has more callers than it takes, so it is there
 }
 
-Error Ask(const std::string& app_path, const RequestHead& head, const void* data,
-          const Deadline& deadline, std::int32_t* answer) {
+Error Exchange(const std::string& app_path, const RequestHeader& head, const void* data,
+               const Deadline& deadline, std::int32_t* answer) {
   UniqueFd socket;
-  if (Error error = saltmoor::platform::MakeSocket(&socket)) return error;
+  if (Error error = saltmoor::platform::CreateSocket(&socket)) return error;
   const std::string path = saltmoor::platform::SocketPath(app_path);
   if (Error error = Connect(socket.get(), path, deadline)) return error;
   if (Error error = SendAll(socket.get(), &head, sizeof head, deadline)) return error;
@@ -66,14 +66,14 @@ Error Ask(const std::string& app_path, const RequestHead& head, const void* data
   return ReceiveAll(socket.get(), answer, sizeof *answer, deadline);
 }
 
-int Send(int task, const RequestHead& head, const void* data, int timeout_ms) {
-  const std::string app_path = Numbers().AppPathOf(task);
+int Send(int task, const RequestHeader& head, const void* data, int timeout_ms) {
+  const std::string app_path = Numbers().GetAppPath(task);
   if (app_path.empty()) return -1;
   std::int32_t answer = -1;
-  const Error error = Ask(app_path, head, data, Deadline(timeout_ms), &answer);
+  const Error error = Exchange(app_path, head, data, Deadline(timeout_ms), &answer);
   if (!error) return std::max(answer, -1);
-  Log(saltmoor::platform::LogLevel::kError,
-      "request " + std::to_string(head.request) + " to " + app_path + " failed: " + error.text());
+  Log(saltmoor::platform::LogLevel::kError, "request " + std::to_string(head.request) + " to " +
+                                                app_path + " failed: " + error.message());
   return -1;
 }
 
@@ -81,14 +81,14 @@ int Send(int task, const RequestHead& head, const void* data, int timeout_ms) {
 
 int FindTaskByAppName(const char* app) {
   if (!app) return -1;
-  return Guarded(-1, [app] { return IsRunning(app) ? Numbers().NumberOf(app) : -1; });
+  return CatchAtBoundary(-1, [app] { return IsRunning(app) ? Numbers().GetNumber(app) : -1; });
 }
 
 int SendRequestTo(int task, int request, const void* data, int size, int flags, int timeout_ms) {
   if (size < 0 || (size > 0 && !data)) return -1;
-  RequestHead head;
+  RequestHeader head;
   head.request = request;
   head.flags = flags;
   head.size_bytes = static_cast<std::uint32_t>(size);
-  return Guarded(-1, [&] { return Send(task, head, data, timeout_ms); });
+  return CatchAtBoundary(-1, [&] { return Send(task, head, data, timeout_ms); });
 }

@@ -20,7 +20,7 @@ void BookStoreAuthConfigs::logOut() try {
   if (unlink(kRecord) == 0 || errno == ENOENT) return;
   using platform::Error;
   platform::Log(platform::LogLevel::kError,
-                Error::System(errno, std::string("cannot delete ") + kRecord).text());
+                Error::System(errno, std::string("cannot delete ") + kRecord).message());
 } catch (const std::exception&) {  // no memory even for the log
 }
 

@@ -20,9 +20,9 @@ using platform::Log;
 using platform::LogLevel;
 
 // How soon a flag that another thread cleared, or a program that closed its output, is noticed.
-constexpr int kTick_ms = 50;
+constexpr int kPollInterval_ms = 50;
 
-bool IsWebAddress(const std::string& text) {
+bool IsHttpUrl(const std::string& text) {
   return strncasecmp(text.c_str(), "http://", 7) == 0 ||
          strncasecmp(text.c_str(), "https://", 8) == 0;
 }
@@ -41,9 +41,9 @@ struct __attribute__((visibility("hidden"))) BrowserAuthorization::Session {
 
   Error Run(const std::vector<std::string>& args);
   void Watch(BrowserProcess* browser);
-  bool Report(const std::vector<std::string>& lines);
+  bool ReportUrls(const std::vector<std::string>& lines);
   void ReportTime();
-  void ReportEnd(const std::string& failure);
+  void ReportExit(const std::string& failure);
 
   BrowserAuthorization* const owner;
   IEventHandler* const handler;
@@ -63,13 +63,13 @@ Error BrowserAuthorization::Session::Run(const std::vector<std::string>& args) {
 void BrowserAuthorization::Session::Watch(BrowserProcess* browser) {
   for (;;) {
     // Looked at before the output, so that what was printed last is not lost.
-    const bool ended = browser->HasEnded();
-    if (!Report(browser->ReadLines(ended ? 0 : kTick_ms))) {
-      browser->End();
+    const bool ended = browser->HasExited();
+    if (!ReportUrls(browser->ReadLines(ended ? 0 : kPollInterval_ms))) {
+      browser->Terminate();
       return;
     }
     if (ended) {
-      ReportEnd(browser->failure());
+      ReportExit(browser->failure());
       return;
     }
     ReportTime();
@@ -77,10 +77,10 @@ void BrowserAuthorization::Session::Watch(BrowserProcess* browser) {
 }
 
 /// \return false once the session is over: nothing more is reported then.
-bool BrowserAuthorization::Session::Report(const std::vector<std::string>& lines) {
+bool BrowserAuthorization::Session::ReportUrls(const std::vector<std::string>& lines) {
   for (const std::string& line : lines) {
     if (!IsRunning()) return false;
-    if (!IsWebAddress(line)) continue;
+    if (!IsHttpUrl(line)) continue;
     handler->UrlChanged(line.back() == '\r' ? line.substr(0, line.size() - 1) : line);
   }
   return IsRunning();
@@ -95,7 +95,7 @@ void BrowserAuthorization::Session::ReportTime() {
   handler->TimePassed(passed_s);
 }
 
-void BrowserAuthorization::Session::ReportEnd(const std::string& failure) {
+void BrowserAuthorization::Session::ReportExit(const std::string& failure) {
   {
     const std::lock_guard<std::mutex> lock(owner->mutex_);
     owner->running_ = false;
@@ -116,7 +116,7 @@ BrowserAuthorization::BrowserAuthorization(const std::string& name, IEventHandle
     : name_(name), handler_(handler) {}
 
 int BrowserAuthorization::Start(const std::string& url, const std::vector<std::string>& args) try {
-  if (!IsWebAddress(url)) {
+  if (!IsHttpUrl(url)) {
     Log(LogLevel::kError, "session " + name_ + ": the page's address is neither http nor https");
     return -1;
   }
@@ -138,11 +138,11 @@ int BrowserAuthorization::Start(const std::string& url, const std::vector<std::s
       try {
         error = session->Run(all_args);
       } catch (const std::exception& e) {
-        error = Error::Data(e.what());
+        error = Error::InvalidData(e.what());
       }
     }).join();
   } catch (const std::exception& e) {
-    error = Error::Data(e.what());
+    error = Error::InvalidData(e.what());
   }
   {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -150,7 +150,7 @@ int BrowserAuthorization::Start(const std::string& url, const std::vector<std::s
     session_.reset();
   }
   if (!error) return 0;
-  Log(LogLevel::kError, "session " + name_ + ": " + error.text());
+  Log(LogLevel::kError, "session " + name_ + ": " + error.message());
   return -1;
 } catch (const std::exception&) {
   return -1;
@@ -162,7 +162,7 @@ void BrowserAuthorization::SetFocus() try {
     const std::lock_guard<std::mutex> lock(mutex_);
     session = session_;
   }
-  if (session && session->group != 0) platform::RaiseWindowOf(session->group);
+  if (session && session->group != 0) platform::RaiseWindows(session->group);
 } catch (const std::exception&) {  // the window stays where it is
 }
 

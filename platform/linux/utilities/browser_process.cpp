@@ -19,15 +19,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kLongestLine_bytes = 64 << 10;
-constexpr std::size_t kMostRead_bytes = 64 << 10;  // in one call, so that time goes on in a flood
-constexpr std::chrono::seconds kTimeToEnd{2};
-constexpr int kEndCheck_ms = 20;
+constexpr std::size_t kMaxLine_bytes = 64 << 10;
+constexpr std::size_t kMaxRead_bytes = 64 << 10;  // in one call, so that time goes on in a flood
+constexpr std::chrono::seconds kTerminationTimeout{2};
+constexpr int kTerminationPoll_ms = 20;
 
 /// What the program gets from us beside its arguments.
-class SpawnPlan {
+class SpawnOptions {
  public:
-  SpawnPlan(int output, const TerminalLoan& terminal) {
+  SpawnOptions(int output, const ForegroundTerminal& terminal) {
     posix_spawn_file_actions_init(&actions_);
     posix_spawnattr_init(&attributes_);
     if (terminal.possible()) posix_spawn_file_actions_addtcsetpgrp_np(&actions_, STDIN_FILENO);
@@ -44,12 +44,12 @@ class SpawnPlan {
     posix_spawnattr_setflags(
         &attributes_, static_cast<short>(group | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
   }
-  ~SpawnPlan() {
+  ~SpawnOptions() {
     posix_spawn_file_actions_destroy(&actions_);
     posix_spawnattr_destroy(&attributes_);
   }
-  SpawnPlan(const SpawnPlan&) = delete;
-  SpawnPlan& operator=(const SpawnPlan&) = delete;
+  SpawnOptions(const SpawnOptions&) = delete;
+  SpawnOptions& operator=(const SpawnOptions&) = delete;
 
   const posix_spawn_file_actions_t* actions() const { return &actions_; }
   const posix_spawnattr_t* attributes() const { return &attributes_; }
@@ -59,7 +59,7 @@ class SpawnPlan {
   posix_spawnattr_t attributes_;
 };
 
-std::string DescribeEnd(const siginfo_t& end) {
+std::string DescribeExit(const siginfo_t& end) {
   if (end.si_code == CLD_EXITED) {
     return end.si_status == 0 ? "" : "exit code " + std::to_string(end.si_status);
   }
@@ -69,7 +69,7 @@ std::string DescribeEnd(const siginfo_t& end) {
 }  // namespace
 
 BrowserProcess::~BrowserProcess() {
-  if (pid_ != 0) End();
+  if (pid_ != 0) Terminate();
 }
 
 Error BrowserProcess::Start(const std::string& program, const std::vector<std::string>& args) {
@@ -83,10 +83,10 @@ Error BrowserProcess::Start(const std::string& program, const std::vector<std::s
   for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
   argv.push_back(nullptr);
 
-  const SpawnPlan plan(theirs.get(), terminal_);
+  const SpawnOptions options(theirs.get(), terminal_);
   pid_t pid = 0;
-  const int failure =
-      posix_spawn(&pid, program.c_str(), plan.actions(), plan.attributes(), argv.data(), environ);
+  const int failure = posix_spawn(&pid, program.c_str(), options.actions(), options.attributes(),
+                                  argv.data(), environ);
   if (failure != 0) return Error::System(failure, "cannot run the browser " + program);
   pid_ = pid;
   output_ = std::move(ours);
@@ -100,7 +100,7 @@ std::vector<std::string> BrowserProcess::ReadLines(int wait_ms) {
 
   std::vector<std::string> lines;
   char block[4096];
-  for (std::size_t total = 0; output_ && total < kMostRead_bytes;) {
+  for (std::size_t total = 0; output_ && total < kMaxRead_bytes;) {
     const ssize_t got = read(output_.get(), block, sizeof block);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0 && errno == EAGAIN) break;
@@ -108,17 +108,18 @@ std::vector<std::string> BrowserProcess::ReadLines(int wait_ms) {
       output_ = UniqueFd();
       break;
     }
-    Take(block, static_cast<std::size_t>(got), &lines);
+    SplitLines(block, static_cast<std::size_t>(got), &lines);
     total += static_cast<std::size_t>(got);
   }
   return lines;
 }
 
-void BrowserProcess::Take(const char* bytes, std::size_t size, std::vector<std::string>* lines) {
+void BrowserProcess::SplitLines(const char* bytes, std::size_t size,
+                                std::vector<std::string>* lines) {
   const char* const end = bytes + size;
   while (bytes != end) {
     const char* const stop = std::find(bytes, end, '\n');
-    if (line_.size() + static_cast<std::size_t>(stop - bytes) > kLongestLine_bytes) {
+    if (line_.size() + static_cast<std::size_t>(stop - bytes) > kMaxLine_bytes) {
       line_too_long_ = true;
       line_.clear();
     }
@@ -135,8 +136,8 @@ void BrowserProcess::Signal(int signal) const {
   kill(terminal_.shared() ? pid_ : -pid_, signal);
 }
 
-bool BrowserProcess::HasEnded() {
-  if (ended_) return true;
+bool BrowserProcess::HasExited() {
+  if (exited_) return true;
   siginfo_t state{};
   // Ctrl-Z at the browser would leave nobody at the terminal: it goes on.
   if (waitid(P_PID, static_cast<id_t>(pid_), &state, WSTOPPED | WNOHANG) == 0 &&
@@ -151,20 +152,20 @@ bool BrowserProcess::HasEnded() {
   Signal(SIGKILL);
   waitid(P_PID, static_cast<id_t>(pid_), nullptr, WEXITED);
   // Where the application ignores SIGCHLD nobody learns how the program ended.
-  if (waited == 0) failure_ = DescribeEnd(state);
-  terminal_.TakeBackFrom(pid_);
-  ended_ = true;
+  if (waited == 0) failure_ = DescribeExit(state);
+  terminal_.Reclaim(pid_);
+  exited_ = true;
   return true;
 }
 
-void BrowserProcess::End() {
-  if (HasEnded()) return;
+void BrowserProcess::Terminate() {
+  if (HasExited()) return;
   Signal(SIGTERM);
   Signal(SIGCONT);  // a stopped program cannot obey
-  const Clock::time_point deadline = Clock::now() + kTimeToEnd;
-  while (!HasEnded()) {
+  const Clock::time_point deadline = Clock::now() + kTerminationTimeout;
+  while (!HasExited()) {
     if (Clock::now() >= deadline) Signal(SIGKILL);
-    ReadLines(kEndCheck_ms);  // a program that is writing cannot obey either
+    ReadLines(kTerminationPoll_ms);  // a program that is writing cannot obey either
   }
 }
 

@@ -8,7 +8,7 @@
 
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/unique_fd.h"
-#include "platform/linux/utilities/terminal_loan.h"
+#include "platform/linux/utilities/foreground_terminal.h"
 
 namespace saltmoor::platform {
 
@@ -30,24 +30,24 @@ class BrowserProcess {
   std::vector<std::string> ReadLines(int wait_ms);
 
   /// Whether the program has ended. What it started and left behind is ended with it.
-  bool HasEnded();
+  bool HasExited();
   /// How it ended, once it has: empty for exit code 0, else words for the log.
   const std::string& failure() const { return failure_; }
 
   /// Asks the program to end, and after two seconds makes it.
-  void End();
+  void Terminate();
 
   /// Its process group, the program itself where it has none; 0 before Start.
   pid_t group() const { return pid_; }
 
  private:
   void Signal(int signal) const;  // to the program's group
-  void Take(const char* bytes, std::size_t size, std::vector<std::string>* lines);
+  void SplitLines(const char* bytes, std::size_t size, std::vector<std::string>* lines);
 
-  TerminalLoan terminal_;
+  ForegroundTerminal terminal_;
   UniqueFd output_;
   pid_t pid_ = 0;
-  bool ended_ = false;
+  bool exited_ = false;
   std::string failure_;
   std::string line_;  // the beginning of one
   bool line_too_long_ = false;

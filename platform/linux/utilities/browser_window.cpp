@@ -9,7 +9,7 @@
 
 namespace saltmoor::platform {
 
-void RaiseWindowOf(pid_t group) {
+void RaiseWindows(pid_t group) {
   if (!std::getenv("DISPLAY")) return;
   FILE* list = popen("wmctrl -lp 2>/dev/null", "re");
   if (!list) return;

@@ -7,7 +7,7 @@ namespace saltmoor::platform {
 
 /// Brings the windows of a process group to the front. Does nothing where there is no display or
 /// no `wmctrl`.
-void RaiseWindowOf(pid_t group);
+void RaiseWindows(pid_t group);
 
 }  // namespace saltmoor::platform
 

@@ -15,7 +15,7 @@ using platform::EncodeFields;
 using platform::Error;
 using platform::Transfer;
 
-constexpr std::size_t kLargestBody_bytes = std::size_t{64} << 20;
+constexpr std::size_t kMaxBody_bytes = std::size_t{64} << 20;
 
 struct Answer {
   int status = 0;
@@ -26,7 +26,7 @@ struct Answer {
 /// Called by libcurl with the next bytes of the answer, unpacked.
 std::size_t Receive(char* bytes, std::size_t, std::size_t size, void* target) noexcept {
   Answer& answer = *static_cast<Answer*>(target);
-  answer.too_large = size > kLargestBody_bytes - answer.body.size();
+  answer.too_large = size > kMaxBody_bytes - answer.body.size();
   if (answer.too_large) return 0;
   try {
     answer.body.insert(answer.body.end(), bytes, bytes + size);
@@ -52,11 +52,11 @@ long Milliseconds(unsigned timeout_s) {
 Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
   const bool post = request.GetMethod() == "POST";
   if (!post && (request.GetMethod() != "GET" || !request.GetPostParams().empty())) {
-    return Error::Transfer(CURLE_BAD_FUNCTION_ARGUMENT,
+    return Error::Transfer(HttpRequestRunner::kInvalidRequest,
                            "a request is a POST, or a GET without a form");
   }
   Transfer transfer;
-  transfer.SetAddress(WithQuery(request));
+  transfer.SetUrl(WithQuery(request));
   const std::string form = EncodeFields(request.GetPostParams());
   if (post) {
     transfer.Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form.size()));
@@ -72,10 +72,13 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
   const CURLcode code = transfer.Perform();
   answer->status = transfer.Status();
   if (code == CURLE_OK) return {};
-  const std::string reason =
-      answer->too_large ? "the answer is larger than 64 MiB" : transfer.Explain(code);
-  return Error::Transfer(
-      code, request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: " + reason);
+  const std::string what =
+      request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: ";
+  if (answer->too_large) {
+    return Error::Transfer(HttpRequestRunner::kAnswerTooLarge,
+                           what + "the answer is larger than 64 MiB");
+  }
+  return Error::Transfer(transfer.Classify(code), what + transfer.Explain(code));
 }
 
 }  // namespace
@@ -85,15 +88,15 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   if (status) *status = 0;
   if (body) body->clear();
   Answer answer;
-  if (const Error error = Perform(request, timeout_s, &answer)) {
-    platform::Log(platform::LogLevel::kError, error.text());
+  if (const platform::Error error = Perform(request, timeout_s, &answer)) {
+    platform::Log(platform::LogLevel::kError, error.message());
     return error.code();
   }
   if (status) *status = answer.status;
   if (body) *body = std::move(answer.body);
   return 0;
 } catch (const std::exception&) {
-  return CURLE_OUT_OF_MEMORY;
+  return kOther;
 }
 
 }  // namespace saltmoor::utilities

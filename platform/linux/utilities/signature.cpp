@@ -8,7 +8,7 @@
 
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/transfer.h"
-#include "platform/linux/utilities/hexadecimal.h"
+#include "platform/linux/utilities/hex.h"
 
 namespace saltmoor::utilities {
 
@@ -18,7 +18,7 @@ std::string Signature::GenerateNonce() try {
     platform::Log(platform::LogLevel::kError, "the system has no randomness to give");
     return "";
   }
-  return platform::Hexadecimal(random, sizeof random);
+  return platform::ToHex(random, sizeof random);
 } catch (const std::exception&) {
   return "";
 }
@@ -35,7 +35,7 @@ std::string Signature::CreateSignature(const HttpRequest& request, const std::st
     platform::Log(platform::LogLevel::kError, "the request cannot be signed: OpenSSL refuses");
     return "";
   }
-  return platform::Hexadecimal(code, size);
+  return platform::ToHex(code, size);
 } catch (const std::exception&) {
   return "";
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/linux/common/log.h"
-#include "platform/linux/utilities/hexadecimal.h"
+#include "platform/linux/utilities/hex.h"
 
 namespace saltmoor::utilities {
 namespace {
@@ -28,7 +28,7 @@ const char* TevUtilities::SHA0BadCrypt() try {
   unsigned size = 0;
   if (EVP_Digest(data_string.data(), data_string.size(), digest, &size, EVP_sha256(), nullptr) ==
       1) {
-    derived_key = platform::Hexadecimal(digest, size);
+    derived_key = platform::ToHex(digest, size);
   } else {
     platform::Log(platform::LogLevel::kError, "no key can be derived: OpenSSL refuses SHA-256");
   }

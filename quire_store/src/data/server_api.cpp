@@ -32,6 +32,7 @@ struct Call {
   const char* function;
   const char* returned;
   const char* error_text_key = "ErrorMsg";
+  bool answers_with_list = false;
 };
 
 constexpr Call kCallSwitchboard{"", 121,
@@ -72,10 +73,12 @@ constexpr Call kCommitOrderForPayment{
     "const std::string &)",
     "result"};
 constexpr Call kGetUserEbook{
-    "/getUserEbook", 458,
+    "/getUserEbook",
+    458,
     "std::tuple<Result, std::vector<Book>> saltmoor::quire::ServerApi::GetUserEbook()",
     "make_tuple(Result(kFailed), books)",
-    "errorMsg"};  // the one call whose key begins in lower case
+    "errorMsg",  // the one call whose key begins in lower case
+    true};
 constexpr Call kSubmitOrder{
     "/submitOrder", 494,
     "std::tuple<Result, Order> "
@@ -86,7 +89,8 @@ constexpr Call kGetUserData{
     "make_tuple(Result(kFailed), user_data)"};
 
 // Performs a request and reads its answer; nothing when there is none with status 200.
-std::optional<Json::Value> Perform(HttpRequest& request, const Call& call) {
+std::optional<Json::Value> Perform(HttpRequest& request, const Call& call, Failure* failure) {
+  *failure = Failure();
   request.SetFollowRedirects(true);
   long status = 0;
   std::vector<char> body;
@@ -94,11 +98,16 @@ std::optional<Json::Value> Perform(HttpRequest& request, const Call& call) {
       utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
   if (err != 0) {
     Log(kLogError, {kSource, call.line, call.function}, FailedCondition("0 == err", call.returned));
+    *failure = {Failure::kNetwork, err, 0, {}};
     return std::nullopt;
   }
-  if (status != 200) return std::nullopt;
+  if (status != 200) {
+    *failure = {Failure::kHttpStatus, 0, static_cast<int>(status), {}};
+    return std::nullopt;
+  }
   Json::Value answer;
-  ParseJson({body.data(), body.size()}, answer);  // what is no JSON is an empty answer
+  const bool is_json = ParseJson({body.data(), body.size()}, answer);
+  if (!is_json || !answer.isObject()) failure->kind = Failure::kUnreadableAnswer;
   return answer;
 }
 
@@ -112,8 +121,10 @@ class StoreRequest {
     bool ok() const { return result.code_ == ServerApi::kOk; }
   };
 
-  explicit StoreRequest(const Call& call)
-      : call_(call), request_("POST", std::string(addresses::kStoreApi) + call.path) {}
+  StoreRequest(const Call& call, Failure* failure)
+      : call_(call),
+        failure_(failure),
+        request_("POST", std::string(addresses::kStoreApi) + call.path) {}
 
   template <typename Value>
   StoreRequest& With(const std::string& key, const Value& value) {
@@ -122,17 +133,20 @@ class StoreRequest {
   }
 
   Answer Send() {
-    const auto json = Perform(request_, call_);
+    const auto json = Perform(request_, call_, failure_);
     if (!json) return {ServerApi::Result(ServerApi::kFailed), {}};
     const Json::Value& response = Member(*json, "response");
     if (ToString(Member(*json, "error")) == "true") {
-      return {{ServerApi::kFailed, ToString(Member(response, call_.error_text_key))}, {}};
+      *failure_ = {Failure::kRefused, 0, 0, ToString(Member(response, call_.error_text_key))};
+      return {{ServerApi::kFailed, failure_->message}, {}};
     }
+    if (call_.answers_with_list && !response.isArray()) failure_->kind = Failure::kUnreadableAnswer;
     return {ServerApi::Result(ServerApi::kOk), response};
   }
 
  private:
   const Call& call_;
+  Failure* const failure_;
   HttpRequest request_;
 };
 
@@ -156,13 +170,13 @@ std::tuple<ServerApi::Result, SwitchboardConfig> ServerApi::CallSwitchboard(
   request.AddGetParam("nonce", utilities::Signature::GenerateNonce());
   request.AddGetParam("client_signature",
                       utilities::Signature::CreateSignature(request, "", SigningKey()));
-  const auto answer = Perform(request, kCallSwitchboard);
+  const auto answer = Perform(request, kCallSwitchboard, &last_failure_);
   if (!answer) return {Result(kFailed), SwitchboardConfig()};
   return {Result(kOk), SwitchboardConfig::Parse(*answer)};
 }
 
 ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& password) {
-  const auto answer = StoreRequest(kLogIn)
+  const auto answer = StoreRequest(kLogIn, &last_failure_)
                           .With("username", user)
                           .With("password", password)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
@@ -172,9 +186,12 @@ ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& p
 }
 
 ServerApi::Result ServerApi::LogOut() {
-  if (session_id_.empty()) return Result(kOk);
+  if (session_id_.empty()) {
+    last_failure_ = Failure();
+    return Result(kOk);
+  }
   constexpr char kStoreIdKey[] = " storeId";  // the blank is meant
-  const auto answer = StoreRequest(kLogOut)
+  const auto answer = StoreRequest(kLogOut, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With(kStoreIdKey, config_[SwitchboardConfig::kStoreId])
                           .Send();
@@ -185,7 +202,7 @@ ServerApi::Result ServerApi::LogOut() {
 ServerApi::Result ServerApi::Register(const std::string& email, const std::string& password,
                                       const std::string& name, const std::string& lastname,
                                       const std::string& title) {
-  auto answer = StoreRequest(kRegister)
+  auto answer = StoreRequest(kRegister, &last_failure_)
                     .With("email", email)
                     .With("password", password)
                     .With("storeId", config_[SwitchboardConfig::kStoreId])
@@ -198,7 +215,7 @@ ServerApi::Result ServerApi::Register(const std::string& email, const std::strin
 }
 
 std::tuple<ServerApi::Result, Cart> ServerApi::GetCart(const std::string& orderId) {
-  const auto answer = StoreRequest(kGetCart)
+  const auto answer = StoreRequest(kGetCart, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("orderId", orderId)
@@ -210,7 +227,7 @@ std::tuple<ServerApi::Result, Cart> ServerApi::GetCart(const std::string& orderI
 
 std::tuple<ServerApi::Result, std::string> ServerApi::AddToCart(const std::string& ean,
                                                                 int quantity) {
-  const auto answer = StoreRequest(kAddToCart)
+  const auto answer = StoreRequest(kAddToCart, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("ean_0", ean)
@@ -221,7 +238,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddToCart(const std::strin
 
 std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
     std::map<std::string, int> items) {
-  StoreRequest request(kAddArrayToCart);
+  StoreRequest request(kAddArrayToCart, &last_failure_);
   request.With("opdsSessionId", session_id_).With("storeId", config_[SwitchboardConfig::kStoreId]);
   int i = 0;
   for (const auto& [ean, quantity] : items) {
@@ -233,7 +250,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
 }
 
 std::tuple<ServerApi::Result, ChekResult> ServerApi::CheckOrder(const std::string& order_id) {
-  const auto answer = StoreRequest(kCheckOrder)
+  const auto answer = StoreRequest(kCheckOrder, &last_failure_)
                           .With("orderId", order_id)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("opdsSessionId", session_id_)
@@ -245,7 +262,7 @@ std::tuple<ServerApi::Result, ChekResult> ServerApi::CheckOrder(const std::strin
 
 ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string& order_id,
                                                               const std::string& pay_method) {
-  StoreRequest request(kCommitOrderForPayment);
+  StoreRequest request(kCommitOrderForPayment, &last_failure_);
   request.With("opdsSessionId", session_id_)
       .With("orderId", order_id)
       .With("storeId", config_[SwitchboardConfig::kStoreId])
@@ -260,7 +277,7 @@ ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string&
 }
 
 std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
-  const auto answer = StoreRequest(kGetUserEbook)
+  const auto answer = StoreRequest(kGetUserEbook, &last_failure_)
                           .With("opdsSessionId", session_id_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .Send();
@@ -273,7 +290,7 @@ std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
 
 std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& order_id,
                                                             const std::string& pay_method) {
-  StoreRequest request(kSubmitOrder);
+  StoreRequest request(kSubmitOrder, &last_failure_);
   request.With("orderId", order_id)
       .With("storeId", config_[SwitchboardConfig::kStoreId])
       .With("opdsSessionId", session_id_);
@@ -285,7 +302,7 @@ std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& o
 }
 
 std::tuple<ServerApi::Result, UserData> ServerApi::GetUserData() {
-  const auto answer = StoreRequest(kGetUserData)
+  const auto answer = StoreRequest(kGetUserData, &last_failure_)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .With("opdsSessionId", session_id_)
                           .Send();
@@ -302,6 +319,14 @@ void ServerApi::SetSessionId(const std::string& session_id) {
 
 const std::string& ServerApi::GetSessionId() const {
   return session_id_;
+}
+
+const SwitchboardConfig& ServerApi::GetConfig() const {
+  return config_;
+}
+
+const Failure& ServerApi::GetLastFailure() const {
+  return last_failure_;
 }
 
 std::string int_to_string(int value) {

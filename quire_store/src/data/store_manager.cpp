@@ -12,6 +12,7 @@
 #include "addresses.h"
 #include "device_config.h"
 #include "device_paths.h"
+#include "first_failure.h"
 #include "json_access.h"
 #include "json_locale.h"
 #include "saltmoor/utilities/book_store_auth_configs.h"
@@ -56,7 +57,11 @@ void StoreCredentials(iconfig_s* config, const std::string& session_id, const st
 
 }  // namespace
 
-StoreManager::StoreManager() : downloader_(paths::kDownloads, nullptr) {}
+StoreManager::StoreManager()
+    : failure_(std::make_unique<FirstFailure>(server_api_)),
+      downloader_(paths::kDownloads, nullptr) {}
+
+StoreManager::~StoreManager() = default;
 
 StoreManager& StoreManager::Instance() {
   static StoreManager manager;
@@ -64,8 +69,12 @@ StoreManager& StoreManager::Instance() {
 }
 
 int StoreManager::Init() {
+  const FirstFailure::Call call(*failure_);
   const DeviceConfig config = OpenDeviceConfig(CloseConfig);
-  if (!config) return -1;
+  if (!config) {
+    failure_->Record(Failure::kConfigFile);
+    return -1;
+  }
 
   const int update_time_s = ReadInt(config.get(), config_keys::kSwitchboardUpdateTime, 0);
   const int now_s = NowInSeconds();
@@ -89,9 +98,11 @@ int StoreManager::Init() {
 }
 
 int StoreManager::ConfigFromServer() {
+  const FirstFailure::Call call(*failure_);
   ServerApi::Result result;
   // A failed fetch leaves none here, while the calls go on with the last good one: meant so.
-  std::tie(result, switchboard_) = server_api_.CallSwitchboard(addresses::kSwitchboard);
+  std::tie(result, switchboard_) =
+      failure_->Checked(server_api_.CallSwitchboard(addresses::kSwitchboard));
   if (result.code_ != ServerApi::kOk) return -1;
   server_api_.SetConfig(switchboard_);
   CacheConfiguration(switchboard_);
@@ -99,15 +110,20 @@ int StoreManager::ConfigFromServer() {
 }
 
 int StoreManager::NewSession(iconfig_s* config) {
+  const FirstFailure::Call call(*failure_);
   DeviceConfig own(nullptr, CloseConfig);
   if (config == nullptr) {
     own = OpenDeviceConfig(CloseConfig);
     config = own.get();
+    if (config == nullptr) failure_->Record(Failure::kConfigFile);
   }
   const std::string user = ReadString(config, config_keys::kUserName, "");
   const std::string password = ReadSecret(config, config_keys::kPassword, "");
-  if (user.empty() || password.empty()) return -1;
-  if (server_api_.LogIn(user, password).code_ != ServerApi::kOk) return -1;
+  if (user.empty() || password.empty()) {
+    failure_->Record(Failure::kNoCredentials);
+    return -1;
+  }
+  if (failure_->Checked(server_api_.LogIn(user, password)).code_ != ServerApi::kOk) return -1;
 
   session_id_ = server_api_.GetSessionId();
   WriteString(config, config_keys::kSessionId, session_id_.c_str());
@@ -138,7 +154,8 @@ std::string StoreManager::GetClientId() {
 }
 
 std::tuple<ServerApi::Result, UserData> StoreManager::GetUserData() {
-  return server_api_.GetUserData();
+  const FirstFailure::Call call(*failure_);
+  return failure_->Checked(server_api_.GetUserData());
 }
 
 int StoreManager::RegisterPushNotification() {
@@ -146,10 +163,14 @@ int StoreManager::RegisterPushNotification() {
 }
 
 ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string& password) {
+  const FirstFailure::Call call(*failure_);
   const DeviceConfig config = OpenDeviceConfig(CloseConfigNoSave);
-  if (!config) return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
+  if (!config) {
+    failure_->Record(Failure::kConfigFile);
+    return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
+  }
 
-  ServerApi::Result result = server_api_.LogIn(user, password);
+  ServerApi::Result result = failure_->Checked(server_api_.LogIn(user, password));
   if (result.code_ == ServerApi::kOk) {
     session_id_ = server_api_.GetSessionId();
     StoreCredentials(config.get(), session_id_, user, password);
@@ -161,10 +182,15 @@ ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string
 ServerApi::Result StoreManager::Register(const std::string& email, const std::string& password,
                                          const std::string& name, const std::string& lastname,
                                          const std::string& title) {
+  const FirstFailure::Call call(*failure_);
   const DeviceConfig config = OpenDeviceConfig(CloseConfigNoSave);
-  if (!config) return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
+  if (!config) {
+    failure_->Record(Failure::kConfigFile);
+    return ServerApi::Result(ServerApi::kOk);  // lenient, and meant so
+  }
 
-  ServerApi::Result result = server_api_.Register(email, password, name, lastname, title);
+  ServerApi::Result result =
+      failure_->Checked(server_api_.Register(email, password, name, lastname, title));
   if (result.code_ == ServerApi::kOk) {
     // Registering opens no session: this is the one of an earlier log-in, if any.
     session_id_ = server_api_.GetSessionId();
@@ -177,33 +203,40 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
 // The server is not told and the stored credentials stay, so the next start logs in again: meant
 // so.
 void StoreManager::LogOut() {
+  const FirstFailure::Call call(*failure_);
   utilities::BookStoreAuthConfigs::logOut();
   session_id_.clear();
   server_api_.SetSessionId(session_id_);
   cart_.Clear();
   cart_.Save();  // once more than Clear did: meant so, as in the two calls below
   purchased_.clear();
+  purchased_known_ = false;
   download_queue_.clear();
   downloading_book_ = Book();
 }
 
 std::vector<Book> StoreManager::LoadPurchased() {
-  std::tie(std::ignore, purchased_) = server_api_.GetUserEbook();
+  const FirstFailure::Call call(*failure_);
+  std::tie(std::ignore, purchased_) = failure_->Checked(server_api_.GetUserEbook());
+  purchased_known_ = !server_api_.GetLastFailure();
   return purchased_;
 }
 
 ServerApi::Result StoreManager::AddToCart(const Book& book) {
+  const FirstFailure::Call call(*failure_);
   cart_.AddToCart(book);
   cart_.Save();
   return ServerApi::Result(ServerApi::kOk);
 }
 
 int StoreManager::RemoveFromCart(const Book& book) {
+  const FirstFailure::Call call(*failure_);
   cart_.RemoveFromCart(book);
   return 0;
 }
 
 int StoreManager::RemoveFromCart(unsigned int index) {
+  const FirstFailure::Call call(*failure_);
   cart_.RemoveFromCart(index);
   cart_.Save();  // also when the index was out of range
   return 0;
@@ -219,6 +252,22 @@ const std::vector<Book>& StoreManager::GetPurchased() const {
 
 const std::string& StoreManager::GetOrderDatePlaced() const {
   return order_date_placed_;
+}
+
+bool StoreManager::IsPurchasedKnown() const {
+  return purchased_known_;
+}
+
+const SwitchboardConfig& StoreManager::GetConfig() const {
+  return server_api_.GetConfig();
+}
+
+const std::string& StoreManager::GetSavedPath() const {
+  return saved_path_;
+}
+
+const Failure& StoreManager::GetLastFailure() const {
+  return failure_->Get();
 }
 
 }  // namespace saltmoor::quire

@@ -5,6 +5,7 @@
 
 #include "auth.h"
 #include "book_properties.h"
+#include "first_failure.h"
 #include "log.h"
 #include "pay_methods.h"
 #include "store_manager.h"
@@ -44,16 +45,18 @@ void Connect() {
 
 // Reports success whatever the server did: meant so. The cart that comes back tells.
 std::tuple<ServerApi::Result, std::vector<Book>> StoreManager::CheckOut() {
+  const FirstFailure::Call call(*failure_);
   NewSession(nullptr);
 
   std::map<std::string, int> wanted;
   for (unsigned int i = 0; i < cart_.GetSize(); ++i) {
     wanted[TextOf(cart_.GetItem(i), Book::kEan)] = 1;
   }
-  const std::string order_id = std::get<std::string>(server_api_.AddArrayToCart(wanted));
+  const std::string order_id =
+      std::get<std::string>(failure_->Checked(server_api_.AddArrayToCart(wanted)));
 
   const Cart old_cart = cart_;
-  cart_ = std::get<Cart>(server_api_.GetCart(order_id));
+  cart_ = std::get<Cart>(failure_->Checked(server_api_.GetCart(order_id)));
   cart_.SetItemsCurrency(TextOf(old_cart.GetItem(0), Book::kCurrency));
 
   std::vector<Book> dropped;
@@ -64,9 +67,11 @@ std::tuple<ServerApi::Result, std::vector<Book>> StoreManager::CheckOut() {
 }
 
 ServerApi::Result StoreManager::StartPayment(const std::string& pay_method) {
+  const FirstFailure::Call call(*failure_);
   pay_method_ = pay_method;
   Log(kLogTrace, kPreparing, "Starting PrepareOrder");
-  const auto commit = server_api_.commitOrderForPayment(cart_.orderId, pay_method);
+  const auto commit =
+      failure_->Checked(server_api_.commitOrderForPayment(cart_.orderId, pay_method));
   if (commit.res.code_ != ServerApi::kOk) {
     Log(kLogError, kCommitFailed,
         FailedCondition("ServerApi::kOk == commit_res.res.code_", "commit_res.res"));
@@ -77,6 +82,7 @@ ServerApi::Result StoreManager::StartPayment(const std::string& pay_method) {
   if (!IsPaidInBrowser(pay_method)) return commit.res;
 
   if (commit.url.empty()) {
+    failure_->Record(Failure::kNoPaymentPage);
     Log(kLogError, kNoPaymentPage,
         FailedCondition("url.empty()", "ServerApi::Result(ServerApi::kFailed)"));
     return ServerApi::Result(ServerApi::kFailed);
@@ -84,6 +90,7 @@ ServerApi::Result StoreManager::StartPayment(const std::string& pay_method) {
   Log(kLogTrace, kStartingBrowser, "Starting browser auth");
   Auth auth;
   if (auth.Run(commit.url, pay_method) != 0) {
+    failure_->Record(Failure::kBrowser);
     Log(kLogError, kBrowserFailed,
         FailedCondition("SM_OK == err", "ServerApi::Result(ServerApi::kFailed)"));
     return ServerApi::Result(ServerApi::kFailed);
@@ -92,25 +99,27 @@ ServerApi::Result StoreManager::StartPayment(const std::string& pay_method) {
 }
 
 ServerApi::Result StoreManager::CheckPaymentResult() {
+  const FirstFailure::Call call(*failure_);
   constexpr char kNotOk[] = "ServerApi::kOk == result.code_";
 
   bool paid = !IsPaidInBrowser(pay_method_);
   while (!paid) {
     Connect();
-    const auto [result, check] = server_api_.CheckOrder(order_id_);
+    const auto [result, check] = failure_->Checked(server_api_.CheckOrder(order_id_));
     if (result.code_ != ServerApi::kOk) {
       Log(kLogError, kPollFailed, FailedCondition(kNotOk, "result"));
       return result;
     }
     // "In Progress" fails at once, while even a success waits: both are meant so.
     if (check.status == ChekResult::kInProgress || check.status == ChekResult::kFailure) {
+      failure_->Record(Failure::kPaymentFailed);
       return ServerApi::Result(ServerApi::kFailed);
     }
     usleep(kPollPeriod_us);
     paid = check.status == ChekResult::kSuccess;
   }
 
-  auto [result, order] = server_api_.SubmitOrder(order_id_, pay_method_);
+  auto [result, order] = failure_->Checked(server_api_.SubmitOrder(order_id_, pay_method_));
   if (result.code_ != ServerApi::kOk) {
     Log(kLogError, kSubmitFailed, FailedCondition(kNotOk, "result"));
     return result;
@@ -124,9 +133,14 @@ ServerApi::Result StoreManager::CheckPaymentResult() {
 
 // Neither looks at the payment's state nor forgets the order: meant so.
 int StoreManager::CheckOrderIfNeeded() {
-  if (order_id_.empty()) return -1;
+  const FirstFailure::Call call(*failure_);
+  if (order_id_.empty()) {
+    failure_->Record(Failure::kNoPendingOrder);
+    return -1;
+  }
   Connect();
-  const auto result = std::get<ServerApi::Result>(server_api_.CheckOrder(order_id_));
+  const auto result =
+      std::get<ServerApi::Result>(failure_->Checked(server_api_.CheckOrder(order_id_)));
   if (result.code_ != ServerApi::kOk) {
     Log(kLogError, kCheckFailed, FailedCondition("ServerApi::kOk == result.code_", "-1"));
     return -1;

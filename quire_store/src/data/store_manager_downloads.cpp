@@ -14,6 +14,7 @@
 #include "book_properties.h"
 #include "device_paths.h"
 #include "file_names.h"
+#include "first_failure.h"
 #include "log.h"
 #include "store_manager.h"
 #include "tabulet.h"
@@ -47,14 +48,12 @@ std::string ExtensionOf(const std::string& path) {
   return std::get<1>(ParseToNameExtention(path));
 }
 
-// Gives the file the extension that its content type calls for.
-std::string NameByContentType(const std::string& file, const std::string& content_type) {
+// The path that the content type calls for.
+std::string PathByContentType(const std::string& file, const std::string& content_type) {
   if (content_type.rfind("application/force-download", 0) == 0) return file;
   const std::string extension = ExtentionByMime(content_type);
   if (extension.empty()) return file;
-  std::string renamed = std::get<0>(ParseToNameExtention(file)) + "." + extension;
-  std::rename(file.c_str(), renamed.c_str());
-  return renamed;
+  return std::get<0>(ParseToNameExtention(file)) + "." + extension;
 }
 
 bool IsOpenable(const std::string& file) {
@@ -66,19 +65,22 @@ bool IsOpenable(const std::string& file) {
   return file.find_last_of("fb2.zip") != std::string::npos;
 }
 
-// Makes the file at home on the device, or removes what is no book: a page that the shop served
+// Names and announces a downloaded file, or removes what is no book: a page that the shop served
 // instead of one.
-void TakeIn(std::string file, const std::string& content_type) {
-  Log(kLogTrace, kFinishing, "filename [" + file + "]");
-  file = NameByContentType(file, content_type);
+// \return the path under which the book lies; empty when it was removed.
+std::string FinishDownload(std::string saved, const std::string& content_type) {
+  Log(kLogTrace, kFinishing, "filename [" + saved + "]");
+  const std::string file = PathByContentType(saved, content_type);
+  const bool renamed = file == saved || std::rename(saved.c_str(), file.c_str()) == 0;
   const std::string extension = ExtensionOf(file);
   // A web page can be opened too, yet it is never a book.
   if (IsOpenable(file) && extension != "htm" && extension != "html") {
     TellScanner();
-  } else {
-    ShowDownloadError();
-    tb_unlink(file.c_str());
+    return renamed ? file : saved;
   }
+  ShowDownloadError();
+  tb_unlink(file.c_str());
+  return {};
 }
 
 // Nothing that a download throws may reach the application: it is a failed download.
@@ -116,6 +118,7 @@ BookStatus StoreManager::GetBookStatus(const std::string& ean) {
 }
 
 int StoreManager::DownloadBookById(const std::string& id) {
+  const FirstFailure::Call call(*failure_);
   const auto book = FindByEan(purchased_, BaseName(id));
   if (book == purchased_.end()) return 0;
   download_queue_.push_back(*book);
@@ -123,13 +126,18 @@ int StoreManager::DownloadBookById(const std::string& id) {
 }
 
 int StoreManager::CheckDownloadState() {
+  const FirstFailure::Call call(*failure_);
   const bool had_download = download_future_.valid();
   if (had_download &&
       download_future_.wait_for(std::chrono::milliseconds(0)) == std::future_status::ready) {
     if (Outcome(std::move(download_future_)) == 0) {
       const std::string file = downloader_.GetSavedPath();
-      TakeIn(file, downloader_.GetStatusInfo().content_type);
+      saved_path_ = FinishDownload(file, downloader_.GetStatusInfo().content_type);
+      if (saved_path_.empty()) failure_->Record(Failure::kNotABook);
     } else {
+      saved_path_.clear();
+      const auto info = downloader_.GetStatusInfo();
+      failure_->Record({Failure::kDownload, info.code, info.http_status, info.error});
       ShowDownloadError();
     }
     downloading_book_ = Book();
@@ -148,6 +156,8 @@ int StoreManager::CheckDownloadState() {
           return downloader_.DownloadResource(url, name, std::function<void(int)>());
         });
   } catch (const std::exception&) {  // no thread to be had: a failed download like any other
+    saved_path_.clear();
+    failure_->Record(Failure::kDownload);
     ShowDownloadError();
     downloading_book_ = Book();
   }

@@ -29,12 +29,12 @@ class DownloadEngine : public testing::Test {
   bool Fetch(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
     PartFile part(folder_.path(), "book");
     Error error = part.Open(server.Address());
-    EXPECT_FALSE(error) << error.text();
+    EXPECT_FALSE(error) << error.message();
     Download download(
         &part, server.Address(), [](auto, auto) {}, limits);
     error = download.Run();
     content_type_ = download.content_type();
-    EXPECT_EQ(!error, fs::exists(folder_ / "book")) << error.text();
+    EXPECT_EQ(!error, fs::exists(folder_ / "book")) << error.message();
     return !error;
   }
   /// Downloads what the first connection of a test before left half.
@@ -209,7 +209,7 @@ TEST_F(DownloadEngine, OnePartHasOneWriter) {
   PartFile second(folder_.path(), "book");
   ASSERT_FALSE(first.Open("http://a.example/"));
   const Error error = second.Open("http://a.example/");
-  EXPECT_NE(error.text().find("another download"), std::string::npos);
+  EXPECT_NE(error.message().find("another download"), std::string::npos);
 }
 
 TEST_F(DownloadEngine, SizesAbove2GiBAreCountedInLargerUnits) {

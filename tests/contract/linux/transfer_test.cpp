@@ -40,6 +40,7 @@ time_t time(time_t* result) noexcept {
 }
 
 int getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** result) {
+  if (host && std::string_view(host) == "missing.example") return EAI_NONAME;
   if (host && std::string_view(host) == "slow.example") {
     std::this_thread::sleep_for(std::chrono::seconds(4));
     return EAI_AGAIN;
@@ -145,6 +146,51 @@ TEST(Transfer, TheLogTellsWhyOnceAndNoSecret) {
   EXPECT_EQ(log.find("/told.epub failed: "), log.rfind("/told.epub failed: "));
   EXPECT_EQ(log.find("hidden"), std::string::npos) << log;
   EXPECT_EQ(log.find("anna"), std::string::npos) << log;
+}
+
+TEST(HttpRequestRunnerError, NamesTheCause) {
+  using Runner = saltmoor::utilities::HttpRequestRunner;
+  const Certificate good = GoodCertificate();
+  const Certificate stranger = MakeCertificate(MakeAuthority("Stranger"), "IP:127.0.0.1");
+  const Certificate none;
+  const auto error_of = [](const Reply& reply, const Certificate* certificate = nullptr) {
+    ScriptedServer server(reply, certificate);
+    HttpRequest request("POST", server.Address());
+    request.SetFollowRedirects(true);
+    return Perform(request);
+  };
+  const auto redirect = [](const std::string& to) { return Answer(302, "", {"Location: " + to}); };
+  const std::string head = "HTTP/1.1 200 OK\r\n";
+  const std::string large(std::size_t{65} << 20, 'x');
+
+  EXPECT_EQ(Perform(HttpRequest("GET", "file:///etc/passwd")), Runner::kInvalidRequest);
+  EXPECT_EQ(Perform(HttpRequest("PUT", "http://127.0.0.1/")), Runner::kInvalidRequest);
+  EXPECT_EQ(Perform(HttpRequest("GET", "http://missing.example/")), Runner::kNameNotFound);
+  const std::string closed_port = ScriptedServer(Answer(200, "")).port();
+  EXPECT_EQ(Perform(HttpRequest("GET", "http://127.0.0.1:" + closed_port)),
+            Runner::kConnectionRefused);
+  EXPECT_EQ(error_of(Reply("SSH-2.0 hello\r\n", Then::kClose)), Runner::kInvalidAnswer);
+  EXPECT_EQ(error_of(Answer(200, "not packed", {"Content-Encoding: gzip"})),
+            Runner::kInvalidAnswer);
+  EXPECT_EQ(error_of(Answer(200, large)), Runner::kAnswerTooLarge);
+  EXPECT_EQ(error_of(Reply("", Then::kHang)), Runner::kTimedOut);
+  EXPECT_EQ(error_of(Answer(200, ""), &none), Runner::kTlsFailed);
+  EXPECT_EQ(error_of(Answer(200, ""), &stranger), Runner::kCertificateNotTrusted);
+  for (const Reply& reply : {Reply("", Then::kClose), Reply(head, Then::kReset),
+                             Reply(head + "Content-Length: 9\r\n\r\nfew", Then::kClose)}) {
+    EXPECT_EQ(error_of(reply), Runner::kConnectionLost) << reply.bytes;
+  }
+  for (const char* to : {"/", "ftp://127.0.0.1/", "http://[bad/", "http://127.0.0.1:99999/"}) {
+    EXPECT_EQ(error_of(redirect(to)), Runner::kRedirectRefused) << to;
+  }
+  EXPECT_EQ(error_of(redirect("http://127.0.0.1/"), &good), Runner::kRedirectRefused);
+
+  // Numbers that callers may have stored or compared before they had names.
+  EXPECT_EQ(Runner::kNameNotFound, 6);
+  EXPECT_EQ(Runner::kConnectionRefused, 7);
+  EXPECT_EQ(Runner::kAnswerTooLarge, 23);
+  EXPECT_EQ(Runner::kTimedOut, 28);
+  EXPECT_EQ(Runner::kCertificateNotTrusted, 60);
 }
 
 TEST(Transfer, ASlowNameServerDoesNotOutlastTheTimeOut) {

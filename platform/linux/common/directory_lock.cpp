@@ -1,4 +1,4 @@
-#include "platform/linux/common/folder_lock.h"
+#include "platform/linux/common/directory_lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,7 +7,7 @@
 
 namespace saltmoor::platform {
 
-FolderLock::FolderLock(const std::string& folder)
+DirectoryLock::DirectoryLock(const std::string& folder)
     : folder_(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
   if (!folder_) return;
   int status;

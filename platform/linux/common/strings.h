@@ -1,5 +1,5 @@
-#ifndef PLATFORM_LINUX_COMMON_TEXT_H_
-#define PLATFORM_LINUX_COMMON_TEXT_H_
+#ifndef PLATFORM_LINUX_COMMON_STRINGS_H_
+#define PLATFORM_LINUX_COMMON_STRINGS_H_
 
 #include <string>
 #include <string_view>
@@ -15,8 +15,8 @@ std::vector<std::string> Split(std::string_view text, char separator);
 bool ParseInt(const std::string& text, int* number);
 
 /// Makes one line of a text: control characters, which a terminal would obey, become \n, \t, \xHH.
-std::string OneLine(std::string_view text);
+std::string EscapeControlCharacters(std::string_view text);
 
 }  // namespace saltmoor::platform
 
-#endif  // PLATFORM_LINUX_COMMON_TEXT_H_
+#endif  // PLATFORM_LINUX_COMMON_STRINGS_H_

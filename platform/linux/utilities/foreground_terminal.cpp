@@ -1,4 +1,4 @@
-#include "platform/linux/utilities/terminal_loan.h"
+#include "platform/linux/utilities/foreground_terminal.h"
 
 #include <unistd.h>
 
@@ -6,12 +6,12 @@
 
 namespace saltmoor::platform {
 
-TerminalLoan::TerminalLoan()
+ForegroundTerminal::ForegroundTerminal()
     : shared_(getpgrp() == 0 && isatty(STDIN_FILENO)),
       possible_(!shared_ && tcgetpgrp(STDIN_FILENO) == getpgrp() &&
                 tcgetattr(STDIN_FILENO, &modes_) == 0) {}
 
-void TerminalLoan::TakeBackFrom(pid_t group) const {
+void ForegroundTerminal::Reclaim(pid_t group) const {
   if (!possible_ || tcgetpgrp(STDIN_FILENO) != group) return;
   // This process is in the background until the terminal is its own again, and would be stopped
   // for touching it.

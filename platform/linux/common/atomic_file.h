@@ -1,5 +1,5 @@
-#ifndef PLATFORM_LINUX_COMMON_REPLACE_FILE_H_
-#define PLATFORM_LINUX_COMMON_REPLACE_FILE_H_
+#ifndef PLATFORM_LINUX_COMMON_ATOMIC_FILE_H_
+#define PLATFORM_LINUX_COMMON_ATOMIC_FILE_H_
 
 #include <string>
 #include <string_view>
@@ -17,12 +17,12 @@ Error ReplaceFile(const std::string& path, std::string_view content);
 Error CreateFile(const std::string& path, std::string_view content);
 
 /// Reads a regular file whole.
-/// \param limit_bytes  a larger file is an error.
-Error ReadFile(const std::string& path, std::size_t limit_bytes, std::string* content);
+/// \param max_bytes  a larger file is an error.
+Error ReadFile(const std::string& path, std::size_t max_bytes, std::string* content);
 
 /// The folder part of a path: "." where it has none.
-std::string FolderOf(const std::string& path);
+std::string DirectoryOf(const std::string& path);
 
 }  // namespace saltmoor::platform
 
-#endif  // PLATFORM_LINUX_COMMON_REPLACE_FILE_H_
+#endif  // PLATFORM_LINUX_COMMON_ATOMIC_FILE_H_

@@ -1,5 +1,5 @@
-#ifndef PLATFORM_LINUX_UTILITIES_TERMINAL_LOAN_H_
-#define PLATFORM_LINUX_UTILITIES_TERMINAL_LOAN_H_
+#ifndef PLATFORM_LINUX_UTILITIES_FOREGROUND_TERMINAL_H_
+#define PLATFORM_LINUX_UTILITIES_FOREGROUND_TERMINAL_H_
 
 #include <sys/types.h>
 #include <termios.h>
@@ -8,18 +8,18 @@ namespace saltmoor::platform {
 
 /// Gets the terminal on standard input back from a program that was given it, with the modes that
 /// it had. A program in a process group of its own cannot read the terminal otherwise.
-class TerminalLoan {
+class ForegroundTerminal {
  public:
   /// Remembers the terminal's modes. Nothing is lent where standard input is no terminal, or is not
   /// this process's to give since it runs in the background.
-  TerminalLoan();
+  ForegroundTerminal();
 
   bool possible() const { return possible_; }
   /// Whether this process's group, which has the terminal, lies outside its process namespace. The
   /// group has no number here, so the terminal cannot be lent: who needs it stays in the group.
   bool shared() const { return shared_; }
   /// Takes the terminal back from the process group, dead or alive, where it still has it.
-  void TakeBackFrom(pid_t group) const;
+  void Reclaim(pid_t group) const;
 
  private:
   termios modes_{};
@@ -29,4 +29,4 @@ class TerminalLoan {
 
 }  // namespace saltmoor::platform
 
-#endif  // PLATFORM_LINUX_UTILITIES_TERMINAL_LOAN_H_
+#endif  // PLATFORM_LINUX_UTILITIES_FOREGROUND_TERMINAL_H_

@@ -1,5 +1,5 @@
-#ifndef PLATFORM_LINUX_UTILITIES_HEXADECIMAL_H_
-#define PLATFORM_LINUX_UTILITIES_HEXADECIMAL_H_
+#ifndef PLATFORM_LINUX_UTILITIES_HEX_H_
+#define PLATFORM_LINUX_UTILITIES_HEX_H_
 
 #include <cstddef>
 #include <string>
@@ -7,7 +7,7 @@
 namespace saltmoor::platform {
 
 /// Two lower-case digits for each byte.
-inline std::string Hexadecimal(const unsigned char* bytes, std::size_t size_bytes) {
+inline std::string ToHex(const unsigned char* bytes, std::size_t size_bytes) {
   constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
   text.reserve(2 * size_bytes);
@@ -20,4 +20,4 @@ inline std::string Hexadecimal(const unsigned char* bytes, std::size_t size_byte
 
 }  // namespace saltmoor::platform
 
-#endif  // PLATFORM_LINUX_UTILITIES_HEXADECIMAL_H_
+#endif  // PLATFORM_LINUX_UTILITIES_HEX_H_

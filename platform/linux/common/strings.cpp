@@ -1,4 +1,4 @@
-#include "platform/linux/common/text.h"
+#include "platform/linux/common/strings.h"
 
 #include <charconv>
 #include <cstdio>
@@ -6,7 +6,7 @@
 namespace saltmoor::platform {
 namespace {
 
-std::string Escaped(unsigned char c) {
+std::string EscapeControlCharacter(unsigned char c) {
   if (c == '\n') return "\\n";
   if (c == '\r') return "\\r";
   if (c == '\t') return "\\t";
@@ -36,16 +36,16 @@ bool ParseInt(const std::string& text, int* number) {
   return true;
 }
 
-std::string OneLine(std::string_view text) {
+std::string EscapeControlCharacters(std::string_view text) {
   std::string line;
   line.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto c = static_cast<unsigned char>(text[i]);
     const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
     if (c < 0x20 || c == 0x7f) {
-      line += Escaped(c);
+      line += EscapeControlCharacter(c);
     } else if (c == 0xc2 && next >= 0x80 && next < 0xa0) {  // a control character in UTF-8
-      line += Escaped(next);
+      line += EscapeControlCharacter(next);
       ++i;
     } else {
       line += text[i];

@@ -1,5 +1,5 @@
-#ifndef PLATFORM_LINUX_TABULET_GUARD_H_
-#define PLATFORM_LINUX_TABULET_GUARD_H_
+#ifndef PLATFORM_LINUX_COMMON_CATCH_AT_BOUNDARY_H_
+#define PLATFORM_LINUX_COMMON_CATCH_AT_BOUNDARY_H_
 
 #include <exception>
 
@@ -10,8 +10,9 @@ namespace saltmoor::platform {
 /// The contract's edge: what `body` returns, or `fallback` where it throws, since an exception must
 /// not reach a caller in C. In practice that is memory running out.
 template <typename Body, typename Result>
-Result Guarded(Result fallback, const Body& body, const char* source = __builtin_FILE(),
-               int line = __builtin_LINE(), const char* function = __builtin_FUNCTION()) noexcept {
+Result CatchAtBoundary(Result fallback, const Body& body, const char* source = __builtin_FILE(),
+                       int line = __builtin_LINE(),
+                       const char* function = __builtin_FUNCTION()) noexcept {
   try {
     return body();
   } catch (const std::exception& error) {
@@ -24,4 +25,4 @@ Result Guarded(Result fallback, const Body& body, const char* source = __builtin
 
 }  // namespace saltmoor::platform
 
-#endif  // PLATFORM_LINUX_TABULET_GUARD_H_
+#endif  // PLATFORM_LINUX_COMMON_CATCH_AT_BOUNDARY_H_

@@ -1,5 +1,5 @@
-#ifndef PLATFORM_LINUX_COMMON_FOLDER_LOCK_H_
-#define PLATFORM_LINUX_COMMON_FOLDER_LOCK_H_
+#ifndef PLATFORM_LINUX_COMMON_DIRECTORY_LOCK_H_
+#define PLATFORM_LINUX_COMMON_DIRECTORY_LOCK_H_
 
 #include <string>
 
@@ -10,9 +10,9 @@ namespace saltmoor::platform {
 /// Keeps other threads and processes from replacing files in a folder, for as long as it lives.
 /// The folder itself is locked: unlike a file in it, it is never replaced by another of its name.
 /// One thread must not lock a folder twice.
-class FolderLock {
+class DirectoryLock {
  public:
-  explicit FolderLock(const std::string& folder);
+  explicit DirectoryLock(const std::string& folder);
 
   /// False where the file system cannot lock folders, or there is no such folder.
   bool held() const { return held_; }
@@ -26,4 +26,4 @@ class FolderLock {
 
 }  // namespace saltmoor::platform
 
-#endif  // PLATFORM_LINUX_COMMON_FOLDER_LOCK_H_
+#endif  // PLATFORM_LINUX_COMMON_DIRECTORY_LOCK_H_

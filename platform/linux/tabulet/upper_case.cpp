@@ -10,15 +10,15 @@
 #include <string>
 #include <string_view>
 
+#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
-#include "platform/linux/tabulet/guard.h"
 #include "tabulet.h"
 
 namespace {
 
+using saltmoor::platform::CatchAtBoundary;
 using saltmoor::platform::Error;
-using saltmoor::platform::Guarded;
 
 /// Makes UTF-8 the calling thread's encoding while it lives, whatever locale the program has set.
 class Utf8Scope {
@@ -38,7 +38,7 @@ class Utf8Scope {
 };
 
 /// The upper case of the character that `rest` begins with. A byte that begins none is passed on.
-std::string TakeUpper(std::string_view* rest) {
+std::string ConsumeUpper(std::string_view* rest) {
   std::mbstate_t state{};
   wchar_t character = 0;
   const std::size_t size = std::mbrtowc(&character, rest->data(), rest->size(), &state);
@@ -57,27 +57,27 @@ std::string TakeUpper(std::string_view* rest) {
 std::string ToUpper(std::string_view text) {
   const Utf8Scope scope;
   std::string upper;
-  while (!text.empty()) upper += TakeUpper(&text);
+  while (!text.empty()) upper += ConsumeUpper(&text);
   return upper;
 }
 
 int Delete(const char* path) {
   if (unlink(path) == 0 || errno == ENOENT) return 0;
   const Error error = Error::System(errno, std::string("cannot delete ") + path);
-  Log(saltmoor::platform::LogLevel::kError, error.text());
+  Log(saltmoor::platform::LogLevel::kError, error.message());
   return -1;
 }
 
 }  // namespace
 
 int tb_unlink(const char* path) {
-  return Guarded(-1, [path] { return Delete(path); });
+  return CatchAtBoundary(-1, [path] { return Delete(path); });
 }
 
 char* utf_toupper_ext(const char* text, int* length) {
   if (length) *length = 0;
   if (!text) return nullptr;
-  return Guarded(static_cast<char*>(nullptr), [=]() -> char* {
+  return CatchAtBoundary(static_cast<char*>(nullptr), [=]() -> char* {
     const std::string upper = ToUpper(text);
     auto* copy = static_cast<char*>(std::malloc(upper.size() + 1));
     if (!copy) return nullptr;

@@ -1,0 +1,39 @@
+#ifndef QUIRE_FAILURE_H_
+#define QUIRE_FAILURE_H_
+
+#include <string>
+
+namespace saltmoor::quire {
+
+/// Why a call failed, as a plain value. A new kind goes to the end; the values are fixed.
+struct Failure {
+  /// What failed.
+  enum Kind : int {
+    kNone = 0,          ///< nothing failed
+    kConfigFile,        ///< the device's configuration file cannot be opened
+    kNoCredentials,     ///< no credentials are stored
+    kNetwork,           ///< no answer came: see transport_error
+    kHttpStatus,        ///< the server answered http_status instead of 200
+    kUnreadableAnswer,  ///< status 200, but not the JSON that the call answers with
+    kRefused,           ///< the shop refused; its text, which may be empty, is in message
+    kNoPaymentPage,     ///< the shop named no payment page
+    kBrowser,           ///< the device's browser could not be run
+    kPaymentFailed,     ///< the shop says that the payment failed or is in progress
+    kNoPendingOrder,    ///< StoreManager::CheckOrderIfNeeded without an order
+    kDownload,  ///< a download failed: see transport_error, http_status and message, the device's
+                ///< text, as far as they are known
+    kNotABook,  ///< what was downloaded is no book and was removed
+  };
+
+  Kind kind = kNone;
+  int transport_error = 0;  ///< the platform's number; 0 when there is none
+  int http_status = 0;      ///< 0 when there is none
+  std::string message;      ///< the shop's or the device's text; mostly empty
+
+  /// Whether something failed.
+  explicit operator bool() const { return kind != kNone; }
+};
+
+}  // namespace saltmoor::quire
+
+#endif  // QUIRE_FAILURE_H_
