@@ -6,17 +6,21 @@ set(PACKAGING ${PROJECT_SOURCE_DIR}/packaging)
 
 include(CMakePackageConfigHelpers)
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quire_store)
-configure_package_config_file(
-  ${PACKAGING}/quire_store-config.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/quire_store-config.cmake
-  INSTALL_DESTINATION ${config_dir} PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR
-  NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/quire_store-config-version.cmake
                                  COMPATIBILITY SameMinorVersion)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quire_store-config.cmake
+install(FILES ${PACKAGING}/quire_store-config.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/quire_store-config-version.cmake
         DESTINATION ${config_dir} COMPONENT development)
+install(EXPORT quire_contract NAMESPACE quire_store:: FILE quire_store-contract.cmake
+        DESTINATION ${config_dir} COMPONENT development)
+install(EXPORT quire_library NAMESPACE quire_store:: FILE quire_store-library.cmake
+        DESTINATION ${config_dir} COMPONENT development)
+if(NOT QUIRE_DEVICE_LIBRARIES)
+  install(EXPORT quire_platform NAMESPACE quire_store:: FILE quire_store-platform.cmake
+          DESTINATION ${config_dir})
+endif()
 
-# Found from the file's own place, so that the folder may be moved.
+# Relative to the file itself, so that the installed directory may be moved.
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH FROM_PKGCONFIG /${pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" FROM_PKGCONFIG ${FROM_PKGCONFIG})
@@ -30,8 +34,7 @@ endif()
 
 file(STRINGS ${PACKAGING}/changelog newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^quire \\(${PROJECT_VERSION}\\) ")
-  message(FATAL_ERROR "packaging/changelog begins with \"${newest}\", not with ${PROJECT_VERSION}: "
-                      "tell there what is new in this version")
+  message(FATAL_ERROR "packaging/changelog begins with \"${newest}\"; add an entry for ${PROJECT_VERSION}")
 endif()
 
 set(CPACK_GENERATOR DEB)

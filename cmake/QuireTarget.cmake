@@ -1,18 +1,13 @@
 # What all targets of the project share.
 
 find_program(CCACHE ccache)
-if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+if(PROJECT_IS_TOP_LEVEL AND CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
-if(QUIRE_SANITIZE)
-  add_compile_options(-fsanitize=${QUIRE_SANITIZE} -fno-omit-frame-pointer
-                      -fno-sanitize-recover=all)
-  add_link_options(-fsanitize=${QUIRE_SANITIZE})
-endif()
-
-# quire_target(<target> [STANDARD <17|20>]): warnings, standard and visibility.
+# quire_target(<target> [STANDARD <17|20>]): warnings, standard, visibility and sanitizers; for an executable
+# also the definition QUIRE_VERSION, the project's version as a string literal.
 function(quire_target target)
   cmake_parse_arguments(ARG "" "STANDARD" "" ${ARGN})
   if(NOT ARG_STANDARD)
@@ -21,9 +16,18 @@ function(quire_target target)
   set_target_properties(${target} PROPERTIES
     CXX_STANDARD ${ARG_STANDARD} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL EXECUTABLE)
+    target_compile_definitions(${target} PRIVATE QUIRE_VERSION="${quire_VERSION}")
+  endif()
   # Books above 2 GiB, also where a long has 32 bits.
   target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
     -Woverloaded-virtual -Wcast-align -Wformat=2 -Wno-format-nonliteral)
+  if(QUIRE_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=${QUIRE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${QUIRE_SANITIZE})
+  endif()
 endfunction()

@@ -1,0 +1,22 @@
+# quire_check_headers(<target> LIBRARIES <library>... DIRECTORIES <directory>...): an object library <target>
+# that compiles each header of the directories as C++17, as the first and only include of a source file, so
+# that no header depends on what another one includes.
+function(quire_check_headers target)
+  cmake_parse_arguments(ARG "" "" "LIBRARIES;DIRECTORIES" ${ARGN})
+  set(sources)
+  foreach(directory IN LISTS ARG_DIRECTORIES)
+    cmake_path(ABSOLUTE_PATH directory)
+    file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${directory} ${directory}/*.h)
+    if(NOT headers)
+      message(FATAL_ERROR "quire_check_headers: no header in ${directory}")
+    endif()
+    foreach(header IN LISTS headers)
+      set(source ${CMAKE_CURRENT_BINARY_DIR}/${target}/${header}.cpp)
+      file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${directory}/${header}\"\n")
+      list(APPEND sources ${source})
+    endforeach()
+  endforeach()
+  add_library(${target} OBJECT ${sources})
+  quire_target(${target} STANDARD 17)
+  target_link_libraries(${target} PRIVATE ${ARG_LIBRARIES})
+endfunction()
