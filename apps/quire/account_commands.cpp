@@ -4,9 +4,8 @@
 #include <memory>
 #include <tuple>
 
-#include "command_error.h"
 #include "commands.h"
-#include "device_log.h"
+#include "failure_message.h"
 #include "json_output.h"
 #include "password.h"
 #include "screen.h"
@@ -37,21 +36,10 @@ void PrintFields(const std::vector<Field>& fields, const std::function<std::stri
   out.Write(RenderDetails(out, out.Width(), details));
 }
 
-void Expect(const Result& result, const char* what, const DeviceLog& log) {
-  if (result.code_ == store::ServerApi::kOk) return;
-  if (result.message_.empty()) {
-    throw CommandError(kUnreachable, "The shop cannot be reached" + log.Reason() +
-                                         ". Check the network and try again.");
-  }
-  throw CommandError(kFailed, std::string(what) + ": \"" + result.message_ + "\"");
-}
-
-/// The library answers "done" without doing anything when it cannot open the device's files.
-void ExpectStored(store::StoreManager& manager, const std::string& user) {
+/// The library reports success when it could not store the credentials.
+void CheckStored(store::StoreManager& manager, const std::string& user) {
   if (manager.getLogin() == user) return;
-  throw CommandError(kDevice,
-                     "The device's file /mnt/ext1/system/config/quire_config.cfg cannot be "
-                     "written, so nothing was done. Give yourself the right to write it.");
+  throw ToCommandError("User and password are not stored", {store::Failure::kConfigFile, 0, 0, {}});
 }
 
 std::string ReadUser(const std::string& stored) {
@@ -64,7 +52,8 @@ std::string ReadUser(const std::string& stored) {
   Screen::Out().Write("E-mail address: ");
   std::string user;
   std::getline(std::cin, user);
-  if (user.empty()) throw CommandError(kUsage, "No user was named. Nothing was done.");
+  if (user.empty())
+    throw CommandError(kUsage, "No user was named. Try again with an e-mail address.");
   return user;
 }
 
@@ -72,15 +61,15 @@ void LogIn(Session& session, std::string user) {
   store::StoreManager& manager = session.Store();
   if (user.empty()) user = ReadUser(manager.getLogin());
   const Password password = ReadPassword("Password for " + user);
-  const DeviceLog log;
+  Result result;
   {
     const Spinner spinner("Logging in …");
-    Expect(manager.LogIn(user, password.value()), "The shop did not let you in", log);
+    result = manager.LogIn(user, password.value());
   }
-  if (!manager.IsLoggedIn()) {
-    throw CommandError(kFailed, "The shop said yes, but opened no session. Try again later.");
+  if (result.code_ != store::ServerApi::kOk || !manager.IsLoggedIn()) {
+    throw ToCommandError("You are not logged in", manager.GetLastFailure());
   }
-  ExpectStored(manager, user);
+  CheckStored(manager, user);
   const std::string shop = manager.GetShopName();
   Screen::Out().PrintLine("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
 }
@@ -92,17 +81,23 @@ struct Customer {
 void Register(Session& session, const Customer& customer) {
   store::StoreManager& manager = session.Store();
   const Password password = ReadPassword("Password for " + customer.email, true);
-  const DeviceLog log;
   const Result result = manager.Register(customer.email, password.value(), customer.name,
                                          customer.last_name, customer.title);
-  Expect(result, "The shop did not register you", log);
-  ExpectStored(manager, customer.email);
+  if (result.code_ != store::ServerApi::kOk) {
+    throw ToCommandError("You are not registered", manager.GetLastFailure());
+  }
+  if (manager.GetLastFailure().kind == store::Failure::kUnreadableAnswer) {
+    throw ToCommandError("Whether you are registered is unknown", manager.GetLastFailure(),
+                         "Try \"quire login\".");
+  }
+  CheckStored(manager, customer.email);
   Screen::Out().PrintLine(result.message_.empty() ? "Registered." : result.message_);
   if (manager.NewSession(nullptr) == 0) {
     Screen::Out().PrintLine("Logged in as " + customer.email + ".");
   } else {
+    const std::string advice = "Do what the shop asks for, then log in with \"quire login\".";
     Screen::Out().PrintLine(
-        "The shop does not let you in yet. Do what it asks for, then \"quire login\".");
+        ToCommandError("You are not logged in yet", manager.GetLastFailure(), advice).what());
   }
 }
 
@@ -111,8 +106,8 @@ void LogOut(Session& session) {
   manager.LogOut();
   session.order_is_priced = false;
   Screen::Out().PrintLine(
-      "Logged out, and the cart is emptied. The device keeps your user name and "
-      "password, so the next start of quire logs in again.");
+      "Logged out, and the cart is empty now. The device keeps your user name and password, so the "
+      "next start of quire logs in again.");
 }
 
 void ShowAccount(Session& session, bool as_json) {
@@ -131,10 +126,10 @@ void ShowAccount(Session& session, bool as_json) {
                                           {"birthday", "Birthday", store::UserData::kBirthday},
                                           {"pay_method", "Pays by", store::UserData::kPayMethod}};
   store::StoreManager& manager = session.LoggedInStore();
-  const DeviceLog log;
-  const auto answer = manager.GetUserData();
-  const store::UserData& data = std::get<1>(answer);
-  Expect(std::get<0>(answer), "The shop did not show your account", log);
+  const auto [result, data] = manager.GetUserData();
+  if (result.code_ != store::ServerApi::kOk || manager.GetLastFailure()) {
+    throw ToCommandError("Your account cannot be shown", manager.GetLastFailure());
+  }
   PrintFields(
       kFields, [&](int id) { return data[static_cast<store::UserData::Fields>(id)]; }, as_json);
 }
@@ -153,7 +148,7 @@ void ShowShop(Session& session, bool as_json) {
       {"withdrawal_url", "Withdrawal", Config::kWiderrufsrechtUrl},
       {"privacy_url", "Privacy", Config::kDatenschutzUrl},
       {"imprint_url", "Imprint", Config::kImpressumUrl}};
-  const Config config = session.Config();
+  const Config& config = session.Config();
   PrintFields(
       kFields, [&](int id) { return config[static_cast<Config::Fields>(id)]; }, as_json);
 }

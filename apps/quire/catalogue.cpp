@@ -4,7 +4,7 @@
 #include <deque>
 #include <set>
 
-#include "device_log.h"
+#include "failure_message.h"
 #include "saltmoor/utilities/http_request_runner.h"
 #include "text.h"
 #include "web_address.h"
@@ -90,11 +90,11 @@ std::string FetchPage(const std::string& url) {
   request.SetFollowRedirects(true);
   long status = 0;
   std::vector<char> body;
-  const DeviceLog log;
-  if (saltmoor::utilities::HttpRequestRunner().PerformRequest(request, &status, &body,
-                                                              kTimeout_s) != 0) {
-    throw CommandError(kUnreachable, "The shop's catalogue cannot be reached" + log.Reason() +
-                                         ". Check the network and try again.");
+  const int error =
+      saltmoor::utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
+  if (error != 0) {
+    throw ToCommandError("The catalogue cannot be read",
+                         {saltmoor::quire::Failure::kNetwork, error, 0, {}});
   }
   if (status != 200) {
     throw CommandError(kFailed, "The shop answered HTTP " + std::to_string(status) +

@@ -6,19 +6,20 @@
 
 namespace app {
 
-/// What the process tells its caller. Scripts rely on the numbers.
+/// The exit status of the process. Scripts rely on the numbers.
 enum ExitCode {
   kOk = 0,
-  kFailed = 1,       ///< the shop refused, or it did not work
-  kUsage = 2,        ///< the command line is wrong
-  kNotLoggedIn = 3,  ///< a log-in is needed first
-  kUnreachable = 4,  ///< no network, or the shop does not answer
-  kNotFound = 5,     ///< there is nothing of that kind
-  kDevice = 6,       ///< a folder, file or program of the device is missing or broken
+  kFailed = 1,       ///< the shop refused, or the command failed
+  kUsage = 2,        ///< the command line is wrong, or no password was given
+  kNotLoggedIn = 3,  ///< the user has to log in first
+  kUnreachable = 4,  ///< the shop does not answer, or not readably
+  kNotFound = 5,     ///< nothing was found
+  kDevice = 6,       ///< a file, directory or program of the device is missing or broken
   kInterrupted = 130,
 };
 
-/// Ends a command. The text is for the user: what happened, and what to do next.
+/// Ends a command. The text is for the user: what happened, to what, and what to do next. An empty
+/// text means that everything has been printed.
 class CommandError : public std::runtime_error {
  public:
   CommandError(ExitCode exit_code, const std::string& text)

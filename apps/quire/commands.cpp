@@ -1,10 +1,10 @@
 #include "commands.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <sstream>
 
 #include "command_error.h"
-#include "device_log.h"
 #include "screen.h"
 #include "text.h"
 
@@ -14,14 +14,21 @@ namespace {
 constexpr int kMaxHelpColumns = 80;
 constexpr char kFooter[] =
     "Every listing takes --json. Passwords are asked for, or read from the standard input; they "
-    "never stand on the command line.\n"
+    "are never part of the command line.\n"
     "\n"
-    "Exit codes: 0 done; 1 the shop refused, or it failed; 2 wrong command line; 3 not logged in; "
-    "4 shop unreachable; 5 nothing found; 6 a folder, file or program of the device is missing or "
-    "broken; 130 interrupted.";
+    "Exit codes: 0 done; 1 the shop refused, or the command failed; 2 wrong command line; 3 not "
+    "logged in; 4 shop unreachable; 5 nothing found; 6 a file, folder or program of the device is "
+    "missing or broken; 130 interrupted.";
 
-/// Where the log goes is settled while the command line is read, before any command runs.
-void AddLogOptions(CLI::App& cli) {
+/// Shows the platform's log up to `level`. Before the first call of the library.
+void ShowLog(int level) {
+  setenv("TABULET_LOG", "-", 1);
+  setenv("TABULET_LOG_LEVEL", std::to_string(level).c_str(), 1);
+}
+
+/// Options of the process; their callbacks run before that of any command.
+void AddProcessOptions(CLI::App& cli) {
+  cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
   cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to LEVEL (1 to 5)")
       ->type_name("LEVEL")
       ->check(CLI::Range(1, 5));
@@ -29,14 +36,15 @@ void AddLogOptions(CLI::App& cli) {
       "-v,--verbose", [] { ShowLog(5); }, "The same as --log 5");
 }
 
-/// The command line's first word when it names no command; empty otherwise.
+/// The first argument when it is no option and names no command; empty otherwise.
 std::string FindUnknownCommand(const CLI::App& cli, const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments.front().starts_with('-')) return {};
   const auto is_named = [&](const CLI::App* each) { return each->get_name() == arguments.front(); };
   return cli.get_subcommands(is_named).empty() ? arguments.front() : "";
 }
 
-/// Lines that are too long are broken; what stands to the right of a gap stays there.
+/// Prints help within the screen's width: a long line continues in the column where its text
+/// begins.
 void PrintHelp(const std::string& help) {
   const Screen& screen = Screen::Out();
   std::istringstream lines(help);
@@ -67,7 +75,7 @@ int ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
     for (const CLI::App* each : command->get_subcommands({})) {
       choices += (choices.empty() ? "\"" : " or \"") + name + " " + each->get_name() + "\"";
     }
-    PrintError("Say which: " + choices + ".");
+    PrintError("The command is incomplete. Use " + choices + ".");
     return kUsage;
   }
   std::string text = error.what();
@@ -102,7 +110,7 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
   AddLibraryCommand(cli);
   if (session.mode() == Session::Mode::kSingleCommand) {
     AddShellCommand(cli, exit_code);
-    AddLogOptions(cli);
+    AddProcessOptions(cli);
   }
   if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
     PrintError("There is no command \"" + unknown + "\". See \"quire --help\".");
@@ -115,11 +123,14 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
   }
   session.BeginCommand();
   try {
-    std::reverse(arguments.begin(), arguments.end());  // the order in which CLI11 takes them
+    std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
     cli.parse(std::move(arguments));
     return exit_code;
   } catch (const CLI::CallForHelp&) {
     PrintHelp(cli.help());
+    return kOk;
+  } catch (const CLI::CallForVersion& version) {
+    Screen::Out().PrintLine(version.what());
     return kOk;
   } catch (const CLI::ParseError& error) {
     return ReportUsageError(cli, error);
@@ -127,7 +138,7 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
     if (error.what()[0] != '\0') PrintError(error.what());
     return error.code;
   } catch (const std::exception& error) {
-    PrintError(std::string("Something unforeseen went wrong: ") + error.what() + ".");
+    PrintError(std::string("The command failed unexpectedly: ") + error.what() + ".");
     return kFailed;
   }
 }

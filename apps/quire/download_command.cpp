@@ -1,17 +1,17 @@
 #include <memory>
 
-#include "book_place.h"
 #include "book_view.h"
-#include "command_error.h"
 #include "commands.h"
 #include "downloads.h"
+#include "failure_message.h"
 #include "json_output.h"
+#include "saved_books.h"
 #include "screen.h"
 
 namespace app {
 namespace {
 
-/// The bought books that are wanted, in that order; `missing` receives the EANs of the others.
+/// The bought books with these EANs, in their order; `missing` receives the EANs of the others.
 std::vector<store::Book> Select(const std::vector<store::Book>& bought,
                                 const std::vector<std::string>& eans, std::string& missing) {
   std::vector<store::Book> books;
@@ -25,40 +25,39 @@ std::vector<store::Book> Select(const std::vector<store::Book>& bought,
   return books;
 }
 
-/// One book's outcome: "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and
-/// "reason".
+/// Downloads a book that is not on the device yet.
+/// \return "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and "reason".
 Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
   Json json = {{"ean", GetString(book, store::Book::kEan)},
                {"title", DisplayTitle(book)},
                {"status", "present"},
                {"path", Json()},
                {"reason", Json()}};
-  std::string path = FindFile(book, false);
-  std::string reason;
-  if (path.empty()) {
-    path = Download(session, book, &reason);
-    json["status"] = path.empty() ? "failed" : "downloaded";
-  }
-  const bool is_new = json["status"] == "downloaded";
-  if (path.empty()) {
-    if (!reason.empty()) json["reason"] = reason;
-    PrintError(QuoteTitle(DisplayTitle(book)) + " could not be downloaded" +
-               (reason.empty() ? "" : " (" + reason + ")") + ". Try again later.");
-  } else {
-    json["path"] = path;
+  std::string path = SavedBooks().Find(book);
+  if (!path.empty()) {
     if (!as_json) {
-      Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) +
-                              (is_new ? " has arrived:" : " is there already:"));
+      Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) + " is on the device already:");
       Screen::Out().PrintPath(path);
     }
+  } else {
+    store::Failure failure;
+    path = DownloadBook(session, book, &failure);
+    json["status"] = path.empty() ? "failed" : "downloaded";
+    if (path.empty()) {
+      json["reason"] = DescribeFailure(failure);
+      PrintDownloadFailed(book, failure);
+    } else if (!as_json) {
+      PrintDownloaded(book, path);
+    }
   }
+  if (!path.empty()) json["path"] = path;
   return json;
 }
 
 void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool all, bool as_json) {
   if (eans.empty() && !all) {
     throw CommandError(kUsage,
-                       "Name the books by their EANs, or say --all. \"quire books\" lists them.");
+                       "No book was named. Give EANs as \"quire books\" lists them, or --all.");
   }
   const std::vector<store::Book> bought = session.PurchasedBooks();
   std::string missing;
