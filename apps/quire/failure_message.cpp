@@ -29,7 +29,7 @@ constexpr std::array kKindMessages{
                 "Log in with \"quire login\"."},
     KindMessage{Failure::kNetwork, kUnreachable, "the server cannot be reached",
                 "Check the network and try again."},
-    KindMessage{Failure::kHttpStatus, kUnreachable, "the server answered HTTP", "Try again later."},
+    KindMessage{Failure::kHttpStatus, kUnreachable, "", "Try again later."},
     KindMessage{Failure::kUnreadableAnswer, kUnreachable, "the server's answer is unreadable",
                 "Try again later."},
     KindMessage{Failure::kRefused, kFailed, "the shop refused", ""},
@@ -74,12 +74,13 @@ std::string DescribeTransportError(int error) {
 }  // namespace
 
 std::string DescribeFailure(const Failure& failure) {
+  if (failure.http_status >= 400 || failure.kind == Failure::kHttpStatus) {
+    return "the server answered HTTP " + std::to_string(failure.http_status);
+  }
   const std::string reason = FindKindMessage(failure.kind).reason;
   switch (failure.kind) {
     case Failure::kNetwork:
       return reason + " (" + DescribeTransportError(failure.transport_error) + ")";
-    case Failure::kHttpStatus:
-      return reason + " " + std::to_string(failure.http_status);
     case Failure::kRefused:
       return failure.message.empty() ? reason : "\"" + failure.message + "\"";
     case Failure::kDownload:

@@ -8,7 +8,7 @@
 #include "text.h"
 
 int main(int argc, char** argv) {
-  app::UseUtf8();
+  app::SetUtf8Locale();
   setenv("TABULET_LOG", "/tmp/quire.log", 0);  // the terminal is for the user
   app::Session session(app::Session::Mode::kSingleCommand);
   const int exit_code = app::RunCommand({argv + 1, argv + argc}, session);

@@ -218,7 +218,7 @@ FeedPage ParseFeed(std::string_view xml, const std::string& url) {
   pugi::xml_document document;
   const auto read = document.load_buffer(xml.data(), xml.size(), kWithBlanks);
   if (!read) {
-    throw FeedError("it is no XML: " + FoldCase(read.description()) + " at byte " +
+    throw FeedError("it is not XML: " + FoldCase(read.description()) + " at byte " +
                     std::to_string(read.offset));
   }
   const pugi::xml_node root = document.document_element();

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "book_files.h"
 #include "json_output.h"
@@ -34,8 +35,9 @@ bool ReplaceFile(const std::string& path, const std::string& content) {
 }  // namespace
 
 SavedBooks::SavedBooks(std::string file) : file_(std::move(file)) {
-  std::ifstream in(file_, std::ios::binary);
-  const Json json = Json::parse(in, nullptr, false);
+  std::ostringstream content;
+  content << std::ifstream(file_, std::ios::binary).rdbuf();
+  const Json json = Json::parse(content.str(), nullptr, false);
   if (!json.is_object()) return;
   for (const auto& [ean, path] : json.items()) {
     if (path.is_string()) paths_[ean] = path.get<std::string>();

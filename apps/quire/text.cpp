@@ -55,7 +55,7 @@ std::string ReadColumns(std::string_view& rest, int columns) {
 
 }  // namespace
 
-void UseUtf8() {
+void SetUtf8Locale() {
   std::setlocale(LC_CTYPE, "");
   if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
 }

@@ -11,7 +11,7 @@ namespace app {
 
 /// Makes the process read and measure text as UTF-8 whatever its environment says. Numbers keep
 /// the plain form. Call it before everything else here.
-void UseUtf8();
+void SetUtf8Locale();
 
 /// `text` on one line and without anything that a terminal would obey: white space becomes a blank;
 /// control characters, marks that turn the direction of writing and bytes that are no UTF-8 become

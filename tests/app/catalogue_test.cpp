@@ -28,7 +28,7 @@ std::string Next(const std::string& href) {
 /// A shop whose pages are written down here.
 class CatalogueTest : public testing::Test {
  protected:
-  void SetUp() override { UseUtf8(); }
+  void SetUp() override { SetUtf8Locale(); }
 
   void SetPage(const std::string& path, const std::string& content) {
     pages_["https://shop.example/opds/" + path] =

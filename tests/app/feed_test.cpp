@@ -29,7 +29,7 @@ std::string Buy(const std::string& type, const std::string& inside = "") {
 }
 
 CatalogueEntry Only(const std::string& xml) {
-  UseUtf8();
+  SetUtf8Locale();
   const FeedPage page = ParseFeed(xml, kPage);
   EXPECT_EQ(page.entries.size(), 1U) << xml;
   return page.entries.empty() ? CatalogueEntry() : page.entries.front();
@@ -136,8 +136,8 @@ TEST(Feed, ThatIsBrokenSaysSo) {
       EXPECT_NE(std::string(error.what()).find(named), std::string::npos) << error.what();
     }
   };
-  expect_reason("", "no XML");
-  expect_reason("{\"error\": true}", "no XML");
+  expect_reason("", "not XML");
+  expect_reason("{\"error\": true}", "not XML");
   expect_reason(Feed("<entry>").substr(0, 90), "at byte");
   expect_reason("<html><body/></html>", "\"html\"");
   expect_reason("<\x1b[2J/>", "byte");

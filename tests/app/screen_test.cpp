@@ -10,7 +10,7 @@ namespace app {
 namespace {
 
 class Utf8 : public testing::Environment {
-  void SetUp() override { UseUtf8(); }
+  void SetUp() override { SetUtf8Locale(); }
 };
 const auto* const utf8 = testing::AddGlobalTestEnvironment(new Utf8);
 
