@@ -14,25 +14,25 @@
 namespace app {
 namespace {
 
-/// The library's record of a title, made as from an item of the shop's.
+/// Converts a title of the catalogue by way of the shop's JSON.
 store::Book ToBook(const CatalogueEntry& entry) {
   ::Json::Value item(::Json::objectValue);
-  const auto put = [&](const char* key, const std::string& text) {
+  const auto set = [&](const char* key, const std::string& text) {
     if (!text.empty()) item[key] = text;
   };
-  put("orderItemEAN", entry.ean);
-  put("orderItemTitle", entry.title);
-  put("orderItemAuthor", entry.author);
-  put("orderItemThumbnail", entry.thumbnail_url);
-  put("orderImageUrl", entry.image_url);
-  put("productPageURL", entry.page_url);
-  put("orderItemEbookType", entry.type);
-  put("currency", entry.currency);
-  put("orderItemIsEbook", "true");
-  put("orderItemQuantity", "1");
+  set("orderItemEAN", entry.ean);
+  set("orderItemTitle", entry.title);
+  set("orderItemAuthor", entry.author);
+  set("orderItemThumbnail", entry.thumbnail_url);
+  set("orderImageUrl", entry.image_url);
+  set("productPageURL", entry.page_url);
+  set("orderItemEbookType", entry.type);
+  set("currency", entry.currency);
+  set("orderItemIsEbook", "true");
+  set("orderItemQuantity", "1");
   if (entry.price_hundredths) {
     const std::string cents = std::to_string(*entry.price_hundredths % 100);
-    put("orderItemPrice", std::to_string(*entry.price_hundredths / 100) + "." +
+    set("orderItemPrice", std::to_string(*entry.price_hundredths / 100) + "." +
                               std::string(2 - cents.size(), '0') + cents);
   }
   return store::Book::FromJson(item);
@@ -48,13 +48,13 @@ void ShowCart(Session& session, bool as_json) {
 void AddToCart(Session& session, const std::vector<std::string>& eans) {
   store::StoreManager& manager = session.Store();
   std::vector<std::string> wanted;
-  bool bought = false;
+  bool is_any_bought = false;
   for (const std::string& ean : eans) {
     const auto status = manager.GetBookStatus(ean).status;
     if (status == store::BookStatus::kInCart) {
       Screen::Out().PrintLine(ean + " is in the cart already.");
     } else if (status != store::BookStatus::kNotPurchased) {
-      bought = true;
+      is_any_bought = true;
       PrintError("You have bought " + ean + " already. Get it with \"quire download " + ean +
                  "\".");
     } else {
@@ -63,7 +63,7 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
   }
   std::vector<CatalogueEntry> found;
   if (!wanted.empty()) {
-    const Spinner spinner("Looking into the catalogue …");
+    const Spinner spinner("Searching the catalogue …");
     found = Catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage)
                 .Find(wanted);
   }
@@ -77,16 +77,16 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
     }
     manager.AddToCart(ToBook(*entry));
     session.order_is_priced = false;
-    Screen::Out().PrintLine("In the cart: " + QuoteTitle(entry->title) + ".");
+    Screen::Out().PrintLine("Added to the cart: " + QuoteTitle(entry->title) + ".");
   }
   if (!missing.empty()) {
     throw CommandError(kNotFound, "The catalogue has no " + missing +
                                       ". See what it has with \"quire catalogue\".");
   }
-  if (bought) throw CommandError(kFailed, "");
+  if (is_any_bought) throw CommandError(kFailed, "");
 }
 
-/// The item that `which` names: an EAN, or "#" and a position counted from one.
+/// The index of the item that `which` names: an EAN, or "#" and a position counted from 1.
 unsigned FindPosition(const store::Cart& cart, const std::string& which) {
   for (unsigned i = 0; i < cart.GetSize(); ++i) {
     if (GetString(cart.GetItem(i), store::Book::kEan) == which) return i;
@@ -109,7 +109,7 @@ void RemoveFromCart(Session& session, const std::string& which) {
   const std::string title = GetString(manager.GetCart().GetItem(position), store::Book::kTitle);
   manager.RemoveFromCart(position);
   session.order_is_priced = false;
-  Screen::Out().PrintLine("Out of the cart: " + QuoteTitle(title) + ".");
+  Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(title) + ".");
 }
 
 }  // namespace
@@ -124,10 +124,10 @@ void AddCartCommands(CLI::App& cli, Session& session) {
   cart->callback([&session, cart, as_json] {
     if (cart->get_subcommands().empty()) ShowCart(session, *as_json);
   });
-  CLI::App* add = cart->add_subcommand("add", "Put titles of the catalogue into it");
+  CLI::App* add = cart->add_subcommand("add", "Add titles of the catalogue to it");
   add->add_option("EAN", *eans, "EANs of the titles")->required();
   add->callback([&session, eans] { AddToCart(session, *eans); });
-  CLI::App* remove = cart->add_subcommand("remove", "Take a title out of it");
+  CLI::App* remove = cart->add_subcommand("remove", "Remove a title from it");
   remove->add_option("EAN|#N", *which, "Its EAN, or its position such as '#2'")->required();
   remove->callback([&session, which] { RemoveFromCart(session, *which); });
 }

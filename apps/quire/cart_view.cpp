@@ -12,7 +12,7 @@ namespace {
 std::string FormatBookPrice(const store::Book& book) {
   const auto price = book.int_props.find(store::Book::kPrice);
   const std::string currency = GetString(book, store::Book::kCurrency);
-  // A price that nobody named reads as 0, but has no currency.
+  // An unknown price is 0 without a currency.
   const bool is_known = price != book.int_props.end() && (price->second != 0 || !currency.empty());
   return is_known ? FormatPrice(price->second, currency) : "-";
 }

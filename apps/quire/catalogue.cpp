@@ -14,18 +14,17 @@ namespace {
 
 constexpr std::size_t kMaxPages = 500;
 constexpr std::size_t kMaxTitles = 20'000;
-constexpr std::size_t kMaxSize_bytes = std::size_t{256} << 20;
+constexpr std::size_t kMaxCatalogue_bytes = std::size_t{256} << 20;
 constexpr unsigned kTimeout_s = 30;
 
 CommandError Unreadable(const std::string& url, const FeedError& error) {
   return {kFailed, "The catalogue's page " + url + " cannot be read: " + error.what() +
-                       ". Try again later, or ask the shop."};
+                       ". Try again later."};
 }
 
 CommandError TooLarge(const std::string& what) {
   return {kFailed, "The catalogue has more than " + what +
-                       "; the rest is left out. Ask the shop's "
-                       "keeper whether its pages lead in a circle."};
+                       ", and the rest is left out. Ask the shop whether its pages form a loop."};
 }
 
 }  // namespace
@@ -34,26 +33,27 @@ std::optional<CommandError> Catalogue::Read(const std::function<bool(const Catal
                                             std::size_t* skipped_count) const {
   const std::string start = ResolveAddress("", start_url_);
   if (start.empty()) {
-    throw CommandError(kFailed, "The shop names no catalogue. Try again later, or ask the shop.");
+    throw CommandError(kFailed, "The shop names no catalogue. Try again later.");
   }
-  std::deque<std::string> due{start};
-  std::set<std::string> known{start};
+  std::deque<std::string> pending{start};
+  std::set<std::string> seen_urls{start};
   std::set<std::string> seen_eans;
-  std::size_t titles = 0;
-  std::size_t bytes = 0;
+  std::size_t title_count = 0;
+  std::size_t size_bytes = 0;
   const auto add = [&](const std::string& url, bool first) {
-    if (url.empty() || !IsSameSite(start, url) || !known.insert(url).second) return;
-    due.insert(first ? due.begin() : due.end(), url);
+    if (url.empty() || !IsSameSite(start, url) || !seen_urls.insert(url).second) return;
+    pending.insert(first ? pending.begin() : pending.end(), url);
   };
-  for (std::size_t pages = 0; !due.empty(); ++pages) {
+  for (std::size_t pages = 0; !pending.empty(); ++pages) {
     if (pages == kMaxPages) return TooLarge(std::to_string(kMaxPages) + " pages");
-    if (bytes > kMaxSize_bytes) return TooLarge(std::to_string(kMaxSize_bytes >> 20) + " MiB");
-    const std::string url = due.front();
-    due.pop_front();
+    if (size_bytes > kMaxCatalogue_bytes)
+      return TooLarge(std::to_string(kMaxCatalogue_bytes >> 20) + " MiB");
+    const std::string url = pending.front();
+    pending.pop_front();
     FeedPage page;
     try {
       const std::string xml = fetch_(url);
-      bytes += xml.size();
+      size_bytes += xml.size();
       page = ParseFeed(xml, url);
     } catch (const FeedError& error) {
       if (pages == 0) throw Unreadable(url, error);
@@ -65,7 +65,7 @@ std::optional<CommandError> Catalogue::Read(const std::function<bool(const Catal
     if (skipped_count != nullptr) *skipped_count += page.skipped_count;
     for (const CatalogueEntry& entry : page.entries) {
       if (!entry.ean.empty() && !seen_eans.insert(entry.ean).second) continue;
-      if (++titles > kMaxTitles) return TooLarge(std::to_string(kMaxTitles) + " titles");
+      if (++title_count > kMaxTitles) return TooLarge(std::to_string(kMaxTitles) + " titles");
       if (!visit(entry)) return std::nullopt;
     }
     for (const std::string& section : page.sections) add(section, false);
@@ -104,11 +104,11 @@ std::string FetchPage(const std::string& url) {
 }
 
 bool Matches(const CatalogueEntry& entry, const std::string& folded_word) {
-  const auto has = [&](const std::string& text) {
+  const auto contains = [&](const std::string& text) {
     return FoldCase(text).find(folded_word) != std::string::npos;
   };
-  return has(entry.title) || has(entry.author) || has(entry.subject) || has(entry.summary) ||
-         has(entry.ean);
+  return contains(entry.title) || contains(entry.author) || contains(entry.subject) ||
+         contains(entry.summary) || contains(entry.ean);
 }
 
 }  // namespace app

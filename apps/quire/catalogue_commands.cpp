@@ -19,16 +19,17 @@ std::string FormatsCell(const CatalogueEntry& entry) {
 
 void PrintEntries(const std::vector<CatalogueEntry>& entries) {
   Table table({{"Title", 16}, {"Author", 10}, {"Price", 0, true}, {"EAN"}, {"Format"}});
-  bool adobe = false;
+  bool needs_adobe = false;
   for (const CatalogueEntry& entry : entries) {
-    adobe = adobe || entry.needs_adobe;
+    needs_adobe = needs_adobe || entry.needs_adobe;
     table.AddRow({entry.title.empty() ? "(untitled)" : entry.title, entry.author,
                   entry.price_hundredths ? FormatPrice(*entry.price_hundredths, entry.currency)
                                          : std::string("-"),
                   entry.ean, FormatsCell(entry)});
   }
   table.Print(Screen::Out());
-  if (adobe) Screen::Out().PrintLine("* some formats need Adobe Digital Editions", Style::kDim);
+  if (needs_adobe)
+    Screen::Out().PrintLine("* some formats need Adobe Digital Editions", Style::kDim);
 }
 
 void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
@@ -55,13 +56,13 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
   if (skipped_count > 0) {
     Screen::Err().PrintLine(
         (skipped_count == 1 ? "1 title is" : std::to_string(skipped_count) + " titles are") +
-        " left out: the links say no way to get them that quire knows.");
+        " left out because quire cannot read their links.");
   }
   if (error) throw CommandError(*error);
   if (entries.empty()) {
     throw CommandError(kNotFound, word.empty() ? "The catalogue is empty. Try again later."
-                                               : "Nothing in the catalogue has \"" + word +
-                                                     "\" in it. Try a shorter word.");
+                                               : "Nothing in the catalogue contains \"" + word +
+                                                     "\". Try a shorter word.");
   }
 }
 
@@ -71,7 +72,7 @@ void AddCatalogueCommands(CLI::App& cli, Session& session) {
   const auto as_json = std::make_shared<bool>(false);
   const auto word = std::make_shared<std::string>();
   CLI::App* command = cli.add_subcommand("catalogue", "List what the shop sells");
-  command->add_option("WORD", *word, "Only titles that have it in their entry");
+  command->add_option("WORD", *word, "Only titles whose entry contains it");
   command->add_flag("--json", *as_json, "As JSON");
   command->callback([&session, word, as_json] { ShowCatalogue(session, *word, *as_json); });
 }

@@ -10,7 +10,7 @@ namespace app {
 /// Downloads a bought book with a progress bar and returns when it has ended. Ctrl-C ends the
 /// process, except at a prompt: there it moves the download to the background and throws
 /// CommandError.
-/// \param failure  receives why the download failed; unchanged on success.
+/// \param failure  receives why the download failed; empty on success.
 /// \return the path of the book's file; empty on failure.
 std::string DownloadBook(Session& session, const store::Book& book, store::Failure* failure);
 

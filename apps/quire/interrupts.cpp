@@ -12,7 +12,7 @@ namespace {
 
 volatile sig_atomic_t caught = 0;
 
-// A signal handler may read nothing but what is prepared for it.
+// A signal handler must not allocate.
 std::array<char, 512> message_text{};
 volatile sig_atomic_t message_length = 0;
 
@@ -47,8 +47,8 @@ bool InterruptCatcher::Caught() {
   return caught != 0;
 }
 
-InterruptMessage::InterruptMessage(const std::string& words) {
-  const std::string text = "\n" + words + "\n";
+InterruptMessage::InterruptMessage(const std::string& message) {
+  const std::string text = "\n" + message + "\n";
   const std::size_t length = std::min(text.size(), message_text.size());
   std::memcpy(message_text.data(), text.data(), length);
   message_length = static_cast<sig_atomic_t>(length);

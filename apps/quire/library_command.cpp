@@ -35,11 +35,11 @@ struct LibraryBook {
 CommandError Unreadable(const Database& database) {
   const int code = sqlite3_errcode(database.get());
   if (code == SQLITE_BUSY || code == SQLITE_LOCKED) {
-    return {kDevice, "The scanner is writing the device's library. Try again in a moment."};
+    return {kDevice, "The scanner is writing the device's library. Try again in a few seconds."};
   }
   return {kDevice, std::string("The device's library ") + kLibraryFile + " cannot be read (" +
                        sqlite3_errmsg(database.get()) +
-                       "). Delete it; the scanner makes a new one with the next download."};
+                       "). Delete it; the scanner creates a new one after the next download."};
 }
 
 std::vector<LibraryBook> ReadLibrary() {
@@ -99,9 +99,9 @@ void ShowLibrary(bool as_json) {
   Table table({{"Title", 16}, {"Author", 10}, {"Format"}, {"Size", 0, true}, {"File", 14}});
   for (const LibraryBook& book : books) {
     const std::string file = book.path.substr(book.path.rfind('/') + 1);
-    const bool is_named = !book.title.empty();
-    table.AddRow({is_named ? book.title : file, book.author, book.format,
-                  FormatSize(book.size_bytes), is_named ? file : ""});
+    const bool has_title = !book.title.empty();
+    table.AddRow({has_title ? book.title : file, book.author, book.format,
+                  FormatSize(book.size_bytes), has_title ? file : ""});
   }
   table.Print(Screen::Out());
 }

@@ -16,7 +16,7 @@ std::string FormatPrice(std::int64_t hundredths, std::string_view currency) {
 }
 
 std::optional<std::int64_t> ParsePrice(std::string_view text) {
-  constexpr std::int64_t kMaxUnits = 1'000'000'000;  // currency units: beyond it, it is no price
+  constexpr std::int64_t kMaxUnits = 1'000'000'000;  // a larger number is not a price
   const std::size_t point = text.find_first_of(".,");
   const std::string_view whole = text.substr(0, point);
   std::string_view decimals = point == text.npos ? std::string_view() : text.substr(point + 1);

@@ -13,23 +13,15 @@ namespace app {
 namespace {
 
 constexpr std::string_view kAtom = "http://www.w3.org/2005/Atom";
-constexpr std::string_view kOpds =
-    "http://opds-sp"
-    "ec.org/2010/catalog";
+constexpr std::string_view kOpds = "http://opds-spec.org/2010/catalog";
 constexpr std::string_view kDcTerms = "http://purl.org/dc/terms/";
 constexpr std::string_view kDcElements = "http://purl.org/dc/elements/1.1/";
-constexpr std::string_view kAcquisition =
-    "http://opds-sp"
-    "ec.org/acquisition";
-constexpr std::string_view kImage =
-    "http://opds-sp"
-    "ec.org/image";
-constexpr std::string_view kThumbnail =
-    "http://opds-sp"
-    "ec.org/image/thumbnail";
+constexpr std::string_view kAcquisition = "http://opds-spec.org/acquisition";
+constexpr std::string_view kImage = "http://opds-spec.org/image";
+constexpr std::string_view kThumbnail = "http://opds-spec.org/image/thumbnail";
 constexpr std::string_view kFeedType = "application/atom+xml";
-constexpr int kMaxNesting = 8;  // tickets within tickets
-constexpr unsigned kWithBlanks = pugi::parse_default | pugi::parse_ws_pcdata_single;
+constexpr int kMaxNesting = 8;  // of indirect acquisitions
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
 
 std::string_view LocalName(const pugi::xml_node& node) {
   const std::string_view name = node.name();
@@ -65,12 +57,12 @@ std::string GetRawText(const pugi::xml_node& node) {
   return raw;
 }
 
-/// All text below a node, without mark-up, its white space evened out.
+/// All text below a node without markup; a run of white space becomes one space.
 std::string GetText(const pugi::xml_node& node) {
   std::string raw = GetRawText(node);
-  if (std::string_view(node.attribute("type").value()) == "html") {  // mark-up, written as a text
+  if (std::string_view(node.attribute("type").value()) == "html") {  // escaped markup
     pugi::xml_document html;
-    if (html.load_buffer(raw.data(), raw.size(), kWithBlanks | pugi::parse_fragment)) {
+    if (html.load_buffer(raw.data(), raw.size(), kParseOptions | pugi::parse_fragment)) {
       raw = GetRawText(html);
     }
   }
@@ -86,14 +78,15 @@ std::string GetText(const pugi::xml_node& node) {
 std::string ParseEan(std::string identifier) {
   identifier.erase(0, identifier.find_last_of(":/") + 1);
   std::erase(identifier, '-');
-  const bool digits = identifier.find_first_not_of("0123456789") == identifier.npos;
-  return digits && identifier.size() >= 8 && identifier.size() <= 14 ? identifier : std::string();
+  const bool is_number = identifier.find_first_not_of("0123456789") == identifier.npos;
+  return is_number && identifier.size() >= 8 && identifier.size() <= 14 ? identifier
+                                                                        : std::string();
 }
 
 using OPDS::IndirectAcquisition;
 using Acquisitions = boost::ptr_vector<IndirectAcquisition>;
 
-/// An element of the catalogue model from a node with a "type", nested ones within it.
+/// Converts a node with a "type" and the acquisitions nested in it.
 std::unique_ptr<IndirectAcquisition> MakeAcquisition(const pugi::xml_node& node, int depth = 0) {
   auto acquisition = std::make_unique<IndirectAcquisition>(
       OPDS::AttributeMap{{"type", node.attribute("type").value()}});
@@ -127,7 +120,7 @@ void ReadSubject(const pugi::xml_node& category, CatalogueEntry& entry) {
   if (!text.empty()) entry.subject += (entry.subject.empty() ? "" : ", ") + text;
 }
 
-/// What the feed's `node` contains is read against this address.
+/// The base address of what `node` contains.
 std::string ResolveBase(const pugi::xml_node& node, const std::string& outer) {
   const auto attribute = node.attribute("xml:base");
   return attribute ? ResolveAddress(outer, attribute.value()) : outer;
@@ -137,7 +130,7 @@ struct Entry {
   CatalogueEntry title;
   Acquisitions acquisitions;
   std::string section;
-  bool is_title = false;  // there is a way to get it
+  bool is_title = false;  // has an acquisition link
   bool has_links = false;
 };
 
@@ -152,7 +145,7 @@ void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry)
   entry.has_links = true;
   if (IsAcquisition(relation)) {
     entry.is_title = true;
-    // Where a link leads to a page of the shop, only what comes after it is a format.
+    // A link to a page of the shop is not a format itself; the acquisitions nested in it are.
     auto acquisition = MakeAcquisition(link);
     const bool is_free = relation == kAcquisition || relation.ends_with("/open-access");
     if (type.starts_with("text/html") && !(is_free && acquisition->children.empty())) {
@@ -216,14 +209,14 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
 
 FeedPage ParseFeed(std::string_view xml, const std::string& url) {
   pugi::xml_document document;
-  const auto read = document.load_buffer(xml.data(), xml.size(), kWithBlanks);
+  const auto read = document.load_buffer(xml.data(), xml.size(), kParseOptions);
   if (!read) {
     throw FeedError("it is not XML: " + FoldCase(read.description()) + " at byte " +
                     std::to_string(read.offset));
   }
   const pugi::xml_node root = document.document_element();
   FeedPage page;
-  const auto take = [&page](Entry entry) {
+  const auto add_entry = [&page](Entry entry) {
     if (entry.is_title) {
       page.entries.push_back(std::move(entry.title));
     } else if (!entry.section.empty()) {
@@ -233,7 +226,7 @@ FeedPage ParseFeed(std::string_view xml, const std::string& url) {
     }
   };
   if (IsElement(root, kAtom, "entry")) {
-    take(ReadEntry(root, url));
+    add_entry(ReadEntry(root, url));
     return page;
   }
   if (!IsElement(root, kAtom, "feed")) {
@@ -243,7 +236,7 @@ FeedPage ParseFeed(std::string_view xml, const std::string& url) {
   const std::string base = ResolveBase(root, url);
   for (const auto& node : root.children()) {
     if (IsElement(node, kAtom, "entry")) {
-      take(ReadEntry(node, base));
+      add_entry(ReadEntry(node, base));
     } else if (IsElement(node, kAtom, "link") && page.next_url.empty() &&
                std::string_view(node.attribute("rel").value()) == "next") {
       page.next_url = ResolveAddress(base, node.attribute("href").value());

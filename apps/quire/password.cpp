@@ -16,12 +16,13 @@ namespace {
 
 std::string PromptForPassword(const std::string& prompt) {
   std::array<char, 1024> buffer{};
-  const InterruptCatcher interrupts;  // at a prompt, Ctrl-C ends the command and not the shell
+  const InterruptCatcher interrupts;  // at the prompt, Ctrl-C ends the command but not the shell
   const char* typed = readpassphrase((MakePrintable(prompt) + ": ").c_str(), buffer.data(),
                                      buffer.size(), RPP_ECHO_OFF);
   std::string text = typed == nullptr ? std::string() : std::string(typed);
   explicit_bzero(buffer.data(), buffer.size());
-  if (InterruptCatcher::Caught()) throw CommandError(kInterrupted, "Stopped. Nothing was done.");
+  if (InterruptCatcher::Caught())
+    throw CommandError(kInterrupted, "Stopped before anything was sent.");
   return text;
 }
 
@@ -32,9 +33,9 @@ Password::~Password() {
 }
 
 Password ReadPassword(const std::string& prompt, bool twice) {
-  const bool asks = isatty(STDIN_FILENO) != 0;
+  const bool on_terminal = isatty(STDIN_FILENO) != 0;
   std::string text;
-  if (asks) {
+  if (on_terminal) {
     text = PromptForPassword(prompt);
   } else {
     std::getline(std::cin, text);
@@ -42,10 +43,10 @@ Password ReadPassword(const std::string& prompt, bool twice) {
   }
   if (text.empty()) {
     throw CommandError(kUsage,
-                       "No password was given. Type it when asked, or send it as a line to the "
+                       "No password was given. Type it when asked, or pass it as a line of the "
                        "standard input.");
   }
-  if (asks && twice && Password(PromptForPassword("The same again")).value() != text) {
+  if (on_terminal && twice && Password(PromptForPassword("Repeat the password")).value() != text) {
     explicit_bzero(text.data(), text.size());
     throw CommandError(kUsage, "The two passwords differ. Try again.");
   }

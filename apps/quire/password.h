@@ -5,7 +5,7 @@
 
 namespace app {
 
-/// A secret that is wiped from memory when it is no longer needed.
+/// A secret that is wiped from memory on destruction.
 class Password {
  public:
   explicit Password(std::string value) : value_(std::move(value)) {}
@@ -19,9 +19,9 @@ class Password {
   std::string value_;
 };
 
-/// Asks for a password on the terminal, without showing what is typed; where the standard input is
-/// no terminal, takes its next line. Throws CommandError when there is none.
-/// \param twice  on the terminal, asks again and compares.
+/// Reads a password: typed on the terminal without echo, or the next line of a standard input that
+/// is not a terminal. Throws CommandError when there is none.
+/// \param twice  on the terminal, asks a second time and compares.
 Password ReadPassword(const std::string& prompt, bool twice = false);
 
 }  // namespace app

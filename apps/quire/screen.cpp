@@ -17,7 +17,7 @@ namespace {
 constexpr int kDefaultColumns = 80;
 constexpr int kMinColumns = 20;
 constexpr int kMaxColumns = 1000;
-constexpr char kNoBreakSpace[] = "\u00A0";  // where a line must not break
+constexpr char kNoBreakSpace[] = "\u00A0";  // stands for a space where a line must not break
 
 bool IsSet(const char* name) {
   const char* value = std::getenv(name);
@@ -30,7 +30,7 @@ void ReplaceAll(std::string& text, std::string_view what, std::string_view with)
   }
 }
 
-/// Makes Wrap leave commands such as "quire cart" whole.
+/// Keeps Wrap from breaking lines within commands such as "quire cart".
 std::string ProtectCommands(const std::string& text) {
   std::string out;
   std::size_t at = 0;
@@ -157,7 +157,7 @@ std::string ProgressLine(std::string_view title, int percent, int columns) {
   constexpr std::array kEighths{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
   percent = std::clamp(percent, 0, 100);
   const int bar = std::clamp(columns / 3, 8, 30);
-  const int available = std::max(columns - bar - 8, 0);  // a blank, two edges, "100 %"
+  const int available = std::max(columns - bar - 8, 0);  // a space, two edges, "100 %"
   std::string name = Truncate(title, available);
   name.append(static_cast<std::size_t>(available - DisplayWidth(name)), ' ');
 

@@ -23,7 +23,7 @@ struct ShellOptions {
 };
 
 constexpr int kCtrlC = 'C' & 0x1F;
-bool line_discarded = false;  // libedit's calls have no place for a pointer
+bool line_discarded = false;  // libedit passes no user data to its callbacks
 
 int DiscardLine(int, int) {
   line_discarded = true;
@@ -31,7 +31,7 @@ int DiscardLine(int, int) {
   return 0;
 }
 
-/// While it lives, Ctrl-C reaches the terminal's reader as a key, and not the process as a signal.
+/// For its lifetime Ctrl-C is a key for the line editor and not a signal for the process.
 class ScopedCtrlCKey {
  public:
   ScopedCtrlCKey() {
@@ -51,7 +51,7 @@ class ScopedCtrlCKey {
   bool changed_ = false;
 };
 
-/// The next line of the prompt or of the standard input; nothing at its end.
+/// Reads a line at the prompt or from the standard input; nothing at its end.
 std::optional<std::string> ReadLine(bool at_prompt) {
   std::string line;
   if (!at_prompt) {
@@ -70,8 +70,8 @@ std::optional<std::string> ReadLine(bool at_prompt) {
   return line;
 }
 
-/// The words of a line, which may be quoted. "help" and a leading "quire" are made what the command
-/// line knows.
+/// Splits a line into words, which may be quoted; drops a leading "quire" and turns "help" into
+/// "--help".
 std::vector<std::string> SplitWords(const std::string& line) {
   std::vector<std::string> words = CLI::detail::split_up(line);
   if (!words.empty() && words.front() == "quire") words.erase(words.begin());
@@ -87,7 +87,7 @@ void PrintGreeting(Session& session) {
   const std::string shop = manager.GetShopName();
   const std::string user = manager.IsLoggedIn() ? manager.getLogin() : "";
   Screen::Out().PrintLine("Welcome" + (shop.empty() ? "" : " to " + shop) +
-                          (user.empty() ? ". Begin with \"login\"." : ", " + user + ".") +
+                          (user.empty() ? ". Log in with \"login\"." : ", " + user + ".") +
                           " \"help\" lists the commands, \"exit\" leaves.");
 }
 
@@ -100,7 +100,7 @@ int RunShell(const ShellOptions& options) {
     try {
       PrintGreeting(session);
     } catch (const CommandError& error) {
-      PrintError(error.what());  // the next command tries again
+      PrintError(error.what());  // the next command retries
     }
   }
   int exit_code = kOk;

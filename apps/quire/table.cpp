@@ -19,7 +19,7 @@ std::string TrimRight(std::string line) {
   return line;
 }
 
-/// Takes columns off the widest that may be cut until `widths` fit. False when they cannot.
+/// Narrows the widest columns that may be truncated until `widths` fit. False when they cannot.
 bool ShrinkToFit(std::vector<int>& widths, const std::vector<Column>& columns, int width) {
   const int gaps = kGap * (static_cast<int>(columns.size()) - 1);
   int excess = std::accumulate(widths.begin(), widths.end(), gaps) - width;
@@ -61,7 +61,7 @@ std::string Table::RenderRows(const Screen& screen, const std::vector<int>& widt
   std::string out;
   const auto add_line = [&](auto&& cell_at) {
     std::string line;
-    int pending = 0;  // blanks due before the next text: none end a line
+    int pending = 0;  // spaces before the next text, so that none end a line
     for (std::size_t i = 0; i < columns_.size(); ++i) {
       const Cell& cell = cell_at(i);
       const std::string text = Truncate(cell.text, widths[i]);
@@ -83,8 +83,8 @@ std::string Table::RenderRows(const Screen& screen, const std::vector<int>& widt
 }
 
 std::string Table::RenderCards(const Screen& screen, int width) const {
-  const auto may_be_cut = [](const Column& column) { return column.min_columns > 0; };
-  const auto found = std::find_if(columns_.begin(), columns_.end(), may_be_cut);
+  const auto is_truncatable = [](const Column& column) { return column.min_columns > 0; };
+  const auto found = std::find_if(columns_.begin(), columns_.end(), is_truncatable);
   const auto first_choice =
       found == columns_.end() ? 0 : static_cast<std::size_t>(found - columns_.begin());
   std::string out;
@@ -127,7 +127,8 @@ std::string RenderDetails(const Screen& screen, int width,
     if (cell.text.empty()) continue;
     std::string head =
         screen.ApplyStyle(Style::kDim, name) + Spaces(names - DisplayWidth(name) + kGap);
-    const bool is_address = cell.text.find("://") != std::string::npos;  // kept whole, to be copied
+    const bool is_address =
+        cell.text.find("://") != std::string::npos;  // not wrapped, so that it can be copied
     const int available = width > 0 && !is_address ? std::max(width - names - kGap, 1) : 0;
     for (const std::string& line : Wrap(cell.text, available)) {
       out += TrimRight(head + screen.ApplyStyle(cell.style, line)) + "\n";

@@ -14,14 +14,14 @@ namespace {
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
-/// Takes the next character off `rest`, which is not empty; U+FFFD for a byte that begins none.
+/// Removes the first character of `rest`, which must not be empty; U+FFFD for an invalid byte.
 wchar_t ReadCharacter(std::string_view& rest) {
   wchar_t character = 0;
   std::mbstate_t state{};
   const std::size_t length = std::mbrtowc(&character, rest.data(), rest.size(), &state);
-  const bool broken = length > rest.size();
-  rest.remove_prefix(broken || length == 0 ? 1 : length);
-  return broken ? kReplacement : character;
+  const bool is_invalid = length > rest.size();
+  rest.remove_prefix(is_invalid || length == 0 ? 1 : length);
+  return is_invalid ? kReplacement : character;
 }
 
 void Append(std::string& out, wchar_t character) {
@@ -41,7 +41,7 @@ int Columns(wchar_t character) {
   return columns < 0 ? 0 : columns;
 }
 
-/// Takes characters off `rest` while they fit into `columns`.
+/// Removes the characters from the start of `rest` that fit into `columns`.
 std::string ReadColumns(std::string_view& rest, int columns) {
   const std::string_view all = rest;
   while (!rest.empty()) {
@@ -68,8 +68,9 @@ std::string MakePrintable(std::string_view text) {
     if (character != L' ' && std::iswspace(static_cast<wint_t>(character))) {
       out += ' ';
     } else {
-      const bool obeyed = wcwidth(character) < 0 || character == 0 || IsDirectionControl(character);
-      Append(out, obeyed ? kReplacement : character);
+      const bool is_control =
+          wcwidth(character) < 0 || character == 0 || IsDirectionControl(character);
+      Append(out, is_control ? kReplacement : character);
     }
   }
   return out;
@@ -95,10 +96,10 @@ std::vector<std::string> Wrap(std::string_view text, int columns) {
   while (DisplayWidth(text) > columns) {
     std::string_view rest = text;
     std::string line = ReadColumns(rest, columns);
-    if (line.empty()) line = ReadColumns(rest, columns + 1);  // a wide character in one column
-    const bool at_blank = rest.starts_with(' ');
-    const std::size_t blank = at_blank ? line.size() : line.rfind(' ');
-    if (blank != std::string::npos && blank > 0) line.resize(blank);
+    if (line.empty()) line = ReadColumns(rest, columns + 1);  // one column, but a wide character
+    const bool at_space = rest.starts_with(' ');
+    const std::size_t space = at_space ? line.size() : line.rfind(' ');
+    if (space != std::string::npos && space > 0) line.resize(space);
     text.remove_prefix(line.size());
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     line.erase(line.find_last_not_of(' ') + 1);
