@@ -5,8 +5,7 @@
 #include <tuple>
 
 #include "commands.h"
-#include "device_log.h"
-#include "failure.h"
+#include "failure_message.h"
 #include "json_output.h"
 #include "password.h"
 #include "screen.h"
@@ -37,52 +36,42 @@ void PrintFields(const std::vector<Field>& fields, const std::function<std::stri
   out.Write(RenderDetails(out, out.Width(), details));
 }
 
-void Expect(const Result& result, const char* what, const DeviceLog& log) {
-  if (result.code_ == store::ServerApi::kOk) return;
-  if (result.message_.empty()) {
-    throw Failure(kUnreachable, "The shop cannot be reached" + log.Reason() +
-                                    ". Check the network and try again.");
-  }
-  throw Failure(kFailed, std::string(what) + ": \"" + result.message_ + "\"");
-}
-
-/// The library answers "done" without doing anything when it cannot open the device's files.
-void ExpectStored(store::StoreManager& manager, const std::string& user) {
+/// The library reports success when it could not store the credentials.
+void CheckStored(store::StoreManager& manager, const std::string& user) {
   if (manager.getLogin() == user) return;
-  throw Failure(kDevice,
-                "The device's file /mnt/ext1/system/config/quire_config.cfg cannot be "
-                "written, so nothing was done. Give yourself the right to write it.");
+  throw ToCommandError("User and password are not stored", {store::Failure::kConfigFile, 0, 0, {}});
 }
 
-std::string AskUser(const std::string& stored) {
+std::string ReadUser(const std::string& stored) {
   if (!stored.empty()) return stored;
   if (!isatty(STDIN_FILENO)) {
-    throw Failure(kUsage,
-                  "No user is stored on this device. Name one, as in \"quire login "
-                  "anna@quire.example\".");
+    throw CommandError(kUsage,
+                       "No user is stored on this device. Name one, as in \"quire login "
+                       "anna@quire.example\".");
   }
   Screen::Out().Write("E-mail address: ");
   std::string user;
   std::getline(std::cin, user);
-  if (user.empty()) throw Failure(kUsage, "No user was named. Nothing was done.");
+  if (user.empty())
+    throw CommandError(kUsage, "No user was named. Try again with an e-mail address.");
   return user;
 }
 
 void LogIn(Session& session, std::string user) {
   store::StoreManager& manager = session.Store();
-  if (user.empty()) user = AskUser(manager.getLogin());
-  const Password password = AskPassword("Password for " + user);
-  const DeviceLog log;
+  if (user.empty()) user = ReadUser(manager.getLogin());
+  const Password password = ReadPassword("Password for " + user);
+  Result result;
   {
     const Spinner spinner("Logging in …");
-    Expect(manager.LogIn(user, password.Text()), "The shop did not let you in", log);
+    result = manager.LogIn(user, password.value());
   }
-  if (!manager.IsLoggedIn()) {
-    throw Failure(kFailed, "The shop said yes, but opened no session. Try again later.");
+  if (result.code_ != store::ServerApi::kOk || !manager.IsLoggedIn()) {
+    throw ToCommandError("You are not logged in", manager.GetLastFailure());
   }
-  ExpectStored(manager, user);
+  CheckStored(manager, user);
   const std::string shop = manager.GetShopName();
-  Screen::Out().Say("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
+  Screen::Out().PrintLine("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
 }
 
 struct Customer {
@@ -91,28 +80,34 @@ struct Customer {
 
 void Register(Session& session, const Customer& customer) {
   store::StoreManager& manager = session.Store();
-  const Password password = AskPassword("Password for " + customer.email, true);
-  const DeviceLog log;
-  const Result result = manager.Register(customer.email, password.Text(), customer.name,
+  const Password password = ReadPassword("Password for " + customer.email, true);
+  const Result result = manager.Register(customer.email, password.value(), customer.name,
                                          customer.last_name, customer.title);
-  Expect(result, "The shop did not register you", log);
-  ExpectStored(manager, customer.email);
-  Screen::Out().Say(result.message_.empty() ? "Registered." : result.message_);
+  if (result.code_ != store::ServerApi::kOk) {
+    throw ToCommandError("You are not registered", manager.GetLastFailure());
+  }
+  if (manager.GetLastFailure().kind == store::Failure::kUnreadableAnswer) {
+    throw ToCommandError("Whether you are registered is unknown", manager.GetLastFailure(),
+                         "Try \"quire login\".");
+  }
+  CheckStored(manager, customer.email);
+  Screen::Out().PrintLine(result.message_.empty() ? "Registered." : result.message_);
   if (manager.NewSession(nullptr) == 0) {
-    Screen::Out().Say("Logged in as " + customer.email + ".");
+    Screen::Out().PrintLine("Logged in as " + customer.email + ".");
   } else {
-    Screen::Out().Say(
-        "The shop does not let you in yet. Do what it asks for, then \"quire login\".");
+    const std::string advice = "Do what the shop asks for, then log in with \"quire login\".";
+    Screen::Out().PrintLine(
+        ToCommandError("You are not logged in yet", manager.GetLastFailure(), advice).what());
   }
 }
 
 void LogOut(Session& session) {
-  store::StoreManager& manager = session.LoggedIn();
+  store::StoreManager& manager = session.LoggedInStore();
   manager.LogOut();
   session.order_is_priced = false;
-  Screen::Out().Say(
-      "Logged out, and the cart is emptied. The device keeps your user name and "
-      "password, so the next start of quire logs in again.");
+  Screen::Out().PrintLine(
+      "Logged out, and the cart is empty now. The device keeps your user name and password, so the "
+      "next start of quire logs in again.");
 }
 
 void ShowAccount(Session& session, bool as_json) {
@@ -130,11 +125,11 @@ void ShowAccount(Session& session, bool as_json) {
                                           {"mobile", "Mobile", store::UserData::kMobile},
                                           {"birthday", "Birthday", store::UserData::kBirthday},
                                           {"pay_method", "Pays by", store::UserData::kPayMethod}};
-  store::StoreManager& manager = session.LoggedIn();
-  const DeviceLog log;
-  const auto answer = manager.GetUserData();
-  const store::UserData& data = std::get<1>(answer);
-  Expect(std::get<0>(answer), "The shop did not show your account", log);
+  store::StoreManager& manager = session.LoggedInStore();
+  const auto [result, data] = manager.GetUserData();
+  if (result.code_ != store::ServerApi::kOk || manager.GetLastFailure()) {
+    throw ToCommandError("Your account cannot be shown", manager.GetLastFailure());
+  }
   PrintFields(
       kFields, [&](int id) { return data[static_cast<store::UserData::Fields>(id)]; }, as_json);
 }
@@ -153,7 +148,7 @@ void ShowShop(Session& session, bool as_json) {
       {"withdrawal_url", "Withdrawal", Config::kWiderrufsrechtUrl},
       {"privacy_url", "Privacy", Config::kDatenschutzUrl},
       {"imprint_url", "Imprint", Config::kImpressumUrl}};
-  const Config config = session.Config();
+  const Config& config = session.Config();
   PrintFields(
       kFields, [&](int id) { return config[static_cast<Config::Fields>(id)]; }, as_json);
 }
@@ -169,12 +164,13 @@ void AddAccountCommands(CLI::App& cli, Session& session) {
   login->add_option("USER", *user, "E-mail address; the last user's when left out");
   login->callback([&session, user] { LogIn(session, *user); });
 
-  CLI::App* enrol = cli.add_subcommand("register", "Open an account with the shop");
-  enrol->add_option("EMAIL", customer->email, "E-mail address, the later user name")->required();
-  enrol->add_option("--name", customer->name, "First name")->required();
-  enrol->add_option("--lastname", customer->last_name, "Last name")->required();
-  enrol->add_option("--title", customer->title, "Title, such as Dr.");
-  enrol->callback([&session, customer] { Register(session, *customer); });
+  CLI::App* register_command = cli.add_subcommand("register", "Open an account with the shop");
+  register_command->add_option("EMAIL", customer->email, "E-mail address, the later user name")
+      ->required();
+  register_command->add_option("--name", customer->name, "First name")->required();
+  register_command->add_option("--lastname", customer->last_name, "Last name")->required();
+  register_command->add_option("--title", customer->title, "Title, such as Dr.");
+  register_command->callback([&session, customer] { Register(session, *customer); });
 
   cli.add_subcommand("logout", "End the session and empty the cart")->callback([&session] {
     LogOut(session);

@@ -1,9 +1,9 @@
 #include <memory>
 
-#include "book_place.h"
 #include "book_view.h"
 #include "commands.h"
 #include "json_output.h"
+#include "saved_books.h"
 #include "screen.h"
 #include "table.h"
 
@@ -18,33 +18,36 @@ Json WithStatus(Json json, const store::BookStatus& status) {
 }
 
 void ShowBooks(Session& session, bool as_json) {
-  const std::vector<store::Book> books = session.Purchased();
+  const std::vector<store::Book> books = session.PurchasedBooks();
   store::StoreManager& manager = session.Store();
+  const SavedBooks saved_books;
   Json json = Json::array();
   Table table({{"Title", 16}, {"Author", 10}, {"Format"}, {"Status"}, {"EAN"}});
   for (const store::Book& book : books) {
-    const std::string ean = Property(book, store::Book::kEan);
-    const store::BookStatus status = StatusOf(manager, book);
-    json.push_back(WithStatus(BookJson(book), status));
-    table.AddRow({TitleOf(book), Property(book, store::Book::kAuthor),
-                  Property(book, store::Book::kEbookFormat), StatusCell(status), ean});
+    const std::string ean = GetString(book, store::Book::kEan);
+    const store::BookStatus status = saved_books.GetStatus(manager, book);
+    json.push_back(WithStatus(BookToJson(book), status));
+    table.AddRow({DisplayTitle(book), GetString(book, store::Book::kAuthor),
+                  GetString(book, store::Book::kEbookFormat), StatusCell(status), ean});
   }
   if (as_json) return PrintJson(json);
   if (!books.empty()) return table.Print(Screen::Out());
-  Screen::Out().Say(kNothingBought);
+  Screen::Out().PrintLine(kNothingBought);
 }
 
 void ShowStatus(Session& session, const std::vector<std::string>& eans, bool as_json) {
   store::StoreManager& manager = session.Store();
-  if (manager.IsLoggedIn()) session.Purchased();
+  if (manager.IsLoggedIn()) session.PurchasedBooks();
+  const SavedBooks saved_books;
   Json json = Json::array();
   Table table({{"EAN"}, {"Status"}, {"Title", 16}});
   for (const std::string& ean : eans) {
     const store::Book* bought = FindByEan(manager.GetPurchased(), ean);
     const store::Book* in_cart = FindByEan(manager.GetCart().orderItems, ean);
-    const auto status = bought ? StatusOf(manager, *bought) : manager.GetBookStatusById(ean);
+    const auto status =
+        bought ? saved_books.GetStatus(manager, *bought) : manager.GetBookStatusById(ean);
     const store::Book* known = in_cart ? in_cart : bought;
-    const std::string title = known ? Property(*known, store::Book::kTitle) : std::string();
+    const std::string title = known ? GetString(*known, store::Book::kTitle) : std::string();
     json.push_back(
         WithStatus({{"ean", ean}, {"title", title.empty() ? Json() : Json(title)}}, status));
     table.AddRow({ean, StatusCell(status), title});
@@ -52,7 +55,7 @@ void ShowStatus(Session& session, const std::vector<std::string>& eans, bool as_
   if (as_json) return PrintJson(json);
   table.Print(Screen::Out());
   for (const Json& each : json) {
-    if (each["path"].is_string()) Screen::Out().SayPath(each["path"].get<std::string>());
+    if (each["path"].is_string()) Screen::Out().PrintPath(each["path"].get<std::string>());
   }
 }
 

@@ -4,14 +4,14 @@
 
 namespace app {
 
-std::string Quoted(const std::string& title) {
+std::string QuoteTitle(const std::string& title) {
   constexpr int kColumns = 60;
-  return "“" + Cut(Printable(title), kColumns) + "”";
+  return "“" + Truncate(MakePrintable(title), kColumns) + "”";
 }
 
-std::string TitleOf(const store::Book& book) {
-  const std::string title = Property(book, store::Book::kTitle);
-  return title.empty() ? Property(book, store::Book::kEan) : title;
+std::string DisplayTitle(const store::Book& book) {
+  const std::string title = GetString(book, store::Book::kTitle);
+  return title.empty() ? GetString(book, store::Book::kEan) : title;
 }
 
 Cell StatusCell(const store::BookStatus& status) {
@@ -23,9 +23,9 @@ Cell StatusCell(const store::BookStatus& status) {
     case store::BookStatus::kDownloading:
       return {"downloading " + std::to_string(status.progress) + " %"};
     case store::BookStatus::kDownloaded:
-      return {"on the device", Tone::kGood};
+      return {"on the device", Style::kGood};
     default:
-      return {"not bought", Tone::kQuiet};
+      return {"not bought", Style::kDim};
   }
 }
 

@@ -8,20 +8,20 @@
 
 namespace app {
 
-/// In place of a list of bought books that is empty.
+/// Shown for an empty list of bought books, which must be known.
 inline constexpr char kNothingBought[] =
     "You have bought no books yet. See what there is with \"quire catalogue\".";
 
-/// A title in quotation marks, for sentences; a very long one is cut.
-std::string Quoted(const std::string& title);
+/// A title in quotation marks for a sentence, truncated to 60 columns.
+std::string QuoteTitle(const std::string& title);
 
 /// The book's title; its EAN where it has none.
-std::string TitleOf(const store::Book& book);
+std::string DisplayTitle(const store::Book& book);
 
-/// A status for people, such as "downloading 45 %".
+/// A status for a table, such as "downloading 45 %".
 Cell StatusCell(const store::BookStatus& status);
 
-/// The same for programs: "not_bought", "in_cart", "bought", "downloading" or "downloaded".
+/// A status for JSON: "not_bought", "in_cart", "bought", "downloading" or "downloaded".
 std::string StatusKey(const store::BookStatus& status);
 
 }  // namespace app

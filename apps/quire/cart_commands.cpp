@@ -7,32 +7,32 @@
 #include "book_view.h"
 #include "cart_view.h"
 #include "catalogue.h"
+#include "command_error.h"
 #include "commands.h"
-#include "failure.h"
 #include "screen.h"
 
 namespace app {
 namespace {
 
-/// The library's record of a title, made as from an item of the shop's.
-store::Book BookOf(const CatalogueEntry& entry) {
+/// Converts a title of the catalogue by way of the shop's JSON.
+store::Book ToBook(const CatalogueEntry& entry) {
   ::Json::Value item(::Json::objectValue);
-  const auto put = [&](const char* key, const std::string& text) {
+  const auto set = [&](const char* key, const std::string& text) {
     if (!text.empty()) item[key] = text;
   };
-  put("orderItemEAN", entry.ean);
-  put("orderItemTitle", entry.title);
-  put("orderItemAuthor", entry.author);
-  put("orderItemThumbnail", entry.thumbnail_url);
-  put("orderImageUrl", entry.image_url);
-  put("productPageURL", entry.page_url);
-  put("orderItemEbookType", entry.type);
-  put("currency", entry.currency);
-  put("orderItemIsEbook", "true");
-  put("orderItemQuantity", "1");
+  set("orderItemEAN", entry.ean);
+  set("orderItemTitle", entry.title);
+  set("orderItemAuthor", entry.author);
+  set("orderItemThumbnail", entry.thumbnail_url);
+  set("orderImageUrl", entry.image_url);
+  set("productPageURL", entry.page_url);
+  set("orderItemEbookType", entry.type);
+  set("currency", entry.currency);
+  set("orderItemIsEbook", "true");
+  set("orderItemQuantity", "1");
   if (entry.price_hundredths) {
     const std::string cents = std::to_string(*entry.price_hundredths % 100);
-    put("orderItemPrice", std::to_string(*entry.price_hundredths / 100) + "." +
+    set("orderItemPrice", std::to_string(*entry.price_hundredths / 100) + "." +
                               std::string(2 - cents.size(), '0') + cents);
   }
   return store::Book::FromJson(item);
@@ -40,30 +40,30 @@ store::Book BookOf(const CatalogueEntry& entry) {
 
 void ShowCart(Session& session, bool as_json) {
   const store::Cart& cart = session.Store().GetCart();
-  if (as_json) return PrintJson(CartJson(cart));
+  if (as_json) return PrintJson(CartToJson(cart));
   if (cart.GetSize() > 0) return PrintCart(cart);
-  Screen::Out().Say("The cart is empty. Fill it with \"quire cart add EAN\".");
+  Screen::Out().PrintLine("The cart is empty. Fill it with \"quire cart add EAN\".");
 }
 
 void AddToCart(Session& session, const std::vector<std::string>& eans) {
   store::StoreManager& manager = session.Store();
   std::vector<std::string> wanted;
-  bool bought = false;
+  bool is_any_bought = false;
   for (const std::string& ean : eans) {
     const auto status = manager.GetBookStatus(ean).status;
     if (status == store::BookStatus::kInCart) {
-      Screen::Out().Say(ean + " is in the cart already.");
+      Screen::Out().PrintLine(ean + " is in the cart already.");
     } else if (status != store::BookStatus::kNotPurchased) {
-      bought = true;
-      PrintFailure("You have bought " + ean + " already. Get it with \"quire download " + ean +
-                   "\".");
+      is_any_bought = true;
+      PrintError("You have bought " + ean + " already. Get it with \"quire download " + ean +
+                 "\".");
     } else {
       wanted.push_back(ean);
     }
   }
   std::vector<CatalogueEntry> found;
   if (!wanted.empty()) {
-    const Spinner spinner("Looking into the catalogue …");
+    const Spinner spinner("Searching the catalogue …");
     found = Catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage)
                 .Find(wanted);
   }
@@ -75,21 +75,21 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
       missing += (missing.empty() ? "" : ", ") + ean;
       continue;
     }
-    manager.AddToCart(BookOf(*entry));
+    manager.AddToCart(ToBook(*entry));
     session.order_is_priced = false;
-    Screen::Out().Say("In the cart: " + Quoted(entry->title) + ".");
+    Screen::Out().PrintLine("Added to the cart: " + QuoteTitle(entry->title) + ".");
   }
   if (!missing.empty()) {
-    throw Failure(kNotFound, "The catalogue has no " + missing +
-                                 ". See what it has with \"quire catalogue\".");
+    throw CommandError(kNotFound, "The catalogue has no " + missing +
+                                      ". See what it has with \"quire catalogue\".");
   }
-  if (bought) throw Failure(kFailed, "");
+  if (is_any_bought) throw CommandError(kFailed, "");
 }
 
-/// The item that `which` names: an EAN, or "#" and a position counted from one.
-unsigned Position(const store::Cart& cart, const std::string& which) {
+/// The index of the item that `which` names: an EAN, or "#" and a position counted from 1.
+unsigned FindPosition(const store::Cart& cart, const std::string& which) {
   for (unsigned i = 0; i < cart.GetSize(); ++i) {
-    if (Property(cart.GetItem(i), store::Book::kEan) == which) return i;
+    if (GetString(cart.GetItem(i), store::Book::kEan) == which) return i;
   }
   unsigned position = 0;
   if (which.starts_with('#')) {
@@ -99,16 +99,17 @@ unsigned Position(const store::Cart& cart, const std::string& which) {
       return position - 1;
     }
   }
-  throw Failure(kNotFound, "The cart has no " + which + ". See what it has with \"quire cart\".");
+  throw CommandError(kNotFound,
+                     "The cart has no " + which + ". See what it has with \"quire cart\".");
 }
 
 void RemoveFromCart(Session& session, const std::string& which) {
   store::StoreManager& manager = session.Store();
-  const unsigned position = Position(manager.GetCart(), which);
-  const std::string title = Property(manager.GetCart().GetItem(position), store::Book::kTitle);
+  const unsigned position = FindPosition(manager.GetCart(), which);
+  const std::string title = GetString(manager.GetCart().GetItem(position), store::Book::kTitle);
   manager.RemoveFromCart(position);
   session.order_is_priced = false;
-  Screen::Out().Say("Out of the cart: " + Quoted(title) + ".");
+  Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(title) + ".");
 }
 
 }  // namespace
@@ -123,10 +124,10 @@ void AddCartCommands(CLI::App& cli, Session& session) {
   cart->callback([&session, cart, as_json] {
     if (cart->get_subcommands().empty()) ShowCart(session, *as_json);
   });
-  CLI::App* add = cart->add_subcommand("add", "Put titles of the catalogue into it");
+  CLI::App* add = cart->add_subcommand("add", "Add titles of the catalogue to it");
   add->add_option("EAN", *eans, "EANs of the titles")->required();
   add->callback([&session, eans] { AddToCart(session, *eans); });
-  CLI::App* remove = cart->add_subcommand("remove", "Take a title out of it");
+  CLI::App* remove = cart->add_subcommand("remove", "Remove a title from it");
   remove->add_option("EAN|#N", *which, "Its EAN, or its position such as '#2'")->required();
   remove->callback([&session, which] { RemoveFromCart(session, *which); });
 }

@@ -9,10 +9,10 @@
 namespace app {
 namespace {
 
-std::string PriceOf(const store::Book& book) {
+std::string FormatBookPrice(const store::Book& book) {
   const auto price = book.int_props.find(store::Book::kPrice);
-  const std::string currency = Property(book, store::Book::kCurrency);
-  // A price that nobody named reads as 0, but has no currency.
+  const std::string currency = GetString(book, store::Book::kCurrency);
+  // An unknown price is 0 without a currency.
   const bool is_known = price != book.int_props.end() && (price->second != 0 || !currency.empty());
   return is_known ? FormatPrice(price->second, currency) : "-";
 }
@@ -24,19 +24,19 @@ void PrintCart(const store::Cart& cart) {
   Table table({{"#", 0, true}, {"Title", 16}, {"Author", 10}, {"Price", 0, true}, {"EAN"}});
   for (unsigned i = 0; i < cart.GetSize(); ++i) {
     const store::Book& book = cart.GetItem(i);
-    table.AddRow({"#" + std::to_string(i + 1), Property(book, store::Book::kTitle),
-                  Property(book, store::Book::kAuthor), PriceOf(book),
-                  Property(book, store::Book::kEan)});
+    table.AddRow({"#" + std::to_string(i + 1), GetString(book, store::Book::kTitle),
+                  GetString(book, store::Book::kAuthor), FormatBookPrice(book),
+                  GetString(book, store::Book::kEan)});
   }
   table.Print(out);
-  out.Say("Total: " + cart.GetTotalPriceFormatted(), Tone::kStrong);
+  out.PrintLine("Total: " + cart.GetTotalPriceFormatted(), Style::kBold);
 }
 
-Json CartJson(const store::Cart& cart) {
+Json CartToJson(const store::Cart& cart) {
   Json items = Json::array();
   for (unsigned i = 0; i < cart.GetSize(); ++i) {
     Json item = {{"position", i + 1}};
-    item.update(BookJson(cart.GetItem(i)));
+    item.update(BookToJson(cart.GetItem(i)));
     items.push_back(std::move(item));
   }
   return {{"items", std::move(items)},

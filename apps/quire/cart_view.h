@@ -12,7 +12,7 @@ namespace app {
 void PrintCart(const store::Cart& cart);
 
 /// "items" (a book each, with its "position"), "total_hundredths", "total" and "order_id".
-Json CartJson(const store::Cart& cart);
+Json CartToJson(const store::Cart& cart);
 
 }  // namespace app
 

@@ -4,7 +4,7 @@
 #include <deque>
 #include <set>
 
-#include "device_log.h"
+#include "failure_message.h"
 #include "saltmoor/utilities/http_request_runner.h"
 #include "text.h"
 #include "web_address.h"
@@ -12,60 +12,60 @@
 namespace app {
 namespace {
 
-constexpr std::size_t kMostPages = 500;
-constexpr std::size_t kMostTitles = 20'000;
-constexpr std::size_t kMost_bytes = std::size_t{256} << 20;
+constexpr std::size_t kMaxPages = 500;
+constexpr std::size_t kMaxTitles = 20'000;
+constexpr std::size_t kMaxCatalogue_bytes = std::size_t{256} << 20;
 constexpr unsigned kTimeout_s = 30;
 
-Failure Unreadable(const std::string& url, const FeedError& error) {
+CommandError Unreadable(const std::string& url, const FeedError& error) {
   return {kFailed, "The catalogue's page " + url + " cannot be read: " + error.what() +
-                       ". Try again later, or ask the shop."};
+                       ". Try again later."};
 }
 
-Failure TooLarge(const std::string& what) {
+CommandError TooLarge(const std::string& what) {
   return {kFailed, "The catalogue has more than " + what +
-                       "; the rest is left out. Ask the shop's "
-                       "keeper whether its pages lead in a circle."};
+                       ", and the rest is left out. Ask the shop whether its pages form a loop."};
 }
 
 }  // namespace
 
-std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
-                                       std::size_t* left_out) const {
+std::optional<CommandError> Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
+                                            std::size_t* skipped_count) const {
   const std::string start = ResolveAddress("", start_url_);
   if (start.empty()) {
-    throw Failure(kFailed, "The shop names no catalogue. Try again later, or ask the shop.");
+    throw CommandError(kFailed, "The shop names no catalogue. Try again later.");
   }
-  std::deque<std::string> due{start};
-  std::set<std::string> known{start};
-  std::set<std::string> visited_eans;
-  std::size_t titles = 0;
-  std::size_t bytes = 0;
+  std::deque<std::string> pending{start};
+  std::set<std::string> seen_urls{start};
+  std::set<std::string> seen_eans;
+  std::size_t title_count = 0;
+  std::size_t size_bytes = 0;
   const auto add = [&](const std::string& url, bool first) {
-    if (url.empty() || !IsSameSite(start, url) || !known.insert(url).second) return;
-    due.insert(first ? due.begin() : due.end(), url);
+    if (url.empty() || !IsSameSite(start, url) || !seen_urls.insert(url).second) return;
+    pending.insert(first ? pending.begin() : pending.end(), url);
   };
-  for (std::size_t pages = 0; !due.empty(); ++pages) {
-    if (pages == kMostPages) return TooLarge(std::to_string(kMostPages) + " pages");
-    if (bytes > kMost_bytes) return TooLarge(std::to_string(kMost_bytes >> 20) + " MiB");
-    const std::string url = due.front();
-    due.pop_front();
+  for (std::size_t pages = 0; !pending.empty(); ++pages) {
+    if (pages == kMaxPages) return TooLarge(std::to_string(kMaxPages) + " pages");
+    if (size_bytes > kMaxCatalogue_bytes)
+      return TooLarge(std::to_string(kMaxCatalogue_bytes >> 20) + " MiB");
+    const std::string url = pending.front();
+    pending.pop_front();
     FeedPage page;
     try {
       const std::string xml = fetch_(url);
-      bytes += xml.size();
+      size_bytes += xml.size();
       page = ParseFeed(xml, url);
     } catch (const FeedError& error) {
       if (pages == 0) throw Unreadable(url, error);
       return Unreadable(url, error);
-    } catch (const Failure& failure) {
+    } catch (const CommandError& error) {
       if (pages == 0) throw;
-      return failure;
+      return error;
     }
-    if (left_out != nullptr) *left_out += page.left_out;
+    if (skipped_count != nullptr) *skipped_count += page.skipped_count;
     for (const CatalogueEntry& entry : page.entries) {
-      if (!entry.ean.empty() && !visited_eans.insert(entry.ean).second) continue;
-      if (++titles > kMostTitles) return TooLarge(std::to_string(kMostTitles) + " titles");
+      if (!entry.ean.empty() && !seen_eans.insert(entry.ean).second) continue;
+      if (++title_count > kMaxTitles) return TooLarge(std::to_string(kMaxTitles) + " titles");
       if (!visit(entry)) return std::nullopt;
     }
     for (const std::string& section : page.sections) add(section, false);
@@ -77,11 +77,11 @@ std::optional<Failure> Catalogue::Read(const std::function<bool(const CatalogueE
 std::vector<CatalogueEntry> Catalogue::Find(const std::vector<std::string>& eans) const {
   const std::set<std::string> wanted(eans.begin(), eans.end());
   std::vector<CatalogueEntry> found;
-  const auto trouble = Read([&](const CatalogueEntry& entry) {
+  const auto error = Read([&](const CatalogueEntry& entry) {
     if (wanted.contains(entry.ean)) found.push_back(entry);
     return found.size() < wanted.size();
   });
-  if (trouble && found.size() < wanted.size()) throw Failure(*trouble);
+  if (error && found.size() < wanted.size()) throw CommandError(*error);
   return found;
 }
 
@@ -90,25 +90,25 @@ std::string FetchPage(const std::string& url) {
   request.SetFollowRedirects(true);
   long status = 0;
   std::vector<char> body;
-  const DeviceLog log;
-  if (saltmoor::utilities::HttpRequestRunner().PerformRequest(request, &status, &body,
-                                                              kTimeout_s) != 0) {
-    throw Failure(kUnreachable, "The shop's catalogue cannot be reached" + log.Reason() +
-                                    ". Check the network and try again.");
+  const int error =
+      saltmoor::utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
+  if (error != 0) {
+    throw ToCommandError("The catalogue cannot be read",
+                         {saltmoor::quire::Failure::kNetwork, error, 0, {}});
   }
   if (status != 200) {
-    throw Failure(kFailed, "The shop answered HTTP " + std::to_string(status) +
-                               " for the catalogue's page " + url + ". Try again later.");
+    throw CommandError(kFailed, "The shop answered HTTP " + std::to_string(status) +
+                                    " for the catalogue's page " + url + ". Try again later.");
   }
   return {body.begin(), body.end()};
 }
 
 bool Matches(const CatalogueEntry& entry, const std::string& folded_word) {
-  const auto has = [&](const std::string& text) {
+  const auto contains = [&](const std::string& text) {
     return FoldCase(text).find(folded_word) != std::string::npos;
   };
-  return has(entry.title) || has(entry.author) || has(entry.subject) || has(entry.summary) ||
-         has(entry.ean);
+  return contains(entry.title) || contains(entry.author) || contains(entry.subject) ||
+         contains(entry.summary) || contains(entry.ean);
 }
 
 }  // namespace app

@@ -6,29 +6,29 @@
 #include <string>
 #include <vector>
 
-#include "failure.h"
+#include "command_error.h"
 #include "opds_feed.h"
 
 namespace app {
 
-/// The shop's catalogue, read page by page from its start page. Nothing is remembered.
+/// The shop's catalogue, read page by page from its start page. Keeps no state between two calls.
 class Catalogue {
  public:
-  /// Gets the page at an absolute address; throws Failure when it cannot.
+  /// Returns the page at an absolute address. Throws CommandError on failure.
   using Fetch = std::function<std::string(const std::string& url)>;
 
   Catalogue(std::string start_url, Fetch fetch)
       : start_url_(std::move(start_url)), fetch_(std::move(fetch)) {}
 
-  /// Reads on until `visit` returns false, the catalogue ends or it grows out of all measure. Each
+  /// Reads until `visit` returns false, the catalogue ends or a limit on its size is reached. Each
   /// title with an EAN is visited once. Only pages of the start page's site are read.
-  /// \param left_out  receives how many entries of unknown kinds were passed over; may be null.
-  /// \return what cut the reading short, if anything; throws it when nothing at all was read.
-  std::optional<Failure> Read(const std::function<bool(const CatalogueEntry&)>& visit,
-                              std::size_t* left_out = nullptr) const;
+  /// \param skipped_count  receives the number of entries of unknown kinds; may be null.
+  /// \return the error that ended the reading early, if any. Throws it when nothing was read.
+  std::optional<CommandError> Read(const std::function<bool(const CatalogueEntry&)>& visit,
+                                   std::size_t* skipped_count = nullptr) const;
 
-  /// The entry with this EAN for each that the catalogue has, in no certain order. Throws Failure
-  /// when some are missing and the catalogue could not be read to its end.
+  /// Finds entries by their EANs, in no particular order. Throws CommandError when some are missing
+  /// and the catalogue could not be read to its end.
   std::vector<CatalogueEntry> Find(const std::vector<std::string>& eans) const;
 
  private:
@@ -36,10 +36,11 @@ class Catalogue {
   Fetch fetch_;
 };
 
-/// Gets a page of the catalogue from the shop.
+/// Fetches a page of the catalogue from the shop. Throws CommandError on failure.
 std::string FetchPage(const std::string& url);
 
-/// Whether `word`, put through FoldCase, occurs in what the entry tells of itself.
+/// Whether a word that FoldCase returned occurs in the entry's title, author, subject, summary or
+/// EAN.
 bool Matches(const CatalogueEntry& entry, const std::string& folded_word);
 
 }  // namespace app

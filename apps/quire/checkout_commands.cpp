@@ -5,8 +5,7 @@
 #include "book_view.h"
 #include "cart_view.h"
 #include "commands.h"
-#include "device_log.h"
-#include "failure.h"
+#include "failure_message.h"
 #include "interrupts.h"
 #include "json_output.h"
 #include "screen.h"
@@ -14,150 +13,117 @@
 namespace app {
 namespace {
 
-using Result = store::ServerApi::Result;
-
-/// Has the cart priced by the shop. What the shop's cart lacks is returned. When the shop could not
-/// be reached, the cart is put back and Failure thrown.
-std::vector<store::Book> Price(Session& session) {
-  store::StoreManager& manager = session.LoggedIn();
-  const unsigned size = manager.GetCart().GetSize();
-  if (size == 0) {
-    throw Failure(kNotFound, "The cart is empty. Fill it with \"quire cart add EAN\".");
+/// Prices the cart at the shop. When the shop could not be asked, the cart is restored and
+/// CommandError thrown.
+/// \return the books that the shop no longer sells.
+std::vector<store::Book> PriceCart(Session& session) {
+  store::StoreManager& manager = session.LoggedInStore();
+  if (manager.GetCart().GetSize() == 0) {
+    throw CommandError(kNotFound, "The cart is empty. Fill it with \"quire cart add EAN\".");
   }
-  const DeviceLog log;
   std::vector<store::Book> dropped;
   {
     const Spinner spinner("Asking the shop for prices …");
     dropped = std::get<1>(manager.CheckOut());
   }
-  if (manager.GetCart().GetSize() == 0 && dropped.size() == size) {
+  const store::Failure failure = manager.GetLastFailure();
+  if (!dropped.empty() && (failure || manager.GetCart().GetSize() == 0)) {
     for (const store::Book& book : dropped) manager.AddToCart(book);
-    throw Failure(kUnreachable,
-                  "The shop could not be reached, or has none of these titles any "
-                  "more" +
-                      log.Reason() + ". Your cart is kept; try again later.");
+    if (failure) {
+      throw ToCommandError("The cart could not be priced", failure,
+                           "The cart is kept; try again later.");
+    }
+    throw CommandError(kNotFound,
+                       "The shop no longer sells any title in the cart. Remove them with \"quire "
+                       "cart remove EAN\".");
   }
   session.order_is_priced = true;
   return dropped;
 }
 
-void PrintPriced(const store::Cart& cart, const std::vector<store::Book>& dropped) {
+void PrintPricedCart(const store::Cart& cart, const std::vector<store::Book>& dropped) {
   PrintCart(cart);
   for (const store::Book& book : dropped) {
-    Screen::Out().Say("No longer sold, and left out: " + Quoted(TitleOf(book)) + " (" +
-                          Property(book, store::Book::kEan) + ").",
-                      Tone::kBad);
+    Screen::Out().PrintLine("No longer sold, and left out: " + QuoteTitle(DisplayTitle(book)) +
+                                " (" + GetString(book, store::Book::kEan) + ").",
+                            Style::kBad);
   }
 }
 
 void CheckOut(Session& session, bool as_json) {
-  const std::vector<store::Book> dropped = Price(session);
+  const std::vector<store::Book> dropped = PriceCart(session);
   const store::Cart& cart = session.Store().GetCart();
   if (as_json) {
-    Json json = CartJson(cart);
+    Json json = CartToJson(cart);
     json["dropped"] = Json::array();
-    for (const store::Book& book : dropped) json["dropped"].push_back(BookJson(book));
+    for (const store::Book& book : dropped) json["dropped"].push_back(BookToJson(book));
     return PrintJson(json);
   }
-  PrintPriced(cart, dropped);
-  Screen::Out().Say("Pay with \"quire pay paypal\" or \"quire pay card\".");
+  PrintPricedCart(cart, dropped);
+  Screen::Out().PrintLine("Pay with \"quire pay paypal\" or \"quire pay card\".");
 }
 
 /// Opens the payment page; returns when the browser has closed.
-void RunBrowser(Session& session, const std::string& method) {
-  store::StoreManager& manager = session.Store();
-  Screen::Out().Say("Opening the payment page for " + manager.GetCart().GetTotalPriceFormatted() +
-                    " in the browser …");
-  const DeviceLog log;
-  session.payment_was_started = true;
-  const Result result = manager.StartPayment(method);
-  if (result.code_ == store::ServerApi::kOk) {
-    const bool failed = log.Tells("the browser /ebrmain/bin/browser.app failed: ");
-    Screen::Out().Say(failed ? "The browser failed" + log.Reason() + "."
-                             : std::string("The browser has closed."));
-    return;
+void RunBrowser(store::StoreManager& manager, const std::string& method) {
+  Screen::Out().PrintLine("Opening the payment page for " +
+                          manager.GetCart().GetTotalPriceFormatted() + " in the browser …");
+  if (manager.StartPayment(method).code_ != store::ServerApi::kOk) {
+    throw ToCommandError("The payment was not started", manager.GetLastFailure(),
+                         "Nothing was charged, and the cart is kept.");
   }
-  if (!result.message_.empty()) {
-    throw Failure(kFailed, "The shop did not take the order: \"" + result.message_ +
-                               "\" Nothing was charged; the cart is kept.");
-  }
-  const std::string rest = log.Reason() + ". Nothing was charged; the cart is kept.";
-  if (log.Tells("SM_OK == err")) {
-    throw Failure(kDevice, "The device's browser could not be run" + rest);
-  }
-  if (log.Tells("url.empty()")) throw Failure(kFailed, "The shop named no payment page" + rest);
-  throw Failure(kUnreachable, "The payment could not begin" + rest + " Try again later.");
+  Screen::Out().PrintLine("The browser has closed.");
 }
 
-/// Whether the shop itself said that the payment failed, rather than not being heard.
-bool WasDenied(const Result& result, store::StoreManager& manager, const DeviceLog& log) {
-  if (!result.message_.empty()) return false;
-  // The library logs every failure to hear the shop out, but not a payment that failed.
-  if (log.IsComplete()) return !log.Tells("StoreManager::CheckPaymentResult");
-  return manager.CheckOrderIfNeeded() == 0;
-}
-
-void AwaitVerdict(Session& session) {
-  store::StoreManager& manager = session.Store();
-  const DeviceLog log;
-  Result result;
-  {
-    const Spinner spinner("Waiting for the shop to confirm the payment …");
-    result = manager.CheckPaymentResult();
+void WaitForPayment(store::StoreManager& manager) {
+  const Spinner spinner("Waiting for the shop to confirm the payment …");
+  if (manager.CheckPaymentResult().code_ == store::ServerApi::kOk) return;
+  const store::Failure& failure = manager.GetLastFailure();
+  if (failure.kind == store::Failure::kPaymentFailed) {
+    throw CommandError(kFailed,
+                       "The payment was cancelled or failed. Nothing was charged as far as the "
+                       "shop knows, and the cart is kept.");
   }
-  if (result.code_ == store::ServerApi::kOk) return;
-  if (WasDenied(result, manager, log)) {
-    throw Failure(kFailed,
-                  "The payment was cancelled or failed. Nothing was charged as far as the "
-                  "shop knows, and the cart is kept.");
-  }
-  const std::string said = result.message_.empty() ? "" : ": \"" + result.message_ + "\"";
-  throw Failure(result.message_.empty() ? kUnreachable : kFailed,
-                "The shop did not confirm the payment" + said + log.Reason() +
-                    ". The cart is kept. Before you pay again, see with \"quire orders check\" and "
-                    "\"quire books\" whether the books are yours already.");
+  throw ToCommandError("The shop did not confirm the payment", failure,
+                       "The cart is kept; before you pay again, check with \"quire orders check\" "
+                       "and \"quire books\" whether the books are yours.");
 }
 
 void Pay(Session& session, const std::string& method) {
-  store::StoreManager& manager = session.LoggedIn();
-  if (!session.order_is_priced) PrintPriced(manager.GetCart(), Price(session));
-  const LastWords words(
-      "Stopped. The cart is kept. Only the shop knows whether the payment went "
-      "through: look at \"quire books\" before you pay again.");
-  RunBrowser(session, method);
-  AwaitVerdict(session);
+  store::StoreManager& manager = session.LoggedInStore();
+  if (!session.order_is_priced) {
+    const std::vector<store::Book> dropped = PriceCart(session);
+    PrintPricedCart(manager.GetCart(), dropped);
+  }
+  const InterruptMessage message(
+      "Stopped. The cart is kept, but the payment may have succeeded: check with \"quire books\" "
+      "before you pay again.");
+  RunBrowser(manager, method);
+  WaitForPayment(manager);
   session.order_is_priced = false;
-  session.payment_was_started = false;
   std::string when, date, time;
   if (store::ConvertDateTime(manager.GetOrderDatePlaced(), date, time)) {
     when = " on " + date + " at " + time;
   }
-  Screen::Out().Say("Paid. The order was placed" + when + ".", Tone::kGood);
-  Screen::Out().Say("Get the books with \"quire download --all\".");
+  Screen::Out().PrintLine("Paid. The order was placed" + when + ".", Style::kGood);
+  Screen::Out().PrintLine("Get the books with \"quire download --all\".");
 }
 
-void CheckOrders(Session& session) {
-  store::StoreManager& manager = session.LoggedIn();
-  const std::vector<store::Book> wanted = manager.GetCart().orderItems;
-  const DeviceLog log;
-  const bool answered = session.payment_was_started && manager.CheckOrderIfNeeded() == 0;
-  if (!answered) {
-    const bool was_asked = log.IsComplete() ? log.Tells("StoreManager::CheckOrderIfNeeded")
-                                            : session.payment_was_started;
-    if (was_asked) {
-      throw Failure(kUnreachable, "The shop could not be asked about the order" + log.Reason() +
-                                      ". Check the network and try again.");
-    }
-    throw Failure(kNotFound,
-                  "No payment was started in this session. Whether an earlier one went "
-                  "through shows in \"quire books\".");
+void CheckOrder(Session& session) {
+  store::StoreManager& manager = session.LoggedInStore();
+  const std::vector<store::Book> ordered = manager.GetCart().orderItems;
+  if (manager.CheckOrderIfNeeded() != 0) {
+    throw ToCommandError("The order cannot be checked", manager.GetLastFailure());
   }
-  const bool all_bought = std::all_of(wanted.begin(), wanted.end(), [&](const store::Book& book) {
-    return FindByEan(manager.GetPurchased(), Property(book, store::Book::kEan)) != nullptr;
+  if (!manager.IsPurchasedKnown()) {
+    throw ToCommandError("The shop knows the order, but the list of your books is unknown",
+                         manager.GetLastFailure());
+  }
+  const bool all_bought = std::all_of(ordered.begin(), ordered.end(), [&](const auto& book) {
+    return FindByEan(manager.GetPurchased(), GetString(book, store::Book::kEan)) != nullptr;
   });
-  Screen::Out().Say(all_bought && !wanted.empty()
-                        ? "The shop knows the order, and its books are yours."
-                        : "The shop knows the order, but its books are not yours yet.");
+  Screen::Out().PrintLine(all_bought && !ordered.empty()
+                              ? "The shop knows the order, and its books are yours."
+                              : "The shop knows the order, but its books are not yours yet.");
 }
 
 }  // namespace
@@ -176,7 +142,7 @@ void AddCheckoutCommands(CLI::App& cli, Session& session) {
   CLI::App* orders = cli.add_subcommand("orders", "Ask about an order");
   orders->require_subcommand(1);
   orders->add_subcommand("check", "Ask the shop about the payment started last")
-      ->callback([&session] { CheckOrders(session); });
+      ->callback([&session] { CheckOrder(session); });
 }
 
 }  // namespace app

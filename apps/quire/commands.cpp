@@ -1,27 +1,34 @@
 #include "commands.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <sstream>
 
-#include "device_log.h"
-#include "failure.h"
+#include "command_error.h"
 #include "screen.h"
 #include "text.h"
 
 namespace app {
 namespace {
 
-constexpr int kMostHelpColumns = 80;
+constexpr int kMaxHelpColumns = 80;
 constexpr char kFooter[] =
     "Every listing takes --json. Passwords are asked for, or read from the standard input; they "
-    "never stand on the command line.\n"
+    "are never part of the command line.\n"
     "\n"
-    "Exit codes: 0 done; 1 the shop refused, or it failed; 2 wrong command line; 3 not logged in; "
-    "4 shop unreachable; 5 nothing found; 6 a folder, file or program of the device is missing or "
-    "broken; 130 interrupted.";
+    "Exit codes: 0 done; 1 the shop refused, or the command failed; 2 wrong command line; 3 not "
+    "logged in; 4 shop unreachable; 5 nothing found; 6 a file, folder or program of the device is "
+    "missing or broken; 130 interrupted.";
 
-/// Where the log goes is settled while the command line is read, before any command runs.
-void AddLogOptions(CLI::App& cli) {
+/// Shows the platform's log up to `level`. Before the first call of the library.
+void ShowLog(int level) {
+  setenv("TABULET_LOG", "-", 1);
+  setenv("TABULET_LOG_LEVEL", std::to_string(level).c_str(), 1);
+}
+
+/// Options of the process; their callbacks run before that of any command.
+void AddProcessOptions(CLI::App& cli) {
+  cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
   cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to LEVEL (1 to 5)")
       ->type_name("LEVEL")
       ->check(CLI::Range(1, 5));
@@ -29,14 +36,15 @@ void AddLogOptions(CLI::App& cli) {
       "-v,--verbose", [] { ShowLog(5); }, "The same as --log 5");
 }
 
-/// The command line's first word when it names no command; empty otherwise.
-std::string UnknownCommand(const CLI::App& cli, const std::vector<std::string>& arguments) {
+/// The first argument when it is no option and names no command; empty otherwise.
+std::string FindUnknownCommand(const CLI::App& cli, const std::vector<std::string>& arguments) {
   if (arguments.empty() || arguments.front().starts_with('-')) return {};
   const auto is_named = [&](const CLI::App* each) { return each->get_name() == arguments.front(); };
   return cli.get_subcommands(is_named).empty() ? arguments.front() : "";
 }
 
-/// Lines that are too long are broken; what stands to the right of a gap stays there.
+/// Prints help within the screen's width: a long line continues in the column where its text
+/// begins.
 void PrintHelp(const std::string& help) {
   const Screen& screen = Screen::Out();
   std::istringstream lines(help);
@@ -45,45 +53,45 @@ void PrintHelp(const std::string& help) {
     const std::size_t text = line.find_first_not_of(' ', line.find("  ", name));
     const std::size_t margin = text == std::string::npos ? name : text;
     std::string head = line.substr(0, margin);
-    const int room = std::min(screen.Width(), kMostHelpColumns) - static_cast<int>(margin);
-    for (const std::string& part : Wrap(std::string_view(line).substr(margin), room)) {
+    const int available = std::min(screen.Width(), kMaxHelpColumns) - static_cast<int>(margin);
+    for (const std::string& part : Wrap(std::string_view(line).substr(margin), available)) {
       screen.Write(head + part + "\n");
       head.assign(margin, ' ');
     }
   }
 }
 
-int ExplainUsage(const CLI::App& cli, const CLI::ParseError& error) {
+int ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
   const CLI::App* command = &cli;
   while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
   std::string name = "quire";
   for (const CLI::App* at = command; at->get_parent() != nullptr; at = at->get_parent()) {
     name.insert(5, " " + at->get_name());
   }
-  const bool is_half = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
-                       command != &cli && !command->get_subcommands({}).empty();
-  if (is_half) {
+  const bool lacks_subcommand = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr &&
+                                command != &cli && !command->get_subcommands({}).empty();
+  if (lacks_subcommand) {
     std::string choices;
     for (const CLI::App* each : command->get_subcommands({})) {
       choices += (choices.empty() ? "\"" : " or \"") + name + " " + each->get_name() + "\"";
     }
-    PrintFailure("Say which: " + choices + ".");
+    PrintError("The command is incomplete. Use " + choices + ".");
     return kUsage;
   }
   std::string text = error.what();
   std::replace(text.begin(), text.end(), '\n', ' ');
-  PrintFailure(text + ". See \"" + name + " --help\".");
+  PrintError(text + ". See \"" + name + " --help\".");
   return kUsage;
 }
 
 }  // namespace
 
-void PrintFailure(const std::string& text) {
+void PrintError(const std::string& text) {
   const Screen& screen = Screen::Err();
-  if (screen.IsLive()) {
-    screen.Say(text, Tone::kBad);
+  if (screen.IsInteractive()) {
+    screen.PrintLine(text, Style::kBad);
   } else {
-    screen.Say("quire: " + text);
+    screen.PrintLine("quire: " + text);
   }
 }
 
@@ -100,34 +108,37 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
   AddBookCommands(cli, session);
   AddDownloadCommand(cli, session);
   AddLibraryCommand(cli);
-  if (session.GetUse() == Session::Use::kOneCommand) {
+  if (session.mode() == Session::Mode::kSingleCommand) {
     AddShellCommand(cli, exit_code);
-    AddLogOptions(cli);
+    AddProcessOptions(cli);
   }
-  if (const std::string unknown = UnknownCommand(cli, arguments); !unknown.empty()) {
-    PrintFailure("There is no command \"" + unknown + "\". See \"quire --help\".");
+  if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
+    PrintError("There is no command \"" + unknown + "\". See \"quire --help\".");
     return kUsage;
   }
   if (arguments.empty()) {
     PrintHelp(cli.help());
-    PrintFailure("No command was given. Try \"quire catalogue\".");
+    PrintError("No command was given. Try \"quire catalogue\".");
     return kUsage;
   }
   session.BeginCommand();
   try {
-    std::reverse(arguments.begin(), arguments.end());  // the order in which CLI11 takes them
+    std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
     cli.parse(std::move(arguments));
     return exit_code;
   } catch (const CLI::CallForHelp&) {
     PrintHelp(cli.help());
     return kOk;
+  } catch (const CLI::CallForVersion& version) {
+    Screen::Out().PrintLine(version.what());
+    return kOk;
   } catch (const CLI::ParseError& error) {
-    return ExplainUsage(cli, error);
-  } catch (const Failure& failure) {
-    if (failure.what()[0] != '\0') PrintFailure(failure.what());
-    return failure.code;
+    return ReportUsageError(cli, error);
+  } catch (const CommandError& error) {
+    if (error.what()[0] != '\0') PrintError(error.what());
+    return error.code;
   } catch (const std::exception& error) {
-    PrintFailure(std::string("Something unforeseen went wrong: ") + error.what() + ".");
+    PrintError(std::string("The command failed unexpectedly: ") + error.what() + ".");
     return kFailed;
   }
 }

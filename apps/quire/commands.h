@@ -9,7 +9,7 @@
 
 namespace app {
 
-// Each adds its commands to the command line. A command that fails throws Failure.
+// Each function adds its commands to the command line. A command that fails throws CommandError.
 
 void AddAccountCommands(CLI::App& cli, Session& session);
 void AddCatalogueCommands(CLI::App& cli, Session& session);
@@ -19,16 +19,17 @@ void AddDownloadCommand(CLI::App& cli, Session& session);
 void AddLibraryCommand(CLI::App& cli);
 void AddCheckoutCommands(CLI::App& cli, Session& session);
 
-/// Adds "shell". Its exit code, which is no failure of the command line, goes to `exit_code`.
+/// Adds "shell".
+/// \param exit_code  receives the exit code of the commands that the shell ran.
 void AddShellCommand(CLI::App& cli, int& exit_code);
 
-/// Runs one command line.
+/// Runs one command line and reports its failure on the standard error.
 /// \param arguments  without the program's name.
-/// \return an ExitCode. Failures have been told on the standard error.
+/// \return an ExitCode.
 int RunCommand(std::vector<std::string> arguments, Session& session);
 
-/// Prints a failure as one sentence.
-void PrintFailure(const std::string& text);
+/// Prints an error on the standard error.
+void PrintError(const std::string& text);
 
 }  // namespace app
 

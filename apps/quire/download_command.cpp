@@ -1,17 +1,17 @@
 #include <memory>
 
-#include "book_place.h"
 #include "book_view.h"
 #include "commands.h"
 #include "downloads.h"
-#include "failure.h"
+#include "failure_message.h"
 #include "json_output.h"
+#include "saved_books.h"
 #include "screen.h"
 
 namespace app {
 namespace {
 
-/// The bought books that are wanted, in that order; `missing` receives the EANs of the others.
+/// The bought books with these EANs, in their order; `missing` receives the EANs of the others.
 std::vector<store::Book> Select(const std::vector<store::Book>& bought,
                                 const std::vector<std::string>& eans, std::string& missing) {
   std::vector<store::Book> books;
@@ -25,41 +25,41 @@ std::vector<store::Book> Select(const std::vector<store::Book>& bought,
   return books;
 }
 
-/// One book's outcome: "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and
-/// "reason".
+/// Downloads a book that is not on the device yet.
+/// \return "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and "reason".
 Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
-  Json json = {{"ean", Property(book, store::Book::kEan)},
-               {"title", TitleOf(book)},
+  Json json = {{"ean", GetString(book, store::Book::kEan)},
+               {"title", DisplayTitle(book)},
                {"status", "present"},
                {"path", Json()},
                {"reason", Json()}};
-  std::string path = FindFile(book, false);
-  std::string reason;
-  if (path.empty()) {
-    path = Download(session, book, &reason);
-    json["status"] = path.empty() ? "failed" : "downloaded";
-  }
-  const bool is_new = json["status"] == "downloaded";
-  if (path.empty()) {
-    if (!reason.empty()) json["reason"] = reason;
-    PrintFailure(Quoted(TitleOf(book)) + " could not be downloaded" +
-                 (reason.empty() ? "" : " (" + reason + ")") + ". Try again later.");
-  } else {
-    json["path"] = path;
+  std::string path = SavedBooks().Find(book);
+  if (!path.empty()) {
     if (!as_json) {
-      Screen::Out().Say(Quoted(TitleOf(book)) + (is_new ? " has arrived:" : " is there already:"));
-      Screen::Out().SayPath(path);
+      Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) + " is on the device already:");
+      Screen::Out().PrintPath(path);
+    }
+  } else {
+    store::Failure failure;
+    path = DownloadBook(session, book, &failure);
+    json["status"] = path.empty() ? "failed" : "downloaded";
+    if (path.empty()) {
+      json["reason"] = DescribeFailure(failure);
+      PrintDownloadFailed(book, failure);
+    } else if (!as_json) {
+      PrintDownloaded(book, path);
     }
   }
+  if (!path.empty()) json["path"] = path;
   return json;
 }
 
 void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool all, bool as_json) {
   if (eans.empty() && !all) {
-    throw Failure(kUsage,
-                  "Name the books by their EANs, or say --all. \"quire books\" lists them.");
+    throw CommandError(kUsage,
+                       "No book was named. Give EANs as \"quire books\" lists them, or --all.");
   }
-  const std::vector<store::Book> bought = session.Purchased();
+  const std::vector<store::Book> bought = session.PurchasedBooks();
   std::string missing;
   const auto books = all ? bought : Select(bought, eans, missing);
   Json json = Json::array();
@@ -70,13 +70,13 @@ void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool 
   }
   if (as_json) PrintJson(json);
   if (all && books.empty() && !as_json) {
-    Screen::Out().Say(kNothingBought);
+    Screen::Out().PrintLine(kNothingBought);
   }
   if (!missing.empty()) {
-    throw Failure(kNotFound,
-                  "You have not bought " + missing + ". See what you have with \"quire books\".");
+    throw CommandError(
+        kNotFound, "You have not bought " + missing + ". See what you have with \"quire books\".");
   }
-  if (failed) throw Failure(kFailed, "");
+  if (failed) throw CommandError(kFailed, "");
 }
 
 }  // namespace

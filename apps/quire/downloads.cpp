@@ -4,91 +4,114 @@
 #include <cstdlib>
 #include <thread>
 
-#include "book_place.h"
 #include "book_view.h"
 #include "commands.h"
-#include "device_log.h"
-#include "failure.h"
+#include "failure_message.h"
 #include "interrupts.h"
+#include "saved_books.h"
 #include "screen.h"
 #include "text.h"
 
 namespace app {
 namespace {
 
-constexpr std::chrono::milliseconds kBetweenPolls{100};
+constexpr std::chrono::milliseconds kPollInterval{100};
 
-/// Returns when the running download has ended, or at Ctrl-C: then false.
-bool Follow(store::StoreManager& manager, const store::Book& book) {
+/// Advances the running download and keeps its failure.
+/// \return whether one ran at the time of the call: the call that ends it still returns true.
+bool Poll(store::StoreManager& manager, store::Failure* failure) {
+  const bool ran = manager.CheckDownloadState() == 1;
+  if (manager.GetLastFailure()) *failure = manager.GetLastFailure();
+  return ran;
+}
+
+/// Shows the progress until the running download has ended. False on Ctrl-C.
+bool WaitForDownload(store::StoreManager& manager, const store::Book& book,
+                     store::Failure* failure) {
   const InterruptCatcher interrupts;
   const Screen& screen = Screen::Err();
-  const std::string ean = Property(book, store::Book::kEan);
-  const std::string title = Printable(TitleOf(book));
+  const std::string ean = GetString(book, store::Book::kEan);
+  const std::string title = MakePrintable(DisplayTitle(book));
   while (true) {
-    screen.ReplaceLine("");  // the device may have something to say about the end
-    if (manager.CheckDownloadState() == 0) return true;
+    screen.ReplaceLine("");  // the device prints a message when a download fails
+    if (!Poll(manager, failure)) return true;
     if (InterruptCatcher::Caught()) return false;
     const int percent = manager.GetBookStatus(ean).progress;
     screen.ReplaceLine(ProgressLine(title, percent, screen.Width() - 1));
-    std::this_thread::sleep_for(kBetweenPolls);
+    std::this_thread::sleep_for(kPollInterval);
   }
 }
 
-[[noreturn]] void Leave(const store::Book& book) {
-  PrintFailure("Stopped. What has arrived of " + Quoted(TitleOf(book)) +
-               " is kept; the next download goes on from there.");
+/// The path of a book whose download has ended, which is remembered; empty when it failed.
+std::string FinishDownload(store::StoreManager& manager, const store::Book& book,
+                           const store::Failure& failure) {
+  if (failure) return {};
+  SavedBooks().Add(GetString(book, store::Book::kEan), manager.GetSavedPath());
+  return manager.GetSavedPath();
+}
+
+void FinishBackgroundDownload(Session& session) {
+  const auto [book, failure] = *session.background_download;
+  session.background_download.reset();
+  const std::string path = FinishDownload(session.Store(), book, failure);
+  path.empty() ? PrintDownloadFailed(book, failure) : PrintDownloaded(book, path);
+}
+
+[[noreturn]] void ExitDuringDownload(const store::Book& book) {
+  PrintError("Stopped. The part of " + QuoteTitle(DisplayTitle(book)) +
+             " that has arrived is kept; the next download continues it.");
   Screen::Out().Write("");
-  std::_Exit(kInterrupted);  // an ordinary end would wait for the download
-}
-
-void TellEnd(const store::Book& book) {
-  const std::string path = FindFile(book, true);
-  if (path.empty()) {
-    PrintFailure(Quoted(TitleOf(book)) + " could not be downloaded. Try again later.");
-  } else {
-    Screen::Out().Say(Quoted(TitleOf(book)) + " has arrived:");
-    Screen::Out().SayPath(path);
-  }
+  std::_Exit(kInterrupted);  // an ordinary exit waits for the download
 }
 
 }  // namespace
 
-std::string Download(Session& session, const store::Book& book, std::string* reason) {
-  AwaitBackgroundDownload(session);  // a book queued beside a running one would be forgotten
+std::string DownloadBook(Session& session, const store::Book& book, store::Failure* failure) {
+  WaitForBackgroundDownload(session);  // the library forgets a book queued beside a running one
   store::StoreManager& manager = session.Store();
-  const DeviceLog log;
-  manager.DownloadBookById(Property(book, store::Book::kEan));
-  if (!Follow(manager, book)) {
-    if (session.GetUse() != Session::Use::kPrompt) Leave(book);
-    session.background_download = book;
-    throw Failure(kInterrupted, Quoted(TitleOf(book)) +
-                                    " goes on downloading while you do something else. See how "
-                                    "far it is with \"quire status " +
-                                    Property(book, store::Book::kEan) + "\".");
+  const std::string ean = GetString(book, store::Book::kEan);
+  manager.DownloadBookById(ean);
+  *failure = manager.GetLastFailure();
+  if (!WaitForDownload(manager, book, failure)) {
+    if (session.mode() != Session::Mode::kPrompt) ExitDuringDownload(book);
+    session.background_download = {book, *failure};
+    throw CommandError(kInterrupted, QuoteTitle(DisplayTitle(book)) +
+                                         " goes on downloading in the background. See its "
+                                         "progress with \"quire status " +
+                                         ean + "\".");
   }
-  std::string path = FindFile(book, true);
-  if (path.empty()) *reason = log.Explanation();
-  return path;
+  return FinishDownload(manager, book, *failure);
 }
 
-void TellEndedDownload(Session& session) {
+void PrintDownloaded(const store::Book& book, const std::string& path) {
+  Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) + " has arrived:");
+  Screen::Out().PrintPath(path);
+}
+
+void PrintDownloadFailed(const store::Book& book, const store::Failure& failure) {
+  PrintError(QuoteTitle(DisplayTitle(book)) + " could not be downloaded (" +
+             DescribeFailure(failure) + "). Try again later.");
+}
+
+void ReportEndedDownload(Session& session) {
   if (!session.background_download) return;
   store::StoreManager& manager = session.Store();
-  // The first call may find that it has ended, and only the second says so.
-  if (manager.CheckDownloadState() == 1 && manager.CheckDownloadState() == 1) return;
-  TellEnd(*session.background_download);
-  session.background_download.reset();
+  store::Failure* const failure = &session.background_download->failure;
+  // The call that ends a download still counts as one during which it ran.
+  if (Poll(manager, failure) && Poll(manager, failure)) return;
+  FinishBackgroundDownload(session);
 }
 
-void AwaitBackgroundDownload(Session& session) {
-  TellEndedDownload(session);
+void WaitForBackgroundDownload(Session& session) {
+  ReportEndedDownload(session);
   if (!session.background_download) return;
-  const store::Book book = *session.background_download;
-  Screen::Err().Say("Waiting for " + Quoted(TitleOf(book)) +
-                    " to arrive. Ctrl-C leaves at once and keeps what has come.");
-  if (!Follow(session.Store(), book)) Leave(book);
-  TellEnd(book);
-  session.background_download.reset();
+  const store::Book& book = session.background_download->book;
+  Screen::Err().PrintLine("Waiting for " + QuoteTitle(DisplayTitle(book)) +
+                          " to arrive. Ctrl-C stops at once and keeps what has arrived.");
+  if (!WaitForDownload(session.Store(), book, &session.background_download->failure)) {
+    ExitDuringDownload(book);
+  }
+  FinishBackgroundDownload(session);
 }
 
 }  // namespace app

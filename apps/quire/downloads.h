@@ -7,17 +7,24 @@
 
 namespace app {
 
-/// Downloads a bought book with a progress bar and returns when it has ended. Ctrl-C leaves the
-/// process, except at a prompt, where it leaves the download to the background and throws Failure.
-/// \param reason  receives why it failed, as far as known.
-/// \return the path of the book's file; empty when the download failed.
-std::string Download(Session& session, const store::Book& book, std::string* reason);
+/// Downloads a bought book with a progress bar and returns when it has ended. Ctrl-C ends the
+/// process, except at a prompt: there it moves the download to the background and throws
+/// CommandError.
+/// \param failure  receives why the download failed; empty on success.
+/// \return the path of the book's file; empty on failure.
+std::string DownloadBook(Session& session, const store::Book& book, store::Failure* failure);
 
-/// Tells of a background download that has ended meanwhile.
-void TellEndedDownload(Session& session);
+/// Prints where a downloaded book lies.
+void PrintDownloaded(const store::Book& book, const std::string& path);
 
-/// Waits for a background download, showing its progress.
-void AwaitBackgroundDownload(Session& session);
+/// Prints that a download failed.
+void PrintDownloadFailed(const store::Book& book, const store::Failure& failure);
+
+/// Reports a background download that has ended in the meantime.
+void ReportEndedDownload(Session& session);
+
+/// Waits for a background download with a progress bar, and reports it.
+void WaitForBackgroundDownload(Session& session);
 
 }  // namespace app
 

@@ -5,28 +5,28 @@
 #include <array>
 #include <cstring>
 
-#include "failure.h"
+#include "command_error.h"
 
 namespace app {
 namespace {
 
 volatile sig_atomic_t caught = 0;
 
-// A signal handler may read nothing but what is prepared for it.
-std::array<char, 512> last_words{};
-volatile sig_atomic_t last_words_length = 0;
+// A signal handler must not allocate.
+std::array<char, 512> message_text{};
+volatile sig_atomic_t message_length = 0;
 
-void Remember(int) {
+void SetCaught(int) {
   caught = 1;
 }
 
-void SayLastWords(int) {
-  const auto length = static_cast<std::size_t>(last_words_length);
-  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, last_words.data(), length);
+void WriteMessageAndExit(int) {
+  const auto length = static_cast<std::size_t>(message_length);
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, message_text.data(), length);
   _exit(kInterrupted);
 }
 
-void Install(void (*handler)(int), struct sigaction* before) {
+void InstallHandler(void (*handler)(int), struct sigaction* before) {
   struct sigaction action {};
   action.sa_handler = handler;
   sigaction(SIGINT, &action, before);
@@ -36,7 +36,7 @@ void Install(void (*handler)(int), struct sigaction* before) {
 
 InterruptCatcher::InterruptCatcher() {
   caught = 0;
-  Install(Remember, &before_);
+  InstallHandler(SetCaught, &before_);
 }
 
 InterruptCatcher::~InterruptCatcher() {
@@ -47,15 +47,15 @@ bool InterruptCatcher::Caught() {
   return caught != 0;
 }
 
-LastWords::LastWords(const std::string& words) {
-  const std::string text = "\n" + words + "\n";
-  const std::size_t length = std::min(text.size(), last_words.size());
-  std::memcpy(last_words.data(), text.data(), length);
-  last_words_length = static_cast<sig_atomic_t>(length);
-  Install(SayLastWords, &before_);
+InterruptMessage::InterruptMessage(const std::string& message) {
+  const std::string text = "\n" + message + "\n";
+  const std::size_t length = std::min(text.size(), message_text.size());
+  std::memcpy(message_text.data(), text.data(), length);
+  message_length = static_cast<sig_atomic_t>(length);
+  InstallHandler(WriteMessageAndExit, &before_);
 }
 
-LastWords::~LastWords() {
+InterruptMessage::~InterruptMessage() {
   sigaction(SIGINT, &before_, nullptr);
 }
 

@@ -7,7 +7,7 @@
 
 namespace app {
 
-/// While it lives, Ctrl-C does not end the process but is remembered. One at a time.
+/// Catches Ctrl-C for its lifetime: the process does not end. One object at a time.
 class InterruptCatcher {
  public:
   InterruptCatcher();
@@ -15,20 +15,21 @@ class InterruptCatcher {
   InterruptCatcher(const InterruptCatcher&) = delete;
   InterruptCatcher& operator=(const InterruptCatcher&) = delete;
 
+  /// Whether Ctrl-C came since the construction.
   static bool Caught();
 
  private:
   struct sigaction before_ {};
 };
 
-/// While it lives, Ctrl-C ends the process at once with some last words and kInterrupted. For calls
-/// of the library that cannot be cut short otherwise. One at a time.
-class LastWords {
+/// Ends the process on Ctrl-C for its lifetime, with a message and kInterrupted: for calls of the
+/// library that cannot be cancelled. One object at a time.
+class InterruptMessage {
  public:
-  explicit LastWords(const std::string& words);
-  ~LastWords();
-  LastWords(const LastWords&) = delete;
-  LastWords& operator=(const LastWords&) = delete;
+  explicit InterruptMessage(const std::string& message);
+  ~InterruptMessage();
+  InterruptMessage(const InterruptMessage&) = delete;
+  InterruptMessage& operator=(const InterruptMessage&) = delete;
 
  private:
   struct sigaction before_ {};

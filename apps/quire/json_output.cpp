@@ -6,39 +6,39 @@
 namespace app {
 namespace {
 
-Json TextOrNull(const std::string& text) {
+Json StringOrNull(const std::string& text) {
   return text.empty() ? Json() : Json(text);
 }
 
 }  // namespace
 
-std::string JsonText(const Json& json) {
+std::string SerializeJson(const Json& json) {
   const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace);
   std::string out;
   out.reserve(text.size() + 1);
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
     const auto next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
-    const bool pair = byte == 0xC2 && next >= 0x80 && next < 0xA0;  // U+0080 to U+009F
-    if (!pair && byte != 0x7F) {
+    const bool is_c1_control = byte == 0xC2 && next >= 0x80 && next < 0xA0;  // U+0080 to U+009F
+    if (!is_c1_control && byte != 0x7F) {
       out += text[i];
       continue;
     }
     char escape[8];
-    std::snprintf(escape, sizeof escape, "\\u%04x", pair ? next : byte);
+    std::snprintf(escape, sizeof escape, "\\u%04x", is_c1_control ? next : byte);
     out += escape;
-    if (pair) ++i;
+    if (is_c1_control) ++i;
   }
   return out + "\n";
 }
 
 void PrintJson(const Json& json) {
-  Screen::Out().Write(JsonText(json));
+  Screen::Out().Write(SerializeJson(json));
 }
 
-Json BookJson(const store::Book& book) {
+Json BookToJson(const store::Book& book) {
   const auto text = [&](store::Book::StringProps property) {
-    return TextOrNull(Property(book, property));
+    return StringOrNull(GetString(book, property));
   };
   const auto price = book.int_props.find(store::Book::kPrice);
   return {{"ean", text(store::Book::kEan)},
@@ -47,16 +47,17 @@ Json BookJson(const store::Book& book) {
           {"format", text(store::Book::kEbookFormat)},
           {"price_hundredths", price == book.int_props.end() ? Json() : Json(price->second)},
           {"currency", text(store::Book::kCurrency)},
-          {"date", TextOrNull(Printable(Property(book, store::Book::kDate)))}};
+          {"date", StringOrNull(MakePrintable(GetString(book, store::Book::kDate)))}};
 }
 
-Json EntryJson(const CatalogueEntry& entry) {
-  Json json = {{"ean", TextOrNull(entry.ean)},           {"title", TextOrNull(entry.title)},
-               {"author", TextOrNull(entry.author)},     {"formats", Json::array()},
-               {"needs_adobe", entry.needs_adobe},       {"price_hundredths", Json()},
-               {"currency", TextOrNull(entry.currency)}, {"language", TextOrNull(entry.language)},
-               {"subject", TextOrNull(entry.subject)},   {"published", TextOrNull(entry.published)},
-               {"summary", TextOrNull(entry.summary)},   {"page_url", TextOrNull(entry.page_url)}};
+Json EntryToJson(const CatalogueEntry& entry) {
+  Json json = {
+      {"ean", StringOrNull(entry.ean)},           {"title", StringOrNull(entry.title)},
+      {"author", StringOrNull(entry.author)},     {"formats", Json::array()},
+      {"needs_adobe", entry.needs_adobe},         {"price_hundredths", Json()},
+      {"currency", StringOrNull(entry.currency)}, {"language", StringOrNull(entry.language)},
+      {"subject", StringOrNull(entry.subject)},   {"published", StringOrNull(entry.published)},
+      {"summary", StringOrNull(entry.summary)},   {"page_url", StringOrNull(entry.page_url)}};
   if (entry.price_hundredths) json["price_hundredths"] = *entry.price_hundredths;
   const std::string& formats = entry.formats;
   for (std::size_t at = 0; at < formats.size();) {

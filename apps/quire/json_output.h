@@ -9,23 +9,22 @@
 
 namespace app {
 
-/// JSON whose members stay in the order written.
+/// JSON that keeps the order of its members.
 using Json = nlohmann::ordered_json;
 
-/// Writes `json` to the standard output. Bytes that are no UTF-8 become U+FFFD, and every control
-/// character an escape.
+/// Writes `json` to the standard output as SerializeJson returns it.
 void PrintJson(const Json& json);
 
-/// The text of PrintJson.
-std::string JsonText(const Json& json);
+/// Serializes `json` with indentation. Invalid UTF-8 becomes U+FFFD, control characters escapes.
+std::string SerializeJson(const Json& json);
 
-/// "ean", "title", "author", "format", "price_hundredths", "currency", "date": what a listing tells
-/// of a book; null where the shop did not say.
-Json BookJson(const store::Book& book);
+/// A book's "ean", "title", "author", "format", "price_hundredths", "currency" and "date"; null
+/// where unknown.
+Json BookToJson(const store::Book& book);
 
-/// The same of a title of the catalogue, with "formats", "needs_adobe", "language", "summary" and
-/// "page_url".
-Json EntryJson(const CatalogueEntry& entry);
+/// A title of the catalogue: the same without "date", "formats" in place of "format", and
+/// "needs_adobe", "language", "subject", "published", "summary" and "page_url".
+Json EntryToJson(const CatalogueEntry& entry);
 
 }  // namespace app
 

@@ -3,8 +3,8 @@
 
 #include <memory>
 
+#include "command_error.h"
 #include "commands.h"
-#include "failure.h"
 #include "json_output.h"
 #include "screen.h"
 #include "table.h"
@@ -15,7 +15,7 @@ namespace {
 constexpr char kLibraryFile[] = "/mnt/ext1/system/library.sqlite";
 constexpr char kQuery[] =
     "SELECT path, format, size, modified, title, author FROM books ORDER BY path";
-constexpr int kBusy_ms = 2000;  // the scanner may be writing
+constexpr int kBusyTimeout_ms = 2000;  // the scanner may be writing
 
 struct CloseDatabase {
   void operator()(sqlite3* database) const { sqlite3_close(database); }
@@ -32,14 +32,14 @@ struct LibraryBook {
   long long modified_s = 0;
 };
 
-Failure Unreadable(const Database& database) {
+CommandError Unreadable(const Database& database) {
   const int code = sqlite3_errcode(database.get());
   if (code == SQLITE_BUSY || code == SQLITE_LOCKED) {
-    return {kDevice, "The scanner is writing the device's library. Try again in a moment."};
+    return {kDevice, "The scanner is writing the device's library. Try again in a few seconds."};
   }
   return {kDevice, std::string("The device's library ") + kLibraryFile + " cannot be read (" +
                        sqlite3_errmsg(database.get()) +
-                       "). Delete it; the scanner makes a new one with the next download."};
+                       "). Delete it; the scanner creates a new one after the next download."};
 }
 
 std::vector<LibraryBook> ReadLibrary() {
@@ -49,7 +49,7 @@ std::vector<LibraryBook> ReadLibrary() {
   const int result = sqlite3_open_v2(kLibraryFile, &opened, SQLITE_OPEN_READONLY, nullptr);
   const Database database(opened);
   if (result != SQLITE_OK) throw Unreadable(database);
-  sqlite3_busy_timeout(opened, kBusy_ms);
+  sqlite3_busy_timeout(opened, kBusyTimeout_ms);
   sqlite3_stmt* prepared = nullptr;
   if (sqlite3_prepare_v2(opened, kQuery, -1, &prepared, nullptr) != SQLITE_OK) {
     throw Unreadable(database);
@@ -68,7 +68,7 @@ std::vector<LibraryBook> ReadLibrary() {
   return books;
 }
 
-std::string SizeText(long long bytes) {
+std::string FormatSize(long long bytes) {
   if (bytes < 1'000'000) return std::to_string((bytes + 999) / 1000) + " kB";
   char text[32];
   std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / 1e6);
@@ -91,7 +91,7 @@ void ShowLibrary(bool as_json) {
     return PrintJson(json);
   }
   if (books.empty()) {
-    Screen::Out().Say(
+    Screen::Out().PrintLine(
         "The device's scanner has recorded no books yet. Get some with \"quire "
         "download --all\".");
     return;
@@ -99,9 +99,9 @@ void ShowLibrary(bool as_json) {
   Table table({{"Title", 16}, {"Author", 10}, {"Format"}, {"Size", 0, true}, {"File", 14}});
   for (const LibraryBook& book : books) {
     const std::string file = book.path.substr(book.path.rfind('/') + 1);
-    const bool is_named = !book.title.empty();
-    table.AddRow({is_named ? book.title : file, book.author, book.format, SizeText(book.size_bytes),
-                  is_named ? file : ""});
+    const bool has_title = !book.title.empty();
+    table.AddRow({has_title ? book.title : file, book.author, book.format,
+                  FormatSize(book.size_bytes), has_title ? file : ""});
   }
   table.Print(Screen::Out());
 }

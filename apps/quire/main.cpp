@@ -1,19 +1,19 @@
+#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
 
+#include "command_error.h"
 #include "commands.h"
-#include "device_log.h"
-#include "failure.h"
 #include "text.h"
 
 int main(int argc, char** argv) {
-  app::UseUtf8();
-  app::KeepLogOffTheScreen();
-  app::Session session(app::Session::Use::kOneCommand);
+  app::SetUtf8Locale();
+  setenv("TABULET_LOG", "/tmp/quire.log", 0);  // the terminal is for the user
+  app::Session session(app::Session::Mode::kSingleCommand);
   const int exit_code = app::RunCommand({argv + 1, argv + argc}, session);
   if (!std::cout.flush()) {
-    app::PrintFailure("The output could not be written. See whether the disk is full.");
+    app::PrintError("The output could not be written. Check whether the disk is full.");
     return app::kDevice;
   }
   return exit_code;

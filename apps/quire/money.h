@@ -8,11 +8,11 @@
 
 namespace app {
 
-/// A price as the shop's cart writes it, such as "12,99 EUR"; without a currency "12,99".
+/// A price as the library formats a cart's total, such as "12,99 EUR"; without a currency "12,99".
 std::string FormatPrice(std::int64_t hundredths, std::string_view currency);
 
-/// Hundredths of a price in currency units, such as "12.99", "12,9" or "5"; further decimals are
-/// rounded. Nothing when the text is no such price.
+/// Parses a price in currency units, such as "12.99", "12,9" or "5", to hundredths; further
+/// decimals are rounded. Nothing when the string is not a price.
 std::optional<std::int64_t> ParsePrice(std::string_view text);
 
 }  // namespace app

@@ -20,8 +20,8 @@ constexpr std::string_view kAcquisition = "http://opds-spec.org/acquisition";
 constexpr std::string_view kImage = "http://opds-spec.org/image";
 constexpr std::string_view kThumbnail = "http://opds-spec.org/image/thumbnail";
 constexpr std::string_view kFeedType = "application/atom+xml";
-constexpr int kMostNested = 8;  // tickets within tickets
-constexpr unsigned kWithBlanks = pugi::parse_default | pugi::parse_ws_pcdata_single;
+constexpr int kMaxNesting = 8;  // of indirect acquisitions
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
 
 std::string_view LocalName(const pugi::xml_node& node) {
   const std::string_view name = node.name();
@@ -37,15 +37,15 @@ std::string_view Namespace(const pugi::xml_node& node) {
     if (const auto attribute = at.attribute(declaration.c_str())) return attribute.value();
   }
   if (colon == name.npos) return {};
-  throw FeedError("it uses the prefix \"" + Cut(Printable(name.substr(0, colon)), 40) +
+  throw FeedError("it uses the prefix \"" + Truncate(MakePrintable(name.substr(0, colon)), 40) +
                   "\" without declaring it");
 }
 
-bool Is(const pugi::xml_node& node, std::string_view space, std::string_view name) {
+bool IsElement(const pugi::xml_node& node, std::string_view space, std::string_view name) {
   return node.type() == pugi::node_element && LocalName(node) == name && Namespace(node) == space;
 }
 
-std::string RawTextOf(const pugi::xml_node& node) {
+std::string GetRawText(const pugi::xml_node& node) {
   std::string raw;
   pugi::xml_node at = node.first_child();
   while (at) {
@@ -57,17 +57,17 @@ std::string RawTextOf(const pugi::xml_node& node) {
   return raw;
 }
 
-/// All text below a node, without mark-up, its white space evened out.
-std::string TextOf(const pugi::xml_node& node) {
-  std::string raw = RawTextOf(node);
-  if (std::string_view(node.attribute("type").value()) == "html") {  // mark-up, written as a text
+/// All text below a node without markup; a run of white space becomes one space.
+std::string GetText(const pugi::xml_node& node) {
+  std::string raw = GetRawText(node);
+  if (std::string_view(node.attribute("type").value()) == "html") {  // escaped markup
     pugi::xml_document html;
-    if (html.load_buffer(raw.data(), raw.size(), kWithBlanks | pugi::parse_fragment)) {
-      raw = RawTextOf(html);
+    if (html.load_buffer(raw.data(), raw.size(), kParseOptions | pugi::parse_fragment)) {
+      raw = GetRawText(html);
     }
   }
   std::string out;
-  for (const char c : Printable(raw)) {
+  for (const char c : MakePrintable(raw)) {
     if (c != ' ' || (!out.empty() && out.back() != ' ')) out += c;
   }
   if (out.ends_with(' ')) out.pop_back();
@@ -75,23 +75,24 @@ std::string TextOf(const pugi::xml_node& node) {
 }
 
 /// The EAN in an identifier such as "urn:isbn:978-0-00-000001-7"; empty when there is none.
-std::string EanOf(std::string identifier) {
+std::string ParseEan(std::string identifier) {
   identifier.erase(0, identifier.find_last_of(":/") + 1);
   std::erase(identifier, '-');
-  const bool digits = identifier.find_first_not_of("0123456789") == identifier.npos;
-  return digits && identifier.size() >= 8 && identifier.size() <= 14 ? identifier : std::string();
+  const bool is_number = identifier.find_first_not_of("0123456789") == identifier.npos;
+  return is_number && identifier.size() >= 8 && identifier.size() <= 14 ? identifier
+                                                                        : std::string();
 }
 
 using OPDS::IndirectAcquisition;
 using Acquisitions = boost::ptr_vector<IndirectAcquisition>;
 
-/// An element of the catalogue model from a node with a "type", nested ones within it.
+/// Converts a node with a "type" and the acquisitions nested in it.
 std::unique_ptr<IndirectAcquisition> MakeAcquisition(const pugi::xml_node& node, int depth = 0) {
   auto acquisition = std::make_unique<IndirectAcquisition>(
       OPDS::AttributeMap{{"type", node.attribute("type").value()}});
-  if (depth == kMostNested) return acquisition;
+  if (depth == kMaxNesting) return acquisition;
   for (const auto& child : node.children()) {
-    if (!Is(child, kOpds, "indirectAcquisition")) continue;
+    if (!IsElement(child, kOpds, "indirectAcquisition")) continue;
     auto nested = MakeAcquisition(child, depth + 1);
     if (acquisition->addChild(nested.get())) static_cast<void>(nested.release());
   }
@@ -107,20 +108,20 @@ bool IsAcquisition(std::string_view relation) {
 
 void ReadPrice(const pugi::xml_node& link, CatalogueEntry& entry) {
   for (const auto& child : link.children()) {
-    if (entry.price_hundredths || !Is(child, kOpds, "price")) continue;
-    entry.price_hundredths = ParsePrice(TextOf(child));
-    entry.currency = Printable(child.attribute("currencycode").value());
+    if (entry.price_hundredths || !IsElement(child, kOpds, "price")) continue;
+    entry.price_hundredths = ParsePrice(GetText(child));
+    entry.currency = MakePrintable(child.attribute("currencycode").value());
   }
 }
 
 void ReadSubject(const pugi::xml_node& category, CatalogueEntry& entry) {
   const auto label = category.attribute("label");
-  const std::string text = Printable((label ? label : category.attribute("term")).value());
+  const std::string text = MakePrintable((label ? label : category.attribute("term")).value());
   if (!text.empty()) entry.subject += (entry.subject.empty() ? "" : ", ") + text;
 }
 
-/// What the feed's `node` contains is read against this address.
-std::string BaseOf(const pugi::xml_node& node, const std::string& outer) {
+/// The base address of what `node` contains.
+std::string ResolveBase(const pugi::xml_node& node, const std::string& outer) {
   const auto attribute = node.attribute("xml:base");
   return attribute ? ResolveAddress(outer, attribute.value()) : outer;
 }
@@ -129,7 +130,7 @@ struct Entry {
   CatalogueEntry title;
   Acquisitions acquisitions;
   std::string section;
-  bool is_title = false;  // there is a way to get it
+  bool is_title = false;  // has an acquisition link
   bool has_links = false;
 };
 
@@ -137,14 +138,14 @@ void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry)
   const std::string_view relation = link.attribute("rel").value();
   const std::string_view type = link.attribute("type").value();
   const std::string address = ResolveAddress(base, link.attribute("href").value());
-  const auto keep_first = [&](std::string& slot) {
+  const auto set_if_empty = [&](std::string& slot) {
     if (slot.empty()) slot = address;
   };
 
   entry.has_links = true;
   if (IsAcquisition(relation)) {
     entry.is_title = true;
-    // Where a link leads to a page of the shop, only what comes after it is a format.
+    // A link to a page of the shop is not a format itself; the acquisitions nested in it are.
     auto acquisition = MakeAcquisition(link);
     const bool is_free = relation == kAcquisition || relation.ends_with("/open-access");
     if (type.starts_with("text/html") && !(is_free && acquisition->children.empty())) {
@@ -154,24 +155,24 @@ void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry)
     }
     ReadPrice(link, entry.title);
   } else if (relation == kThumbnail) {
-    keep_first(entry.title.thumbnail_url);
+    set_if_empty(entry.title.thumbnail_url);
   } else if (relation == kImage) {
-    keep_first(entry.title.image_url);
+    set_if_empty(entry.title.image_url);
   } else if (relation == "alternate" && type.starts_with("text/html")) {
-    keep_first(entry.title.page_url);
+    set_if_empty(entry.title.page_url);
   } else if (type.starts_with(kFeedType) && type.find("type=entry") == type.npos &&
              (relation.empty() || relation == "subsection" || relation == "collection" ||
               relation.find("/sort/") != relation.npos)) {
-    keep_first(entry.section);
+    set_if_empty(entry.section);
   }
 }
 
 Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
-  const std::string base = BaseOf(node, outer_base);
+  const std::string base = ResolveBase(node, outer_base);
   Entry entry;
   CatalogueEntry& title = entry.title;
   std::string id;
-  const auto keep_first = [](std::string& slot, std::string text) {
+  const auto set_if_empty = [](std::string& slot, std::string text) {
     if (slot.empty()) slot = std::move(text);
   };
   for (const auto& child : node.children()) {
@@ -180,23 +181,23 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
     const std::string_view space = Namespace(child);
     if (space == kAtom) {
       if (name == "link") ReadLink(child, base, entry);
-      if (name == "title") keep_first(title.title, TextOf(child));
-      if (name == "id") keep_first(id, TextOf(child));
-      if (name == "summary") keep_first(title.summary, TextOf(child));
-      if (name == "published") keep_first(title.published, TextOf(child));
+      if (name == "title") set_if_empty(title.title, GetText(child));
+      if (name == "id") set_if_empty(id, GetText(child));
+      if (name == "summary") set_if_empty(title.summary, GetText(child));
+      if (name == "published") set_if_empty(title.published, GetText(child));
       if (name == "category") ReadSubject(child, title);
       if (name != "author") continue;
       for (const auto& part : child.children()) {
-        if (!Is(part, kAtom, "name")) continue;
-        title.author += (title.author.empty() ? "" : ", ") + TextOf(part);
+        if (!IsElement(part, kAtom, "name")) continue;
+        title.author += (title.author.empty() ? "" : ", ") + GetText(part);
       }
     } else if (space == kDcTerms || space == kDcElements) {
-      if (name == "identifier") keep_first(title.ean, EanOf(TextOf(child)));
-      if (name == "language") keep_first(title.language, TextOf(child));
-      if (name == "issued") keep_first(title.published, TextOf(child));
+      if (name == "identifier") set_if_empty(title.ean, ParseEan(GetText(child)));
+      if (name == "language") set_if_empty(title.language, GetText(child));
+      if (name == "issued") set_if_empty(title.published, GetText(child));
     }
   }
-  if (title.ean.empty()) title.ean = EanOf(id);
+  if (title.ean.empty()) title.ean = ParseEan(id);
   if (!entry.acquisitions.empty()) title.type = entry.acquisitions.front().type;
   std::stringstream formats;
   saltmoor::quire::MakeFormat(formats, title.needs_adobe, entry.acquisitions);
@@ -208,35 +209,35 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
 
 FeedPage ParseFeed(std::string_view xml, const std::string& url) {
   pugi::xml_document document;
-  const auto read = document.load_buffer(xml.data(), xml.size(), kWithBlanks);
+  const auto read = document.load_buffer(xml.data(), xml.size(), kParseOptions);
   if (!read) {
-    throw FeedError("it is no XML: " + FoldCase(read.description()) + " at byte " +
+    throw FeedError("it is not XML: " + FoldCase(read.description()) + " at byte " +
                     std::to_string(read.offset));
   }
   const pugi::xml_node root = document.document_element();
   FeedPage page;
-  const auto take = [&page](Entry entry) {
+  const auto add_entry = [&page](Entry entry) {
     if (entry.is_title) {
       page.entries.push_back(std::move(entry.title));
     } else if (!entry.section.empty()) {
       page.sections.push_back(std::move(entry.section));
     } else if (entry.has_links) {
-      ++page.left_out;
+      ++page.skipped_count;
     }
   };
-  if (Is(root, kAtom, "entry")) {
-    take(ReadEntry(root, url));
+  if (IsElement(root, kAtom, "entry")) {
+    add_entry(ReadEntry(root, url));
     return page;
   }
-  if (!Is(root, kAtom, "feed")) {
-    throw FeedError("its outermost element is \"" + Cut(Printable(root.name()), 40) +
+  if (!IsElement(root, kAtom, "feed")) {
+    throw FeedError("its outermost element is \"" + Truncate(MakePrintable(root.name()), 40) +
                     "\" and not an Atom feed");
   }
-  const std::string base = BaseOf(root, url);
+  const std::string base = ResolveBase(root, url);
   for (const auto& node : root.children()) {
-    if (Is(node, kAtom, "entry")) {
-      take(ReadEntry(node, base));
-    } else if (Is(node, kAtom, "link") && page.next_url.empty() &&
+    if (IsElement(node, kAtom, "entry")) {
+      add_entry(ReadEntry(node, base));
+    } else if (IsElement(node, kAtom, "link") && page.next_url.empty() &&
                std::string_view(node.attribute("rel").value()) == "next") {
       page.next_url = ResolveAddress(base, node.attribute("href").value());
     }

@@ -10,7 +10,7 @@
 
 namespace app {
 
-/// One title of the catalogue. What the feed does not say is empty.
+/// One title of the catalogue. A field that the feed does not set is empty.
 struct CatalogueEntry {
   std::string ean;
   std::string title;
@@ -18,33 +18,33 @@ struct CatalogueEntry {
   std::string subject;  ///< several joined with ", "
   std::string summary;
   std::string language;
-  std::string published;  ///< as the feed writes it
+  std::string published;  ///< as in the feed
   std::optional<std::int64_t> price_hundredths;
   std::string currency;
   std::string thumbnail_url;
   std::string image_url;
   std::string page_url;
-  std::string type;          ///< MIME type of what the first way to get it yields
+  std::string type;          ///< MIME type of the first acquisition
   std::string formats;       ///< for display, such as "EPUB,PDF"
-  bool needs_adobe = false;  ///< one of them is a ticket that Adobe Digital Editions fulfils
+  bool needs_adobe = false;  ///< one format is a ticket for Adobe Digital Editions
 };
 
 /// One page of an OPDS catalogue. Addresses are absolute.
 struct FeedPage {
   std::vector<CatalogueEntry> entries;
-  std::vector<std::string> sections;  ///< other feeds that entries of this one lead to
+  std::vector<std::string> sections;  ///< other feeds that entries link to
   std::string next_url;               ///< empty on the last page
-  std::size_t left_out = 0;           ///< entries with links, none of a relation that is known
+  std::size_t skipped_count = 0;      ///< entries whose links all have unknown relations
 };
 
-/// A page that is no catalogue feed; the text says why, as part of a sentence.
+/// Thrown for a page that is not a catalogue feed. The text is the reason, as a clause.
 class FeedError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Reads a page that was fetched from `url`. Elements count by namespace, whatever their prefix;
-/// unknown ones and unknown link relations are passed over. Throws FeedError.
+/// Parses a page that was fetched from `url`. Elements are recognised by namespace, whatever their
+/// prefix; unknown elements and link relations are skipped. Throws FeedError.
 FeedPage ParseFeed(std::string_view xml, const std::string& url);
 
 }  // namespace app

@@ -5,24 +5,24 @@
 
 namespace app {
 
-/// A secret that is wiped from memory when it is no longer needed.
+/// A secret that is wiped from memory on destruction.
 class Password {
  public:
-  explicit Password(std::string text) : text_(std::move(text)) {}
+  explicit Password(std::string value) : value_(std::move(value)) {}
   ~Password();
   Password(const Password&) = delete;
   Password& operator=(const Password&) = delete;
 
-  const std::string& Text() const { return text_; }
+  const std::string& value() const { return value_; }
 
  private:
-  std::string text_;
+  std::string value_;
 };
 
-/// Asks for a password on the terminal, without showing what is typed; where the standard input is
-/// no terminal, takes its next line. Throws Failure when there is none.
-/// \param twice  on the terminal, asks again and compares.
-Password AskPassword(const std::string& prompt, bool twice = false);
+/// Reads a password: typed on the terminal without echo, or the next line of a standard input that
+/// is not a terminal. Throws CommandError when there is none.
+/// \param twice  on the terminal, asks a second time and compares.
+Password ReadPassword(const std::string& prompt, bool twice = false);
 
 }  // namespace app
 

@@ -15,9 +15,9 @@ namespace app {
 namespace {
 
 constexpr int kDefaultColumns = 80;
-constexpr int kLeastColumns = 20;
-constexpr int kMostColumns = 1000;
-constexpr char kHeldBlank[] = "\u00A0";  // where a line must not break
+constexpr int kMinColumns = 20;
+constexpr int kMaxColumns = 1000;
+constexpr char kNoBreakSpace[] = "\u00A0";  // stands for a space where a line must not break
 
 bool IsSet(const char* name) {
   const char* value = std::getenv(name);
@@ -30,31 +30,31 @@ void ReplaceAll(std::string& text, std::string_view what, std::string_view with)
   }
 }
 
-/// Makes Wrap leave commands such as "quire cart" whole.
-std::string HoldCommands(const std::string& text) {
+/// Keeps Wrap from breaking lines within commands such as "quire cart".
+std::string ProtectCommands(const std::string& text) {
   std::string out;
   std::size_t at = 0;
   for (std::size_t start; (start = text.find("\"quire ", at)) != text.npos;) {
     const std::size_t end = std::min(text.find('"', start + 1), text.size());
     std::string command = text.substr(start, end - start);
-    ReplaceAll(command, " ", kHeldBlank);
+    ReplaceAll(command, " ", kNoBreakSpace);
     out += text.substr(at, start - at) + command;
     at = end;
   }
   return out + text.substr(at);
 }
 
-const char* Sequence(Tone tone) {
-  switch (tone) {
-    case Tone::kStrong:
+const char* EscapeSequence(Style style) {
+  switch (style) {
+    case Style::kBold:
       return "\x1b[1m";
-    case Tone::kQuiet:
+    case Style::kDim:
       return "\x1b[2m";
-    case Tone::kGood:
+    case Style::kGood:
       return "\x1b[32m";
-    case Tone::kBad:
+    case Style::kBad:
       return "\x1b[31m";
-    case Tone::kPlain:
+    case Style::kPlain:
       break;
   }
   return "";
@@ -66,7 +66,7 @@ Screen::Screen(int descriptor, std::ostream& stream)
     : descriptor_(descriptor), stream_(stream), terminal_(isatty(descriptor) != 0) {
   const char* kind = std::getenv("TERM");
   const bool dumb = kind == nullptr || std::string_view(kind) == "dumb";
-  live_ = terminal_ && !dumb && !IsSet("NO_COLOR");
+  interactive_ = terminal_ && !dumb && !IsSet("NO_COLOR");
 }
 
 const Screen& Screen::Out() {
@@ -82,35 +82,34 @@ const Screen& Screen::Err() {
 int Screen::Width() const {
   if (IsSet("COLUMNS")) {
     const long columns = std::strtol(std::getenv("COLUMNS"), nullptr, 10);
-    if (columns > 0)
-      return static_cast<int>(std::clamp<long>(columns, kLeastColumns, kMostColumns));
+    if (columns > 0) return static_cast<int>(std::clamp<long>(columns, kMinColumns, kMaxColumns));
   }
   winsize size{};
   if (!terminal_ || ioctl(descriptor_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
     return kDefaultColumns;
   }
-  return std::max<int>(size.ws_col, kLeastColumns);
+  return std::max<int>(size.ws_col, kMinColumns);
 }
 
-std::string Screen::Paint(Tone tone, const std::string& text) const {
-  if (!live_ || tone == Tone::kPlain || text.empty()) return text;
-  return Sequence(tone) + text + "\x1b[0m";
+std::string Screen::ApplyStyle(Style style, const std::string& text) const {
+  if (!interactive_ || style == Style::kPlain || text.empty()) return text;
+  return EscapeSequence(style) + text + "\x1b[0m";
 }
 
-void Screen::Say(std::string_view text, Tone tone) const {
+void Screen::PrintLine(std::string_view text, Style style) const {
   if (!terminal_) {
-    stream_ << Printable(text) << std::endl;
+    stream_ << MakePrintable(text) << std::endl;
     return;
   }
-  for (std::string& line : Wrap(HoldCommands(Printable(text)), Width())) {
-    ReplaceAll(line, kHeldBlank, " ");
-    stream_ << Paint(tone, line) << '\n';
+  for (std::string& line : Wrap(ProtectCommands(MakePrintable(text)), Width())) {
+    ReplaceAll(line, kNoBreakSpace, " ");
+    stream_ << ApplyStyle(style, line) << '\n';
   }
   stream_.flush();
 }
 
-void Screen::SayPath(std::string_view path) const {
-  Write("  " + Printable(path) + "\n");
+void Screen::PrintPath(std::string_view path) const {
+  Write("  " + MakePrintable(path) + "\n");
 }
 
 void Screen::Write(std::string_view text) const {
@@ -118,11 +117,11 @@ void Screen::Write(std::string_view text) const {
 }
 
 void Screen::ReplaceLine(std::string_view text) const {
-  if (live_) stream_ << "\r\x1b[K" << text << std::flush;
+  if (interactive_) stream_ << "\r\x1b[K" << text << std::flush;
 }
 
 Spinner::Spinner(std::string text) {
-  if (!Screen::Err().IsLive()) return;
+  if (!Screen::Err().IsInteractive()) return;
   thread_ = std::thread([this, text = std::move(text)] { Spin(text); });
 }
 
@@ -149,7 +148,7 @@ void Spinner::Spin(const std::string& text) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
     std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
     if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
-    screen.ReplaceLine(Cut(line, screen.Width() - 1));
+    screen.ReplaceLine(Truncate(line, screen.Width() - 1));
   } while (!ended_.wait_for(lock, 100ms, [this] { return end_; }));
   screen.ReplaceLine("");
 }
@@ -158,9 +157,9 @@ std::string ProgressLine(std::string_view title, int percent, int columns) {
   constexpr std::array kEighths{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
   percent = std::clamp(percent, 0, 100);
   const int bar = std::clamp(columns / 3, 8, 30);
-  const int room = std::max(columns - bar - 8, 0);  // a blank, two edges, "100 %"
-  std::string name = Cut(title, room);
-  name.append(static_cast<std::size_t>(room - DisplayWidth(name)), ' ');
+  const int available = std::max(columns - bar - 8, 0);  // a space, two edges, "100 %"
+  std::string name = Truncate(title, available);
+  name.append(static_cast<std::size_t>(available - DisplayWidth(name)), ' ');
 
   const int eighths = bar * 8 * percent / 100;
   std::string filled;

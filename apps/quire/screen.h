@@ -10,34 +10,34 @@
 
 namespace app {
 
-enum class Tone { kPlain, kStrong, kQuiet, kGood, kBad };
+enum class Style { kPlain, kBold, kDim, kGood, kBad };
 
-/// One of the process's two output streams, as a person sees it.
+/// One of the process's two output streams. Not thread-safe.
 class Screen {
  public:
   static const Screen& Out();
   static const Screen& Err();
 
-  /// Whether colours and moving lines are welcome: a terminal, and NO_COLOR not set.
-  bool IsLive() const { return live_; }
+  /// Whether styles and lines that change are shown: on a terminal, unless NO_COLOR is set.
+  bool IsInteractive() const { return interactive_; }
 
-  /// Columns to fit into: what COLUMNS says, else the terminal, else 80.
+  /// Columns to fit into: $COLUMNS, else the terminal's width, else 80.
   int Width() const;
 
-  /// A printable text in a tone, where the stream shows tones.
-  std::string Paint(Tone tone, const std::string& text) const;
+  /// A printable string with the escape sequences of a style, if the stream shows styles.
+  std::string ApplyStyle(Style style, const std::string& text) const;
 
-  /// Any text as a line; on a terminal as lines that fit, with commands for the user such as
-  /// "quire cart" left whole. What a server sent becomes harmless here.
-  void Say(std::string_view text, Tone tone = Tone::kPlain) const;
+  /// Prints a line, made printable; on a terminal it is wrapped, but not within a command such as
+  /// "quire cart".
+  void PrintLine(std::string_view text, Style style = Style::kPlain) const;
 
-  /// A path on a line of its own that is not broken, so that it can be copied.
-  void SayPath(std::string_view path) const;
+  /// Prints a path on a line of its own that is not wrapped, so that it can be copied.
+  void PrintPath(std::string_view path) const;
 
-  /// Text that is fit to print already.
+  /// Writes a string that is printable already.
   void Write(std::string_view text) const;
 
-  /// Replaces the line that the cursor stands in; only on a live stream.
+  /// Replaces the cursor's line on an interactive stream; does nothing on another.
   void ReplaceLine(std::string_view text) const;
 
  private:
@@ -46,11 +46,11 @@ class Screen {
   int descriptor_;
   std::ostream& stream_;
   bool terminal_;
-  bool live_;
+  bool interactive_;
 };
 
-/// While it lives, a line on the error stream moves and says what is waited for. It appears only
-/// after a moment, and only on a live terminal. Its thread does nothing but print.
+/// Shows on an interactive error stream what the program waits for, from 300 ms after construction
+/// until destruction. Its thread only prints.
 class Spinner {
  public:
   explicit Spinner(std::string text);

@@ -1,102 +1,70 @@
 #include "session.h"
 
-#include <json/reader.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <fstream>
-#include <tuple>
 
-#include "device_log.h"
-#include "failure.h"
+#include "failure_message.h"
 #include "screen.h"
 
 namespace app {
-namespace {
-
-constexpr char kConfigFolder[] = "/mnt/ext1/system/config";
-constexpr char kConfigFile[] = "/mnt/ext1/system/config/quire_config.cfg";
-constexpr char kSwitchboardFile[] = "/mnt/ext1/system/config/switchboard.json";
-
-Failure WhyNotUp(const DeviceLog& log) {
-  if (access(kConfigFolder, R_OK | W_OK | X_OK) != 0) {
-    return {kDevice, std::string("This is no device: the folder ") + kConfigFolder +
-                         " is missing or closed to you. Run quire through the launcher, as in "
-                         "\"quire-device quire shop\"."};
-  }
-  if (access(kConfigFile, F_OK) == 0 && access(kConfigFile, R_OK | W_OK) != 0) {
-    return {kDevice, std::string("The device's file ") + kConfigFile +
-                         " cannot be opened. Give yourself the right to read and write it."};
-  }
-  return {kUnreachable, "The service that says which shop this is cannot be reached" +
-                            log.Reason() + ". Check the network and try again."};
-}
-
-}  // namespace
 
 store::StoreManager& Session::Store() {
   store::StoreManager& manager = store::StoreManager::Instance();
-  if (is_up_) return manager;
-  const DeviceLog log;
+  if (is_initialised_) return manager;
   const Spinner spinner("Asking the shop …");
-  if (manager.Init() != 0) throw WhyNotUp(log);
-  is_up_ = true;
-  purchased_are_fresh_ = true;
+  if (manager.Init() != 0) {
+    throw ToCommandError("The shop cannot be opened", manager.GetLastFailure());
+  }
+  is_initialised_ = true;
+  purchased_are_fresh_ = manager.IsPurchasedKnown();
   return manager;
 }
 
-store::StoreManager& Session::LoggedIn() {
+store::StoreManager& Session::LoggedInStore() {
   store::StoreManager& manager = Store();
   if (!manager.IsLoggedIn()) {
-    throw Failure(kNotLoggedIn, "You are not logged in. Log in with \"quire login\".");
+    throw CommandError(kNotLoggedIn, "You are not logged in. Log in with \"quire login\".");
   }
   return manager;
 }
 
-const std::vector<store::Book>& Session::Purchased() {
-  store::StoreManager& manager = LoggedIn();
-  const DeviceLog log;
+const std::vector<store::Book>& Session::PurchasedBooks() {
+  store::StoreManager& manager = LoggedInStore();
+  if (purchased_are_fresh_) return manager.GetPurchased();
   const Spinner spinner("Asking the shop …");
-  if (!purchased_are_fresh_) manager.LoadPurchased();
-  purchased_are_fresh_ = true;
-  if (!manager.GetPurchased().empty()) return manager.GetPurchased();
-
-  // An empty list may as well be a failure: the customer's profile tells the two apart.
-  auto result = std::get<0>(manager.GetUserData());
-  if (result.code_ != store::ServerApi::kOk && manager.NewSession(nullptr) == 0) {
+  manager.LoadPurchased();
+  // A refusal mostly means that the shop has ended the session.
+  if (manager.GetLastFailure().kind == store::Failure::kRefused &&
+      manager.NewSession(nullptr) == 0) {
     manager.LoadPurchased();
-    result = std::get<0>(manager.GetUserData());
   }
-  if (result.code_ == store::ServerApi::kOk) return manager.GetPurchased();
-  purchased_are_fresh_ = false;
-  if (result.message_.empty()) {
-    throw Failure(kUnreachable, "The shop cannot be reached" + log.Reason() +
-                                    ". Check the network and try again.");
+  purchased_are_fresh_ = manager.IsPurchasedKnown();
+  if (purchased_are_fresh_) return manager.GetPurchased();
+  const store::Failure& failure = manager.GetLastFailure();
+  if (failure.kind == store::Failure::kRefused) {
+    const CommandError error = ToCommandError("The shop does not accept your session", failure,
+                                              "Log in again with \"quire login\".");
+    throw CommandError(kNotLoggedIn, error.what());
   }
-  throw Failure(kNotLoggedIn, "The shop no longer knows your session: \"" + result.message_ +
-                                  "\". Log in again with \"quire login\".");
+  throw ToCommandError("The list of your books is unknown", failure);
 }
 
-store::SwitchboardConfig Session::Config() {
-  Store();
-  std::ifstream file(kSwitchboardFile, std::ios::binary);
-  Json::Value json;
-  Json::Reader reader;
-  if (!file || !reader.parse(file, json, false)) {
-    throw Failure(kDevice, std::string("The device's file ") + kSwitchboardFile +
-                               " cannot be read. Delete it and try again.");
-  }
-  return store::SwitchboardConfig::Parse(json);
+const store::SwitchboardConfig& Session::Config() {
+  store::StoreManager& manager = Store();
+  const auto is_known = [&] { return manager.GetConfig().ToJson().isObject(); };
+  // The library takes over and caches an answer that is not JSON.
+  if (!is_known()) manager.ConfigFromServer();
+  if (!is_known()) throw ToCommandError("The shop is unknown", manager.GetLastFailure());
+  return manager.GetConfig();
 }
 
-std::string Property(const store::Book& book, store::Book::StringProps property) {
+std::string GetString(const store::Book& book, store::Book::StringProps property) {
   const auto found = book.string_props.find(property);
   return found == book.string_props.end() ? std::string() : found->second;
 }
 
 const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean) {
   const auto found = std::find_if(books.begin(), books.end(), [&](const store::Book& book) {
-    return Property(book, store::Book::kEan) == ean;
+    return GetString(book, store::Book::kEan) == ean;
   });
   return found == books.end() ? nullptr : &*found;
 }

@@ -11,49 +11,51 @@ namespace app {
 
 namespace store = saltmoor::quire;
 
-/// The library's manager as commands use it: brought up when one first needs it, and kept.
+/// The library's manager as commands use it: initialised when a command first needs it, then kept.
 class Session {
  public:
-  enum class Use {
-    kOneCommand,
-    kScript,  ///< commands are read from a file or a pipe
+  enum class Mode {
+    kSingleCommand,
+    kScript,  ///< commands come from a file or a pipe
     kPrompt,  ///< a person types one command after the other
   };
-  explicit Session(Use use) : use_(use) {}
+  explicit Session(Mode mode) : mode_(mode) {}
 
-  Use GetUse() const { return use_; }
+  Mode mode() const { return mode_; }
 
-  /// Tells that a new command begins: what was fetched before counts as old from here on.
+  /// Starts a new command: what an earlier one fetched is fetched again.
   void BeginCommand() { purchased_are_fresh_ = false; }
 
-  /// The manager, brought up. Throws Failure when it cannot be.
+  /// The initialised manager. Throws CommandError when Init fails.
   store::StoreManager& Store();
 
-  /// The manager, with a user logged in. Throws Failure when nobody is.
-  store::StoreManager& LoggedIn();
+  /// The manager with a user logged in. Throws CommandError when nobody is.
+  store::StoreManager& LoggedInStore();
 
-  /// What the user has bought, asked of the shop in this command. Throws Failure when nobody is
-  /// logged in or the shop gives no answer, which the manager's list alone does not tell.
-  const std::vector<store::Book>& Purchased();
+  /// The books that the user has bought, fetched during this command. Throws CommandError when
+  /// nobody is logged in or the list cannot be fetched; an empty list is a known one.
+  const std::vector<store::Book>& PurchasedBooks();
 
-  /// Which shop this is, as the manager last cached it.
-  store::SwitchboardConfig Config();
+  /// The shop's configuration. Throws CommandError when there is none.
+  const store::SwitchboardConfig& Config();
 
-  /// A download that goes on although its command has ended.
-  std::optional<store::Book> background_download;
+  struct Download {
+    store::Book book;
+    store::Failure failure;  ///< empty as long as it has not failed
+  };
+  /// A download that continues after its command has ended.
+  std::optional<Download> background_download;
   /// Whether the cart is as a checkout of this session left it, with an order to pay.
   bool order_is_priced = false;
-  /// Whether a payment of this session was started and not seen to succeed.
-  bool payment_was_started = false;
 
  private:
-  Use use_;
-  bool is_up_ = false;
+  Mode mode_;
+  bool is_initialised_ = false;
   bool purchased_are_fresh_ = false;
 };
 
 /// The book's property; empty when it is absent.
-std::string Property(const store::Book& book, store::Book::StringProps property);
+std::string GetString(const store::Book& book, store::Book::StringProps property);
 
 /// The first of some books with that EAN; null when there is none.
 const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean);

@@ -7,9 +7,9 @@
 #include <memory>
 #include <optional>
 
+#include "command_error.h"
 #include "commands.h"
 #include "downloads.h"
-#include "failure.h"
 #include "screen.h"
 
 namespace app {
@@ -23,56 +23,56 @@ struct ShellOptions {
 };
 
 constexpr int kCtrlC = 'C' & 0x1F;
-bool line_is_dropped = false;  // libedit's calls have no place for a pointer
+bool line_discarded = false;  // libedit passes no user data to its callbacks
 
-int DropLine(int, int) {
-  line_is_dropped = true;
+int DiscardLine(int, int) {
+  line_discarded = true;
   rl_done = 1;
   return 0;
 }
 
-/// While it lives, Ctrl-C reaches the terminal's reader as a key, and not the process as a signal.
-class CtrlCAsKey {
+/// For its lifetime Ctrl-C is a key for the line editor and not a signal for the process.
+class ScopedCtrlCKey {
  public:
-  CtrlCAsKey() {
+  ScopedCtrlCKey() {
     if (tcgetattr(STDIN_FILENO, &before_) != 0) return;
     termios mode = before_;
     mode.c_cc[VINTR] = _POSIX_VDISABLE;
     changed_ = tcsetattr(STDIN_FILENO, TCSANOW, &mode) == 0;
   }
-  ~CtrlCAsKey() {
+  ~ScopedCtrlCKey() {
     if (changed_) tcsetattr(STDIN_FILENO, TCSANOW, &before_);
   }
-  CtrlCAsKey(const CtrlCAsKey&) = delete;
-  CtrlCAsKey& operator=(const CtrlCAsKey&) = delete;
+  ScopedCtrlCKey(const ScopedCtrlCKey&) = delete;
+  ScopedCtrlCKey& operator=(const ScopedCtrlCKey&) = delete;
 
  private:
   termios before_{};
   bool changed_ = false;
 };
 
-/// The next line of the prompt or of the standard input; nothing at its end.
-std::optional<std::string> NextLine(bool at_prompt) {
+/// Reads a line at the prompt or from the standard input; nothing at its end.
+std::optional<std::string> ReadLine(bool at_prompt) {
   std::string line;
   if (!at_prompt) {
     if (!std::getline(std::cin, line)) return std::nullopt;
     return line;
   }
-  const CtrlCAsKey key;
-  line_is_dropped = false;
+  const ScopedCtrlCKey key;
+  line_discarded = false;
   const std::unique_ptr<char, decltype(&std::free)> typed(readline(kPrompt), &std::free);
   if (!typed) {
     Screen::Out().Write("\n");
-    return line_is_dropped ? std::optional<std::string>("") : std::nullopt;
+    return line_discarded ? std::optional<std::string>("") : std::nullopt;
   }
   line = typed.get();
   if (line.find_first_not_of(' ') != std::string::npos) add_history(line.c_str());
   return line;
 }
 
-/// The words of a line, which may be quoted. "help" and a leading "quire" are made what the command
-/// line knows.
-std::vector<std::string> Words(const std::string& line) {
+/// Splits a line into words, which may be quoted; drops a leading "quire" and turns "help" into
+/// "--help".
+std::vector<std::string> SplitWords(const std::string& line) {
   std::vector<std::string> words = CLI::detail::split_up(line);
   if (!words.empty() && words.front() == "quire") words.erase(words.begin());
   if (!words.empty() && words.front() == "help") {
@@ -82,39 +82,39 @@ std::vector<std::string> Words(const std::string& line) {
   return words;
 }
 
-void Greet(Session& session) {
+void PrintGreeting(Session& session) {
   store::StoreManager& manager = session.Store();
   const std::string shop = manager.GetShopName();
   const std::string user = manager.IsLoggedIn() ? manager.getLogin() : "";
-  Screen::Out().Say("Welcome" + (shop.empty() ? "" : " to " + shop) +
-                    (user.empty() ? ". Begin with \"login\"." : ", " + user + ".") +
-                    " \"help\" lists the commands, \"exit\" leaves.");
+  Screen::Out().PrintLine("Welcome" + (shop.empty() ? "" : " to " + shop) +
+                          (user.empty() ? ". Log in with \"login\"." : ", " + user + ".") +
+                          " \"help\" lists the commands, \"exit\" leaves.");
 }
 
 int RunShell(const ShellOptions& options) {
   const bool at_prompt = isatty(STDIN_FILENO) != 0;
-  Session session(at_prompt ? Session::Use::kPrompt : Session::Use::kScript);
+  Session session(at_prompt ? Session::Mode::kPrompt : Session::Mode::kScript);
   if (at_prompt) {
     rl_initialize();
-    rl_add_defun("quire-drop-line", DropLine, kCtrlC);
+    rl_add_defun("quire-discard-line", DiscardLine, kCtrlC);
     try {
-      Greet(session);
-    } catch (const Failure& failure) {
-      PrintFailure(failure.what());  // the next command tries again
+      PrintGreeting(session);
+    } catch (const CommandError& error) {
+      PrintError(error.what());  // the next command retries
     }
   }
   int exit_code = kOk;
-  while (const auto line = NextLine(at_prompt)) {
-    const std::vector<std::string> words = Words(*line);
+  while (const auto line = ReadLine(at_prompt)) {
+    const std::vector<std::string> words = SplitWords(*line);
     if (words.empty() || words.front().starts_with('#')) continue;
     if (words.front() == "exit" || words.front() == "quit") break;
-    if (options.echo) Screen::Out().Say(kPrompt + *line, Tone::kStrong);
+    if (options.echo) Screen::Out().PrintLine(kPrompt + *line, Style::kBold);
     const int code = RunCommand(words, session);
     if (code != kOk && !at_prompt) exit_code = code;
     if (code != kOk && !at_prompt && !options.keep_going) break;
-    TellEndedDownload(session);
+    ReportEndedDownload(session);
   }
-  AwaitBackgroundDownload(session);
+  WaitForBackgroundDownload(session);
   return exit_code;
 }
 

@@ -10,23 +10,23 @@ namespace {
 
 constexpr int kGap = 2;
 
-std::string Blanks(int count) {
+std::string Spaces(int count) {
   return std::string(static_cast<std::size_t>(std::max(count, 0)), ' ');
 }
 
-std::string Trimmed(std::string line) {
+std::string TrimRight(std::string line) {
   line.erase(line.find_last_not_of(' ') + 1);
   return line;
 }
 
-/// Takes columns off the widest that may be cut until `widths` fit. False when they cannot.
-bool Fit(std::vector<int>& widths, const std::vector<Column>& columns, int width) {
+/// Narrows the widest columns that may be truncated until `widths` fit. False when they cannot.
+bool ShrinkToFit(std::vector<int>& widths, const std::vector<Column>& columns, int width) {
   const int gaps = kGap * (static_cast<int>(columns.size()) - 1);
   int excess = std::accumulate(widths.begin(), widths.end(), gaps) - width;
   while (excess > 0) {
     int widest = -1;
     for (int i = 0; i < static_cast<int>(columns.size()); ++i) {
-      const int least = columns[i].least_columns;
+      const int least = columns[i].min_columns;
       if (least == 0 || widths[i] <= least) continue;
       if (widest < 0 || widths[i] > widths[widest]) widest = i;
     }
@@ -39,7 +39,7 @@ bool Fit(std::vector<int>& widths, const std::vector<Column>& columns, int width
 
 }  // namespace
 
-Cell::Cell(std::string value, Tone shown_in) : text(Printable(value)), tone(shown_in) {}
+Cell::Cell(std::string value, Style shown_as) : text(MakePrintable(value)), style(shown_as) {}
 
 void Table::Print(const Screen& screen) const {
   screen.Write(Render(screen, screen.Width()));
@@ -53,7 +53,7 @@ std::string Table::Render(const Screen& screen, int width) const {
       widths[i] = std::max(widths[i], DisplayWidth(row[i].text));
     }
   }
-  if (width > 0 && !Fit(widths, columns_, width)) return RenderCards(screen, width);
+  if (width > 0 && !ShrinkToFit(widths, columns_, width)) return RenderCards(screen, width);
   return RenderRows(screen, widths);
 }
 
@@ -61,14 +61,14 @@ std::string Table::RenderRows(const Screen& screen, const std::vector<int>& widt
   std::string out;
   const auto add_line = [&](auto&& cell_at) {
     std::string line;
-    int pending = 0;  // blanks due before the next text: none end a line
+    int pending = 0;  // spaces before the next text, so that none end a line
     for (std::size_t i = 0; i < columns_.size(); ++i) {
       const Cell& cell = cell_at(i);
-      const std::string text = Cut(cell.text, widths[i]);
+      const std::string text = Truncate(cell.text, widths[i]);
       const int padding = widths[i] - DisplayWidth(text);
       if (columns_[i].right) pending += padding;
       if (!text.empty()) {
-        line += Blanks(pending) + screen.Paint(cell.tone, text);
+        line += Spaces(pending) + screen.ApplyStyle(cell.style, text);
         pending = 0;
       }
       pending += (columns_[i].right ? 0 : padding) + kGap;
@@ -76,22 +76,22 @@ std::string Table::RenderRows(const Screen& screen, const std::vector<int>& widt
     out += line + "\n";
   };
   std::vector<Cell> heads;
-  for (const Column& column : columns_) heads.emplace_back(column.title, Tone::kStrong);
+  for (const Column& column : columns_) heads.emplace_back(column.title, Style::kBold);
   add_line([&](std::size_t i) -> const Cell& { return heads[i]; });
   for (const auto& row : rows_) add_line([&](std::size_t i) -> const Cell& { return row[i]; });
   return out;
 }
 
 std::string Table::RenderCards(const Screen& screen, int width) const {
-  const auto may_be_cut = [](const Column& column) { return column.least_columns > 0; };
-  const auto found = std::find_if(columns_.begin(), columns_.end(), may_be_cut);
+  const auto is_truncatable = [](const Column& column) { return column.min_columns > 0; };
+  const auto found = std::find_if(columns_.begin(), columns_.end(), is_truncatable);
   const auto first_choice =
       found == columns_.end() ? 0 : static_cast<std::size_t>(found - columns_.begin());
   std::string out;
   for (const auto& row : rows_) {
     const std::size_t head = row[first_choice].text.empty() ? 0 : first_choice;
     for (const std::string& line : Wrap(row[head].text, width)) {
-      out += screen.Paint(Tone::kStrong, line) + "\n";
+      out += screen.ApplyStyle(Style::kBold, line) + "\n";
     }
     std::string line;
     int used = 0;
@@ -106,8 +106,8 @@ std::string Table::RenderCards(const Screen& screen, int width) const {
         if (part.empty()) continue;
         const int columns = DisplayWidth(part);
         if (used > 0 && used + 3 + columns > width - 2) end_line();
-        if (used > 0) line += screen.Paint(Tone::kQuiet, " · ");
-        line += screen.Paint(row[i].tone, part);
+        if (used > 0) line += screen.ApplyStyle(Style::kDim, " · ");
+        line += screen.ApplyStyle(row[i].style, part);
         used += (used > 0 ? 3 : 0) + columns;
       }
     }
@@ -125,12 +125,14 @@ std::string RenderDetails(const Screen& screen, int width,
   std::string out;
   for (const auto& [name, cell] : details) {
     if (cell.text.empty()) continue;
-    std::string head = screen.Paint(Tone::kQuiet, name) + Blanks(names - DisplayWidth(name) + kGap);
-    const bool is_address = cell.text.find("://") != std::string::npos;  // kept whole, to be copied
-    const int room = width > 0 && !is_address ? std::max(width - names - kGap, 1) : 0;
-    for (const std::string& line : Wrap(cell.text, room)) {
-      out += Trimmed(head + screen.Paint(cell.tone, line)) + "\n";
-      head = Blanks(names + kGap);
+    std::string head =
+        screen.ApplyStyle(Style::kDim, name) + Spaces(names - DisplayWidth(name) + kGap);
+    const bool is_address =
+        cell.text.find("://") != std::string::npos;  // not wrapped, so that it can be copied
+    const int available = width > 0 && !is_address ? std::max(width - names - kGap, 1) : 0;
+    for (const std::string& line : Wrap(cell.text, available)) {
+      out += TrimRight(head + screen.ApplyStyle(cell.style, line)) + "\n";
+      head = Spaces(names + kGap);
     }
   }
   return out;

@@ -11,27 +11,27 @@ namespace app {
 
 struct Column {
   std::string title;
-  int least_columns = 0;  ///< how far it may be cut when room is short; 0: never
-  bool right = false;     ///< set to the right, as numbers are
+  int min_columns = 0;  ///< down to which width it may be truncated; 0: never
+  bool right = false;   ///< aligned to the right
 };
 
 struct Cell {
-  // NOLINTBEGIN(google-explicit-constructor): a plain text is a cell
-  Cell(std::string value = {}, Tone shown_in = Tone::kPlain);
+  // NOLINTBEGIN(google-explicit-constructor): a string is a cell
+  Cell(std::string value = {}, Style shown_as = Style::kPlain);
   Cell(const char* value) : Cell(std::string(value)) {}
   // NOLINTEND(google-explicit-constructor)
 
   std::string text;  ///< made printable
-  Tone tone;
+  Style style;
 };
 
-/// Rows under headings, made to fit: columns that may be cut are; where that is not enough, each
-/// row becomes a few lines of its own, led by its first cell that may be cut.
+/// Rows under headings that fit a width: columns that may be truncated are; if that is not enough,
+/// each row becomes a card, a few lines that begin with its first cell that may be truncated.
 class Table {
  public:
   explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
-  /// One cell for each column.
+  /// Adds a row with one cell for each column.
   void AddRow(std::vector<Cell> cells) { rows_.push_back(std::move(cells)); }
 
   void Print(const Screen& screen) const;
@@ -47,7 +47,7 @@ class Table {
   std::vector<std::vector<Cell>> rows_;
 };
 
-/// Names and values, one pair a line; pairs without a value are left out. `width` as in Table.
+/// Names and values, one pair a line, without those whose value is empty. `width` as in Table.
 std::string RenderDetails(const Screen& screen, int width,
                           const std::vector<std::pair<std::string, Cell>>& details);
 

@@ -14,14 +14,14 @@ namespace {
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
-/// Takes the next character off `rest`, which is not empty; U+FFFD for a byte that begins none.
-wchar_t TakeCharacter(std::string_view& rest) {
+/// Removes the first character of `rest`, which must not be empty; U+FFFD for an invalid byte.
+wchar_t ReadCharacter(std::string_view& rest) {
   wchar_t character = 0;
   std::mbstate_t state{};
   const std::size_t length = std::mbrtowc(&character, rest.data(), rest.size(), &state);
-  const bool broken = length > rest.size();
-  rest.remove_prefix(broken || length == 0 ? 1 : length);
-  return broken ? kReplacement : character;
+  const bool is_invalid = length > rest.size();
+  rest.remove_prefix(is_invalid || length == 0 ? 1 : length);
+  return is_invalid ? kReplacement : character;
 }
 
 void Append(std::string& out, wchar_t character) {
@@ -31,7 +31,7 @@ void Append(std::string& out, wchar_t character) {
   if (length <= sizeof bytes) out.append(bytes, length);
 }
 
-bool TurnsDirection(wchar_t character) {
+bool IsDirectionControl(wchar_t character) {
   return (character >= 0x202A && character <= 0x202E) ||
          (character >= 0x2066 && character <= 0x2069);
 }
@@ -41,12 +41,12 @@ int Columns(wchar_t character) {
   return columns < 0 ? 0 : columns;
 }
 
-/// Takes characters off `rest` while they fit into `columns`.
-std::string TakeColumns(std::string_view& rest, int columns) {
+/// Removes the characters from the start of `rest` that fit into `columns`.
+std::string ReadColumns(std::string_view& rest, int columns) {
   const std::string_view all = rest;
   while (!rest.empty()) {
     std::string_view after = rest;
-    columns -= Columns(TakeCharacter(after));
+    columns -= Columns(ReadCharacter(after));
     if (columns < 0) break;
     rest = after;
   }
@@ -55,21 +55,22 @@ std::string TakeColumns(std::string_view& rest, int columns) {
 
 }  // namespace
 
-void UseUtf8() {
+void SetUtf8Locale() {
   std::setlocale(LC_CTYPE, "");
   if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-std::string Printable(std::string_view text) {
+std::string MakePrintable(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
-    const wchar_t character = TakeCharacter(text);
+    const wchar_t character = ReadCharacter(text);
     if (character != L' ' && std::iswspace(static_cast<wint_t>(character))) {
       out += ' ';
     } else {
-      const bool obeyed = wcwidth(character) < 0 || character == 0 || TurnsDirection(character);
-      Append(out, obeyed ? kReplacement : character);
+      const bool is_control =
+          wcwidth(character) < 0 || character == 0 || IsDirectionControl(character);
+      Append(out, is_control ? kReplacement : character);
     }
   }
   return out;
@@ -77,14 +78,14 @@ std::string Printable(std::string_view text) {
 
 int DisplayWidth(std::string_view text) {
   int columns = 0;
-  while (!text.empty()) columns += Columns(TakeCharacter(text));
+  while (!text.empty()) columns += Columns(ReadCharacter(text));
   return columns;
 }
 
-std::string Cut(std::string_view text, int columns) {
+std::string Truncate(std::string_view text, int columns) {
   if (DisplayWidth(text) <= columns) return std::string(text);
   if (columns < 1) return {};
-  std::string kept = TakeColumns(text, columns - 1);
+  std::string kept = ReadColumns(text, columns - 1);
   kept.erase(kept.find_last_not_of(' ') + 1);
   return kept + "…";
 }
@@ -94,11 +95,11 @@ std::vector<std::string> Wrap(std::string_view text, int columns) {
   std::vector<std::string> lines;
   while (DisplayWidth(text) > columns) {
     std::string_view rest = text;
-    std::string line = TakeColumns(rest, columns);
-    if (line.empty()) line = TakeColumns(rest, columns + 1);  // a wide character in one column
-    const bool at_blank = rest.starts_with(' ');
-    const std::size_t blank = at_blank ? line.size() : line.rfind(' ');
-    if (blank != std::string::npos && blank > 0) line.resize(blank);
+    std::string line = ReadColumns(rest, columns);
+    if (line.empty()) line = ReadColumns(rest, columns + 1);  // one column, but a wide character
+    const bool at_space = rest.starts_with(' ');
+    const std::size_t space = at_space ? line.size() : line.rfind(' ');
+    if (space != std::string::npos && space > 0) line.resize(space);
     text.remove_prefix(line.size());
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     line.erase(line.find_last_not_of(' ') + 1);
@@ -112,7 +113,7 @@ std::string FoldCase(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
-    Append(out, static_cast<wchar_t>(std::towlower(static_cast<wint_t>(TakeCharacter(text)))));
+    Append(out, static_cast<wchar_t>(std::towlower(static_cast<wint_t>(ReadCharacter(text)))));
   }
   return out;
 }

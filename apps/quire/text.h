@@ -7,28 +7,28 @@
 
 namespace app {
 
-// Text as a terminal shows it. Input is whatever a server or a file sent; output is UTF-8.
+// Strings as a terminal shows them. Input is any bytes that a server or a file sent; output is
+// UTF-8.
 
-/// Makes the process read and measure text as UTF-8 whatever its environment says. Numbers keep
-/// the plain form. Call it before everything else here.
-void UseUtf8();
+/// Sets a UTF-8 locale for characters, whatever the environment says; numbers keep the C locale.
+/// Must be called before the other functions here.
+void SetUtf8Locale();
 
-/// `text` on one line and without anything that a terminal would obey: white space becomes a blank;
-/// control characters, marks that turn the direction of writing and bytes that are no UTF-8 become
-/// U+FFFD.
-std::string Printable(std::string_view text);
+/// `text` on one line without control sequences: white space becomes a space; control characters,
+/// direction controls and invalid UTF-8 become U+FFFD.
+std::string MakePrintable(std::string_view text);
 
-/// The columns that a printable text takes.
+/// The number of columns of a printable string.
 int DisplayWidth(std::string_view text);
 
-/// A printable text in at most `columns` columns; where it is longer it ends with "…".
-std::string Cut(std::string_view text, int columns);
+/// A printable string shortened to at most `columns` columns; a shortened one ends with "…".
+std::string Truncate(std::string_view text, int columns);
 
-/// A printable text as lines of at most `columns` columns, broken at blanks where it can be.
-/// `columns` of 0 or less: one line.
+/// A printable string as lines of at most `columns` columns, broken at spaces if possible; as one
+/// line when `columns` is 0 or less.
 std::vector<std::string> Wrap(std::string_view text, int columns);
 
-/// For comparing without regard to upper and lower case.
+/// `text` in lower case, for comparisons.
 std::string FoldCase(std::string_view text);
 
 }  // namespace app

@@ -5,11 +5,11 @@
 
 namespace app {
 
-/// The absolute address that `reference` means on the page `base`; empty when that is no http or
-/// https address.
+/// Resolves `reference` against the page `base`.
+/// \return the absolute address; empty when it is not an http or https address.
 std::string ResolveAddress(const std::string& base, const std::string& reference);
 
-/// Whether both addresses lead to the same scheme, host and port.
+/// Whether both addresses have the same scheme, host and port.
 bool IsSameSite(const std::string& one, const std::string& other);
 
 }  // namespace app

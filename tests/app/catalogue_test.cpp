@@ -28,7 +28,7 @@ std::string Next(const std::string& href) {
 /// A shop whose pages are written down here.
 class CatalogueTest : public testing::Test {
  protected:
-  void SetUp() override { UseUtf8(); }
+  void SetUp() override { SetUtf8Locale(); }
 
   void SetPage(const std::string& path, const std::string& content) {
     pages_["https://shop.example/opds/" + path] =
@@ -38,7 +38,7 @@ class CatalogueTest : public testing::Test {
   Catalogue Make() {
     return {kStart, [this](const std::string& url) {
               asked_.push_back(url);
-              if (!pages_.contains(url)) throw Failure(kUnreachable, "away");
+              if (!pages_.contains(url)) throw CommandError(kUnreachable, "away");
               return pages_[url];
             }};
   }
@@ -56,7 +56,7 @@ class CatalogueTest : public testing::Test {
   using Eans = std::vector<std::string>;
   std::map<std::string, std::string> pages_;
   std::vector<std::string> asked_;
-  std::optional<Failure> trouble_;
+  std::optional<CommandError> trouble_;
 };
 
 TEST_F(CatalogueTest, FollowsPagesThenSectionsAndNoCircle) {
@@ -85,7 +85,7 @@ TEST_F(CatalogueTest, KeepsWhatCameBeforeTheTrouble) {
   ASSERT_TRUE(trouble_);
   EXPECT_NE(std::string(trouble_->what()).find("/opds/gone"), std::string::npos);
   pages_.clear();
-  EXPECT_THROW(Read(), Failure);
+  EXPECT_THROW(Read(), CommandError);
 }
 
 TEST_F(CatalogueTest, EndsAlthoughThePagesDoNot) {
@@ -94,7 +94,7 @@ TEST_F(CatalogueTest, EndsAlthoughThePagesDoNot) {
            "</feed>";
   });
   EXPECT_TRUE(endless.Read([](const CatalogueEntry&) { return true; }));
-  EXPECT_THROW(Catalogue("", {}).Find({"1"}), Failure);
+  EXPECT_THROW(Catalogue("", {}).Find({"1"}), CommandError);
 }
 
 TEST_F(CatalogueTest, FindsTitlesAndReadsNoFurther) {
@@ -103,7 +103,7 @@ TEST_F(CatalogueTest, FindsTitlesAndReadsNoFurther) {
   EXPECT_EQ(Make().Find({"22222222", "11111111"}).size(), 2U);
   EXPECT_EQ(asked_.size(), 1U);
   EXPECT_EQ(Make().Find({"33333333"}).front().title, "Title 33333333");
-  EXPECT_THROW(Make().Find({"99999999"}), Failure) << "it may stand on the page that is away";
+  EXPECT_THROW(Make().Find({"99999999"}), CommandError) << "it may stand on the page that is away";
   SetPage("gone", "");
   EXPECT_TRUE(Make().Find({"99999999"}).empty());
 }

@@ -27,7 +27,7 @@ std::string Buy(const std::string& type, const std::string& inside = "") {
 }
 
 CatalogueEntry Only(const std::string& xml) {
-  UseUtf8();
+  SetUtf8Locale();
   const FeedPage page = ParseFeed(xml, kPage);
   EXPECT_EQ(page.entries.size(), 1U) << xml;
   return page.entries.empty() ? CatalogueEntry() : page.entries.front();
@@ -120,7 +120,7 @@ TEST(Feed, TellsTitlesFromSectionsAndSamples) {
                      kAcquisition + "/sample' type='application/pdf' href='s'/></entry>"),
                 kPage);
   EXPECT_TRUE(page.entries.empty());
-  EXPECT_EQ(page.left_out, 2U);
+  EXPECT_EQ(page.skipped_count, 2U);
   EXPECT_EQ(page.sections, std::vector<std::string>{"https://shop.example/4711/opds/new"});
   EXPECT_EQ(page.next_url, "https://shop.example/4711/opds/start?page=2");
 }
@@ -134,8 +134,8 @@ TEST(Feed, ThatIsBrokenSaysSo) {
       EXPECT_NE(std::string(error.what()).find(named), std::string::npos) << error.what();
     }
   };
-  expect_reason("", "no XML");
-  expect_reason("{\"error\": true}", "no XML");
+  expect_reason("", "not XML");
+  expect_reason("{\"error\": true}", "not XML");
   expect_reason(Feed("<entry>").substr(0, 90), "at byte");
   expect_reason("<html><body/></html>", "\"html\"");
   expect_reason("<\x1b[2J/>", "byte");

@@ -10,18 +10,18 @@ namespace app {
 namespace {
 
 class Utf8 : public testing::Environment {
-  void SetUp() override { UseUtf8(); }
+  void SetUp() override { SetUtf8Locale(); }
 };
 const auto* const utf8 = testing::AddGlobalTestEnvironment(new Utf8);
 
-TEST(Printable, LeavesNothingThatATerminalObeys) {
-  EXPECT_EQ(Printable("Ä “q” 漢\t\nx"), "Ä “q” 漢  x");
-  EXPECT_EQ(Printable("\x1b[31mred\x07\x7f"), "�[31mred��");
-  EXPECT_EQ(Printable("\302\23331m"), "�31m") << "the control characters above 127 too";
-  EXPECT_EQ(Printable("a\342\200\256b"), "a�b") << "a right-to-left override";
-  EXPECT_EQ(Printable(std::string("a\0b", 3)), "a�b");
-  EXPECT_EQ(Printable("a\xFF\xC3"), "a��") << "no UTF-8, and cut short";
-  EXPECT_EQ(Printable("\xC0\xAF"), "��") << "overlong";
+TEST(MakePrintable, LeavesNothingThatATerminalObeys) {
+  EXPECT_EQ(MakePrintable("Ä “q” 漢\t\nx"), "Ä “q” 漢  x");
+  EXPECT_EQ(MakePrintable("\x1b[31mred\x07\x7f"), "�[31mred��");
+  EXPECT_EQ(MakePrintable("\302\23331m"), "�31m") << "the control characters above 127 too";
+  EXPECT_EQ(MakePrintable("a\342\200\256b"), "a�b") << "a right-to-left override";
+  EXPECT_EQ(MakePrintable(std::string("a\0b", 3)), "a�b");
+  EXPECT_EQ(MakePrintable("a\xFF\xC3"), "a��") << "no UTF-8, and cut short";
+  EXPECT_EQ(MakePrintable("\xC0\xAF"), "��") << "overlong";
 }
 
 TEST(Width, CountsColumnsAndNotBytes) {
@@ -30,13 +30,13 @@ TEST(Width, CountsColumnsAndNotBytes) {
   EXPECT_EQ(DisplayWidth("e\xCC\x81"), 1) << "a combining accent takes none";
 }
 
-TEST(Cut, EndsWithAnEllipsisWithinTheRoom) {
-  EXPECT_EQ(Cut("Müller", 6), "Müller");
-  EXPECT_EQ(Cut("Müller", 5), "Müll…");
-  EXPECT_EQ(Cut("Der Weg", 5), "Der…") << "no blank before it";
-  EXPECT_EQ(Cut("漢字漢", 4), "漢…") << "a wide character is not halved";
-  EXPECT_EQ(Cut("abc", 1), "…");
-  EXPECT_EQ(Cut("abc", 0), "");
+TEST(Truncate, EndsWithAnEllipsisWithinTheRoom) {
+  EXPECT_EQ(Truncate("Müller", 6), "Müller");
+  EXPECT_EQ(Truncate("Müller", 5), "Müll…");
+  EXPECT_EQ(Truncate("Der Weg", 5), "Der…") << "no blank before it";
+  EXPECT_EQ(Truncate("漢字漢", 4), "漢…") << "a wide character is not halved";
+  EXPECT_EQ(Truncate("abc", 1), "…");
+  EXPECT_EQ(Truncate("abc", 0), "");
 }
 
 TEST(Wrap, BreaksAtBlanksWhereItCan) {
@@ -126,7 +126,7 @@ TEST(ProgressLine, HasItsWidthAtEveryPercent) {
 }
 
 TEST(JsonOutput, IsHarmlessAndStaysJson) {
-  const std::string text = JsonText({{"title", "a\x1b\x7f\302\233Ä\xFF"}});
+  const std::string text = SerializeJson({{"title", "a\x1b\x7f\302\233Ä\xFF"}});
   EXPECT_EQ(text, "{\n  \"title\": \"a\\u001b\\u007f\\u009bÄ�\"\n}\n");
   EXPECT_EQ(Json::parse(text)["title"], "a\x1b\x7f\xC2\x9BÄ�");
 }

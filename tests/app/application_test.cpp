@@ -1,0 +1,301 @@
+#include <signal.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "quire_on_device.h"
+#include "text.h"
+
+namespace fs = std::filesystem;
+
+namespace tests {
+namespace {
+
+TEST_F(QuireOnDevice, LogsInRegistersAndShowsTheAccount) {
+  ExpectContains(Run(3, {"books"}).err, "quire login");
+  Run(1, {"login", "anna@quire.example"}, "wrong\n");
+  Run(3, {"account"});
+  Run(2, {"login", "anna@quire.example"});
+  Run(2, {"login"});
+  Run(2, {"login", "anna@quire.example", "--password", "secret"});
+  ExpectContains(Run(0, {"login", "anna@quire.example"}, "secret\n").out, "Logged in to");
+  EXPECT_EQ(RunJson({"account"})["email"], "anna@quire.example");
+  ExpectContains(Run(0, {"account"}).out, "Möller");
+  EXPECT_TRUE(RunJson({"shop"})["store_id"].is_string());
+
+  const Command enrol{"register", "new@quire.example", "--name", "Ada", "--lastname", "Lovelace"};
+  const Finished registered = Run(0, enrol + Command{"--title", "Dr."}, "geheimnis\n");
+  ExpectContains(registered.out, "Logged in as new@quire.example");
+  EXPECT_EQ(RunJson({"books"}), Json::array());
+  ExpectContains(Run(0, {"books"}).out, "You have bought no books yet");
+  Run(1, enrol, "geheimnis\n");
+  Run(0, {"logout"});
+  for (const auto& entry : fs::recursive_directory_iterator(device_)) {
+    if (!entry.is_regular_file()) continue;
+    const std::string content = ReadFile(entry.path());
+    ExpectLacks(content, "geheimnis");
+    ExpectLacks(content, "secret");
+  }
+}
+
+TEST_F(QuireOnDevice, AsksForThePasswordWithoutShowingIt) {
+  Process quire = StartOnTerminal(80, {"login", "anna@quire.example"});
+  ASSERT_TRUE(quire.WaitForOutput("Password for anna@quire.example"));
+  quire.Type("secret\n");
+  const Finished finished = quire.Wait();
+  ExpectContains(finished.out, "Logged in");
+  ExpectLacks(finished.out, "secret");
+}
+
+TEST_F(QuireOnDevice, ListsAndSearchesTheCatalogue) {
+  const Json titles = RunJson({"catalogue"});
+  EXPECT_GT(titles.size(), 11U);
+  std::set<std::string> formats;
+  bool needs_adobe = false;
+  for (const Json& title : titles) {
+    EXPECT_TRUE(title["ean"].is_string() && title["title"].is_string() &&
+                title["price_hundredths"].is_number())
+        << title;
+    formats.insert(title["formats"].begin(), title["formats"].end());
+    needs_adobe = needs_adobe || title["needs_adobe"];
+  }
+  EXPECT_EQ(formats, (std::set<std::string>{"EPUB", "PDF", "TXT"}));
+  EXPECT_TRUE(needs_adobe);
+  EXPECT_EQ(RunJson({"catalogue", titles[0]["ean"]}).size(), 1U);
+  ExpectContains(Run(5, {"catalogue", "nosuchword"}).err, "nosuchword");
+}
+
+/// The lines that stay on a terminal, without escape sequences.
+std::vector<std::string> VisibleLines(const std::string& shown) {
+  std::istringstream in(std::regex_replace(shown, std::regex("\x1b\\[[0-9;]*[mK]"), ""));
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) {
+    line.erase(line.find_last_not_of('\r') + 1);
+    lines.push_back(line.substr(line.rfind('\r') + 1));  // npos + 1 is 0
+  }
+  return lines;
+}
+
+void ExpectFits(const std::string& shown, int columns) {
+  app::SetUtf8Locale();
+  for (const std::string& line : VisibleLines(shown)) {
+    EXPECT_LE(app::DisplayWidth(line), columns) << line;
+  }
+}
+
+TEST_F(QuireOnDevice, FitsTablesAndStylesToTheTerminal) {
+  const std::string ean = RunJson({"catalogue"})[0]["ean"];
+  ExpectFits(Run(0, {"catalogue"}).out, 80);
+  for (const int columns : {80, 40}) {
+    const std::string shown = StartOnTerminal(columns, {"catalogue"}).Wait().out;
+    ExpectFits(shown, columns);
+    ExpectContains(shown, ean);
+  }
+  ExpectContains(StartOnTerminal(80, {"catalogue", ean}).Wait().out, "\x1b[1m");
+  environment_ = {{"NO_COLOR", "1"}};
+  ExpectLacks(StartOnTerminal(80, {"catalogue", ean}).Wait().out, "\x1b");
+}
+
+TEST_F(QuireOnDevice, SurvivesABrokenCatalogue) {
+  const auto answer = [&](const std::string& body) {
+    shop_.Arm({{"path", "/opds/start"}, {"fault", "body"}, {"body", body}});
+  };
+  const std::string feed = "<feed xmlns='http://www.w3.org/2005/Atom'>";
+  answer(
+      feed +
+      "<entry><title>&#27;[2Jbad&#155;</title><link "
+      "rel='http://opds-spec.org/acquisition' type='application/pdf' href='/x'/></entry></feed>");
+  const std::string shown = Run(0, {"catalogue"}).out;
+  ExpectContains(shown, "[2Jbad");
+  ExpectLacks(shown, "\x1b");
+  ExpectLacks(shown, "\xc2\x9b");
+  answer(feed);
+  ExpectContains(Run(1, {"catalogue"}).err, "not XML");
+  shop_.Arm({{"path", "/opds/start"}, {"fault", "status"}, {"status", 500}});
+  ExpectContains(Run(1, {"catalogue"}).err, "HTTP 500");
+}
+
+TEST_F(QuireOnDevice, KeepsTheCartOnTheDevice) {
+  LogIn();
+  const auto eans = FindUnboughtEans();
+  ASSERT_GE(eans.size(), 2U);
+  Run(5, {"checkout"});
+  ExpectContains(Run(5, {"cart", "add", eans[0], "1234567890123"}).err, "1234567890123");
+  ExpectContains(Run(0, {"cart", "add", eans[0], eans[1]}).out,
+                 eans[0] + " is in the cart already");
+  Run(5, {"cart", "remove", "#3"});
+  Run(0, {"cart", "remove", "#1"});
+  const Json cart = RunJson({"cart"});
+  ASSERT_EQ(cart["items"].size(), 1U);
+  EXPECT_EQ(cart["items"][0]["ean"], eans[1]);
+  Run(0, {"cart", "remove", eans[1]});
+  Run(0, {"cart", "add", eans[1]});
+  EXPECT_EQ(RunJson({"status", eans[1]})[0]["status"], "in_cart");
+  ExpectContains(Run(0, {"cart"}).out, "Total: ");
+}
+
+TEST_F(QuireOnDevice, PaysForTheCart) {
+  LogIn();
+  const auto eans = FindUnboughtEans();
+  ASSERT_GE(eans.size(), 2U);
+  Run(0, {"cart", "add", eans[0]});
+  const Json priced = RunJson({"checkout"});
+  EXPECT_EQ(priced["items"].size(), 1U);
+  EXPECT_EQ(priced["dropped"], Json::array());
+  EXPECT_TRUE(priced["order_id"].is_string());
+  environment_ = {{"QUIRE_BROWSER_ANSWER", "approve"}};
+  ExpectContains(Run(0, {"pay", "card"}).out, "Paid.");
+  EXPECT_EQ(RunJson({"cart"})["items"], Json::array());
+  EXPECT_EQ(RunJson({"status", eans[0]})[0]["status"], "bought");
+  Run(1, {"cart", "add", eans[0]});
+  Run(0, {"cart", "add", eans[1]});
+  shop_.Arm({{"path", "/submitOrder"}, {"fault", "status"}});
+  ExpectContains(Run(4, {"pay", "paypal"}).err, "did not confirm");
+}
+
+TEST_F(QuireOnDevice, FindsBooksUnderOtherNamesAfterARestart) {
+  Run(0, {"login", "ben@quire.example"}, "secret\n");
+  const Json books = Json::parse(ReadFile(QUIRE_BUILD_DIR "/share/quire/books/catalogue.json"));
+  std::string long_ean;  // its file name comes close to the longest that a file system takes
+  for (const Json& book : books["books"]) {
+    if (book["file"].get<std::string>().starts_with("wohlerfahrener")) long_ean = book["ean"];
+  }
+  Run(0, {"cart", "add", long_ean});
+  Run(0, {"checkout"});
+  environment_ = {{"QUIRE_BROWSER_ANSWER", "approve"}};
+  Run(0, {"pay", "card"});
+  ExpectContains(Run(0, {"download", long_ean}).out, "has arrived");
+  EXPECT_EQ(RunJson({"status", long_ean})[0]["status"], "downloaded");
+
+  LogIn();
+  const std::string ean = FindBoughtEpub();
+  shop_.Arm({{"path", "/files/*"},
+             {"fault", "body"},
+             {"body", "plain"},
+             {"headers", {{"Content-Type", "text/plain"}}}});
+  Run(0, {"download", ean});
+  const Json status = RunJson({"status", ean})[0];
+  EXPECT_EQ(status["status"], "downloaded");
+  const std::string path = status.value("path", "");
+  EXPECT_TRUE(path.ends_with(".txt")) << path;
+  EXPECT_EQ(RunJson({"download", ean})[0]["status"], "present");
+  fs::remove(HostPath(path));
+  EXPECT_EQ(RunJson({"status", ean})[0]["status"], "bought");
+}
+
+TEST_F(QuireOnDevice, ContinuesADownloadAfterCtrlC) {
+  LogIn();
+  const std::string ean = FindBoughtEpub();
+  ExpectContains(Run(0, {"download", ean}).out, "has arrived:");
+  const Json present = RunJson({"download", ean})[0];
+  EXPECT_EQ(present["status"], "present");
+  const std::string path = HostPath(present.value("path", ""));
+  const std::string book = ReadFile(path);
+  ASSERT_FALSE(book.empty());
+
+  fs::remove(path);
+  shop_.Arm(
+      {{"path", "/files/*"}, {"fault", "slow"}, {"after_bytes", 3'000'000}, {"delay_ms", 200}});
+  Process quire = StartOnTerminal(80, {"download", ean});
+  ASSERT_TRUE(quire.WaitForOutput("50 %"));
+  quire.Type("\x03");
+  ExpectContains(quire.Wait().out, "is kept");
+  EXPECT_FALSE(Exists(path));
+  EXPECT_FALSE(ReadFile(path + ".part").empty());
+  Run(0, {"download", ean});
+  EXPECT_TRUE(ReadFile(path) == book) << "the continued download differs";
+}
+
+TEST_F(QuireOnDevice, DownloadsAllAndListsTheLibrary) {
+  launcher_options_ = {};
+  LogIn();
+  Run(5, {"download", "1234567890123"});
+  ExpectContains(StartOnTerminal(80, {"download", "--all"}).Wait().out, "%");
+  for (const Json& book : RunJson({"download", "--all"})) EXPECT_EQ(book["status"], "present");
+  std::string path;
+  for (const Json& book : RunJson({"books"})) {
+    EXPECT_EQ(book["status"], "downloaded") << book;
+    if (book["format"] == "epub") path = book["path"];
+  }
+  const Json library = RunJson({"library"});
+  EXPECT_EQ(std::count_if(library.begin(), library.end(),
+                          [&](const Json& book) { return book["path"] == path; }),
+            1)
+      << path << library;
+  ExpectFits(Run(0, {"library"}).out, 80);
+
+  WriteFile(device_ + "/ext1/system/library.sqlite", "rubbish");
+  Run(6, {"library"});
+  fs::remove(device_ + "/ext1/system/library.sqlite");
+  Run(0, {"library"});
+}
+
+TEST_F(QuireOnDevice, RunsTheCommandsOfAScript) {
+  const std::string script =
+      "# a comment, and an empty line\n\nquire shop\nlogin anna@quire.example\nsecret\nhelp\n"
+      "catalogue \"no such words\"\naccount\n";
+  const Finished stopped = Run(5, {"shell"}, script);
+  ExpectContains(stopped.out, "Logged in");
+  ExpectContains(stopped.out, "Usage");
+  ExpectLacks(stopped.out, "Möller");
+  const Finished continued = Run(5, {"shell", "--keep-going", "--echo"}, script);
+  ExpectContains(continued.out, "Möller");
+  ExpectContains(continued.out, "quire> account");
+  Run(0, {"shell"}, "books\nexit\nnonsense\n");
+  Run(2, {"shell"}, "shell\n");
+}
+
+TEST_F(QuireOnDevice, TakesCommandsAtAPrompt) {
+  LogIn();
+  const std::string ean = FindBoughtEpub();
+  const std::string last_ean = RunJson({"books"}).back()["ean"];
+  Process quire = StartOnTerminal(80, {"shell"});
+  ASSERT_TRUE(quire.WaitForOutput("quire> "));
+  quire.Type("books\n");
+  ASSERT_TRUE(quire.WaitForOutput(last_ean + "\r\nquire> "));
+  quire.Type("half a line\003nonsense\n");
+  ASSERT_TRUE(quire.WaitForOutput("There is no command \"nonsense\""));
+  ExpectContains(quire.out(), "Welcome");
+
+  shop_.Arm(
+      {{"path", "/files/*"}, {"fault", "slow"}, {"after_bytes", 3'000'000}, {"delay_ms", 200}});
+  quire.Type("download " + ean + "\n");
+  ASSERT_TRUE(quire.WaitForOutput("50 %"));
+  quire.Type("\003");
+  ASSERT_TRUE(quire.WaitForOutput("goes on downloading"));
+  quire.Type("status " + ean + "\n");
+  ASSERT_TRUE(quire.WaitForOutput("downloading 50 %"));
+  quire.Type("exit\n");
+  ASSERT_TRUE(quire.WaitForOutput("Waiting"));
+  quire.Type("\003");
+  ExpectContains(quire.Wait().out, "is kept");
+}
+
+TEST_F(QuireOnDevice, ExplainsTheCommandLine) {
+  ExpectContains(Run(2, {}).out, "Subcommands:");
+  Run(2, {"nonsense"});
+  Run(2, {"cart", "remove"});
+  Run(2, {"download"});
+  ExpectContains(Run(0, {"--help"}).out, "Exit codes");
+  EXPECT_EQ(Run(0, {"--version"}).out, "quire " QUIRE_VERSION "\n");
+  ExpectContains(Run(2, {"pay"}).err, "\"quire pay paypal\" or \"quire pay card\"");
+  ExpectContains(Run(2, {"cart", "--frob"}).err, "--frob");
+  environment_ = {{"COLUMNS", "40"}};
+  const std::string help = Run(0, {"register", "--help"}).out;
+  ExpectFits(help, 40);
+  ExpectContains(help, "Usage: quire register");
+}
+
+TEST_F(QuireOnDevice, ReportsAFullDisk) {
+  const Finished finished =
+      RunProgram({"sh", "-c", "exec \"$@\" >/dev/full", "sh", QUIRE_DEVICE, "--device", device_,
+                  "--build", QUIRE_BUILD_DIR, "--no-scanner", "--", "quire", "catalogue"});
+  EXPECT_EQ(finished.exit_code, 6);
+  ExpectContains(finished.err, "could not be written");
+}
+
+}  // namespace
+}  // namespace tests

@@ -1,0 +1,199 @@
+#include <algorithm>
+#include <filesystem>
+
+#include "quire_on_device.h"
+
+namespace tests {
+namespace {
+
+/// The application with what makes it fail.
+class QuireThatFails : public QuireOnDevice {
+ protected:
+  /// Makes the next requests of a path meet a fault.
+  struct Fault {
+    std::string path;
+    Json fault;
+    int times = 1;
+  };
+
+  /// Expects a command to end with this exit code and message, at every log level, after each of
+  /// the faults was delivered.
+  void ExpectFailure(int exit_code, const std::string& message, const Command& arguments,
+                     const std::vector<Fault>& faults = {}) {
+    const Environment base = environment_;
+    for (const char* level : {"0", "2", "5"}) {
+      SCOPED_TRACE(std::string("log level ") + level);
+      environment_ = base + Environment{{"TABULET_LOG_LEVEL", level}};
+      if (forgets_shop_) std::filesystem::remove(device_ + "/ext1/system/config/switchboard.json");
+      int delivered = shop_.Delivered();
+      for (const Fault& each : faults) {
+        Json fault = each.fault;
+        fault.update({{"path", each.path}, {"times", each.times}});
+        shop_.Arm(fault);
+        delivered += each.times;
+      }
+      const std::string err = Run(exit_code, arguments).err;
+      EXPECT_EQ(err.substr(std::min(err.find("quire: "), err.size())), "quire: " + message + "\n");
+      EXPECT_EQ(shop_.Delivered(), delivered);
+    }
+    environment_ = base;
+  }
+
+  void DisconnectServers() {
+    environment_ = {{"TABULET_CONNECT_TO",
+                     "shop.quire.example:443:127.0.0.1:1,config.saltmoor.example:80:127.0.0.1:1"}};
+  }
+
+  bool forgets_shop_ = false;  ///< without the library's cache of which shop this is
+  const Json status_503_ = {{"fault", "status"}};
+  const Json unreadable_ = {{"fault", "body"}, {"body", "<html>no JSON</html>"}};
+};
+
+constexpr char kNoConnection[] =
+    "the server cannot be reached (the connection was refused). Check the network and try again.";
+
+TEST_F(QuireThatFails, ReportsWhyItCannotStart) {
+  const std::string config_file = device_ + "/ext1/system/config/quire_config.cfg";
+  std::filesystem::create_directories(config_file);
+  ExpectFailure(6,
+                "The shop cannot be opened: the device's configuration file cannot be opened or "
+                "written. On a PC, run quire through the launcher, as in \"quire-device quire "
+                "shop\"; on a device, check the file's permissions.",
+                {"shop"});
+  std::filesystem::remove(config_file);
+  forgets_shop_ = true;
+
+  const std::string service = "/get-device-opds-config";
+  ExpectFailure(4, "The shop cannot be opened: the server answered HTTP 503. Try again later.",
+                {"cart"}, {{service, status_503_}});
+  ExpectFailure(4, "The shop is unknown: the server's answer is unreadable. Try again later.",
+                {"shop"}, {{service, unreadable_, 2}});
+  DisconnectServers();
+  ExpectFailure(4, std::string("The shop cannot be opened: ") + kNoConnection, {"cart"});
+
+  if (std::filesystem::exists("/mnt/ext1")) return;
+  const Finished off_device = RunProgram({QUIRE_BUILD_DIR "/bin/quire", "shop"});
+  EXPECT_EQ(off_device.exit_code, 6);
+  ExpectContains(off_device.err, "quire-device");
+}
+
+TEST_F(QuireThatFails, NeverShowsAnUnknownListAsEmpty) {
+  LogIn();
+  const std::string list = "/getUserEbook";
+  const std::string unknown = "The list of your books is unknown: ";
+  for (const Command& command :
+       {Command{"books"}, Command{"download", "--all"}, Command{"status", "9780000001351"}}) {
+    ExpectFailure(4, unknown + "the server answered HTTP 503. Try again later.", command,
+                  {{list, status_503_, 2}});
+  }
+  ExpectFailure(4, unknown + "the server's answer is unreadable. Try again later.", {"books"},
+                {{list, unreadable_, 2}});
+  ExpectFailure(3,
+                "The shop does not accept your session: \"No such session.\" Log in again with "
+                "\"quire login\".",
+                {"books"}, {{list, {{"fault", "refuse"}, {"body", "No such session."}}, 3}});
+  Run(0, {"books"});
+  DisconnectServers();
+  ExpectFailure(4, unknown + kNoConnection, {"books"});
+  Run(4, {"--log", "5", "shell"}, "books\n");
+  Run(4, {"catalogue"});
+  Run(0, {"cart"});
+}
+
+TEST_F(QuireThatFails, ReportsWhyNobodyIsLoggedIn) {
+  ExpectFailure(3, "You are not logged in. Log in with \"quire login\".", {"books"});
+  Run(0, {"shop"});
+  ExpectContains(Run(1, {"login", "anna@quire.example"}, "wrong\n").err, "You are not logged in: ");
+  shop_.Arm({{"path", "/login"}, {"fault", "body"}, {"body", "{}"}});
+  Run(1, {"login", "anna@quire.example"}, "secret\n");
+  shop_.Arm({{"path", "/registerUser"}, {"fault", "body"}, {"body", "no JSON"}});
+  const Finished registered =
+      Run(4, {"register", "a@b.example", "--name", "A", "--lastname", "B"}, "secret\n");
+  ExpectContains(registered.err, "Whether you are registered is unknown: ");
+  DisconnectServers();
+  ExpectContains(Run(4, {"login", "anna@quire.example"}, "secret\n").err, kNoConnection);
+}
+
+TEST_F(QuireThatFails, KeepsACartThatCannotBePriced) {
+  LogIn();
+  const std::string ean = FindUnboughtEans().at(0);
+  Run(0, {"cart", "add", ean});
+  ExpectFailure(4,
+                "The cart could not be priced: the server answered HTTP 503. The cart is kept; try "
+                "again later.",
+                {"checkout"}, {{"/addToCart", status_503_}, {"/getCart", status_503_}});
+  ExpectFailure(
+      5,
+      "The shop no longer sells any title in the cart. Remove them with \"quire cart "
+      "remove EAN\".",
+      {"checkout"},
+      {{"/getCart",
+        {{"fault", "body"}, {"body", R"({"error": "false", "response": {"orderItems": []}})"}}}});
+  EXPECT_EQ(RunJson({"cart"})["items"].size(), 1U);
+}
+
+TEST_F(QuireThatFails, ReportsWhyAPaymentDidNotStart) {
+  LogIn();
+  Run(0, {"cart", "add", FindUnboughtEans().at(0)});
+  const std::string commit = "/commitOrderForPayment";
+  const std::string not_started = "The payment was not started: ";
+  const std::string kept = " Nothing was charged, and the cart is kept.";
+  const auto answer = [](const char* response) {
+    return Json{{"fault", "body"},
+                {"body", std::string(R"({"error": "false", "response": )") + response + "}"}};
+  };
+  ExpectFailure(1, not_started + "\"Out of stock.\"" + kept, {"pay", "card"},
+                {{commit, {{"fault", "refuse"}, {"body", "Out of stock."}}}});
+  ExpectFailure(4, not_started + "the server answered HTTP 503." + kept, {"pay", "card"},
+                {{commit, status_503_}});
+  ExpectFailure(1, not_started + "the shop named no payment page." + kept, {"pay", "card"},
+                {{commit, answer(R"({"status": "M"})")}});
+  ExpectFailure(6, not_started + "the device's browser could not be run." + kept, {"pay", "card"},
+                {{commit, answer(R"({"url": "file:///payment"})")}});
+  const std::string browser = device_ + "/ebrmain/bin/browser.app";
+  std::filesystem::remove(browser);
+  WriteFile(browser, "no program");
+  ExpectFailure(6, not_started + "the device's browser could not be run." + kept, {"pay", "card"});
+  EXPECT_EQ(RunJson({"cart"})["items"].size(), 1U);
+}
+
+TEST_F(QuireThatFails, ReportsAPaymentThatDidNotSucceed) {
+  LogIn();
+  Run(0, {"cart", "add", FindUnboughtEans().at(0)});
+  ExpectFailure(5,
+                "The order cannot be checked: no payment was started in this session. \"quire "
+                "books\" shows whether an earlier one succeeded.",
+                {"orders", "check"});
+  const std::string denied =
+      "The payment was cancelled or failed. Nothing was charged as far as the shop knows, and the "
+      "cart is kept.";
+  for (const char* decision : {"cancel", "crash"}) {
+    environment_ = {{"QUIRE_BROWSER_ANSWER", decision}};
+    ExpectFailure(1, denied, {"pay", "paypal"});
+  }
+  environment_ = {{"QUIRE_BROWSER_ANSWER", "approve"}};
+  ExpectFailure(4,
+                "The shop did not confirm the payment: the server answered HTTP 503. The cart is "
+                "kept; before you pay again, check with \"quire orders check\" and \"quire books\" "
+                "whether the books are yours.",
+                {"pay", "card"}, {{"/checkOrder", status_503_}});
+  EXPECT_EQ(RunJson({"cart"})["items"].size(), 1U);
+}
+
+TEST_F(QuireThatFails, ReportsWhyADownloadFailed) {
+  LogIn();
+  const std::string ean = FindBoughtEpub();
+  const std::string title = RunJson({"status", ean})[0]["title"];
+  const std::string message = "“" + title + "” could not be downloaded (";
+  ExpectFailure(1, message + "the server answered HTTP 404). Try again later.", {"download", ean},
+                {{"/files/*", {{"fault", "status"}, {"status", 404}}}});
+  ExpectFailure(
+      1, message + "the shop sent something that is not a book). Try again later.",
+      {"download", ean},
+      {{"/files/*",
+        {{"fault", "body"}, {"body", "<html/>"}, {"headers", {{"Content-Type", "text/html"}}}}}});
+  EXPECT_EQ(RunJson({"status", ean})[0]["status"], "bought");
+}
+
+}  // namespace
+}  // namespace tests
