@@ -17,7 +17,7 @@ struct BoughtBook {
   std::string order_id;
 };
 
-/// A customer. The profile holds what `/getUserData` answers, every value a text.
+/// A customer. The profile holds what `/getUserData` answers, every value a string.
 struct Account {
   std::string email;
   std::string password;
@@ -25,31 +25,31 @@ struct Account {
   std::vector<BoughtBook> books;
 
   bool Owns(const std::string& ean) const;
-  /// A title belongs to a customer once, however often it is bought.
+  /// Adds a bought book unless the customer owns it already.
   void AddBook(const BoughtBook& book);
 };
 
-/// The customers and who of them is logged in. The caller locks.
+/// The customers and their sessions. Not thread-safe: the caller locks Shop::mutex.
 class Accounts {
  public:
   /// Reads `{"accounts": [{"email", "password", "profile", "books": [{"ean", "date",
-  /// "orderId"}]}]}`. Bought titles that the catalogue lacks are dropped; a customer who would lose
-  /// all of them so owns the catalogue's first titles instead, so that a directory of one's own has
-  /// buyers at once. Throws StartError, which begins with `where`.
+  /// "orderId"}]}]}`. Books that the catalogue lacks are dropped; a customer who would lose all of
+  /// them owns as many of the catalogue's first titles instead. Throws StartError, which begins
+  /// with `where`.
   void Load(const Json& json, const Catalogue& catalogue, const std::string& where);
   Json ToJson() const;
 
-  /// Null when there is none; e-mail addresses compare without case. The pointer stays valid.
+  /// Null when there is none. Addresses compare without case. The pointer stays valid.
   Account* Find(const std::string& email);
   Account& Add(const std::string& email, const std::string& password);
 
-  /// Whether a customer who fits owns the title.
+  /// True when a customer for whom `fits` is true owns the title.
   bool Owns(const std::string& ean, const std::function<bool(const Account&)>& fits) const;
 
-  /// A new session; a customer may have many.
+  /// Opens a session and returns its id. A customer may have several.
   std::string LogIn(const Account& account);
   void LogOut(const std::string& session) { sessions_.erase(session); }
-  /// Null when nobody has that session.
+  /// The customer of a session; null when there is none.
   Account* FindBySession(const std::string& session);
 
  private:

@@ -26,7 +26,7 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
-/// Completes an operation with an awaitable that stores its error in place of throwing it.
+/// Makes an operation awaitable; stores its error instead of throwing it.
 inline auto StoreError(error_code& error) {
   return asio::redirect_error(asio::use_awaitable, error);
 }

@@ -20,9 +20,9 @@ using File = std::unique_ptr<FILE, int (*)(FILE*)>;
 
 constexpr long kDay_s = 24 * 60 * 60;
 constexpr long kAuthorityLife_s = 3650 * kDay_s;
-constexpr long kServerLife_s = 397 * kDay_s;  // browsers refuse longer ones
+constexpr long kServerLife_s = 397 * kDay_s;  // browsers reject longer ones
 
-/// Who vouches for a certificate.
+/// The certificate and key that sign another certificate.
 struct Issuer {
   Certificate certificate;
   Key key;
@@ -45,7 +45,7 @@ void AddExtension(X509* certificate, X509* issuer, int nid, const std::string& v
   X509_EXTENSION_free(extension);
 }
 
-/// A certificate without purpose yet: the caller adds what it is good for, then signs it.
+/// An unsigned certificate: the caller adds extensions and signs it.
 Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, Validity validity) {
   Certificate certificate(X509_new(), X509_free);
   X509_set_version(certificate.get(), X509_VERSION_3);
@@ -124,11 +124,11 @@ void WriteAuthority(const Issuer& authority, const std::filesystem::path& certif
       !PEM_write_X509(certificate_file.get(), authority.certificate.get()) ||
       std::fflush(key_file.get()) != 0 || std::fflush(certificate_file.get()) != 0) {
     throw StartError("Cannot write the test authority " + certificate.string() +
-                     "; name a directory that you may write with --data.");
+                     "; name a writable directory with --data.");
   }
 }
 
-/// An authority must outlive the certificates that it signs.
+/// True when the authority is valid for longer than the certificates that it signs.
 bool OutlivesServerCertificates(X509* certificate) {
   int days = 0, seconds = 0;
   return ASN1_TIME_diff(&days, &seconds, nullptr, X509_get0_notAfter(certificate)) == 1 &&
@@ -144,7 +144,7 @@ Authority::Authority(const std::filesystem::path& directory)
     if (!authority.certificate || !authority.key ||
         X509_check_private_key(authority.certificate.get(), authority.key.get()) != 1) {
       throw StartError("The test authority in " + directory.string() +
-                       " is broken; remove ca.pem and ca.key there and a new one is made.");
+                       " is broken; remove ca.pem and ca.key there, and the shop makes new ones.");
     }
     if (OutlivesServerCertificates(authority.certificate.get())) return;
   }
@@ -161,7 +161,7 @@ TlsContext Authority::ServerContext(CertificateKind kind) const {
   SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
   if (SSL_CTX_use_certificate(context.get(), certificate.get()) != 1 ||
       SSL_CTX_use_PrivateKey(context.get(), key.get()) != 1) {
-    throw StartError("OpenSSL does not take the shop's certificate; is the package whole?");
+    throw StartError("OpenSSL rejects the shop's certificate; reinstall the OpenSSL library.");
   }
   return context;
 }

@@ -8,23 +8,23 @@
 
 namespace devshop {
 
-/// Certificates for the shop: a good one, and some that a client must not accept.
+/// The shop's certificate: a good one, or one that a client must reject.
 enum class CertificateKind { kGood, kOtherHost, kExpired, kUnknownAuthority };
 
 using TlsContext = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 
-/// A certificate authority for tests. Its certificate (`ca.pem`) and key (`ca.key`, for the owner
-/// only) are made in the directory at first use and made anew when they are about to expire, so
-/// that a client that trusts `ca.pem` goes on doing so between runs.
+/// A certificate authority for tests. Its certificate (`ca.pem`) and key (`ca.key`, mode 0600) are
+/// kept in a directory, so that a client can trust `ca.pem` between runs, and replaced when they
+/// are about to expire.
 class Authority {
  public:
-  /// Throws StartError when the directory cannot be written or holds a broken authority.
+  /// Throws StartError when the directory cannot be written or its authority is broken.
   explicit Authority(const std::filesystem::path& directory);
 
   const std::filesystem::path& certificate_file() const { return certificate_file_; }
 
   /// A server context with a fresh key and certificate for the shop's host, localhost and
-  /// 127.0.0.1, or one that is wrong on purpose.
+  /// 127.0.0.1, or one that clients must reject. Throws StartError.
   TlsContext ServerContext(CertificateKind kind) const;
 
  private:

@@ -37,13 +37,14 @@ bool IsPlainName(const std::string& file) {
 Title ReadTitle(const Json& json, const std::filesystem::path& directory,
                 const std::string& where) {
   const auto wrong = [&](const std::string& what) {
-    return StartError(where + " " + what + "; correct the catalogue or build it anew.");
+    return StartError(where + " " + what + "; correct the catalogue or build it again.");
   };
   if (!json.is_object()) throw wrong("is not an object");
   const auto text = [&](const char* name, const std::string& fallback) {
     const auto found = json.find(name);
     if (found == json.end() || found->is_null()) return fallback;
-    if (!found->is_string()) throw wrong("has a \"" + std::string(name) + "\" that is not a text");
+    if (!found->is_string())
+      throw wrong("has a \"" + std::string(name) + "\" that is not a string");
     return found->get<std::string>();
   };
   Title title;
@@ -77,7 +78,7 @@ std::vector<Title> ReadCatalogue(const std::filesystem::path& directory) {
   const Json json = Json::parse(file, nullptr, false);
   if (!json.is_object() || !json.contains("books") || !json["books"].is_array()) {
     throw StartError(path.string() +
-                     " is not a JSON object with an array \"books\"; build it anew.");
+                     " is not a JSON object with an array \"books\"; build it again.");
   }
   std::vector<Title> titles;
   std::set<std::string> eans;
@@ -92,7 +93,7 @@ std::vector<Title> ReadCatalogue(const std::filesystem::path& directory) {
   return titles;
 }
 
-/// An EAN that stays the same as long as the file keeps its name.
+/// A valid EAN derived from the file's name.
 std::string MakeEan(const std::string& file) {
   const auto hash = std::stoull(Sha256Hex(file).substr(0, 12), nullptr, 16) % 1'000'000'000;
   std::string ean =

@@ -21,23 +21,23 @@ struct Title {
   std::string file;          ///< name in the books directory
   std::string type;          ///< MIME type of the file
   std::string cover;         ///< name in the books directory; empty: none
-  bool out_of_sale = false;  ///< still shown, but no cart takes it
+  bool out_of_sale = false;  ///< listed, but cannot be put into a cart
 
-  /// The type without its parameters, as applications look it up.
+  /// The type without its parameters.
   std::string BareType() const { return type.substr(0, type.find(';')); }
 };
 
-/// The titles of a books directory. Read once; any thread.
+/// The titles of a books directory, read once. Thread-safe.
 class Catalogue {
  public:
-  /// Reads `catalogue.json` in the directory or, where there is none, makes a title of each book
-  /// file. Throws StartError.
+  /// Reads the directory's `catalogue.json` or, without one, makes a title of each book file.
+  /// Throws StartError.
   explicit Catalogue(const std::filesystem::path& directory);
 
   const std::vector<Title>& titles() const { return titles_; }
   /// Null when there is none.
   const Title* Find(const std::string& ean) const;
-  /// The titles with the words in title, author, subject or summary, without regard to case.
+  /// The titles with `words` in title, author, subject, summary or EAN, compared without case.
   std::vector<const Title*> Search(const std::string& words) const;
   std::filesystem::path Path(const std::string& file) const { return directory_ / file; }
 

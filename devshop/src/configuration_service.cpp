@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kMaxNonces = 100'000;
 const std::string kDataString = "Tw3kH-pL";
 
-/// The signature made over the request as it stood before the signature was added.
+/// The signature of the request without its signature parameter.
 std::string ExpectedSignature(const Request& request, const std::string& signature_name) {
   std::string query;
   for (const auto& [name, value] : request.query) {

@@ -10,8 +10,8 @@
 
 namespace devshop {
 
-/// The device maker's service that tells a device its shop, for requests signed with the devices'
-/// key and a nonce never used before. Any thread.
+/// The device maker's configuration service. It answers requests that are signed with the devices'
+/// key and carry an unused nonce. Thread-safe.
 class ConfigurationService {
  public:
   static const std::string kPath;
@@ -19,9 +19,9 @@ class ConfigurationService {
   void Handle(const Request& request, Response& response);
 
  private:
-  /// What is wrong with the request; empty when nothing is.
+  /// The reason to refuse the request; empty: granted.
   std::string FindMistake(const Request& request);
-  /// False when it was used before.
+  /// False when the nonce was used before.
   bool UseNonce(const std::string& nonce);
 
   std::mutex mutex_;

@@ -7,7 +7,7 @@ namespace {
 
 constexpr int kMaxPendingChecks = 1'000'000;
 
-/// No such address or method.
+/// The path or method does not exist.
 struct Unknown {};
 
 }  // namespace
@@ -37,16 +37,16 @@ void Control::Handle(const Request& request, Response& response) {
   }
   try {
     json = Dispatch(request);
-  } catch (const BadInstruction& bad) {
+  } catch (const InvalidInstruction& bad) {
     response.status = 400;
     json = {{"error", bad.what()}};
   } catch (const Json::exception& bad) {
     response.status = 400;
-    json = {{"error", std::string("A value is not of its kind: ") + bad.what()}};
+    json = {{"error", std::string("A value has the wrong type: ") + bad.what()}};
   } catch (const Unknown&) {
     response.status = 404;
     json = {{"error",
-             "There are GET, POST and DELETE /_faults, GET and DELETE /_requests, GET and POST "
+             "Available are GET, POST and DELETE /_faults, GET and DELETE /_requests, GET and POST "
              "/_orders, GET, POST and DELETE /_books."}};
   }
   response.SetContent(ToString(json), "application/json");
@@ -72,7 +72,7 @@ Json Control::Dispatch(const Request& request) {
   }
   if (request.method != "POST") throw Unknown{};
   const Json instruction = Json::parse(request.body, nullptr, false);
-  if (instruction.is_discarded()) throw BadInstruction("The request's body is not JSON.");
+  if (instruction.is_discarded()) throw InvalidInstruction("The request's body is not JSON.");
   if (request.path == "/_faults") return faults_.Arm(instruction);
   if (request.path == "/_orders") return SetOrders(instruction);
   if (request.path == "/_books") return files_.Replace(instruction);
@@ -80,23 +80,23 @@ Json Control::Dispatch(const Request& request) {
 }
 
 Json Control::SetOrders(const Json& instruction) {
-  if (!instruction.is_object()) throw BadInstruction("An instruction is a JSON object.");
+  if (!instruction.is_object()) throw InvalidInstruction("An instruction is a JSON object.");
   {
     const std::lock_guard lock(shop_.mutex);
     for (const auto& [name, value] : instruction.items()) {
       if (name == "pending_checks") {
         if (!value.is_number_integer() || value < 0 || value > kMaxPendingChecks) {
-          throw BadInstruction("\"pending_checks\" is a whole number, 0 or more.");
+          throw InvalidInstruction("\"pending_checks\" is an integer, 0 or more.");
         }
         shop_.orders.pending_checks = value.get<int>();
       } else if (name == "next_status") {
         if (value != "In Progress" && value != "Failure") {
-          throw BadInstruction("\"next_status\" is \"In Progress\" or \"Failure\".");
+          throw InvalidInstruction("\"next_status\" is \"In Progress\" or \"Failure\".");
         }
         shop_.orders.next_status = value.get<std::string>();
       } else {
-        throw BadInstruction("Unknown field \"" + name +
-                             "\"; there are pending_checks and next_status.");
+        throw InvalidInstruction("Unknown field \"" + name +
+                                 "\"; there are pending_checks and next_status.");
       }
     }
   }

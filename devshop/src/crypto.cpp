@@ -1,26 +1,30 @@
 #include "crypto.h"
 
 #include <openssl/crypto.h>
-#include <openssl/evp.h>
 #include <openssl/hmac.h>
 #include <openssl/rand.h>
+#include <openssl/sha.h>
 
 #include <array>
+#include <boost/algorithm/hex.hpp>
+#include <iterator>
 #include <stdexcept>
 #include <vector>
 
 namespace devshop {
 namespace {
 
-std::string hex(const unsigned char* bytes, std::size_t size) {
-  static constexpr char kHex[] = "0123456789abcdef";
-  std::string text;
-  for (std::size_t i = 0; i < size; ++i) text += {kHex[bytes[i] >> 4], kHex[bytes[i] & 15]};
-  return text;
+using Digest = std::array<unsigned char, SHA256_DIGEST_LENGTH>;
+
+const unsigned char* Bytes(std::string_view text) {
+  return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-const unsigned char* BytesOf(std::string_view text) {
-  return reinterpret_cast<const unsigned char*>(text.data());
+template <typename Range>
+std::string Hex(const Range& bytes) {
+  std::string text;
+  boost::algorithm::hex_lower(bytes, std::back_inserter(text));
+  return text;
 }
 
 }  // namespace
@@ -28,24 +32,22 @@ const unsigned char* BytesOf(std::string_view text) {
 std::string RandomHex(std::size_t size_bytes) {
   std::vector<unsigned char> bytes(size_bytes);
   if (RAND_bytes(bytes.data(), static_cast<int>(size_bytes)) != 1) {
-    throw std::runtime_error("The system has no randomness to give.");
+    throw std::runtime_error("The system provides no random numbers.");
   }
-  return hex(bytes.data(), bytes.size());
+  return Hex(bytes);
 }
 
 std::string Sha256Hex(std::string_view data) {
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned size = 0;
-  EVP_Digest(data.data(), data.size(), digest.data(), &size, EVP_sha256(), nullptr);
-  return hex(digest.data(), size);
+  Digest digest{};
+  SHA256(Bytes(data), data.size(), digest.data());
+  return Hex(digest);
 }
 
 std::string HmacSha256Hex(std::string_view key, std::string_view data) {
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-  unsigned size = 0;
-  HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()), BytesOf(data), data.size(),
-       digest.data(), &size);
-  return hex(digest.data(), size);
+  Digest digest{};
+  HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()), Bytes(data), data.size(),
+       digest.data(), nullptr);
+  return Hex(digest);
 }
 
 bool SecretsEqual(std::string_view one, std::string_view other) {

@@ -7,14 +7,14 @@
 
 namespace devshop {
 
-/// Lower-case hexadecimal text of that many random bytes.
+/// Random bytes as lower-case hexadecimal digits. Throws std::runtime_error.
 std::string RandomHex(std::size_t size_bytes);
 
 /// Lower-case hexadecimal digests.
 std::string Sha256Hex(std::string_view data);
 std::string HmacSha256Hex(std::string_view key, std::string_view data);
 
-/// Compares secrets in a time that tells nothing about where they differ.
+/// Compares in constant time for strings of the same length.
 bool SecretsEqual(std::string_view one, std::string_view other);
 
 }  // namespace devshop

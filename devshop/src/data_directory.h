@@ -5,18 +5,18 @@
 
 namespace devshop {
 
-/// Where the shop keeps its authority and its state: a directory of the user's, locked against a
-/// second shop, or a temporary one that goes when the shop closes.
+/// The directory of the shop's authority and state: the user's, locked against a second shop, or a
+/// temporary one that the destructor removes.
 class DataDirectory {
  public:
-  /// Makes the directory when missing; an empty path asks for a temporary one. Throws StartError.
+  /// Creates a missing directory; an empty path makes a temporary one. Throws StartError.
   explicit DataDirectory(const std::filesystem::path& path);
   ~DataDirectory();
   DataDirectory(const DataDirectory&) = delete;
   DataDirectory& operator=(const DataDirectory&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
-  /// Where to keep the state; empty when the directory is temporary.
+  /// Empty when the directory is temporary.
   std::filesystem::path state_file() const { return temporary_ ? "" : path_ / "state.json"; }
 
  private:

@@ -6,7 +6,7 @@
 
 namespace devshop {
 
-/// What an EPUB says about itself; what it does not say is empty.
+/// The metadata of an EPUB; missing values are empty.
 struct EpubMetadata {
   std::string title;
   std::string author;  ///< several are joined by ", "
@@ -14,7 +14,7 @@ struct EpubMetadata {
   std::string description;
 };
 
-/// Everything is empty when the file is no EPUB.
+/// All values are empty when the file is not an EPUB.
 EpubMetadata ReadEpubMetadata(const std::filesystem::path& epub);
 
 }  // namespace devshop

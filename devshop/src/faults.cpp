@@ -21,14 +21,14 @@ std::string ListKinds() {
 
 int GetInteger(const std::string& name, const Json& value, int least, int most) {
   if (!value.is_number_integer() || value < least || value > most) {
-    throw BadInstruction("\"" + name + "\" is a whole number from " + std::to_string(least) +
-                         " to " + std::to_string(most) + ".");
+    throw InvalidInstruction("\"" + name + "\" is an integer from " + std::to_string(least) +
+                             " to " + std::to_string(most) + ".");
   }
   return value.get<int>();
 }
 
 std::string GetString(const std::string& name, const Json& value) {
-  if (!value.is_string()) throw BadInstruction("\"" + name + "\" is a text.");
+  if (!value.is_string()) throw InvalidInstruction("\"" + name + "\" is a string.");
   return value.get<std::string>();
 }
 
@@ -39,17 +39,18 @@ void ReadMember(Fault& fault, const std::string& name, const Json& value) {
   } else if (name == "fault") {
     fault.kind = GetString(name, value);
     if (std::find(kKinds.begin(), kKinds.end(), fault.kind) == kKinds.end()) {
-      throw BadInstruction("Unknown fault \"" + fault.kind + "\"; there are " + ListKinds() + ".");
+      throw InvalidInstruction("Unknown fault \"" + fault.kind + "\"; there are " + ListKinds() +
+                               ".");
     }
   } else if (name == "status") {
     fault.status = GetInteger(name, value, 200, 599);
   } else if (name == "body") {
     fault.body = GetString(name, value);
   } else if (name == "headers") {
-    const bool texts =
+    const bool valid =
         value.is_object() &&
         std::all_of(value.begin(), value.end(), [](const Json& v) { return v.is_string(); });
-    if (!texts) throw BadInstruction("\"headers\" is an object of texts.");
+    if (!valid) throw InvalidInstruction("\"headers\" is an object of strings.");
     fault.headers = value;
   } else if (name == "after_bytes") {
     fault.after_bytes = static_cast<std::size_t>(GetInteger(name, value, 0, kMost));
@@ -60,9 +61,9 @@ void ReadMember(Fault& fault, const std::string& name, const Json& value) {
   } else if (name == "skip") {
     fault.skip = GetInteger(name, value, 0, kMost);
   } else {
-    throw BadInstruction("Unknown field \"" + name +
-                         "\"; a fault has path, fault, status, body, headers, after_bytes, "
-                         "delay_ms, times, skip.");
+    throw InvalidInstruction("Unknown field \"" + name +
+                             "\"; a fault has path, fault, status, body, headers, after_bytes, "
+                             "delay_ms, times, skip.");
   }
 }
 
@@ -82,11 +83,11 @@ Json FaultJson(const Fault& fault) {
 }  // namespace
 
 Json Faults::Arm(const Json& instruction) {
-  if (!instruction.is_object()) throw BadInstruction("A fault is a JSON object.");
+  if (!instruction.is_object()) throw InvalidInstruction("A fault is a JSON object.");
   Fault fault;
   for (const auto& [name, value] : instruction.items()) ReadMember(fault, name, value);
-  if (fault.path.empty()) throw BadInstruction("\"path\" is missing.");
-  if (fault.kind.empty()) throw BadInstruction("\"fault\" is missing.");
+  if (fault.path.empty()) throw InvalidInstruction("\"path\" is missing.");
+  if (fault.kind.empty()) throw InvalidInstruction("\"fault\" is missing.");
   const std::lock_guard lock(mutex_);
   fault.id = ++armed_;
   faults_.push_back(fault);

@@ -12,35 +12,35 @@
 
 namespace devshop {
 
-/// What a request to the control port got wrong, told in one sentence that names the field.
-class BadInstruction : public std::runtime_error {
+/// A request to the control port is invalid. The message is one sentence that names the field.
+class InvalidInstruction : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Faults armed on paths of the shop, so that an application can be seen to bear them.
+/// A fault that requests of a path meet.
 struct Fault {
   int id = 0;
-  std::string path;  ///< the end of a request's path; * stands for any text
+  std::string path;  ///< the end of a request's path; * matches any characters
   std::string kind;
   int status = 503;
   std::optional<std::string> body;
   Json headers = Json::object();
   std::optional<std::size_t> after_bytes;
   std::optional<int> delay_ms;
-  int times = 1;  ///< how many matching requests it still meets
-  int skip = 0;   ///< how many it lets pass before that
+  int times = 1;  ///< how many more requests it applies to
+  int skip = 0;   ///< how many requests pass before that
   int delivered = 0;
 };
 
-/// Any thread.
+/// The armed faults. Thread-safe.
 class Faults {
  public:
-  /// Arms a fault and gives it back as it is kept. Throws BadInstruction.
+  /// Arms a fault; returns it as stored. Throws InvalidInstruction.
   Json Arm(const Json& instruction);
-  /// The fault that this request meets, now spent once; the oldest armed goes first.
+  /// The first armed fault that matches the path; counts one use of it.
   std::optional<Fault> Take(const std::string& path);
-  /// It took effect.
+  /// The fault took effect.
   void CountDelivered(int id);
   Json ToJson() const;
   void Clear();

@@ -1,14 +1,15 @@
 #include "files.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
+#include <boost/algorithm/string/split.hpp>
 #include <charconv>
+#include <cstdio>
 #include <limits>
 #include <random>
+#include <vector>
 
 #include "crypto.h"
 #include "faults.h"
@@ -18,14 +19,6 @@ namespace {
 
 constexpr int kMaxReplacement_bytes = 1 << 30;
 
-struct Descriptor {
-  explicit Descriptor(int number) : fd(number) {}
-  ~Descriptor() { close(fd); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  const int fd;
-};
-
 struct Range {
   std::size_t first = 0;
   std::size_t size = 0;
@@ -33,8 +26,8 @@ struct Range {
 
 enum class RangeRequest { kNone, kSatisfiable, kUnsatisfiable };
 
-/// Reads a range of the form `bytes=A-B`, `bytes=A-` or `bytes=-N`. Anything else, several ranges
-/// included, counts as no range, and the whole is sent.
+/// Parses `bytes=A-B`, `bytes=A-` or `bytes=-N`. Anything else, several ranges included, is no
+/// range: the whole file is sent.
 RangeRequest ParseRange(std::string_view header, std::size_t whole, Range* range) {
   if (header.rfind("bytes=", 0) != 0) return RangeRequest::kNone;
   header.remove_prefix(6);
@@ -63,7 +56,7 @@ RangeRequest ParseRange(std::string_view header, std::size_t whole, Range* range
   return range->size > 0 ? RangeRequest::kSatisfiable : RangeRequest::kUnsatisfiable;
 }
 
-/// Bytes that never repeat within reach, so that an offset wrong by one shows.
+/// Pseudo-random bytes: data at a wrong offset does not compare equal.
 std::string NoiseBytes(std::size_t size, unsigned revision) {
   std::mt19937_64 random(revision);
   std::string bytes(size + 8, '\0');
@@ -93,19 +86,21 @@ std::string ImageType(const std::string& file) {
 }  // namespace
 
 std::optional<Files::Content> Files::OpenFile(const std::filesystem::path& path) {
-  const auto file = std::make_shared<Descriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const std::shared_ptr<FILE> file(std::fopen(path.c_str(), "rbe"),
+                                   [](FILE* open) { return open ? std::fclose(open) : 0; });
   struct stat info {};
-  if (file->fd < 0 || fstat(file->fd, &info) != 0) return std::nullopt;
+  if (!file || fstat(fileno(file.get()), &info) != 0) return std::nullopt;
   const auto size = static_cast<std::size_t>(info.st_size);
   const auto nanoseconds = info.st_mtim.tv_sec * 1'000'000'000LL + info.st_mtim.tv_nsec;
-  return Content{
-      size, "\"" + std::to_string(nanoseconds) + "-" + std::to_string(size) + "\"",
-      info.st_mtim.tv_sec, [file](std::size_t offset, std::size_t wanted, std::string* bytes) {
-        bytes->resize(wanted);
-        const auto got = pread(file->fd, bytes->data(), wanted, static_cast<off_t>(offset));
-        bytes->resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-        return got > 0;
-      }};
+  return Content{size, "\"" + std::to_string(nanoseconds) + "-" + std::to_string(size) + "\"",
+                 info.st_mtim.tv_sec,
+                 [file](std::size_t offset, std::size_t wanted, std::string* bytes) {
+                   bytes->resize(wanted);
+                   const auto got =
+                       pread(fileno(file.get()), bytes->data(), wanted, static_cast<off_t>(offset));
+                   bytes->resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+                   return got > 0;
+                 }};
 }
 
 Files::Content Files::OpenBytes(std::shared_ptr<const std::string> bytes,
@@ -172,15 +167,9 @@ bool Files::IsCustomer(const std::string& ean, const std::string& token) {
 }
 
 void Files::ServeBook(const Request& request, Response& response) {
-  std::array<std::string, 5> parts;  // "", "files", token, EAN, name
-  std::size_t at = 0;
-  for (const char c : request.path) {
-    if (c == '/' && at + 1 < parts.size()) {
-      ++at;
-    } else {
-      parts[at] += c;
-    }
-  }
+  std::vector<std::string> parts;  // "", "files", token, EAN, name
+  boost::algorithm::split(parts, request.path, [](char c) { return c == '/'; });
+  if (parts.size() != 5) return ServeMissingFile(response);
   const Title* title = shop_.catalogue().Find(parts[3]);
   if (title == nullptr || parts[4] != title->file || !IsCustomer(title->ean, parts[2])) {
     return ServeMissingFile(response);
@@ -204,10 +193,10 @@ void Files::ServeCover(const Request& request, Response& response) {
 }
 
 Json Files::Replace(const Json& instruction) {
-  if (!instruction.is_object()) throw BadInstruction("An instruction is a JSON object.");
+  if (!instruction.is_object()) throw InvalidInstruction("An instruction is a JSON object.");
   const std::string ean = instruction.value("ean", "");
   const Title* title = shop_.catalogue().Find(ean);
-  if (title == nullptr) throw BadInstruction("No book has the \"ean\" \"" + ean + "\".");
+  if (title == nullptr) throw InvalidInstruction("No book has the \"ean\" \"" + ean + "\".");
   ServeOptions options = OptionsFor(ean);
   const unsigned revision = instruction.value("revision", 1U);
   for (const auto& [name, value] : instruction.items()) {
@@ -227,12 +216,12 @@ Json Files::Replace(const Json& instruction) {
       options.validators = value.get<std::string>();
       if (options.validators != "strong" && options.validators != "date" &&
           options.validators != "none") {
-        throw BadInstruction("validators is strong, date or none.");
+        throw InvalidInstruction("validators is strong, date or none.");
       }
     } else if (name != "ean" && name != "revision") {
-      throw BadInstruction("Unknown field \"" + name +
-                           "\"; there are ean, text, size_bytes, revision, ranges, chunked, "
-                           "validators (strong, date, none).");
+      throw InvalidInstruction("Unknown field \"" + name +
+                               "\"; there are ean, text, size_bytes, revision, ranges, chunked, "
+                               "validators (strong, date, none).");
     }
   }
   {

@@ -14,28 +14,27 @@
 
 namespace devshop {
 
-/// Serves the books that customers bought, and covers: ranges, strong entity tags, If-Range. Any
-/// thread.
+/// Serves bought books and covers, with ranges, strong entity tags and If-Range. Thread-safe.
 class Files {
  public:
   explicit Files(Shop& shop) : shop_(shop) {}
 
-  /// Answers `/files/TOKEN/EAN/NAME`, where the token proves that the customer bought the title.
+  /// Serves `/files/TOKEN/EAN/NAME`; the token proves that a customer bought the title.
   void ServeBook(const Request& request, Response& response);
-  /// Answers `/covers/EAN`.
+  /// Serves `/covers/EAN`.
   void ServeCover(const Request& request, Response& response);
 
-  /// Serves other bytes, or in another options, in place of a book's file:
-  /// `{"ean", "text" | "size_bytes" and "revision", "ranges", "validators", "chunked"}`. Gives what
-  /// is served from then on. Throws BadInstruction.
+  /// Replaces a book's bytes or changes how they are served:
+  /// `{"ean", "text" | "size_bytes" and "revision", "ranges", "validators", "chunked"}`. Returns
+  /// what is served from then on. Throws InvalidInstruction.
   Json Replace(const Json& instruction);
-  /// Serves the directory's files again.
+  /// Undoes all of Replace.
   void Restore();
-  /// Each title with its size, digest and entity tag as served.
+  /// Each title with its size, digest and entity tag, as served.
   Json ToJson() const;
 
  private:
-  /// A stand-in for a title's file, and how it is served.
+  /// How a title's file is served, and the bytes that replace it.
   struct ServeOptions {
     std::shared_ptr<const std::string> bytes;  // null: the file's own
     std::string revision;
@@ -43,7 +42,7 @@ class Files {
     bool chunked = false;
     std::string validators = "strong";  // or "date" or "none"
   };
-  /// Bytes opened for one answer, so that what is sent is one version throughout.
+  /// A file opened for one response, so that all pieces are of one version.
   struct Content {
     std::size_t size_bytes = 0;
     std::string etag;

@@ -3,7 +3,7 @@
 
 #include <string>
 
-/// The names under which the shop is known to its clients, whatever port it listens on.
+/// The hosts and paths under which clients reach the shop, whatever port it listens on.
 namespace devshop {
 
 inline const std::string kShopHost = QUIRE_SHOP_HOST;

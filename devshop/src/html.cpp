@@ -12,7 +12,6 @@ constexpr char kStyle[] = R"(
 body { margin: 0; background: #f3f5f7; color: var(--ink);
        font: 16px/1.45 system-ui, "DejaVu Sans", sans-serif; }
 header { background: var(--shop); color: #fff; padding: 14px 20px; font-weight: 600; }
-header a { color: inherit; text-decoration: none; }
 main { width: min(440px, 100% - 20px); margin: 12px auto; padding: 18px; background: #fff;
        border: 1px solid var(--line); border-radius: 10px; }
 h1 { font-size: 1.25rem; margin: 0 0 12px; }
@@ -20,21 +19,18 @@ a { color: var(--shop); }
 table { width: 100%; border-collapse: collapse; margin-bottom: 18px; font-size: .94rem; }
 td { padding: 7px 0; border-bottom: 1px solid var(--line); vertical-align: top; }
 td:last-child { text-align: right; white-space: nowrap; padding-left: 12px; }
-tr.sum td { border: 0; font-weight: 600; font-size: 1.06rem; }
+tr.sum td { font-weight: 600; }
 .name { display: -webkit-box; -webkit-box-orient: vertical; -webkit-line-clamp: 3;
         overflow: hidden; }
 small, .soft { color: var(--soft); font-size: .86rem; }
 label { display: block; margin: 12px 0 4px; font-size: .9rem; font-weight: 600; }
-input { width: 100%; padding: 10px 12px; font: inherit; border: 1px solid #97a3af;
-        border-radius: 6px; background: #fff; color: inherit; }
+input { width: 100%; padding: 10px 12px; font: inherit; border: 1px solid #97a3af; }
 input[aria-invalid] { border-color: var(--bad); outline: 1px solid var(--bad); }
 .wrong { color: var(--bad); font-size: .86rem; margin: 4px 0 0; }
 .pair { display: grid; grid-template-columns: 1fr 1fr; gap: 14px; }
 button { width: 100%; padding: 12px; margin-top: 12px; font: inherit; font-weight: 600;
-         border-radius: 6px; border: 1px solid var(--shop); cursor: pointer;
-         background: #fff; color: var(--shop); }
+         border: 1px solid var(--shop); background: #fff; color: var(--shop); }
 button.main { background: var(--shop); color: #fff; margin-top: 20px; }
-.wallet { border: 1px solid var(--line); border-radius: 8px; padding: 12px 14px; }
 .cover { float: right; width: 110px; margin: 0 0 10px 14px; border: 1px solid var(--line); }
 )";
 
@@ -51,9 +47,8 @@ void ServePage(Response& response, const std::string& title, const std::string& 
       "<link rel=\"icon\" href=\"data:,\">\n<title>" +
           EscapeHtml(title) + " - " + EscapeHtml(kShopName) + "</title>\n<style>" + kStyle +
           "</style>\n</head>\n<body>\n"
-          "<header><a href=\"/\">" +
-          EscapeHtml(kShopName) + "</a></header>\n<main>\n" + content +
-          "</main>\n</body>\n</html>\n",
+          "<header>" +
+          EscapeHtml(kShopName) + "</header>\n<main>\n" + content + "</main>\n</body>\n</html>\n",
       "text/html; charset=utf-8");
 }
 

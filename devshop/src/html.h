@@ -7,8 +7,8 @@
 
 namespace devshop {
 
-/// Answers with a whole page in the shop's dress, readable on a phone's width, without scripts and
-/// without anything fetched from elsewhere. `content` is HTML, `title` is text.
+/// Serves a page with the shop's header and style, without scripts or external resources. `content`
+/// is HTML, `title` is plain text.
 void ServePage(Response& response, const std::string& title, const std::string& content);
 
 }  // namespace devshop

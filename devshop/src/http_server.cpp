@@ -46,10 +46,10 @@ constexpr char kFormType[] = "application/x-www-form-urlencoded";
 std::atomic<int> connections_accepted = 0;
 
 /// The status that refuses what the parser could not read.
-int StatusOf(const error_code& error, std::string_view received) {
+int StatusOf(const error_code& error, bool has_line) {
   if (error == http::error::body_limit) return 413;
   if (error != http::error::header_limit) return 400;
-  return received.find('\n') == std::string_view::npos ? 414 : 431;
+  return has_line ? 431 : 414;
 }
 
 /// The status that refuses a request for its size or form; 0 when the shop takes it.
@@ -118,7 +118,7 @@ asio::awaitable<int> ReceiveRequest(Connection& connection, Parser& parser) {
   parser.eager(true);
   parser.header_limit(kMaxHead_bytes);
   parser.body_limit(kMaxBody_bytes);
-  bool continued = false;
+  bool continued = false, has_line = false;
   for (bool idle = true;; idle = false) {
     // What came with the request before may be a whole one.
     bool open = true;
@@ -126,8 +126,9 @@ asio::awaitable<int> ReceiveRequest(Connection& connection, Parser& parser) {
     if (!open) co_return -1;
     error_code error;
     const auto received = connection.received();
+    has_line = has_line || received.find('\n') != std::string_view::npos;
     const auto used = parser.put(asio::buffer(received.data(), received.size()), error);
-    if (error && error != http::error::need_more) co_return StatusOf(error, received);
+    if (error && error != http::error::need_more) co_return StatusOf(error, has_line);
     connection.Consume(used);
     if (parser.is_done()) break;
     if (continued || !parser.is_header_done()) continue;

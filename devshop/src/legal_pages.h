@@ -8,7 +8,7 @@
 
 namespace devshop {
 
-/// A page that the shop's law or its customers ask for.
+/// A page that the device's configuration links to.
 struct LegalPage {
   const char* configuration_key;  ///< its name in the device's configuration
   const char* name;               ///< its name in the address
@@ -29,7 +29,7 @@ inline constexpr std::array<LegalPage, 5> kLegalPages{{
      "What you type stays on this computer: in the shop's memory and, if it was started with "
      "a data directory, in that directory."},
     {"WiderrufsrechtURL", "withdrawal", "Right of withdrawal",
-     "Nothing was paid, so there is nothing to pay back. Start the shop anew to return every "
+     "Nothing was paid, so there is nothing to pay back. Restart the shop to return every "
      "book."},
     {"HilfeURL", "help", "Help",
      "Log in with an account of the accounts file, or register one. Cards are checked for their "

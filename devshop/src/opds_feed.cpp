@@ -36,14 +36,14 @@ void AddLink(pugi::xml_node parent, const std::string& rel, const std::string& h
   AddElement(parent, "link", "", {{"rel", rel}, {"href", href}, {"type", type}});
 }
 
-/// "2021-03-15 14:30:00" as Atom writes it.
+/// "2021-03-15 14:30:00" is "2021-03-15T14:30:00Z".
 std::string AtomTime(std::string time) {
   if (time.size() != 19) return "2021-01-01T00:00:00Z";
   time[10] = 'T';
   return time + "Z";
 }
 
-/// What the customer gets for the money: the file, or a ticket that is turned into it.
+/// A ticket is an indirect acquisition of the book.
 void AddAcquisition(pugi::xml_node entry, const Title& title) {
   auto link = AddElement(entry, "link", "",
                          {{"rel", kOpds + "acquisition/buy"},
@@ -103,7 +103,7 @@ std::string Serialize(const pugi::xml_document& document) {
   return text.str();
 }
 
-/// The page asked for, 1 when none was; 0 when it is no page number.
+/// The number of the requested page, 1 by default; 0 when it is not a number.
 std::size_t RequestedPage(const Request& request) {
   const std::string text = GetField(request.query, "page");
   std::size_t page = text.empty() ? 1 : 0;

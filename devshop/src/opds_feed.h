@@ -6,11 +6,11 @@
 
 namespace devshop {
 
-/// Answers a request for the catalogue's start page: an OPDS 1.2 acquisition feed of the titles,
-/// ten a page (`?page=`, from 1), searched with `?q=`.
+/// Serves the catalogue: an OPDS 1.2 acquisition feed, ten titles a page (`?page=`, from 1),
+/// filtered by `?q=`. A page that does not exist is answered with 404.
 void ServeFeed(const Catalogue& catalogue, const Request& request, Response& response);
 
-/// Answers with the OpenSearch description that the feed links to.
+/// Serves the OpenSearch description that the feed links to.
 void ServeSearchDescription(Response& response);
 
 }  // namespace devshop

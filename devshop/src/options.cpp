@@ -7,7 +7,7 @@
 namespace devshop {
 namespace {
 
-/// The data installed beside the program, in the build tree as in an installed one.
+/// The data installed with the program; the build tree has the same layout.
 std::filesystem::path ShareDirectory() {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
@@ -23,11 +23,11 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
 
   CLI::App app(
       "A bookshop on loopback for developers: store API and catalogue over HTTPS, configuration\n"
-      "service over HTTP, payment pages, and a control port with faults and a ledger of requests.",
+      "service over HTTP, payment pages, and a control port for faults and recorded requests.",
       "quire-devshop");
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   app.add_option("--data", options.data,
-                 "Directory for the test authority and the shop's state, made when missing\n"
+                 "Directory for the test authority and the shop's state, created when missing\n"
                  "(default: a temporary one, removed at exit)");
   app.add_option("--books", options.books, "Directory with the books to sell")
       ->capture_default_str();
@@ -38,7 +38,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
       ->check(port);
   app.add_option("--config-port", options.config_port, "HTTP port of the configuration service")
       ->check(port);
-  app.add_option("--control-port", options.control_port, "HTTP port for faults and the ledger")
+  app.add_option("--control-port", options.control_port,
+                 "HTTP port for faults and recorded requests")
       ->check(port);
   const std::map<std::string, CertificateKind> kinds{
       {"good", CertificateKind::kGood},

@@ -12,15 +12,15 @@ struct Options {
   std::filesystem::path data;  ///< empty: a temporary directory, removed at exit
   std::filesystem::path books;
   std::filesystem::path accounts;
-  int shop_port = 0;  ///< 0: the system picks one; so with the others
+  int shop_port = 0;  ///< 0: any free one; likewise for the others
   int config_port = 0;
   int control_port = 0;
   CertificateKind certificate = CertificateKind::kGood;
   bool verbose = false;
 };
 
-/// Reads the command line. When there is nothing to run (help asked for, or a mistake, which it has
-/// then told), it gives nothing and sets the exit code.
+/// Parses the command line. Empty when there is nothing to run (--help, --version, or an error,
+/// which has been printed); `exit_code` is then set.
 std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code);
 
 }  // namespace devshop

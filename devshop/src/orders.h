@@ -26,34 +26,34 @@ struct Order {
   std::string last_updated;
   Payment payment = Payment::kNone;
   std::string pay_method;
-  std::string success_url;  ///< where the payment page goes back to
+  std::string success_url;  ///< where the payment page redirects to
   std::string cancel_url;
-  std::string payment_token;  ///< names the payment page; nobody else can guess it
+  std::string payment_token;  ///< the secret part of the payment page's address
   int checks = 0;             ///< of the payment's state, since the commit
   std::string placed;         ///< when it was submitted; empty before
 
   long AmountCents(const Catalogue& catalogue) const;
 };
 
-/// All orders. The caller locks.
+/// All orders. Not thread-safe: the caller locks Shop::mutex.
 class Orders {
  public:
-  /// The session's cart, made when there is none or when it is already paid.
+  /// The session's cart; a new one when there is none or it is paid.
   Order& Cart(const std::string& session, const std::string& email);
-  /// Null when that customer has no such order. Pointers stay valid.
+  /// Null when the customer has no such order. The pointer stays valid.
   Order* Find(const std::string& id, const std::string& email);
   Order* FindPayment(const std::string& token);
 
-  /// Opens the payment. A way to pay without a page counts as paid.
+  /// Opens the payment. A payment method without a page is approved at once.
   void Commit(Order& order, const std::string& pay_method);
 
-  /// The state of the payment in the words of the store API; counts as a check. A payment is
-  /// pending for the first checks, whatever its page says; then it succeeds when approved and is in
-  /// progress as long as nobody has decided. A cancelled one fails at once.
+  /// The payment's state as the store API names it; counts as a check. A cancelled payment is
+  /// "Failure"; any other is "Pending" for the first checks, then "Success" once approved and
+  /// "In Progress" until then.
   std::string Check(Order& order);
 
   int pending_checks = 2;
-  std::optional<std::string> next_status;  ///< the next check's answer, whatever the payment
+  std::optional<std::string> next_status;  ///< returned by the next check instead
 
   void Load(const Json& json);
   Json ToJson() const;

@@ -1,14 +1,73 @@
 #include "payment_pages.h"
 
+#include <algorithm>
+#include <boost/algorithm/string/trim.hpp>
 #include <ctime>
 
-#include "card_check.h"
 #include "html.h"
 
 namespace devshop {
 namespace {
 
-/// An input of the card form, with what was typed and what is wrong with it.
+/// Removes the blanks and dashes that group digits.
+std::string StripGrouping(std::string text) {
+  std::erase_if(text, [](char c) { return c == ' ' || c == '-'; });
+  return text;
+}
+
+bool IsDigits(const std::string& text, std::size_t least, std::size_t most) {
+  return text.size() >= least && text.size() <= most &&
+         text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+bool PassesLuhn(const std::string& digits) {
+  int sum = 0;
+  bool doubled = false;
+  for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit, doubled = !doubled) {
+    const int value = (*digit - '0') * (doubled ? 2 : 1);
+    sum += value / 10 + value % 10;
+  }
+  return sum % 10 == 0;
+}
+
+/// Accepts M/YY, MM/YY and a year of four digits, with blanks around each part.
+std::string CheckExpiry(const std::string& text, std::time_t now) {
+  const std::string mistake = "Enter month and year as MM/YY.";
+  const auto slash = text.find('/');
+  if (slash == std::string::npos) return mistake;
+  std::string month = boost::algorithm::trim_copy(text.substr(0, slash));
+  std::string year = boost::algorithm::trim_copy(text.substr(slash + 1));
+  if (month.size() == 1) month.insert(0, "0");
+  if (year.size() == 2) year.insert(0, "20");
+  if (!IsDigits(month, 2, 2) || month < "01" || month > "12" || !IsDigits(year, 4, 4) ||
+      !year.starts_with("20")) {
+    return mistake;
+  }
+  // A card is good to the end of its month.
+  return year + month < FormatTime(now, "%Y%m") ? "This card has expired." : "";
+}
+
+/// The mistakes in the card form by field name; empty when the card is accepted.
+std::map<std::string, std::string> CheckCard(const Fields& form) {
+  std::map<std::string, std::string> wrong;
+  const auto number = StripGrouping(GetField(form, "card_number"));
+  if (GetField(form, "card_holder").find_first_not_of(' ') == std::string::npos) {
+    wrong["card_holder"] = "Enter the name on the card.";
+  }
+  if (!IsDigits(number, 12, 19)) {
+    wrong["card_number"] = "Enter the 12 to 19 digits of the card number.";
+  } else if (!PassesLuhn(number)) {
+    wrong["card_number"] = "This is not a card number; please check the digits.";
+  }
+  if (const auto expiry = CheckExpiry(GetField(form, "card_expiry"), std::time(nullptr));
+      !expiry.empty()) {
+    wrong["card_expiry"] = expiry;
+  }
+  if (!IsDigits(GetField(form, "card_cvc"), 3, 4)) wrong["card_cvc"] = "Enter the 3 or 4 digits.";
+  return wrong;
+}
+
+/// An input of the card form.
 struct Input {
   const char* name;
   const char* label;
@@ -55,7 +114,7 @@ std::string CardForm(const Fields& typed, const std::map<std::string, std::strin
 }
 
 std::string WalletForm(const std::string& email, const std::string& amount) {
-  return "<form method=\"post\">\n<div class=\"wallet\"><strong>Your wallet "
+  return "<form method=\"post\">\n<div><strong>Your wallet "
          "account</strong><br>\n" +
          EscapeHtml(email) + "<br>\n<small>Approve in your wallet account, and the shop gets " +
          EscapeHtml(amount) + " from it.</small></div>\n" + ButtonsHtml(amount);
@@ -80,7 +139,7 @@ void PaymentPages::Handle(const Request& request, Response& response) {
   if (order == nullptr) {
     response.status = 404;
     ServePage(response, "No such payment",
-              "<h1>No such payment</h1>\n<p>This payment does not exist, or was started anew. "
+              "<h1>No such payment</h1>\n<p>This payment does not exist, or was started again. "
               "Please return to the shop's application.</p>\n");
   } else if (request.method == "POST") {
     Decide(*order, request, response);
@@ -95,9 +154,7 @@ void PaymentPages::Decide(Order& order, const Request& request, Response& respon
   const std::string decision = GetField(request.form, "decision");
   if (order.payment == Order::Payment::kOpen) {
     const bool approved = decision == "approve";
-    const Wrong wrong = approved && order.pay_method == "CCARD"
-                            ? CheckCard(request.form, std::time(nullptr))
-                            : Wrong{};
+    const Wrong wrong = approved && order.pay_method == "CCARD" ? CheckCard(request.form) : Wrong{};
     if ((!approved && decision != "cancel") || !wrong.empty()) {
       response.status = 422;
       return ShowForm(order, request.form, wrong, response);

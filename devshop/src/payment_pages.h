@@ -9,10 +9,9 @@
 
 namespace devshop {
 
-/// The pages on which customers pay: a card form, or a wallet that asks for approval. Plain forms,
-/// posted to the page's own address, whose last part nobody else can guess: the fields card_holder,
-/// card_number, card_expiry and card_cvc, and `decision`, approve or cancel. Both decisions lead
-/// back to the addresses that the order was committed with. Any thread.
+/// The payment pages: a card form or a wallet's approval, posted to the page's own secret address
+/// with the fields card_holder, card_number, card_expiry, card_cvc and `decision` (approve or
+/// cancel). Either decision redirects to the order's return address. Thread-safe.
 class PaymentPages {
  public:
   explicit PaymentPages(Shop& shop) : shop_(shop) {}

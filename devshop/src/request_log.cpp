@@ -32,11 +32,11 @@ std::string RedactSecrets(const std::string& path) {
 void RequestLog::Add(const std::string& port, const Request& request) {
   const std::lock_guard lock(mutex_);
   entries_.push_back({++added_, port, request, 0, {}});
-  entries_.back().request.body = {};  // its fields are kept, and up to a mebibyte more is not
+  entries_.back().request.body = {};  // up to 1 MiB; its form fields are kept
   if (entries_.size() > kMaxEntries) entries_.pop_front();
 }
 
-RequestLog::Entry* RequestLog::in_flight(int connection) {
+RequestLog::Entry* RequestLog::InFlight(int connection) {
   const auto last = std::find_if(entries_.rbegin(), entries_.rend(), [&](const Entry& entry) {
     return entry.request.connection == connection;
   });
@@ -45,7 +45,7 @@ RequestLog::Entry* RequestLog::in_flight(int connection) {
 
 void RequestLog::SetStatus(int connection, int status) {
   const std::lock_guard lock(mutex_);
-  Entry* entry = in_flight(connection);
+  Entry* entry = InFlight(connection);
   if (entry == nullptr) return;
   entry->status = status;
   if (!verbose_) return;
@@ -56,7 +56,7 @@ void RequestLog::SetStatus(int connection, int status) {
 
 void RequestLog::SetFault(int connection, const std::string& fault) {
   const std::lock_guard lock(mutex_);
-  if (Entry* entry = in_flight(connection)) entry->fault = fault;
+  if (Entry* entry = InFlight(connection)) entry->fault = fault;
 }
 
 Json RequestLog::ToJson() const {

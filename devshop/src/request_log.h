@@ -9,15 +9,15 @@
 
 namespace devshop {
 
-/// The requests that came in, in order. It holds what customers of a development shop typed, their
-/// passwords too: it is shown on the control port and never printed. Any thread.
+/// The received requests, in order, passwords included: the control port shows them, and they are
+/// never printed. Thread-safe.
 class RequestLog {
  public:
-  /// `verbose` prints a line for each answered request, without secrets.
+  /// `verbose`: prints a line per answered request, without secrets.
   explicit RequestLog(bool verbose) : verbose_(verbose) {}
 
   void Add(const std::string& port, const Request& request);
-  /// The status or the fault of the connection's request under way.
+  /// Sets the status or the fault of the connection's request in flight.
   void SetStatus(int connection, int status);
   void SetFault(int connection, const std::string& fault);
 
@@ -32,7 +32,7 @@ class RequestLog {
     int status = 0;  ///< 0: nothing sent
     std::string fault;
   };
-  Entry* in_flight(int connection);
+  Entry* InFlight(int connection);
 
   const bool verbose_;
   mutable std::mutex mutex_;

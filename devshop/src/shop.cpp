@@ -22,7 +22,7 @@ Json ReadJson(const std::filesystem::path& path) {
   return Json::parse(file, nullptr, false);
 }
 
-/// The file has the old content or the new, whatever happens meanwhile.
+/// Replaces the file atomically.
 bool ReplaceFile(const std::filesystem::path& path, const std::string& text) {
   const auto temp_file = path.string() + ".new";
   const int fd = open(temp_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
@@ -57,8 +57,8 @@ void Shop::Save() const {
   const Json state{
       {"accounts", accounts.ToJson()}, {"orders", orders.ToJson()}, {"linkSecret", link_secret_}};
   if (!ReplaceFile(state_file_, ToString(state))) {
-    std::cerr << "Cannot keep the shop's state in " + state_file_.string() + " (" +
-                     std::strerror(errno) + "); it lasts until the shop closes.\n";
+    std::cerr << "Cannot save the shop's state in " + state_file_.string() + " (" +
+                     std::strerror(errno) + "); it is lost when the shop closes.\n";
   }
 }
 

@@ -11,20 +11,20 @@
 
 namespace devshop {
 
-/// What the shop knows and remembers. `mutex` guards accounts and orders.
+/// The shop's books, customers and orders. `mutex` guards accounts and orders.
 class Shop {
  public:
-  /// Reads the books and the accounts. With `state_file`, what changes is kept there and read from
-  /// there, in place of the accounts file, at the next start. Throws StartError.
+  /// Reads the books and the accounts. With `state_file`, changes are saved there, and the next
+  /// start reads them instead of the accounts file. Throws StartError.
   Shop(const std::filesystem::path& books, const std::filesystem::path& accounts,
        const std::filesystem::path& state_file);
 
   const Catalogue& catalogue() const { return catalogue_; }
 
-  /// Keeps what has changed; the caller locks. A failure is told on standard error.
+  /// Saves the state; the caller locks. A failure is printed on standard error.
   void Save() const;
 
-  /// The part of a bought book's link that only its customer knows.
+  /// The secret part of a bought book's link.
   std::string LinkToken(const Account& account, const std::string& ean) const;
 
   std::mutex mutex;

@@ -8,7 +8,7 @@
 
 namespace devshop {
 
-/// Everything under the shop's host, by path. Any thread.
+/// Routes requests for the shop's host by path. Thread-safe.
 class ShopSite {
  public:
   ShopSite(Shop& shop, Files& files) : shop_(shop), files_(files), api_(shop), payments_(shop) {}
@@ -25,7 +25,7 @@ class ShopSite {
   PaymentPages payments_;
 };
 
-/// The page that a payment returns to: applications watch for its address and close the browser.
+/// Serves the page that a payment returns to.
 void ServeReturnPage(Response& response);
 
 void ServeNotFound(Response& response);

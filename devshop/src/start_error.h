@@ -5,8 +5,7 @@
 
 namespace devshop {
 
-/// The shop cannot start. The text is one sentence for the person who started it: what is wrong,
-/// and how to mend it.
+/// The shop cannot start. The message is one sentence for the user: what is wrong and what to do.
 class StartError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -15,7 +15,7 @@ constexpr std::size_t kMinPassword_characters = 6;
 constexpr std::size_t kMaxEmail_characters = 254;
 constexpr std::size_t kMaxAddress_characters = 2000;
 
-/// A call is refused; the text is for the customer.
+/// A call is refused; the message is for the customer.
 class Refusal : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -111,7 +111,7 @@ void StoreApi::Handle(const Request& request, Response& response) {
 }
 
 Json StoreApi::RefusalJson(const std::string& path, const std::string& text) {
-  // One call spells the key in its own way, and clients rely on it.
+  // Compatibility: clients of this call expect another spelling of the key.
   const bool other_key = path == kApiPath + "/getUserEbook";
   return {{"error", "true"}, {"response", {{other_key ? "errorMsg" : "ErrorMsg", text}}}};
 }
@@ -135,13 +135,13 @@ Json StoreApi::LogIn(const Fields& form) {
   CheckStore(form);
   const Account* account = shop_.accounts.Find(GetField(form, "username"));
   if (account == nullptr || !SecretsEqual(account->password, GetField(form, "password"))) {
-    throw Refusal("The e-mail address or the password is not right. Please try again.");
+    throw Refusal("The e-mail address or the password is wrong. Please try again.");
   }
   return {{"opdsSessionId", shop_.accounts.LogIn(*account)}};
 }
 
 Json StoreApi::LogOut(const Fields& form) {
-  CheckStore(form, " storeId");  // with the blank: clients rely on it
+  CheckStore(form, " storeId");  // Compatibility: clients send the blank.
   Customer(form);
   shop_.accounts.LogOut(GetField(form, "opdsSessionId"));
   return Json::object();
@@ -205,8 +205,7 @@ Json StoreApi::AddToCart(const Fields& form) {
     const bool wanted =
         std::strtol(GetField(form, "quantity_" + name.substr(4)).c_str(), nullptr, 10) > 0;
     std::erase(cart.eans, ean);
-    // An e-book is sold once per order, and what is not for sale stays out without a word: the
-    // customer sees it missing in the cart.
+    // An e-book is in a cart once. Compatibility: a title out of sale is left out without an error.
     if (wanted && title != nullptr && !title->out_of_sale) cart.eans.push_back(ean);
   }
   cart.last_updated = FormatTime(std::time(nullptr));
@@ -264,8 +263,7 @@ Json StoreApi::CheckOrder(const Fields& form) {
   return {{"orderId", order.id}, {"paymentStatus", shop_.orders.Check(order)}};
 }
 
-/// Placing an order again answers as the first time: nothing is sold twice, and an application that
-/// lost the answer gets it.
+/// Idempotent: an application that lost the response gets the same one again.
 Json StoreApi::SubmitOrder(const Fields& form) {
   CheckStore(form);
   Account& account = Customer(form);

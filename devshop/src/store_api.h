@@ -8,15 +8,15 @@
 
 namespace devshop {
 
-/// The shop's calls for applications: form fields in, JSON out. Any thread.
+/// The store API: form fields in, JSON out. Thread-safe.
 class StoreApi {
  public:
   explicit StoreApi(Shop& shop) : shop_(shop) {}
 
-  /// Answers a request whose path lies under the API's.
+  /// Handles a request under kApiPath.
   void Handle(const Request& request, Response& response);
 
-  /// What a call at that path answers when it refuses: status 200, and a text for the customer.
+  /// The body of a refused call, sent with status 200; `text` is for the customer.
   static Json RefusalJson(const std::string& path, const std::string& text);
 
  private:

@@ -2,15 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/algorithm/string/replace.hpp>
 #include <charconv>
+#include <cstring>
 #include <cwctype>
 
 namespace devshop {
 namespace {
 
 bool IsUnreserved(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-         std::string_view("-._~").find(c) != std::string_view::npos;
+  const auto letter = c | 0x20;
+  return (letter >= 'a' && letter <= 'z') || (c != '\0' && std::strchr("0123456789-._~", c));
 }
 
 std::string DecodeFormValue(std::string_view text) {
@@ -79,28 +81,12 @@ std::string PercentDecode(std::string_view text) {
 }
 
 std::string EscapeHtml(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      case '\'':
-        escaped += "&#39;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
+  std::string escaped(text);
+  boost::algorithm::replace_all(escaped, "&", "&amp;");
+  boost::algorithm::replace_all(escaped, "<", "&lt;");
+  boost::algorithm::replace_all(escaped, ">", "&gt;");
+  boost::algorithm::replace_all(escaped, "\"", "&quot;");
+  boost::algorithm::replace_all(escaped, "'", "&#39;");
   return escaped;
 }
 
@@ -111,7 +97,7 @@ std::string FoldCase(const std::string& utf8) {
     wchar_t letter = 0;
     const auto length = std::mbrtowc(&letter, &utf8[at], utf8.size() - at, &reading);
     std::array<char, 16> lower{};
-    if (length == 0 || length > utf8.size()) {  // not UTF-8: the byte stands for itself
+    if (length == 0 || length > utf8.size()) {  // not UTF-8: the byte is kept
       folded += utf8[at++];
       reading = {};
       continue;

@@ -11,36 +11,36 @@
 
 namespace devshop {
 
-/// JSON whose members stay in the order written, so that a person reads answers top down.
+/// JSON whose members keep the order in which they were added.
 using Json = nlohmann::ordered_json;
 
 /// Form or query fields in the order sent; a name may repeat.
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
-/// JSON text, indented; bytes that are not UTF-8 come out as U+FFFD.
+/// Serializes, indented; bytes that are not UTF-8 become U+FFFD.
 std::string ToString(const Json& json);
 
-/// Reads `application/x-www-form-urlencoded` text. Never fails: an odd escape stands for itself.
+/// Parses `application/x-www-form-urlencoded`. An invalid escape is kept as it is.
 Fields ParseFields(std::string_view encoded);
 
-/// The value of the first field of that name, else the empty text.
+/// The value of the first field of that name; else an empty string.
 std::string GetField(const Fields& fields, std::string_view name);
 
 /// Percent-encodes everything but letters, digits and `-._~`.
 std::string PercentEncode(std::string_view text);
 std::string PercentDecode(std::string_view text);
 
-/// Escapes text for HTML content and quoted attributes.
+/// Escapes for HTML content and quoted attributes.
 std::string EscapeHtml(std::string_view text);
 
-/// Lower case for comparing what people type, umlauts included.
+/// Lower case of UTF-8, for comparison; uses the LC_CTYPE locale.
 std::string FoldCase(const std::string& utf8);
 
-/// "12.99" is 1299. Nothing when it is no amount.
+/// "12.99" is 1299. Empty when the string is not an amount.
 std::optional<long> ParseCents(const std::string& amount);
 /// 1299 is "12.99", or "12,99" with a comma as the separator.
 std::string FormatCents(long cents, char separator = '.');
-/// As customers read it: "12,99 EUR".
+/// 1299 is "12,99 EUR".
 std::string FormatPrice(long cents, const std::string& currency);
 
 /// Formats UTC time as strftime does; the default is how the shop writes its timestamps.

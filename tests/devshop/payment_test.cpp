@@ -108,23 +108,25 @@ TEST_F(DevshopPayment, ApprovesOrderWithoutPaymentPage) {
 }
 
 TEST_F(DevshopPayment, RefusesIncompleteOrder) {
-  const auto commit_refusal = [&](const Fields& fields) {
+  const auto CommitRefusal = [&](const Fields& fields) {
     return Refusal("/commitOrderForPayment", Ids() + fields);
   };
   order_ = Call("/addToCart", {{"opdsSessionId", session_}})["response"]["orderId"];
-  EXPECT_NE(commit_refusal(kByCard), "") << "empty";
+  EXPECT_NE(CommitRefusal(kByCard), "") << "empty";
   Call("/addToCart", {{"opdsSessionId", session_}, {"ean_0", "9004"}, {"quantity_0", "1"}});
-  EXPECT_NE(commit_refusal({}), "");
-  EXPECT_NE(commit_refusal({{"paymethod", "CCARD"}}), "");
+  EXPECT_NE(CommitRefusal({}), "");
+  EXPECT_NE(CommitRefusal({{"paymethod", "CCARD"}}), "");
   const Fields no_address{{"success_url", "javascript:alert(1)"}};
-  EXPECT_NE(commit_refusal(no_address + kByCard), "");
+  EXPECT_NE(CommitRefusal(no_address + kByCard), "");
+  const Fields endless{{"success_url", "http://a.example/" + std::string(100'000, 'a')}};
+  EXPECT_NE(CommitRefusal(endless + kByCard), "");
   EXPECT_NE(Refusal("/checkOrder", Ids()), "");
-  EXPECT_EQ(commit_refusal(kByCard), "");
+  EXPECT_EQ(CommitRefusal(kByCard), "");
 }
 
 TEST_F(DevshopPayment, ReportsCardErrorsBesideTheirFields) {
   CommitOrder(kByCard);
-  const auto expect_wrong = [&](const std::string& name, const std::string& value) {
+  const auto ExpectWrong = [&](const std::string& name, const std::string& value) {
     Fields fields = GoodCard();
     for (auto& field : fields) {
       if (field.first == name) field.second = value;
@@ -138,15 +140,17 @@ TEST_F(DevshopPayment, ReportsCardErrorsBesideTheirFields) {
     return page.body;
   };
   for (const char* number : {"", "4111111111111112", "41111111112", "4111x11111111111"}) {
-    expect_wrong("card_number", number);
+    ExpectWrong("card_number", number);
   }
   for (const char* expiry : {"", "13/99", "00/99", "1299", "01/20", "12/2020"}) {
-    expect_wrong("card_expiry", expiry);
+    ExpectWrong("card_expiry", expiry);
   }
-  for (const char* cvc : {"", "12", "12a", "12345"}) expect_wrong("card_cvc", cvc);
-  expect_wrong("card_holder", "  ");
+  ExpectWrong("card_expiry", std::string(60'000, ' '));
+  ExpectWrong("card_expiry", std::string(60'000, '1') + "/99");
+  for (const char* cvc : {"", "12", "12a", "12345"}) ExpectWrong("card_cvc", cvc);
+  ExpectWrong("card_holder", "  ");
 
-  const std::string page = expect_wrong("card_number", "\"><script>alert(1)</script>");
+  const std::string page = ExpectWrong("card_number", "\"><script>alert(1)</script>");
   EXPECT_EQ(page.find("<script>"), std::string::npos);
   EXPECT_NE(page.find("value=\"Anna Möller\""), std::string::npos) << "what was typed is kept";
   EXPECT_EQ(page.find("value=\"123\""), std::string::npos) << "but the CVC";

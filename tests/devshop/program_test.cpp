@@ -16,6 +16,15 @@ class DevshopProgram : public RunningShop {
     return shop_->Address(key).substr(shop_->Address(key).rfind(':') + 1);
   }
 
+  /// What the configuration port answers to these bytes.
+  std::string StatusLine(const std::string& bytes) const {
+    boost::asio::ip::tcp::iostream stream("127.0.0.1", Port("config"));
+    stream << bytes << std::flush;
+    std::string line;
+    std::getline(stream, line);
+    return line;
+  }
+
   /// The program must refuse these options, in a sentence that has both.
   static void ExpectStartFailure(const Command& options, const std::string& what,
                                  const std::string& mend) {
@@ -124,6 +133,15 @@ TEST_F(DevshopProgram, SurvivesMalformedRequests) {
                                               {login, 405}};
   for (const auto& [path, status] : rows) EXPECT_EQ(Get(path).status, status) << path;
   EXPECT_EQ(ShopClient().Post(login, std::string(2 << 20, 'a'), "text/plain")->status, 413);
+  EXPECT_EQ(Get("/", {{"X-Long", std::string(70'000, 'a')}}).status, 431);
+  httplib::Headers many;
+  for (int i = 0; i < 200; ++i) many.emplace("X-" + std::to_string(i), "1");
+  EXPECT_EQ(Get("/", many).status, 431);
+  const std::string fields(20'000, '&');
+  EXPECT_EQ(ShopClient().Post(login, fields, "application/x-www-form-urlencoded")->status, 413);
+  for (const char* bytes : {"GET /\r\n\r\n", "BREW\r\n\r\n", "\1\2\3\4\r\n\r\n"}) {
+    EXPECT_EQ(StatusLine(bytes), "HTTP/1.1 400 Bad Request\r") << bytes;
+  }
   const httplib::MultipartFormDataItems parts{{"username", "x", "", ""}};
   EXPECT_EQ(ShopClient().Post(login, parts)->status, 415);
   // More titles than fit the limit that HTTP libraries set to forms.
@@ -133,6 +151,12 @@ TEST_F(DevshopProgram, SurvivesMalformedRequests) {
     cart.emplace_back("quantity_" + std::to_string(i), "1");
   }
   EXPECT_EQ(Call("/addToCart", cart)["error"], "false");
+}
+
+TEST_F(DevshopProgram, PrintsItsVersion) {
+  const Finished run = RunProgram({QUIRE_DEVSHOP, "--version"});
+  EXPECT_EQ(run.exit_code, 0);
+  EXPECT_EQ(run.out, "quire-devshop " QUIRE_VERSION "\n");
 }
 
 }  // namespace
