@@ -107,7 +107,7 @@ TEST_F(StoreManagerAccount, EmptiesPurchasedWhenFetchFails) {
       {R"({"response":{}})", 200, "unreadable"},
       {R"({"response":[]})", 200, ""}};
   for (const auto& [body, status, failure] : rows) {
-    device.AnswerOnly("/getUserEbook", body, status);
+    device.SetOnlyAnswer("/getUserEbook", body, status);
     EXPECT_TRUE(manager().LoadPurchased().empty());
     EXPECT_TRUE(manager().GetPurchased().empty());
     EXPECT_EQ(LastFailure(), failure);

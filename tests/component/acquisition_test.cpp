@@ -34,7 +34,8 @@ TEST(IndirectAcquisition, OwnsIndirectAcquisitionsOnly) {
   EXPECT_EQ(IndirectAcquisition(AttributeMap{{"Type", "x"}}).type, "");
 }
 
-// By the Itanium ABI, also on 32-bit ARM: two slots for the destructor, and the object first.
+// By the Itanium ABI, also on 32-bit ARM: the destructor has the first two slots, and the object is
+// the first argument.
 TEST(IndirectAcquisition, HasContractVtableLayout) {
   Object* const item = Make("");
   void* const* const slots = *reinterpret_cast<void* const* const*>(item);

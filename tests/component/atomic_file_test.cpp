@@ -30,7 +30,7 @@ TEST_F(AtomicFile, ReplacesContentAndLeavesNoOtherFile) {
   cart.orderItems.clear();
   cart.Save();
   EXPECT_EQ(ParseJson(ReadFile(kCartPath))["orderItems"].size(), 0u);
-  EXPECT_EQ(ListFiles(kConfigFolder), Lines{"quire_cart"});
+  EXPECT_EQ(ListFiles(kConfigDirectory), Lines{"quire_cart"});
 }
 
 TEST_F(AtomicFile, KeepsOldContentWhenDiskIsFull) {
@@ -43,13 +43,13 @@ TEST_F(AtomicFile, KeepsOldContentWhenDiskIsFull) {
   EXPECT_EQ(manager().ConfigFromServer(), 0);
   EXPECT_EQ(ReadFile(kCartPath), old_cart);
   EXPECT_EQ(ReadFile(kSwitchboardPath), old_cache);
-  EXPECT_EQ(ListFiles(kConfigFolder), (Lines{"quire_cart", "switchboard.json"}));
+  EXPECT_EQ(ListFiles(kConfigDirectory), (Lines{"quire_cart", "switchboard.json"}));
   EXPECT_TRUE(manager().GetCart().IsContain("2"));
 }
 
 TEST_F(AtomicFile, IsWrittenInPlaceWithoutTempFile) {
   cart.Save();
-  ASSERT_EQ(chmod(kConfigFolder.c_str(), 0555), 0);
+  ASSERT_EQ(chmod(kConfigDirectory.c_str(), 0555), 0);
   DropPrivileges();
   cart.orderItems = {MakeBook("1")};
   cart.Save();
@@ -57,7 +57,7 @@ TEST_F(AtomicFile, IsWrittenInPlaceWithoutTempFile) {
   cart.orderItems.clear();
   cart.Save();
   EXPECT_EQ(ParseJson(ReadFile(kCartPath)), cart.ToJson());
-  EXPECT_EQ(chmod(kConfigFolder.c_str(), 0755), 0);
+  EXPECT_EQ(chmod(kConfigDirectory.c_str(), 0755), 0);
 }
 
 TEST_F(AtomicFile, IsUnchangedWhenReadOnly) {
@@ -68,7 +68,7 @@ TEST_F(AtomicFile, IsUnchangedWhenReadOnly) {
   cart.orderItems = {MakeBook("1")};
   cart.Save();
   EXPECT_EQ(ReadFile(kCartPath), old);
-  EXPECT_EQ(ListFiles(kConfigFolder), Lines{"quire_cart"});
+  EXPECT_EQ(ListFiles(kConfigDirectory), Lines{"quire_cart"});
 }
 
 TEST_F(AtomicFile, FailsSilentlyWithoutDirectory) {
@@ -81,11 +81,11 @@ TEST_F(AtomicFile, FailsSilentlyWithoutDirectory) {
   EXPECT_NO_THROW(cart.Load());
   EXPECT_EQ(cart.GetSize(), 0u);
   EXPECT_TRUE(ListFiles(kCartPath).empty() && ListFiles(kSwitchboardPath).empty());
-  std::filesystem::remove_all(kConfigFolder);
+  std::filesystem::remove_all(kConfigDirectory);
   cart.AddToCart(MakeBook("1"));
   cart.Load();
   EXPECT_EQ(cart.GetSize(), 0u);
-  EXPECT_FALSE(Exists(kConfigFolder));
+  EXPECT_FALSE(Exists(kConfigDirectory));
 }
 
 }  // namespace

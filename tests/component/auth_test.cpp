@@ -53,7 +53,7 @@ TEST_F(AuthSession, LogsEveryResultExceptMinusOne) {
   }
 }
 
-// With a result of -1 the log tells whether the payment was taken as a success.
+// With a result of -1 the log shows whether the payment counted as a success.
 TEST_F(AuthSession, EndsAtReturnMarkerAndReadsStatus) {
   const std::string other = "https://pay/next?%s%n=100%";
   const std::tuple<std::string, bool, bool> rows[] = {

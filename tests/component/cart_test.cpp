@@ -11,7 +11,7 @@ class LocalCart : public FakeDeviceFixture {
  protected:
   Cart cart;
 
-  /// Whether the cart file was written since it was last asked.
+  /// Whether the cart file was written since the last call.
   bool WasSaved() { return unlink(kCartPath.c_str()) == 0; }
 
   void AddPriced(std::int64_t cents) {

@@ -32,7 +32,7 @@ class StoreManagerCheckout : public FakeDeviceFixture {
     }
   }
 
-  /// A cart priced by the server, with the order O-1, committed for payment.
+  /// Checks out a cart of the order O-1 and commits it for payment.
   void StartOrder(const std::string& pay_method) {
     device.AddAnswer("/addToCart", R"({"response":{"orderId":"O-1"}})");
     device.AddAnswer("/getCart", R"({"response":{"order":{"orderId":"O-1"},
@@ -44,7 +44,7 @@ class StoreManagerCheckout : public FakeDeviceFixture {
     device.ClearJournal();
   }
 
-  /// The order that the manager holds as pending; empty when none.
+  /// The pending order of the manager; empty when there is none.
   std::string PendingOrder() {
     device.ClearJournal();
     manager().CheckOrderIfNeeded();
@@ -59,7 +59,7 @@ TEST_F(StoreManagerCheckout, SendsEachBookOnceAndListsDroppedBooks) {
   manager().AddToCart(book);
   manager().AddToCart(MakeBook("10", "first"));
   manager().AddToCart(Book());
-  // A second copy reaches the cart through its file only.
+  // Only the cart file can contain a second copy.
   Json::Value file = ParseJson(ReadFile(kCartPath));
   file["orderItems"].append(MakeBook("10", "second").ToJson());
   WriteFile(kCartPath, file.toStyledString());
@@ -142,10 +142,10 @@ TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
   // No address, then no browser: the order stays pending.
   device.ClearAnswers();
   StartOrder("INVOICE");
-  device.AnswerOnly("/commitOrderForPayment", "no JSON");
+  device.SetOnlyAnswer("/commitOrderForPayment", "no JSON");
   EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
   EXPECT_EQ(LastFailure(), "unreadable");
-  device.AnswerOnly("/commitOrderForPayment", "{}");
+  device.SetOnlyAnswer("/commitOrderForPayment", "{}");
   EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
   EXPECT_EQ(LastFailure(), "no payment page");
   EXPECT_EQ(device.Journal({"log 2", "browser"}),
@@ -154,7 +154,7 @@ TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
   EXPECT_EQ(PendingOrder(), "O-1");
 
   for (const int browser_result : {-1, 5}) {
-    device.AnswerOnly("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
+    device.SetOnlyAnswer("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
     device.browser.result = browser_result;
     EXPECT_EQ(manager().StartPayment("PAYPAL").code_, ServerApi::kFailed);
     EXPECT_EQ(LastFailure(), "browser");
@@ -203,7 +203,7 @@ TEST_F(StoreManagerCheckout, KeepsCartAndOrderWhenPaymentFails) {
     EXPECT_EQ(LastFailure(), "payment failed");
     EXPECT_EQ(device.Journal(), (Lines{"network query", kCheck}));
   }
-  device.AnswerOnly("/checkOrder", refusal);
+  device.SetOnlyAnswer("/checkOrder", refusal);
   EXPECT_EQ(Describe(manager().CheckPaymentResult()), "failed: no");
   EXPECT_EQ(device.Journal({"log", "sleep", "POST /submit"}), Lines{kManagerLog + "624" + lost});
 

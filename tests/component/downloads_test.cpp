@@ -97,7 +97,7 @@ TEST_F(StoreManagerDownloads, RenamesByContentTypeAndScansOrRemoves) {
   }
 }
 
-// The book of the current download is then the one without an EAN, too.
+// A current book without properties has the empty EAN too.
 TEST_F(StoreManagerDownloads, TreatsBookWithoutEanAsDownloading) {
   SetPurchased(R"([{"orderItemTitle":"no EAN"}])");
   EXPECT_EQ(StatusOf(""), BookStatus::kDownloading);
@@ -175,7 +175,7 @@ TEST_F(StoreManagerDownloads, DropsBookQueuedWhileAnotherDownloads) {
 
 TEST_F(StoreManagerDownloads, StartsNextWhenPreviousHasEnded) {
   manager().DownloadBookById("A");
-  // The download ends by itself; only the call that queues the next notices.
+  // Only the call that queues the next book notices the end of the download.
   while (!Exists(kDownloads + "M - A")) std::this_thread::yield();
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   EXPECT_EQ(manager().DownloadBookById("C"), 1);

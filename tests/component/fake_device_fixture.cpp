@@ -10,9 +10,9 @@
 
 namespace saltmoor::quire {
 
-Lines ListFiles(const std::string& folder) {
+Lines ListFiles(const std::string& directory) {
   Lines names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
     names.push_back(entry.path().filename());
   }
   std::sort(names.begin(), names.end());
@@ -57,9 +57,9 @@ void DropPrivileges() {
 }
 
 void FakeDeviceFixture::SetUp() {
-  ASSERT_TRUE(std::filesystem::is_directory(kConfigFolder))
-      << "This is no device: run the test through CTest or quire-device.";
-  ASSERT_FALSE(Exists(kCartPath) || Exists(kSwitchboardPath)) << "The device is not a fresh one.";
+  ASSERT_TRUE(std::filesystem::is_directory(kConfigDirectory))
+      << "This is not a device: run the test through CTest or quire-device.";
+  ASSERT_FALSE(Exists(kCartPath) || Exists(kSwitchboardPath)) << "The device is not empty.";
 }
 
 void FakeDeviceFixture::TearDown() {

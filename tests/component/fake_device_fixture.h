@@ -22,10 +22,10 @@ using tests::ReadFile;
 using tests::WriteFile;
 using tests::operator+;
 
-inline const std::string kConfigFolder = "/mnt/ext1/system/config";
-inline const std::string kConfigPath = kConfigFolder + "/quire_config.cfg";
-inline const std::string kSwitchboardPath = kConfigFolder + "/switchboard.json";
-inline const std::string kCartPath = kConfigFolder + "/quire_cart";
+inline const std::string kConfigDirectory = "/mnt/ext1/system/config";
+inline const std::string kConfigPath = kConfigDirectory + "/quire_config.cfg";
+inline const std::string kSwitchboardPath = kConfigDirectory + "/switchboard.json";
+inline const std::string kCartPath = kConfigDirectory + "/quire_cart";
 inline const std::string kSwitchboardUrl =
     "http://" QUIRE_CONFIG_HOST "/api/config/v1/get-device-opds-config";
 
@@ -45,7 +45,7 @@ inline const std::string kSwitchboardAnswer =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
 
-Lines ListFiles(const std::string& folder);  ///< sorted
+Lines ListFiles(const std::string& directory);  ///< sorted
 Json::Value ParseJson(const std::string& text);
 /// "ok" or "failed", and the message.
 std::string Describe(const ServerApi::Result& result);

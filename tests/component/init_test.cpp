@@ -66,7 +66,7 @@ TEST_F(StoreManagerInit, UsesCacheUpTo1800Seconds) {
       {0, 1800, false},
       {0, 1801, true},
       {0, 1700000000, true},
-      // The difference is one of 32 bits: across their end, and of a time beyond them.
+      // The difference has 32 bits: across the end of the range, and of a time beyond it.
       {-100, 4294967196 + 1800, false},
       {-100, 4294967196 + 1801, true},
       {-100, 1700, false},
@@ -110,7 +110,7 @@ TEST_F(StoreManagerInit, FailedFetchKeepsLastGoodConfigurationForCalls) {
   ASSERT_EQ(manager().Init(), 0);
   const std::string cache = ReadFile(kSwitchboardPath);
   for (const bool fresh : {false, true}) {
-    device.AnswerOnly(kSwitchboardUrl, "{}", 503);
+    device.SetOnlyAnswer(kSwitchboardUrl, "{}", 503);
     if (fresh) device.ClearAnswers();  // a lost answer then
     device.clock_s = {1000};
     device.config[kTimeKey] = fresh ? "1000" : "2000";
@@ -150,7 +150,7 @@ TEST_F(StoreManagerInit, DoesNothingWithoutConfigFile) {
 TEST_F(StoreManagerInit, HoldsStoredSessionButDoesNotSendIt) {
   PrepareStart();
   device.config["session_id"] = "old";
-  device.AnswerOnly(kSwitchboardUrl, kSwitchboardAnswer);
+  device.SetOnlyAnswer(kSwitchboardUrl, kSwitchboardAnswer);
   device.AddAnswer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_TRUE(manager().IsLoggedIn());

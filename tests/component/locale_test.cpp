@@ -16,7 +16,7 @@
 namespace saltmoor::quire {
 namespace {
 
-/// The numbers of German, for C++ streams alone.
+/// German numbers for C++ streams.
 struct GermanPunctuation : std::numpunct<char> {
   char do_decimal_point() const override { return ','; }
   char do_thousands_sep() const override { return '.'; }
@@ -25,9 +25,9 @@ struct GermanPunctuation : std::numpunct<char> {
 
 class NumericLocale : public FakeDeviceFixture {
  protected:
-  /// Runs `body` in each locale that the system or the tests' build provides and whose decimal
-  /// separator or digits differ from those of the C locale: in the C library's alone, and in that
-  /// of C++ streams too. Then runs it with C++ streams in German and the C library in none.
+  /// Runs `body` in each installed locale whose decimal separator or digits differ from those of
+  /// the C locale, set for the C library alone and for C++ streams too; then with a locale of C++
+  /// streams alone. The build of the tests installs one locale of each kind.
   static void InEach(const std::function<void()>& body) {
     std::set<std::string> names = InstalledNames();
     for (const std::string& name : ListFiles(QUIRE_TEST_LOCALES)) names.insert(name);

@@ -1,4 +1,4 @@
-// Nothing that a server or a file holds makes the library throw or crash.
+// No answer and no file makes the library throw or crash.
 
 #include "fake_device_fixture.h"
 #include "store_calls.h"
@@ -16,12 +16,12 @@ const std::string kDeep = Nested("[", 2000);
 const Lines kNumbers({"0", "-1", "1.5", "1e400", "-1e400", "9223372036854775807",
                       "9223372036854775808", "99999999999999999999999999",
                       "-99999999999999999999999999"});
-/// Every value that may stand where another is expected.
+/// Values of every type, also at the limits.
 const Lines kValues = kNumbers + Lines({"[]", "[1]", R"([["error"]])", "{}", R"({"error":{}})",
                                         R"("text")", R"("")", "true", "null", R"("1e400")",
                                         R"("nan")", R"("\u0000\ud800")", "\"\xff\xfe\""});
 
-/// Each pattern with each value at its '$'.
+/// Each pattern with each value in place of '$'.
 Lines Filled(const Lines& patterns) {
   Lines texts;
   for (const std::string& pattern : patterns) {
@@ -68,7 +68,7 @@ TEST_F(MalformedInput, AnswerMakesNoCallThrow) {
     Lines bodies = HostileBodies();
     AddPrefixes(call.answer, &bodies);
     for (const std::string& body : bodies) {
-      device.AnswerOnly(call.path, body);
+      device.SetOnlyAnswer(call.path, body);
       api.SetSessionId(kSession);
       std::string payload;
       ServerApi::Result result;

@@ -22,7 +22,7 @@ class ServerApiCall : public FakeDeviceFixture {
   /// Makes one call in a session, with one answer to it.
   ServerApi::Result Make(const StoreCall& call, const std::string& body, long status = 200) {
     SCOPED_TRACE(call.name);
-    device.AnswerOnly(call.path, body, status);
+    device.SetOnlyAnswer(call.path, body, status);
     return Make(call);
   }
   ServerApi::Result Make(const StoreCall& call) {
@@ -125,7 +125,7 @@ TEST_F(ServerApiCall, SucceedsWithEmptyRecordWithoutJson) {
 
 TEST_F(ServerApiCall, LogInSetsAndLogOutClearsSession) {
   const auto log_in = [this](const std::string& body) {
-    device.AnswerOnly("/login", body);
+    device.SetOnlyAnswer("/login", body);
     EXPECT_EQ(api.LogIn("a", "b").code_, ServerApi::kOk);
     return api.GetSessionId();
   };
@@ -187,7 +187,7 @@ TEST_F(ServerApiCall, SendsParametersByArgument) {
 
 TEST_F(ServerApiCall, TreatsUnknownPaymentStateAsFailure) {
   const auto status_of = [this](const std::string& json) {
-    device.AnswerOnly("/checkOrder", R"({"response":{"paymentStatus":)" + json + "}}");
+    device.SetOnlyAnswer("/checkOrder", R"({"response":{"paymentStatus":)" + json + "}}");
     return std::get<1>(api.CheckOrder("O")).status;
   };
   EXPECT_EQ(status_of(R"("In Progress")"), 0);
@@ -201,8 +201,8 @@ TEST_F(ServerApiCall, TreatsUnknownPaymentStateAsFailure) {
 
 TEST_F(ServerApiCall, ReadsPaymentPageByJsonConversion) {
   const auto expect_url = [this](const std::string& json, const std::string& url) {
-    device.AnswerOnly("/commitOrderForPayment",
-                      R"({"response":{"status":12.5,"url":)" + json + "}}");
+    device.SetOnlyAnswer("/commitOrderForPayment",
+                         R"({"response":{"status":12.5,"url":)" + json + "}}");
     const auto commit = api.commitOrderForPayment("O", "PAYPAL");
     EXPECT_EQ(commit.res.code_, ServerApi::kOk);
     EXPECT_EQ(commit.url, url);

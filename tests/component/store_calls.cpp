@@ -32,7 +32,7 @@ std::string Describe(const Order& order) {
          (order.order.isNull() ? "" : "+order");
 }
 
-// A missing state counts as a failed payment, so that is what an empty answer gives.
+// An empty answer is a failed payment.
 std::string Describe(const ChekResult& check) {
   return check.status == ChekResult::kFailure ? "" : std::to_string(check.status);
 }
@@ -54,7 +54,7 @@ std::string Describe(const std::string& text) {
 template <typename Record>
 Result Unpack(const std::tuple<Result, Record>& answer, std::string* payload) {
   const Result& result = std::get<0>(answer);
-  // Beside a failed result the state of a payment is not set.
+  // After a failed call the state of a payment is unspecified.
   const bool readable = result.code_ == ServerApi::kOk || !std::is_same_v<Record, ChekResult>;
   *payload = readable ? Describe(std::get<1>(answer)) : "";
   return result;

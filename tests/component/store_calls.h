@@ -9,19 +9,18 @@
 
 namespace saltmoor::quire {
 
-/// One of the twelve calls of the shop's server, made with fixed arguments.
+/// One of the twelve calls of the server, with fixed arguments.
 struct StoreCall {
   const char* name;
   std::string path;        ///< as fake::Device::AddAnswer takes it
   std::string parameters;  ///< as the journal shows them, after the path
   int log_line;
   const char* function;  ///< as the log shows it
-  const char* returned;  ///< what the log says is returned
-  std::string answer;    ///< a good one
-  const char* payload;   ///< what the call makes of it
+  const char* returned;  ///< the returned expression in the log
+  std::string answer;    ///< a valid one
+  const char* payload;   ///< the record that the call reads from it, as `make` describes it
 
-  /// Makes the call, reads all of the record and puts it into words: empty for one that a failure
-  /// or an answer without content gives.
+  /// Makes the call and describes the whole record: empty for a default one.
   std::function<ServerApi::Result(ServerApi&, std::string* payload)> make;
 };
 

@@ -16,21 +16,19 @@ namespace fake {
 
 using Lines = std::vector<std::string>;
 
-/// A device of which a test scripts the answers and reads back what was asked of it.
-///
-/// The scripts are plain members, to be set before the library is called. The journal may be
-/// written from any thread.
+/// A device whose answers a test sets and whose calls it reads back. Members must be set before the
+/// library is called; the journal is thread-safe.
 class Device {
  public:
-  // --- What happened
+  // --- Calls
 
-  /// Everything that the device was asked, one line each, in order:
+  /// All calls of the device, one line each, in order:
   ///
   ///     config open PATH             POST /login KEY=VALUE&...   GET URL?KEY=VALUE&...
   ///     config read KEY              key DATA                    sign QUERY salt=S key=K
   ///     config write KEY=VALUE       network query               network connect NAME
   ///     config save                  forget authorisation        sleep MICROSECONDS
-  ///     config close, config drop    downloader FOLDER           download URL as NAME
+  ///     config close, config drop    downloader DIRECTORY        download URL as NAME
   ///     task find APP                task send TASK REQUEST TEXT FLAGS MILLISECONDS
   ///     unlink PATH                  message ICON TITLE TEXT MILLISECONDS
   ///     browser session NAME         browser run PROGRAM ARG... URL
@@ -44,18 +42,18 @@ class Device {
   Lines Journal(std::initializer_list<const char*> beginnings) const;
   void ClearJournal();
 
-  /// What no caller may do, whatever is tested: a handle closed twice or used after, a request that
-  /// follows no redirects or waits for another time than 30 s.
+  /// Violations of the contract: a handle that is closed twice or used after it was closed, a
+  /// request that does not follow redirects or has another time-out than 30 s.
   Lines Misuse() const;
   int OpenHandles() const;
 
   // --- The network
 
-  /// The next answer to requests of `path` (of the store API, or a whole address); the last one
-  /// stays until another is given. Without any the transport fails.
+  /// Adds an answer to requests of `path` (of the store API, or a whole address). The last one is
+  /// repeated. Without an answer the transport fails.
   void AddAnswer(const std::string& path, const std::string& body, long status = 200);
-  /// Forgets all answers and the journal first.
-  void AnswerOnly(const std::string& path, const std::string& body, long status = 200);
+  /// Clears all answers and the journal first.
+  void SetOnlyAnswer(const std::string& path, const std::string& body, long status = 200);
   void ClearAnswers();
   int network_state = 0x100;
 
@@ -63,24 +61,25 @@ class Device {
 
   std::map<std::string, std::string> config;
   bool config_opens = true;
-  std::set<std::string> null_reads;  ///< keys whose text reads as null
+  std::set<std::string> null_reads;  ///< keys that read as null
 
   // --- The rest
 
-  std::deque<std::int64_t> clock_s;  ///< one a reading, the last stays; empty: the system's
+  std::deque<std::int64_t>
+      clock_s;  ///< one for each reading, the last is repeated; empty: the system's
   const char* serial_number = "SN-1";
   const char* signing_key = "KEY";
   int scanner_task = -1;
   bool has_logo = false;
-  std::optional<std::string> upper_case;  ///< what upper-casing gives; not set: the text's own
+  std::optional<std::string> upper_case;  ///< the result of every upper-casing, if set
 
   struct {
     int result = 0;
     std::string content_type = "application/epub+zip";
-    std::string saved_name;  ///< empty: as asked for
-    bool active = false;     ///< what GetProgress tells
+    std::string saved_name;  ///< empty: as requested
+    bool active = false;     ///< the result of GetProgress
     int total = 0, done = 0;
-    int transport_error = 0, http_status = 0;  ///< of one that failed, with the text "no book came"
+    int transport_error = 0, http_status = 0;  ///< of a failed one, with "no book came"
   } download;
   void HoldDownloads();
   void ReleaseDownloads();

@@ -9,15 +9,15 @@ using fake::device;
 
 struct ResourceDownloader::State {
   std::mutex mutex;
-  std::string folder;
+  std::string directory;
   std::string saved_path;
 };
 
-ResourceDownloader::ResourceDownloader(const std::string& folder, IDownloadObserver* observer)
+ResourceDownloader::ResourceDownloader(const std::string& directory, IDownloadObserver* observer)
     : state_(std::make_shared<State>()) {
-  device.Record("downloader " + folder);
+  device.Record("downloader " + directory);
   if (observer != nullptr) device.RecordMisuse("an observer of downloads");
-  state_->folder = folder;
+  state_->directory = directory;
 }
 
 int ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
@@ -28,7 +28,7 @@ int ResourceDownloader::DownloadResource(const std::string& url, const std::stri
   if (device.download.result != 0) return device.download.result;
   const std::string& name = device.download.saved_name;
   const std::lock_guard<std::mutex> lock(state_->mutex);
-  state_->saved_path = state_->folder + "/" + (name.empty() ? file_name : name);
+  state_->saved_path = state_->directory + "/" + (name.empty() ? file_name : name);
   std::ofstream(state_->saved_path) << "a book";
   return 0;
 }

@@ -60,7 +60,7 @@ void Device::AddAnswer(const std::string& path, const std::string& body, long st
   replies.push_back({0, status, body});
 }
 
-void Device::AnswerOnly(const std::string& path, const std::string& body, long status) {
+void Device::SetOnlyAnswer(const std::string& path, const std::string& body, long status) {
   ClearAnswers();
   ClearJournal();
   AddAnswer(path, body, status);

@@ -1,5 +1,5 @@
-// The program's own definitions stand in for the C library's, in the shipped library too: time is
-// scripted, and sleeps are counted instead of slept. Who sleeps without end is ended.
+// Replaces functions of the C library, in the shipped library too: the test sets the time, and
+// sleeps are recorded instead of slept. A program that sleeps without end is aborted.
 
 #include <sys/time.h>
 #include <unistd.h>
