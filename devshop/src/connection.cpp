@@ -79,7 +79,7 @@ asio::awaitable<void> Connection::Close(bool drain) {
   error_code error;
   tcp_.expires_after(kDrainTimeout);
   if (tls_ && SSL_is_init_finished(tls_->native_handle())) {
-    // The client's farewell is not waited for.
+    // Do not wait for the client's close_notify.
     if (!drain) tcp_.socket().shutdown(tcp::socket::shutdown_receive, error);
     co_await tls_->async_shutdown(StoreError(error));
   }

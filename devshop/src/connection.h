@@ -24,7 +24,7 @@ class Connection {
   /// What was received and not yet consumed.
   std::string_view received() const { return received_; }
   void Consume(std::size_t size) { received_.erase(0, size); }
-  /// Receives more: the first byte of a request may take for ever, each further one 30 s.
+  /// Receives more. Fails after 30 s without a byte; `idle`: never.
   asio::awaitable<bool> Receive(bool idle);
 
   /// Appends to what Flush sends.

@@ -8,7 +8,7 @@ namespace {
 constexpr int kDefaultHang_ms = 60'000;
 constexpr int kDefaultSlow_ms = 100;
 
-ResponseFault::Kind KindOf(const std::string& fault) {
+ResponseFault::Kind ParseKind(const std::string& fault) {
   if (fault == "truncate") return ResponseFault::Kind::kTruncate;
   if (fault == "slow") return ResponseFault::Kind::kSlow;
   return fault == "reset" ? ResponseFault::Kind::kReset : ResponseFault::Kind::kNone;
@@ -31,7 +31,7 @@ void FaultInjector::Handle(const Request& request, Response& response) {
 
 void FaultInjector::Apply(const Fault& fault, const Request& request, Response& response) {
   const auto deliver = [this, id = fault.id] { faults_.CountDelivered(id); };
-  if (const auto kind = KindOf(fault.kind); kind != ResponseFault::Kind::kNone) {
+  if (const auto kind = ParseKind(fault.kind); kind != ResponseFault::Kind::kNone) {
     const bool at_once = kind == ResponseFault::Kind::kReset && !fault.after_bytes;
     response.fault = {kind, fault.after_bytes, fault.delay_ms.value_or(kDefaultSlow_ms), deliver};
     if (at_once) return;

@@ -45,15 +45,15 @@ constexpr char kFormType[] = "application/x-www-form-urlencoded";
 
 std::atomic<int> connections_accepted = 0;
 
-/// The status that refuses what the parser could not read.
-int StatusOf(const error_code& error, bool has_line) {
+/// The response status for a request that cannot be parsed.
+int ParseErrorStatus(const error_code& error, bool has_line) {
   if (error == http::error::body_limit) return 413;
   if (error != http::error::header_limit) return 400;
   return has_line ? 431 : 414;
 }
 
-/// The status that refuses a request for its size or form; 0 when the shop takes it.
-int FindExcess(const Message& message) {
+/// The response status for a request that exceeds a limit; 0: accepted.
+int RefusalStatus(const Message& message) {
   const auto content_type = message[http::field::content_type];
   if (message.target().size() > kMaxTarget_bytes) return 414;
   if (std::distance(message.begin(), message.end()) > kMaxHeaders) return 431;
@@ -120,7 +120,7 @@ asio::awaitable<int> ReceiveRequest(Connection& connection, Parser& parser) {
   parser.body_limit(kMaxBody_bytes);
   bool continued = false, has_line = false;
   for (bool idle = true;; idle = false) {
-    // What came with the request before may be a whole one.
+    // The previous request may have brought this one along.
     bool open = true;
     if (!idle || connection.received().empty()) open = co_await connection.Receive(idle);
     if (!open) co_return -1;
@@ -128,7 +128,7 @@ asio::awaitable<int> ReceiveRequest(Connection& connection, Parser& parser) {
     const auto received = connection.received();
     has_line = has_line || received.find('\n') != std::string_view::npos;
     const auto used = parser.put(asio::buffer(received.data(), received.size()), error);
-    if (error && error != http::error::need_more) co_return StatusOf(error, has_line);
+    if (error && error != http::error::need_more) co_return ParseErrorStatus(error, has_line);
     connection.Consume(used);
     if (parser.is_done()) break;
     if (continued || !parser.is_header_done()) continue;
@@ -138,7 +138,7 @@ asio::awaitable<int> ReceiveRequest(Connection& connection, Parser& parser) {
     const bool flushed = co_await connection.Flush();
     if (!flushed) co_return -1;
   }
-  co_return FindExcess(parser.get());
+  co_return RefusalStatus(parser.get());
 }
 
 /// Sends bytes [first, last) of the body; the last of them may stay unsent until the next Flush.
@@ -173,7 +173,7 @@ asio::awaitable<bool> SendSlowly(Connection& connection, const Response& respons
   co_return open;
 }
 
-/// What becomes of a connection after a response.
+/// What happens to a connection after a response.
 enum class Next { kRequest, kClose, kDrainAndClose, kReset };
 
 asio::awaitable<Next> SendResponse(Connection& connection, const Response& response,
@@ -255,7 +255,7 @@ asio::awaitable<void> Accept(asio::io_context& io, tcp::acceptor acceptor, Port&
     tcp::socket socket(asio::make_strand(io));
     error_code error;
     co_await acceptor.async_accept(socket, StoreError(error));
-    if (error) {  // no file is left for another connection
+    if (error) {  // out of file descriptors
       retry.expires_after(kAcceptRetryDelay);
       co_await retry.async_wait(asio::use_awaitable);
       continue;
@@ -269,7 +269,7 @@ asio::awaitable<void> Accept(asio::io_context& io, tcp::acceptor acceptor, Port&
 }  // namespace
 
 struct HttpServer::Impl {
-  std::list<Port> ports;  // outlives the coroutines, which end with `io`
+  std::list<Port> ports;  // destroyed after `io` and its coroutines
   asio::io_context io{kThreads};
   asio::signal_set signals{io, SIGTERM, SIGINT};
 };

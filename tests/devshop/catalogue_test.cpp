@@ -63,7 +63,7 @@ TEST_F(DevshopCatalogue, ListsBooksOfDirectoryWithoutCatalogue) {
   const Json before = shop_->Control("/_books")["books"];
   Start({"--books", books.path()});
   EXPECT_EQ(shop_->Control("/_books")["books"], before) << "the EANs stay";
-  // Anna's books are not in this folder, so she owns its first ones.
+  // Anna's books are not in this directory, so she owns its first ones.
   EXPECT_EQ(Get(FilePath(before[0]["ean"])).body, "no archive at all");
 }
 

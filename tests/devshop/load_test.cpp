@@ -23,8 +23,8 @@ constexpr rlim_t kDefaultFileLimit = 1024;
 constexpr int kTlsIdle = 500, kPlainIdle = 1500, kBusy = 200;
 constexpr std::size_t kBook_bytes = 256 * 1024;
 
-/// A shop started under the usual limit of open files, and connections that are read when the test
-/// likes.
+/// A shop started under the usual limit of open files, and connections that the test reads when
+/// it chooses.
 class DevshopLoad : public RunningShop {
  protected:
   using Tls = asio::ssl::stream<tcp::socket>;
@@ -52,7 +52,7 @@ class DevshopLoad : public RunningShop {
     asio::write(stream, asio::buffer("GET " + path + " HTTP/1.1\r\nHost: shop\r\n\r\n"));
   }
 
-  /// Reads a response; its body.
+  /// Reads a response and returns its body.
   template <typename Stream>
   static std::string Receive(Stream& stream) {
     std::string text;

@@ -135,7 +135,7 @@ TEST_F(DevshopPayment, ReportsCardErrorsBesideTheirFields) {
     EXPECT_EQ(page.status, 422) << name << " " << value;
     for (const auto& [other, typed] : fields) {
       EXPECT_EQ(page.body.find("id=\"" + other + "_wrong\"") != std::string::npos, other == name)
-          << name << "=" << value << " told at " << other;
+          << name << "=" << value << " reported at " << other;
     }
     return page.body;
   };

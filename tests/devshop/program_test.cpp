@@ -25,7 +25,7 @@ class DevshopProgram : public RunningShop {
     return line;
   }
 
-  /// The program must refuse these options, in a sentence that has both.
+  /// The program rejects these options with a message that contains both.
   static void ExpectStartFailure(const Command& options, const std::string& what,
                                  const std::string& mend) {
     const ProcessResult run = RunProgram(Command{"timeout", "10", QUIRE_DEVSHOP} + options);
@@ -56,7 +56,7 @@ TEST_F(DevshopProgram, StopsAtOnceWithOpenConnections) {
   EXPECT_EQ(shop_->Stop(), 0);
   EXPECT_LT(Clock::now() - asked, std::chrono::seconds(1));
   hanging.join();
-  EXPECT_FALSE(Exists(shop_->Address("ca"))) << "the temporary folder is gone";
+  EXPECT_FALSE(Exists(shop_->Address("ca"))) << "the temporary directory is removed";
 }
 
 TEST_F(DevshopProgram, ServesWarmRequestsWithoutDelay) {
@@ -78,8 +78,8 @@ TEST_F(DevshopProgram, ServesInvalidCertificateOnRequest) {
 }
 
 TEST_F(DevshopProgram, KeepsStateInDataDirectory) {
-  const std::string data = folder_ / "data";
-  const Command again{"--books", folder_ / "books", "--data", data};
+  const std::string data = directory_ / "data";
+  const Command again{"--books", directory_ / "books", "--data", data};
   Start({"--data", data});
   const std::string session = LogIn("ben@quire.example");
   const auto [order, page] = Commit(session, {"9004"}, {{"paymethod", "INVOICE"}});
@@ -103,13 +103,13 @@ TEST_F(DevshopProgram, KeepsStateInDataDirectory) {
 }
 
 TEST_F(DevshopProgram, ReportsReasonWhenStartFails) {
-  const std::string books = folder_ / "books", nowhere = folder_ / "nowhere";
+  const std::string books = directory_ / "books", nowhere = directory_ / "nowhere";
   const TemporaryDirectory empty;
   ExpectStartFailure({"--books", books, "--shop-port", Port("shop")}, "in use", "--shop-port");
   ExpectStartFailure({"--books", nowhere}, "nowhere", "--books");
   ExpectStartFailure({"--books", books, "--accounts", nowhere}, "nowhere", "--accounts");
-  ExpectStartFailure({"--books", books, "--data", folder_ / "accounts.json/data"}, "accounts.json",
-                     "--data");
+  ExpectStartFailure({"--books", books, "--data", directory_ / "accounts.json/data"},
+                     "accounts.json", "--data");
   ExpectStartFailure({"--certificate", "forged"}, "--certificate", "expired");
   ExpectStartFailure({"--books", empty.path()}, "no EPUB", "--books");
   const std::pair<const char*, const char*> bad_catalogues[] = {
@@ -118,8 +118,8 @@ TEST_F(DevshopProgram, ReportsReasonWhenStartFails) {
       {R"({"books":[{"ean":"1","title":"T","price":"1","file":"../accounts.json"}]})", "../acc"},
       {R"({"books":[{"ean":7}]})", "ean"}};
   for (const auto& [json, what] : bad_catalogues) {
-    WriteFile(folder_ / "bad/catalogue.json", json);
-    ExpectStartFailure({"--books", folder_ / "bad"}, what, "catalogue.json");
+    WriteFile(directory_ / "bad/catalogue.json", json);
+    ExpectStartFailure({"--books", directory_ / "bad"}, what, "catalogue.json");
   }
 }
 

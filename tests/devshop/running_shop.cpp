@@ -7,14 +7,14 @@ namespace {
 
 const std::string kHost = "https://shop.quire.example";
 
-void WriteBooks(const TemporaryDirectory& folder) {
+void WriteBooks(const TemporaryDirectory& directory) {
   Json books = Json::array();
   for (int i = 1; i <= 12; ++i) {
     const std::string ean = std::to_string(9000 + i);
     const std::string file = i == 3 ? "ticket.acsm" : "Buch „" + std::to_string(i) + "“.txt";
     std::string content;
     for (int n = 0; n < 500; ++n) content += std::to_string(i * 1000 + n) + ",";
-    WriteFile(folder / ("books/" + file), content);
+    WriteFile(directory / ("books/" + file), content);
     books.push_back(
         {{"ean", ean},
          {"title", "Töpfern & \"Ton\" <" + std::to_string(i) + ">"},
@@ -28,8 +28,8 @@ void WriteBooks(const TemporaryDirectory& folder) {
          {"type", i == 3 ? "application/vnd.adobe.adept+xml" : "text/plain; charset=utf-8"},
          {"out_of_sale", i == 5}});
   }
-  WriteFile(folder / "books/catalogue.json", Json{{"books", books}}.dump());
-  WriteFile(folder / "accounts.json", R"({"accounts":[
+  WriteFile(directory / "books/catalogue.json", Json{{"books", books}}.dump());
+  WriteFile(directory / "accounts.json", R"({"accounts":[
       {"email":"anna@quire.example","password":"secret","profile":{"name":"Anna","zip":"20457"},
        "books":[{"ean":"9001","date":"2021-03-15 14:30:00"},{"ean":"9002","orderId":"1"}]},
       {"email":"ben@quire.example","password":"secret"}]})");
@@ -48,8 +48,8 @@ std::string Encode(const Fields& fields) {
 
 void RunningShop::Start(const Command& options) {
   signal(SIGPIPE, SIG_IGN);  // connections break here on purpose
-  if (!Exists(folder_ / "books")) WriteBooks(folder_);
-  const Command own{"--books", folder_ / "books", "--accounts", folder_ / "accounts.json"};
+  if (!Exists(directory_ / "books")) WriteBooks(directory_);
+  const Command own{"--books", directory_ / "books", "--accounts", directory_ / "accounts.json"};
   shop_.reset();
   shop_.emplace(own + options);
 }

@@ -21,7 +21,7 @@ inline const std::string kAnna = "anna@quire.example";
 /// `name=value` pairs, percent-encoded and joined by `&`.
 std::string Encode(const Fields& fields);
 
-/// A shop with twelve books in a folder of its own. The books have the EANs "9001" to "9012" and
+/// A shop with twelve books in a directory of its own. The books have the EANs "9001" to "9012" and
 /// prices of 1.99 to 12.99; 9005 is out of sale, 9003 is a ticket. Anna owns 9001 and 9002.
 class RunningShop : public testing::Test {
  protected:
@@ -33,22 +33,22 @@ class RunningShop : public testing::Test {
   /// For "config" or, with its token, "control".
   httplib::Client PlainClient(const std::string& port) const;
 
-  /// The shop's answer; its status is -1 where none came.
+  /// The shop's response; its status is -1 when there is none.
   httplib::Response Get(const std::string& path, const httplib::Headers& headers = {}) const;
 
-  /// One call of the store API; "storeId" is added unless given.
+  /// Calls the store API; adds "storeId" unless given. Throws std::runtime_error.
   Json Call(const std::string& name, Fields form);
-  /// The text of the refusal; empty when the call was not refused.
+  /// The message of a refused call; empty when the call succeeds.
   std::string Refusal(const std::string& name, const Fields& form);
   std::string LogIn(const std::string& user = kAnna);
-  /// Commits an order for those EANs; gives its id and the path of its payment page.
+  /// Commits an order; returns its id and the path of its payment page.
   std::pair<std::string, std::string> Commit(const std::string& session,
                                              const std::vector<std::string>& eans,
                                              const Fields& payment);
   /// The path of a book that Anna bought.
   std::string FilePath(const std::string& ean);
 
-  TemporaryDirectory folder_;
+  TemporaryDirectory directory_;
   std::optional<DevelopmentShop> shop_;
 };
 

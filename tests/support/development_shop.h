@@ -12,34 +12,34 @@ namespace tests {
 
 using Json = nlohmann::json;
 
-/// A development shop of the test's own, on ports that the system picked.
+/// Runs a development shop on free ports; stopped by the destructor.
 class DevelopmentShop {
  public:
-  /// Throws std::runtime_error where it does not start.
+  /// Throws std::runtime_error when the shop does not start.
   explicit DevelopmentShop(const Command& options = {});
   ~DevelopmentShop();
 
   /// By the keys that the program prints: "shop", "config", "control", "token", "ca", "connect-to".
   const std::string& Address(const std::string& key) const { return addresses_.at(key); }
 
-  /// Puts the addresses into the environment. The Linux platform reads them at its first use.
+  /// Sets the environment variables that the Linux platform reads at its first use.
   void Announce() const;
 
-  /// Has the next request of a path go wrong; see the shop's own description of its faults.
+  /// Arms a fault; devshop/README.md lists them.
   void Arm(const Json& fault) const { Control("/_faults", fault); }
 
   /// How many faults were delivered so far.
   int Delivered() const { return Control("/_faults")["delivered"]; }
 
-  /// Sends an instruction to the control port; the test fails where its answer has another status.
+  /// Posts to the control port; the test fails when the response has another status.
   Json Control(const std::string& path, const Json& instruction, int status = 200) const;
-  /// What the control port has under a path.
+  /// Gets a path of the control port.
   Json Control(const std::string& path) const;
 
-  /// Every request so far whose path ends so, as the shop's ledger tells it.
+  /// The recorded requests whose path ends with `path_end`.
   std::vector<Json> Requests(const std::string& path_end) const;
 
-  /// Asks it to end. Its exit code.
+  /// Sends SIGTERM; returns the exit code.
   int Stop();
 
  private:
