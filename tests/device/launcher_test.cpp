@@ -129,6 +129,16 @@ TEST_P(Launcher, LeavesTheTerminalToTheProgram) {
   EXPECT_EQ(finished.exit_code, 0);
 }
 
+TEST_P(Launcher, EndsWhenItsTerminalIsClosed) {
+  std::string script = "#!/bin/sh\nexec";
+  for (const std::string& word : On("sleep")) script += " '" + word + "'";
+  WriteProgram(device_ / "session leader", script + " 1732050\n");
+  Process terminal({"script", "-qc", "'" + (device_ / "session leader") + "'", "/dev/null"});
+  std::this_thread::sleep_for(std::chrono::milliseconds(700));
+  terminal.Kill(SIGKILL);
+  EXPECT_FALSE(StillRuns("1732050"));
+}
+
 TEST_P(Launcher, LeavesNoProcessBehind) {
   EXPECT_EQ(RunProgram(OnBash("(sleep 3141592 >/dev/null 2>&1 &); exit 3")).exit_code, 3);
   EXPECT_FALSE(StillRuns("3141592"));

@@ -66,7 +66,7 @@ bool BecomeProotGuest() {
   prctl(PR_SET_CHILD_SUBREAPER, 1);
   // A leak sanitizer needs for itself what proot uses.
   setenv("LSAN_OPTIONS", "detect_leaks=0", 0);
-  if (!DenyNewerCalls()) std::perror("quire-device: the newer system calls stay");
+  if (!DenyNewerCalls()) std::perror("quire-device: cannot deny the newer system calls");
   return true;
 }
 

@@ -103,7 +103,9 @@ class Supervisor {
     if (!run_.began) {
       run_.began = ended_ = true;
       run_.exit_code = kExitSignalBase + number;
-    } else if (info.ssi_code != SI_KERNEL) {  // the terminal sends it to all of its foreground
+    } else if (info.ssi_code != SI_KERNEL || (number == SIGHUP && getsid(0) == getpid())) {
+      // The terminal sends its signals to all of its foreground, but a hangup to the session
+      // leader.
       Send(channel_fd_, number);
     }
   }
