@@ -25,10 +25,10 @@ bool Poll(store::StoreManager& manager, store::Failure* failure) {
   return ran;
 }
 
-/// Shows the progress until the running download has ended. False on Ctrl-C.
+/// Shows the progress until the running download has ended. False on Ctrl-C, which the caller
+/// catches.
 bool WaitForDownload(store::StoreManager& manager, const store::Book& book,
                      store::Failure* failure) {
-  const InterruptCatcher interrupts;
   const Screen& screen = Screen::Err();
   const std::string ean = GetString(book, store::Book::kEan);
   const std::string title = MakePrintable(DisplayTitle(book));
@@ -70,6 +70,7 @@ std::string DownloadBook(Session& session, const store::Book& book, store::Failu
   WaitForBackgroundDownload(session);  // the library forgets a book queued beside a running one
   store::StoreManager& manager = session.Store();
   const std::string ean = GetString(book, store::Book::kEan);
+  const InterruptCatcher interrupts;
   manager.DownloadBookById(ean);
   *failure = manager.GetLastFailure();
   if (!WaitForDownload(manager, book, failure)) {
@@ -106,6 +107,7 @@ void WaitForBackgroundDownload(Session& session) {
   ReportEndedDownload(session);
   if (!session.background_download) return;
   const store::Book& book = session.background_download->book;
+  const InterruptCatcher interrupts;
   Screen::Err().PrintLine("Waiting for " + QuoteTitle(DisplayTitle(book)) +
                           " to arrive. Ctrl-C stops at once and keeps what has arrived.");
   if (!WaitForDownload(session.Store(), book, &session.background_download->failure)) {

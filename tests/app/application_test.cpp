@@ -189,6 +189,7 @@ TEST_F(QuireOnDevice, FindsBooksUnderOtherNamesAfterARestart) {
 TEST_F(QuireOnDevice, ContinuesADownloadAfterCtrlC) {
   LogIn();
   const std::string ean = FindBoughtEpub();
+  shop_.Control("/_books", {{"ean", ean}, {"size_bytes", 1'000'000}, {"revision", 1}});
   ExpectContains(Run(0, {"download", ean}).out, "has arrived:");
   const Json present = RunJson({"download", ean})[0];
   EXPECT_EQ(present["status"], "present");
@@ -197,8 +198,7 @@ TEST_F(QuireOnDevice, ContinuesADownloadAfterCtrlC) {
   ASSERT_FALSE(book.empty());
 
   fs::remove(path);
-  shop_.Arm(
-      {{"path", "/files/*"}, {"fault", "slow"}, {"after_bytes", 3'000'000}, {"delay_ms", 200}});
+  shop_.Arm({{"path", "/files/*"}, {"fault", "slow"}, {"after_bytes", 500'000}, {"delay_ms", 200}});
   Process quire = StartOnTerminal(80, {"download", ean});
   ASSERT_TRUE(quire.WaitForOutput("50 %"));
   quire.Type("\x03");
@@ -251,6 +251,7 @@ TEST_F(QuireOnDevice, RunsTheCommandsOfAScript) {
 TEST_F(QuireOnDevice, TakesCommandsAtAPrompt) {
   LogIn();
   const std::string ean = FindBoughtEpub();
+  shop_.Control("/_books", {{"ean", ean}, {"size_bytes", 1'000'000}, {"revision", 1}});
   const std::string last_ean = RunJson({"books"}).back()["ean"];
   Process quire = StartOnTerminal(80, {"shell"});
   ASSERT_TRUE(quire.WaitForOutput("quire> "));
@@ -260,8 +261,7 @@ TEST_F(QuireOnDevice, TakesCommandsAtAPrompt) {
   ASSERT_TRUE(quire.WaitForOutput("There is no command \"nonsense\""));
   ExpectContains(quire.out(), "Welcome");
 
-  shop_.Arm(
-      {{"path", "/files/*"}, {"fault", "slow"}, {"after_bytes", 3'000'000}, {"delay_ms", 200}});
+  shop_.Arm({{"path", "/files/*"}, {"fault", "slow"}, {"after_bytes", 500'000}, {"delay_ms", 200}});
   quire.Type("download " + ean + "\n");
   ASSERT_TRUE(quire.WaitForOutput("50 %"));
   quire.Type("\003");

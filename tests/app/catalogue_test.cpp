@@ -25,8 +25,8 @@ std::string Next(const std::string& href) {
   return "<link rel='next' href='" + href + "'/>";
 }
 
-/// A shop whose pages are written down here.
-class CatalogueTest : public testing::Test {
+/// A catalogue whose pages the test sets.
+class CataloguePages : public testing::Test {
  protected:
   void SetUp() override { SetUtf8Locale(); }
 
@@ -37,7 +37,7 @@ class CatalogueTest : public testing::Test {
 
   Catalogue Make() {
     return {kStart, [this](const std::string& url) {
-              asked_.push_back(url);
+              fetched_.push_back(url);
               if (!pages_.contains(url)) throw CommandError(kUnreachable, "away");
               return pages_[url];
             }};
@@ -46,7 +46,7 @@ class CatalogueTest : public testing::Test {
   /// The EANs in the order visited.
   std::vector<std::string> Read() {
     std::vector<std::string> eans;
-    trouble_ = Make().Read([&](const CatalogueEntry& entry) {
+    error_ = Make().Read([&](const CatalogueEntry& entry) {
       eans.push_back(entry.ean);
       return true;
     });
@@ -55,40 +55,40 @@ class CatalogueTest : public testing::Test {
 
   using Eans = std::vector<std::string>;
   std::map<std::string, std::string> pages_;
-  std::vector<std::string> asked_;
-  std::optional<CommandError> trouble_;
+  std::vector<std::string> fetched_;
+  std::optional<CommandError> error_;
 };
 
-TEST_F(CatalogueTest, FollowsPagesThenSectionsAndNoCircle) {
+TEST_F(CataloguePages, FollowsPagesThenSectionsOnce) {
   SetPage("start", Section("new") + Title("11111111") + Next("start?page=2"));
   SetPage("start?page=2", Title("22222222") + Next("start"));
   SetPage("new", Title("33333333") + Title("11111111") + Section("start"));
   EXPECT_EQ(Read(), (Eans{"11111111", "22222222", "33333333"}));
-  EXPECT_EQ(asked_.size(), 3U);
-  EXPECT_FALSE(trouble_);
+  EXPECT_EQ(fetched_.size(), 3U);
+  EXPECT_FALSE(error_);
 }
 
-TEST_F(CatalogueTest, AsksNobodyButTheShop) {
+TEST_F(CataloguePages, ReadsOnlyTheShopsSite) {
   SetPage("start", Section("https://elsewhere.example/opds") + Title("11111111") +
                        Next("http://shop.example/opds/start?page=2"));
   EXPECT_EQ(Read(), Eans{"11111111"});
-  EXPECT_EQ(asked_, std::vector<std::string>{kStart});
+  EXPECT_EQ(fetched_, std::vector<std::string>{kStart});
 }
 
-TEST_F(CatalogueTest, KeepsWhatCameBeforeTheTrouble) {
+TEST_F(CataloguePages, KeepsEntriesReadBeforeAnError) {
   SetPage("start", Title("11111111") + Next("gone"));
   EXPECT_EQ(Read(), Eans{"11111111"});
-  ASSERT_TRUE(trouble_);
-  EXPECT_EQ(trouble_->code, kUnreachable);
+  ASSERT_TRUE(error_);
+  EXPECT_EQ(error_->code, kUnreachable);
   pages_["https://shop.example/opds/gone"] = "<html/>";
   EXPECT_EQ(Read(), Eans{"11111111"});
-  ASSERT_TRUE(trouble_);
-  EXPECT_NE(std::string(trouble_->what()).find("/opds/gone"), std::string::npos);
+  ASSERT_TRUE(error_);
+  EXPECT_NE(std::string(error_->what()).find("/opds/gone"), std::string::npos);
   pages_.clear();
   EXPECT_THROW(Read(), CommandError);
 }
 
-TEST_F(CatalogueTest, EndsAlthoughThePagesDoNot) {
+TEST_F(CataloguePages, StopsAtItsLimits) {
   const Catalogue endless(kStart, [page = 0](const std::string&) mutable {
     return "<feed xmlns='http://www.w3.org/2005/Atom'>" + Next("?p=" + std::to_string(++page)) +
            "</feed>";
@@ -97,18 +97,18 @@ TEST_F(CatalogueTest, EndsAlthoughThePagesDoNot) {
   EXPECT_THROW(Catalogue("", {}).Find({"1"}), CommandError);
 }
 
-TEST_F(CatalogueTest, FindsTitlesAndReadsNoFurther) {
+TEST_F(CataloguePages, FindStopsAtTheLastTitle) {
   SetPage("start", Title("11111111") + Title("22222222") + Next("two"));
   SetPage("two", Title("33333333") + Next("gone"));
   EXPECT_EQ(Make().Find({"22222222", "11111111"}).size(), 2U);
-  EXPECT_EQ(asked_.size(), 1U);
+  EXPECT_EQ(fetched_.size(), 1U);
   EXPECT_EQ(Make().Find({"33333333"}).front().title, "Title 33333333");
-  EXPECT_THROW(Make().Find({"99999999"}), CommandError) << "it may stand on the page that is away";
+  EXPECT_THROW(Make().Find({"99999999"}), CommandError) << "it may be on the missing page";
   SetPage("gone", "");
   EXPECT_TRUE(Make().Find({"99999999"}).empty());
 }
 
-TEST_F(CatalogueTest, MatchesWhateverTheCase) {
+TEST_F(CataloguePages, MatchesIgnoringCase) {
   CatalogueEntry entry;
   entry.title = "ÜBER die Brücken";
   entry.ean = "9780000000017";

@@ -33,7 +33,7 @@ CatalogueEntry Only(const std::string& xml) {
   return page.entries.empty() ? CatalogueEntry() : page.entries.front();
 }
 
-TEST(Feed, ReadsATitleWhole) {
+TEST(ParseFeed, ReadsAllFieldsOfATitle) {
   const CatalogueEntry entry = Only(
       Feed("<entry><title>Der  Weg\n nach oben</title><id>tag:x,2020:1</id>"
            "<author><name>A. Ä</name></author><author><name>B</name></author>"
@@ -62,7 +62,7 @@ TEST(Feed, ReadsATitleWhole) {
   EXPECT_EQ(entry.page_url, "https://shop.example/product/1");
 }
 
-TEST(Feed, GoesByNamespaceAndNotByPrefix) {
+TEST(ParseFeed, RecognisesElementsByNamespace) {
   const CatalogueEntry entry = Only(
       "<a:feed xmlns:a='http://www.w3.org/2005/Atom' xmlns='urn:other'><title>other</title>"
       "<a:entry xmlns:o='" +
@@ -80,7 +80,7 @@ TEST(Feed, GoesByNamespaceAndNotByPrefix) {
   EXPECT_THROW(ParseFeed("<feed><entry/></feed>", kPage), FeedError) << "no namespace at all";
 }
 
-TEST(Feed, ListsFormatsOfNestedTickets) {
+TEST(ParseFeed, ListsFormatsOfNestedAcquisitions) {
   const CatalogueEntry ticket = Only(
       Entry(Buy("text/html",
                 "<opds:indirectAcquisition type='application/vnd.adobe.adept+xml'>"
@@ -89,7 +89,7 @@ TEST(Feed, ListsFormatsOfNestedTickets) {
   EXPECT_EQ(ticket.formats, "EPUB,PDF");
   EXPECT_TRUE(ticket.needs_adobe);
   EXPECT_FALSE(Only(Entry(Buy("application/octet-stream"))).needs_adobe);
-  EXPECT_EQ(Only(Entry(Buy("text/html"))).formats, "") << "a page of the shop is no format";
+  EXPECT_EQ(Only(Entry(Buy("text/html"))).formats, "") << "a page of the shop is not a format";
 
   std::string deep;
   for (int i = 0; i < 50'000; ++i) deep += "<opds:indirectAcquisition type='application/pdf'>";
@@ -97,7 +97,7 @@ TEST(Feed, ListsFormatsOfNestedTickets) {
   EXPECT_LT(Only(Entry(Buy("text/html", deep))).formats.size(), 64U);
 }
 
-TEST(Feed, KeepsTheFirstOfWhatIsThereTwiceAndTheTextOfMarkUp) {
+TEST(ParseFeed, KeepsFirstElementAndStripsMarkup) {
   const CatalogueEntry entry = Only(
       Entry("<title>second</title><entry><title>inner</title></entry>" + Buy("application/pdf") +
             "<summary type='xhtml'><div xmlns='http://www.w3.org/1999/xhtml'>One <b>two</b>"
@@ -109,7 +109,7 @@ TEST(Feed, KeepsTheFirstOfWhatIsThereTwiceAndTheTextOfMarkUp) {
   EXPECT_EQ(Only(Entry("<summary>a\x1b[2Jb</summary>" + Buy("application/pdf"))).summary, "a�[2Jb");
 }
 
-TEST(Feed, TellsTitlesFromSectionsAndSamples) {
+TEST(ParseFeed, DistinguishesTitlesSectionsAndSamples) {
   const FeedPage page =
       ParseFeed(Feed("<link rel='next' href='?page=2'/><link rel='next' href='?page=9'/>"
                      "<entry><title>News</title><link rel='subsection' href='new' "
@@ -125,7 +125,7 @@ TEST(Feed, TellsTitlesFromSectionsAndSamples) {
   EXPECT_EQ(page.next_url, "https://shop.example/4711/opds/start?page=2");
 }
 
-TEST(Feed, ThatIsBrokenSaysSo) {
+TEST(ParseFeed, ThrowsTheReasonForABrokenPage) {
   const auto expect_reason = [](const std::string& xml, const std::string& named) {
     try {
       ParseFeed(xml, kPage);
@@ -145,7 +145,7 @@ TEST(Feed, ThatIsBrokenSaysSo) {
   expect_reason(deep, "");
 }
 
-TEST(WebAddress, StaysOnTheWebAndOnTheSite) {
+TEST(WebAddress, ResolvesHttpOnlyAndComparesSites) {
   EXPECT_EQ(ResolveAddress("https://a.example/b/c?d", "../e?f#g"), "https://a.example/e?f");
   EXPECT_EQ(ResolveAddress("https://a.example/b", "//c.example/d"), "https://c.example/d");
   EXPECT_EQ(ResolveAddress("https://a.example/", "file:///etc/passwd"), "");

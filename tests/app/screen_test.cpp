@@ -14,32 +14,32 @@ class Utf8 : public testing::Environment {
 };
 const auto* const utf8 = testing::AddGlobalTestEnvironment(new Utf8);
 
-TEST(MakePrintable, LeavesNothingThatATerminalObeys) {
+TEST(MakePrintable, ReplacesControlCharacters) {
   EXPECT_EQ(MakePrintable("Ä “q” 漢\t\nx"), "Ä “q” 漢  x");
   EXPECT_EQ(MakePrintable("\x1b[31mred\x07\x7f"), "�[31mred��");
   EXPECT_EQ(MakePrintable("\302\23331m"), "�31m") << "the control characters above 127 too";
   EXPECT_EQ(MakePrintable("a\342\200\256b"), "a�b") << "a right-to-left override";
   EXPECT_EQ(MakePrintable(std::string("a\0b", 3)), "a�b");
-  EXPECT_EQ(MakePrintable("a\xFF\xC3"), "a��") << "no UTF-8, and cut short";
+  EXPECT_EQ(MakePrintable("a\xFF\xC3"), "a��") << "invalid and incomplete UTF-8";
   EXPECT_EQ(MakePrintable("\xC0\xAF"), "��") << "overlong";
 }
 
-TEST(Width, CountsColumnsAndNotBytes) {
+TEST(DisplayWidth, CountsColumnsNotBytes) {
   EXPECT_EQ(DisplayWidth("Ünal"), 4);
   EXPECT_EQ(DisplayWidth("漢字"), 4);
   EXPECT_EQ(DisplayWidth("e\xCC\x81"), 1) << "a combining accent takes none";
 }
 
-TEST(Truncate, EndsWithAnEllipsisWithinTheRoom) {
+TEST(Truncate, EndsWithAnEllipsis) {
   EXPECT_EQ(Truncate("Müller", 6), "Müller");
   EXPECT_EQ(Truncate("Müller", 5), "Müll…");
-  EXPECT_EQ(Truncate("Der Weg", 5), "Der…") << "no blank before it";
+  EXPECT_EQ(Truncate("Der Weg", 5), "Der…") << "no space before it";
   EXPECT_EQ(Truncate("漢字漢", 4), "漢…") << "a wide character is not halved";
   EXPECT_EQ(Truncate("abc", 1), "…");
   EXPECT_EQ(Truncate("abc", 0), "");
 }
 
-TEST(Wrap, BreaksAtBlanksWhereItCan) {
+TEST(Wrap, BreaksAtSpacesIfPossible) {
   using Lines = std::vector<std::string>;
   EXPECT_EQ(Wrap("one two three", 7), (Lines{"one two", "three"}));
   EXPECT_EQ(Wrap("abcdefgh ij", 4), (Lines{"abcd", "efgh", "ij"}));
@@ -48,14 +48,14 @@ TEST(Wrap, BreaksAtBlanksWhereItCan) {
   EXPECT_EQ(Wrap("one two", 0), (Lines{"one two"}));
 }
 
-TEST(Money, IsWrittenAsInTheCart) {
+TEST(FormatPrice, MatchesTheCartsTotal) {
   EXPECT_EQ(FormatPrice(1299, "EUR"), "12,99 EUR");
   EXPECT_EQ(FormatPrice(5, "EUR"), "0,05 EUR");
   EXPECT_EQ(FormatPrice(-5, ""), "-0,05");
   EXPECT_EQ(FormatPrice(INT64_MIN, ""), "-92233720368547758,08");
 }
 
-TEST(Money, IsReadExactlyOrNotAtAll) {
+TEST(ParsePrice, RejectsWhatIsNotAPrice) {
   EXPECT_EQ(ParsePrice("12.99"), 1299);
   EXPECT_EQ(ParsePrice("12,9"), 1290);
   EXPECT_EQ(ParsePrice("5"), 500);
@@ -66,7 +66,7 @@ TEST(Money, IsReadExactlyOrNotAtAll) {
   }
 }
 
-// Output of a test is no terminal, so that no tone shows.
+// The output of a test is not a terminal, so no style shows.
 std::string Rendered(int width) {
   Table table({{"Title", 8}, {"Author", 6}, {"Price", 0, true}, {"EAN"}});
   table.AddRow({"Über die Brücken am Abend", "Jo Ö", "4,99 EUR", "9780000000017"});
@@ -84,7 +84,7 @@ int Widest(const std::string& text) {
   return widest;
 }
 
-TEST(Table, CutsOnlyWhatMayBeCut) {
+TEST(Table, TruncatesOnlyTruncatableColumns) {
   EXPECT_EQ(Rendered(0),
             "Title                      Author      Price  EAN\n"
             "Über die Brücken am Abend  Jo Ö     4,99 EUR  9780000000017\n"
@@ -95,7 +95,7 @@ TEST(Table, CutsOnlyWhatMayBeCut) {
             "Kurz                      12,99 EUR\n");
 }
 
-TEST(Table, BecomesCardsWhereColumnsDoNotFit) {
+TEST(Table, RendersCardsWhenColumnsDoNotFit) {
   EXPECT_EQ(Rendered(40),
             "Über die Brücken am Abend\n"
             "  Jo Ö · 4,99 EUR · 9780000000017\n"
@@ -109,13 +109,13 @@ TEST(Table, FitsEveryWidth) {
   }
 }
 
-TEST(Details, KeepValuesInTheirColumn) {
+TEST(RenderDetails, WrapsValuesInTheirColumn) {
   EXPECT_EQ(RenderDetails(Screen::Out(), 20,
                           {{"Name", "Anna"}, {"Company", ""}, {"Street", "Am langen Weg 5"}}),
             "Name    Anna\nStreet  Am langen\n        Weg 5\n");
 }
 
-TEST(ProgressLine, HasItsWidthAtEveryPercent) {
+TEST(ProgressLine, KeepsItsWidthAtEveryPercent) {
   for (const int columns : {39, 79}) {
     for (int percent = -1; percent <= 101; ++percent) {
       EXPECT_EQ(DisplayWidth(ProgressLine("Ein Bücherwurm auf langen Reisen", percent, columns)),
@@ -125,7 +125,7 @@ TEST(ProgressLine, HasItsWidthAtEveryPercent) {
   }
 }
 
-TEST(JsonOutput, IsHarmlessAndStaysJson) {
+TEST(SerializeJson, EscapesControlCharacters) {
   const std::string text = SerializeJson({{"title", "a\x1b\x7f\302\233Ä\xFF"}});
   EXPECT_EQ(text, "{\n  \"title\": \"a\\u001b\\u007f\\u009bÄ�\"\n}\n");
   EXPECT_EQ(Json::parse(text)["title"], "a\x1b\x7f\xC2\x9BÄ�");
