@@ -27,7 +27,7 @@ TEST_F(QuireOnDevice, LogsInRegistersAndShowsTheAccount) {
   EXPECT_TRUE(RunJson({"shop"})["store_id"].is_string());
 
   const Command enrol{"register", "new@quire.example", "--name", "Ada", "--lastname", "Lovelace"};
-  const Finished registered = Run(0, enrol + Command{"--title", "Dr."}, "geheimnis\n");
+  const ProcessResult registered = Run(0, enrol + Command{"--title", "Dr."}, "geheimnis\n");
   ExpectContains(registered.out, "Logged in as new@quire.example");
   EXPECT_EQ(RunJson({"books"}), Json::array());
   ExpectContains(Run(0, {"books"}).out, "You have bought no books yet");
@@ -45,7 +45,7 @@ TEST_F(QuireOnDevice, AsksForThePasswordWithoutShowingIt) {
   Process quire = StartOnTerminal(80, {"login", "anna@quire.example"});
   ASSERT_TRUE(quire.WaitForOutput("Password for anna@quire.example"));
   quire.Type("secret\n");
-  const Finished finished = quire.Wait();
+  const ProcessResult finished = quire.Wait();
   ExpectContains(finished.out, "Logged in");
   ExpectLacks(finished.out, "secret");
 }
@@ -237,11 +237,11 @@ TEST_F(QuireOnDevice, RunsTheCommandsOfAScript) {
   const std::string script =
       "# a comment, and an empty line\n\nquire shop\nlogin anna@quire.example\nsecret\nhelp\n"
       "catalogue \"no such words\"\naccount\n";
-  const Finished stopped = Run(5, {"shell"}, script);
+  const ProcessResult stopped = Run(5, {"shell"}, script);
   ExpectContains(stopped.out, "Logged in");
   ExpectContains(stopped.out, "Usage");
   ExpectLacks(stopped.out, "Möller");
-  const Finished continued = Run(5, {"shell", "--keep-going", "--echo"}, script);
+  const ProcessResult continued = Run(5, {"shell", "--keep-going", "--echo"}, script);
   ExpectContains(continued.out, "Möller");
   ExpectContains(continued.out, "quire> account");
   Run(0, {"shell"}, "books\nexit\nnonsense\n");
@@ -290,7 +290,7 @@ TEST_F(QuireOnDevice, ExplainsTheCommandLine) {
 }
 
 TEST_F(QuireOnDevice, ReportsAFullDisk) {
-  const Finished finished =
+  const ProcessResult finished =
       RunProgram({"sh", "-c", "exec \"$@\" >/dev/full", "sh", QUIRE_DEVICE, "--device", device_,
                   "--build", QUIRE_BUILD_DIR, "--no-scanner", "--", "quire", "catalogue"});
   EXPECT_EQ(finished.exit_code, 6);

@@ -72,7 +72,7 @@ TEST_F(QuireThatFails, ReportsWhyItCannotStart) {
   ExpectFailure(4, std::string("The shop cannot be opened: ") + kNoConnection, {"cart"});
 
   if (std::filesystem::exists("/mnt/ext1")) return;
-  const Finished off_device = RunProgram({QUIRE_BUILD_DIR "/bin/quire", "shop"});
+  const ProcessResult off_device = RunProgram({QUIRE_BUILD_DIR "/bin/quire", "shop"});
   EXPECT_EQ(off_device.exit_code, 6);
   ExpectContains(off_device.err, "quire-device");
 }
@@ -107,7 +107,7 @@ TEST_F(QuireThatFails, ReportsWhyNobodyIsLoggedIn) {
   shop_.Arm({{"path", "/login"}, {"fault", "body"}, {"body", "{}"}});
   Run(1, {"login", "anna@quire.example"}, "secret\n");
   shop_.Arm({{"path", "/registerUser"}, {"fault", "body"}, {"body", "no JSON"}});
-  const Finished registered =
+  const ProcessResult registered =
       Run(4, {"register", "a@b.example", "--name", "A", "--lastname", "B"}, "secret\n");
   ExpectContains(registered.err, "Whether you are registered is unknown: ");
   DisconnectServers();

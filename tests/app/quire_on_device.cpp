@@ -20,10 +20,10 @@ Command QuireOnDevice::OnDevice(const Command& arguments) const {
          launcher_options_ + Command{"--", "quire"} + arguments;
 }
 
-Finished QuireOnDevice::Run(int exit_code, const Command& arguments, const std::string& input) {
+ProcessResult QuireOnDevice::Run(int exit_code, const Command& arguments, const std::string& input) {
   const std::string input_file = files_ / "input";
   WriteFile(input_file, input);
-  Finished finished = RunProgram(
+  ProcessResult finished = RunProgram(
       Command{"sh", "-c", "exec \"$@\" <\"$0\"", input_file} + OnDevice(arguments), environment_);
   const std::string command = testing::PrintToString(arguments);
   EXPECT_EQ(finished.exit_code, exit_code) << command << "\n" << finished.out << finished.err;
@@ -36,7 +36,7 @@ Finished QuireOnDevice::Run(int exit_code, const Command& arguments, const std::
 }
 
 Json QuireOnDevice::RunJson(const Command& arguments) {
-  const Finished finished = Run(0, arguments + Command{"--json"});
+  const ProcessResult finished = Run(0, arguments + Command{"--json"});
   return Json::parse(finished.out, nullptr, false);
 }
 

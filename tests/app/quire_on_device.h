@@ -18,7 +18,7 @@ class QuireOnDevice : public testing::Test {
 
   /// Runs quire with `input` as its standard input. The test fails when it ends with another exit
   /// code, or when a failure is not reported in one line.
-  Finished Run(int exit_code, const Command& arguments, const std::string& input = "");
+  ProcessResult Run(int exit_code, const Command& arguments, const std::string& input = "");
 
   /// The JSON that a command prints which has to succeed.
   Json RunJson(const Command& arguments);
@@ -38,7 +38,7 @@ class QuireOnDevice : public testing::Test {
   std::string HostPath(const std::string& device_path) const;
 
   DevelopmentShop shop_;
-  const TemporaryFolder files_;
+  const TemporaryDirectory files_;
   const std::string device_ = files_ / "device";
   Environment environment_;
   Command launcher_options_{"--no-scanner"};

@@ -29,7 +29,7 @@ class SavedBooksDirectory : public testing::Test {
     return path;
   }
 
-  const tests::TemporaryFolder directory_;
+  const tests::TemporaryDirectory directory_;
   const std::string file_ = directory_ / "saved.json";
 };
 

@@ -154,7 +154,7 @@ TEST_F(DevshopProgram, SurvivesMalformedRequests) {
 }
 
 TEST_F(DevshopProgram, PrintsItsVersion) {
-  const Finished run = RunProgram({QUIRE_DEVSHOP, "--version"});
+  const ProcessResult run = RunProgram({QUIRE_DEVSHOP, "--version"});
   EXPECT_EQ(run.exit_code, 0);
   EXPECT_EQ(run.out, "quire-devshop " QUIRE_VERSION "\n");
 }

@@ -19,7 +19,6 @@ class TemporaryDirectory {
   std::string path_;
 };
 
-using TemporaryFolder = TemporaryDirectory;
 
 bool Exists(const std::string& path);
 std::string ReadFile(const std::string& path);

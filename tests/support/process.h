@@ -27,7 +27,6 @@ struct ProcessResult {
   std::string err;
 };
 
-using Finished = ProcessResult;
 
 /// A child process. The destructor kills its process group.
 class Process {
