@@ -4,8 +4,8 @@
 // Boost.Asio with coroutines. Only the server and its connections include it: it is slow to
 // compile.
 
-#if defined(__clang__) && !defined(__cpp_impl_coroutine)  // clang 14 has coroutines, not the macro
-#define __cpp_impl_coroutine 201902L
+#if defined(__clang__) && \
+    __clang_major__ < 16  // Boost 1.74 asks these for another macro of coroutines
 #define BOOST_ASIO_HAS_CO_AWAIT 1
 #define BOOST_ASIO_HAS_STD_COROUTINE 1
 #endif

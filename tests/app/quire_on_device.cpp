@@ -20,7 +20,8 @@ Command QuireOnDevice::OnDevice(const Command& arguments) const {
          launcher_options_ + Command{"--", "quire"} + arguments;
 }
 
-ProcessResult QuireOnDevice::Run(int exit_code, const Command& arguments, const std::string& input) {
+ProcessResult QuireOnDevice::Run(int exit_code, const Command& arguments,
+                                 const std::string& input) {
   const std::string input_file = files_ / "input";
   WriteFile(input_file, input);
   ProcessResult finished = RunProgram(

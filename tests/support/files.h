@@ -19,7 +19,6 @@ class TemporaryDirectory {
   std::string path_;
 };
 
-
 bool Exists(const std::string& path);
 std::string ReadFile(const std::string& path);
 /// Writes a file and creates its missing parent directories.

@@ -27,7 +27,6 @@ struct ProcessResult {
   std::string err;
 };
 
-
 /// A child process. The destructor kills its process group.
 class Process {
  public:
