@@ -1,13 +1,13 @@
-# shellcheck shell=bash
-# Functions that ./dev and its tools share. open_shop needs $bin, the directory of the programs.
+# shellcheck shell=bash disable=SC2034
+# What ./dev, its tools and their tests share. open_shop needs $bin, the directory of the programs.
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 
 if [[ -t 1 && -z ${NO_COLOR-} && ${TERM-dumb} != dumb ]]; then
-  bold=$'\e[1m' dim=$'\e[2m' red=$'\e[31m' green=$'\e[32m' plain=$'\e[0m'
+  bold=$'\e[1m' dim=$'\e[2m' red=$'\e[31m' plain=$'\e[0m'
 else
-  bold='' dim='' red='' green='' plain=''
+  bold='' dim='' red='' plain=''
 fi
-# shellcheck disable=SC2034  # for the scripts that source this
-readonly bold dim red green plain
+readonly bold dim red plain
 
 say() { printf "%s\n" "$@"; }
 die() {
@@ -19,7 +19,6 @@ die() {
 become_root() {
   as_root=()
   ((EUID != 0)) || return 0
-  # shellcheck disable=SC2034 # for the caller
   as_root=(sudo)
   if ! command -v sudo >/dev/null || ! { [[ -t 0 ]] || sudo -n true 2>/dev/null; }; then
     die "cannot become root here. $1"
@@ -31,14 +30,6 @@ become_root() {
 tree_files() {
   (cd "$1" && find . \( -path ./.git -o -path './build*' \) -prune \
     -o -regextype posix-extended -type f -regex "${2-.*}" -print0 | sort -z)
-}
-
-# script_files DIRECTORY: the shell scripts among them, by their first line, one per line.
-script_files() {
-  tree_files "$1" | (
-    cd "$1" || exit
-    xargs -0 -r awk 'FNR == 1 { if (/^#!.*[ \/](ba)?sh$|^# shellcheck shell=/) print FILENAME; nextfile }'
-  )
 }
 
 # open_shop LOG [OPTION…]: starts $bin/quire-devshop with its messages in LOG, waits until it is ready, exports

@@ -1,8 +1,6 @@
 # shellcheck shell=bash
 # For the tests of the tools: a sample project in a directory of its own, and commands that must pass or fail.
-# Sourced with the test's subject as argument; the script ends with run_subject.
-# shellcheck disable=SC2034  # for the scripts that source this
-root=$(cd "$(dirname "$0")/../.." && pwd -P)
+. "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 sample=$(mktemp -d)
 trap 'rm -rf "$sample"' EXIT
 cd "$sample" || exit
@@ -28,8 +26,4 @@ stub() {
   file "stubs/$1" '#!/usr/bin/env bash' "${@:2}"
   chmod +x "stubs/$1"
   PATH=$sample/stubs:${PATH#"$sample/stubs:"}
-}
-run_subject() {
-  [[ $(type -t "test_${1-}") == function ]] || fail "there is no subject ${1-}"
-  "test_$1"
 }
