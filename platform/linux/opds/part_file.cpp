@@ -22,17 +22,19 @@ namespace {
 
 constexpr std::int64_t kReserve_bytes = 1 << 20;
 constexpr std::size_t kMaxName_bytes = 255;
+// Some file systems allow a little less than kMaxName_bytes. A name that must be truncated anyway
+// stays below that, and the names of the part file and its record do with all their suffixes.
+constexpr std::size_t kTruncatedName_bytes = 250;
+constexpr std::size_t kMaxStem_bytes = 200;
 constexpr std::size_t kMaxExtension_bytes = 16;
 constexpr std::size_t kMaxInfo_bytes = 64 << 10;
-// The longest suffix: of the record while it is replaced.
-constexpr std::size_t kMaxSuffix_bytes = sizeof ".part.info.new" - 1;
 
 /// Truncates a name before its extension and between two UTF-8 characters.
 std::string TruncateName(const std::string& name, std::size_t max_bytes) {
   if (name.size() <= max_bytes) return name;
   const std::size_t dot = name.rfind('.');
-  const bool has_extension = dot != std::string::npos && dot > 0 &&
-                             name.size() - dot <= std::min(kMaxExtension_bytes, max_bytes);
+  const bool has_extension =
+      dot != std::string::npos && dot > 0 && name.size() - dot <= kMaxExtension_bytes;
   const std::string extension = has_extension ? name.substr(dot) : "";
   std::size_t end = max_bytes - extension.size();
   while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80) --end;
@@ -47,8 +49,8 @@ bool IsUnsupported(int error_number) {
 
 PartFile::PartFile(std::string directory, const std::string& name)
     : directory_(std::move(directory)),
-      name_(TruncateName(name, kMaxName_bytes)),
-      stem_(TruncateName(name, kMaxName_bytes - kMaxSuffix_bytes)) {}
+      name_(name.size() > kMaxName_bytes ? TruncateName(name, kTruncatedName_bytes) : name),
+      stem_(TruncateName(name, kMaxStem_bytes)) {}
 
 Error PartFile::Open(const std::string& url) {
   std::error_code failure;

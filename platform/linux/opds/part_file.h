@@ -19,8 +19,8 @@ struct PartRecord {
 };
 
 /// A file that is being downloaded: its bytes in `NAME.part` and its record in `NAME.part.info`, in
-/// the directory of the final `NAME`. NAME is truncated if it is too long, more in the first two so
-/// that the suffix fits. Locked against other processes; not thread-safe.
+/// the directory of the final `NAME`. NAME is truncated if it is too long, in the first two beyond
+/// 200 bytes. Locked against other processes; not thread-safe.
 class PartFile {
  public:
   /// \param name  without a directory.

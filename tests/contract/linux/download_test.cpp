@@ -169,6 +169,23 @@ TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
   FetchRest(server);
 }
 
+// Some file systems allow a little less than 255 bytes.
+TEST_F(DownloadEngine, ResumesLongNameUnderShorterOnes) {
+  const std::string name = std::string(249, 'n') + ".epub";
+  std::size_t longest = 0;
+  ScriptedServer server([&](const Request& request) -> Reply {
+    for (const std::string& used : directory_.Names()) longest = std::max(longest, used.size());
+    if (request.connection == 1) return FirstHalf({tag_});
+    return request["range"].empty() ? Reply(Answer(200, book_)) : SecondHalf({range_});
+  });
+  saltmoor::opds::ResourceDownloader downloader(directory_.path(), nullptr);
+  EXPECT_EQ(downloader.DownloadResource(server.Address(), name, {}), 0);
+  EXPECT_EQ(server.requests().back()["if-range"], "\"v1\"");
+  EXPECT_LE(longest, 230U);
+  EXPECT_EQ(directory_.Names(), std::set<std::string>{name});
+  EXPECT_TRUE(ReadAll(directory_ / name) == book_);
+}
+
 TEST_F(DownloadEngine, LocksPartFile) {
   PartFile first(directory_.path(), "book");
   PartFile second(directory_.path(), "book");
