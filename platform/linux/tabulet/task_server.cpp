@@ -9,8 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/common/catch_at_boundary.h"
-#include "platform/linux/common/directory_lock.h"
+#include "platform/linux/common/atomic_file.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/tabulet/task_channel.h"

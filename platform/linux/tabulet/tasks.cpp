@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/tabulet/task_channel.h"
 #include "tabulet.h"
