@@ -63,8 +63,8 @@ Error PartFile::Open(const std::string& url) {
 Error PartFile::OpenPart() {
   const std::string path = part_path();
   for (int tries = 0; tries < 3; ++tries) {
-    part_ =
-        UniqueFd(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644));
+    part_ = UniqueFd(open(path.c_str(),
+                          O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644));
     if (!part_ && errno != ELOOP) return Error::System(errno, "cannot open " + path);
 
     struct stat opened {};
@@ -127,24 +127,14 @@ Error PartFile::Restart(const PartRecord& record) {
   return WriteRecord();
 }
 
-Error PartFile::Append(const char* bytes, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = pwrite(part_.get(), bytes, size, size_bytes_);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      return Error::System(written == 0 ? EIO : errno, "cannot write " + part_path());
-    }
-    bytes += written;
-    size -= static_cast<std::size_t>(written);
-    size_bytes_ += written;
-  }
+Error PartFile::Append(std::string_view bytes) {
+  if (Error error = WriteAll(part_.get(), bytes, part_path())) return error;
+  size_bytes_ += static_cast<std::int64_t>(bytes.size());
   return {};
 }
 
 Error PartFile::Sync() {
-  if (fdatasync(part_.get()) != 0) {
-    return Error::System(errno, "cannot sync " + part_path());
-  }
+  if (fdatasync(part_.get()) != 0) return Error::System(errno, "cannot sync " + part_path());
   synced_bytes_ = size_bytes_;
   return WriteRecord();
 }
