@@ -33,7 +33,7 @@ bool IsTransientStatus(int http_status) {
 /// The validator for If-Range: a strong ETag, or a Last-Modified that is earlier than the answer's
 /// own date, because two versions may have the same second.
 std::string GetValidator(const Transfer& transfer) {
-  const std::string etag = transfer.Header("ETag");
+  std::string etag = transfer.Header("ETag");
   if (etag[0] == '"') return etag;
   const std::string modified = transfer.Header("Last-Modified");
   const std::string date = transfer.Header("Date");
