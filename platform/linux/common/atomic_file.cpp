@@ -1,13 +1,13 @@
 #include "platform/linux/common/atomic_file.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 
-#include "platform/linux/common/directory_lock.h"
 #include "platform/linux/common/log.h"
 
 namespace saltmoor::platform {
@@ -57,26 +57,42 @@ Error Write(const std::string& path, std::string_view content, bool keep_existin
   return SyncDirectory(lock.directory().get(), path);
 }
 
-}  // namespace
-
-Error ReplaceFile(const std::string& path, std::string_view content) {
-  return Write(path, content, false);
-}
-
-Error CreateFile(const std::string& path, std::string_view content) {
-  return Write(path, content, true);
-}
-
-Error MoveAside(const std::string& path, const std::function<Error()>& check) {
+/// Renames a damaged file, unless `load` finds under the directory's lock that another process has
+/// replaced it.
+/// \return what `load` returns; ENOENT after the renaming.
+Error MoveAside(const std::string& path, const std::function<Error()>& load) {
   const DirectoryLock lock(DirectoryOf(path));
-  const Error fault = check();
-  if (!fault || fault.IsSystem(ENOENT)) return {};
+  Error fault = load();
+  if (fault.kind() != Error::Kind::kInvalidData) return fault;
   const std::string bad_path = path + ".bad";
   if (std::rename(path.c_str(), bad_path.c_str()) != 0) {
     return Error::System(errno, fault.message() + "; cannot move it to " + bad_path);
   }
   Log(LogLevel::kError, fault.message() + "; moved to " + bad_path);
-  return {};
+  return Error::System(ENOENT, path);
+}
+
+}  // namespace
+
+DirectoryLock::DirectoryLock(const std::string& path)
+    : directory_(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+  if (!directory_) return;
+  do {
+    held_ = flock(directory_.get(), LOCK_EX) == 0;
+  } while (!held_ && errno == EINTR);
+}
+
+Error ReplaceFile(const std::string& path, std::string_view content) {
+  return Write(path, content, false);
+}
+
+Error LoadOrCreateFile(const std::string& path, const std::function<Error()>& load,
+                       const std::function<std::string_view()>& initial) {
+  Error error = load();
+  if (error.kind() == Error::Kind::kInvalidData) error = MoveAside(path, load);
+  if (!error.IsSystem(ENOENT)) return error;
+  error = Write(path, initial(), true);
+  return !error || error.IsSystem(EEXIST) ? load() : error;
 }
 
 Error ReadFile(const std::string& path, std::size_t max_bytes, std::string* content) {
@@ -85,8 +101,9 @@ Error ReadFile(const std::string& path, std::size_t max_bytes, std::string* cont
   if (!file) return Error::System(errno, "cannot open " + path);
   struct stat status;
   if (fstat(file.get(), &status) != 0) return Error::System(errno, "cannot examine " + path);
-  if (S_ISDIR(status.st_mode)) return Error::System(EISDIR, "cannot read " + path);
-  if (!S_ISREG(status.st_mode)) return Error::System(ENOTSUP, "cannot read " + path);
+  if (!S_ISREG(status.st_mode)) {
+    return Error::System(S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP, "cannot read " + path);
+  }
 
   content->clear();
   char block[1 << 14];

@@ -1,5 +1,5 @@
 /// \file
-/// Whole files: reading them, and replacing them atomically.
+/// Whole files: reading them, and replacing them atomically under a lock on their directory.
 
 #ifndef PLATFORM_LINUX_COMMON_ATOMIC_FILE_H_
 #define PLATFORM_LINUX_COMMON_ATOMIC_FILE_H_
@@ -9,21 +9,37 @@
 #include <string_view>
 
 #include "platform/linux/common/error.h"
+#include "platform/linux/common/unique_fd.h"
 
 namespace saltmoor::platform {
+
+/// An exclusive lock, among threads and processes, on replacing files in a directory. The directory
+/// itself is locked, because a file in it may be replaced. Not recursive.
+class DirectoryLock {
+ public:
+  explicit DirectoryLock(const std::string& path);
+
+  /// False if the file system cannot lock directories or the directory does not exist.
+  bool held() const { return held_; }
+  /// The open directory; empty if it cannot be opened.
+  const UniqueFd& directory() const { return directory_; }
+
+ private:
+  UniqueFd directory_;
+  bool held_ = false;
+};
 
 /// Replaces the content of the file at `path`, mode 0600. After a crash or a power failure the file
 /// has the complete old content or the complete new content, after a failure the old one. Any
 /// number of threads and processes may write the same file; the last one wins.
 Error ReplaceFile(const std::string& path, std::string_view content);
 
-/// Like ReplaceFile, but fails with EEXIST if the file exists.
-Error CreateFile(const std::string& path, std::string_view content);
-
-/// Renames a damaged file to PATH.bad, in place of an older one of that name, and logs it. Does
-/// nothing if `check`, called under the directory's lock, finds the file intact or missing: another
-/// process has replaced it.
-Error MoveAside(const std::string& path, const std::function<Error()>& check);
+/// Calls `load`, which reads the file at `path`. If it returns kInvalidData, the file is renamed to
+/// PATH.bad, in place of an older one of that name, and the damage is logged. A missing file is
+/// created with the content that `initial` returns, and loaded. Programs that call this
+/// concurrently load the same file.
+Error LoadOrCreateFile(const std::string& path, const std::function<Error()>& load,
+                       const std::function<std::string_view()>& initial);
 
 /// Reads a regular file. A file larger than `max_bytes` is an error.
 Error ReadFile(const std::string& path, std::size_t max_bytes, std::string* content);

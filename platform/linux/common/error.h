@@ -2,6 +2,7 @@
 #define PLATFORM_LINUX_COMMON_ERROR_H_
 
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace saltmoor::platform {
@@ -21,7 +22,10 @@ class [[nodiscard]] Error {
 
   /// \param what  what was attempted, such as "cannot write /tmp/a"; the description of
   ///     `error_number` is appended.
-  static Error System(int error_number, const std::string& what);
+  static Error System(int error_number, const std::string& what) {
+    return {Kind::kSystem, error_number,
+            what + ": " + std::generic_category().message(error_number)};
+  }
   static Error Transfer(int code, std::string message) {
     return {Kind::kTransfer, code, std::move(message)};
   }

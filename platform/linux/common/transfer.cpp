@@ -18,15 +18,8 @@ namespace {
 constexpr long kMaxRedirects = 10;
 constexpr std::size_t kMaxIdleHandles = 4;
 
-struct FreeString {
-  void operator()(char* text) const { curl_free(text); }
-};
-using CurlString = std::unique_ptr<char, FreeString>;
-
-struct FreeUrl {
-  void operator()(CURLU* url) const { curl_url_cleanup(url); }
-};
-using CurlUrl = std::unique_ptr<CURLU, FreeUrl>;
+using CurlString = std::unique_ptr<char, decltype(&curl_free)>;
+using CurlUrl = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 
 /// Idle handles. A new handle costs a TLS handshake and reading all certificates, so handles are
 /// reused, the last used one first. Thread-safe.
@@ -39,29 +32,21 @@ class HandlePool {
   }
 
   CURL* Acquire() {
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      if (!idle_.empty()) {
-        CURL* handle = idle_.back();
-        idle_.pop_back();
-        return handle;
-      }
-    }
-    CURL* handle = curl_easy_init();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    CURL* handle = idle_.empty() ? curl_easy_init() : idle_.back();
     if (!handle) throw std::bad_alloc();
+    if (!idle_.empty()) idle_.pop_back();
     return handle;
   }
 
   void Release(CURL* handle) {
     curl_easy_reset(handle);  // keeps the connections
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      if (idle_.size() < kMaxIdleHandles) {
-        idle_.push_back(handle);
-        return;
-      }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (idle_.size() < kMaxIdleHandles) {
+      idle_.push_back(handle);
+    } else {
+      curl_easy_cleanup(handle);
     }
-    curl_easy_cleanup(handle);
   }
 
  private:
@@ -79,7 +64,7 @@ class HandlePool {
 std::string GetUrlPart(CURLU* url, CURLUPart part) {
   char* text = nullptr;
   curl_url_get(url, part, &text, 0);
-  const CurlString owner(text);
+  const CurlString owner(text, curl_free);
   return text ? text : "";
 }
 
@@ -149,7 +134,7 @@ Transfer::~Transfer() {
 }
 
 void Transfer::SetUrl(const std::string& url) {
-  const CurlUrl parsed(curl_url());
+  const CurlUrl parsed(curl_url(), curl_url_cleanup);
   if (!parsed) throw std::bad_alloc();
   const bool valid =
       url.find('\0') == std::string::npos &&
@@ -201,10 +186,10 @@ std::int64_t Transfer::ContentLength() const {
   return length;
 }
 
-const char* Transfer::Header(const char* name) const {
+std::string Transfer::Header(const char* name) const {
   curl_header* header = nullptr;
   const CURLHcode code = curl_easy_header(handle_, name, 0, CURLH_HEADER, -1, &header);
-  return code == CURLHE_OK ? header->value : nullptr;
+  return code == CURLHE_OK ? header->value : "";
 }
 
 bool Transfer::IsRefusedRedirect(CURLcode code) const {
@@ -251,8 +236,7 @@ std::string Transfer::Explain(CURLcode code) const {
   switch (refusal_) {
     case Refusal::kSecondSending:
       return "the connection ended before the answer; the request is not sent a second time, "
-             "because "
-             "the server may have acted on it";
+             "because the server may have acted on it";
     case Refusal::kClearText:
       return "the server redirects from https to http, which is not followed";
     case Refusal::kNone:
@@ -277,7 +261,8 @@ std::string Transfer::Explain(CURLcode code) const {
 std::string EncodeFields(const std::vector<std::pair<std::string, std::string>>& fields) {
   const auto encode = [](const std::string& text) -> std::string {
     if (text.empty()) return "";  // for libcurl a length of 0 means strlen
-    const CurlString encoded(curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
+    const CurlString encoded(curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())),
+                             curl_free);
     if (!encoded) throw std::bad_alloc();
     return encoded.get();
   };

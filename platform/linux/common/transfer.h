@@ -63,8 +63,8 @@ class Transfer {
   int Status() const;
   /// The Content-Length of the last answer, in bytes; -1 if it has none.
   std::int64_t ContentLength() const;
-  /// A header of the last answer, valid until the next call; null if it has none of that name.
-  const char* Header(const char* name) const;
+  /// A header of the last answer; empty if it has none of that name.
+  std::string Header(const char* name) const;
   /// Converts Perform's result to the contract's error.
   saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;
   /// Describes Perform's result in words, with a hint on how to correct it if there is one.

@@ -1,44 +1,21 @@
 #include "platform/linux/opds/content_range.h"
 
-#include <strings.h>
-
-#include <charconv>
-#include <string_view>
+#include <regex>
 
 namespace saltmoor::platform {
-namespace {
 
-bool ConsumePrefix(std::string_view* text, std::string_view prefix) {
-  if (text->substr(0, prefix.size()) != prefix) return false;
-  text->remove_prefix(prefix.size());
-  return true;
-}
-
-bool ConsumeNumber(std::string_view* text, std::int64_t* number) {
-  const auto [stop, error] = std::from_chars(text->data(), text->data() + text->size(), *number);
-  if (error != std::errc() || *number < 0) return false;
-  text->remove_prefix(static_cast<std::size_t>(stop - text->data()));
-  return true;
-}
-
-}  // namespace
-
-bool ParseContentRange(const char* field, ContentRange* range) {
-  *range = {};
-  if (!field || strncasecmp(field, "bytes ", 6) != 0) return false;
-  std::string_view text(field + 6);
-  ContentRange read;
-  const bool has_range = !ConsumePrefix(&text, "*");
-  if (has_range && !(ConsumeNumber(&text, &read.first) && ConsumePrefix(&text, "-") &&
-                     ConsumeNumber(&text, &read.last) && read.first <= read.last)) {
-    return false;
-  }
-  if (!ConsumePrefix(&text, "/") ||
-      !(ConsumePrefix(&text, "*") || ConsumeNumber(&text, &read.total)))
-    return false;
-  if (!text.empty() || (read.total >= 0 && read.last >= read.total)) return false;
-  *range = read;
-  return true;
+ContentRange ParseContentRange(const std::string& value) {
+  // The numbers fit an std::int64_t, and the match has a bounded length.
+  static const std::regex& form = *new std::regex(
+      R"(bytes (?:([0-9]{1,18})-([0-9]{1,18})|\*)/(?:([0-9]{1,18})|\*))", std::regex::icase);
+  std::smatch match;
+  if (!std::regex_match(value, match, form)) return {};
+  const auto number = [&match](int group) -> std::int64_t {
+    return match[group].matched ? std::stoll(match[group]) : -1;
+  };
+  const ContentRange range{number(1), number(2), number(3)};
+  if (range.first > range.last || (range.total >= 0 && range.last >= range.total)) return {};
+  return range;
 }
 
 }  // namespace saltmoor::platform

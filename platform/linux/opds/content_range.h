@@ -2,6 +2,7 @@
 #define PLATFORM_LINUX_OPDS_CONTENT_RANGE_H_
 
 #include <cstdint>
+#include <string>
 
 namespace saltmoor::platform {
 
@@ -12,10 +13,8 @@ struct ContentRange {
   std::int64_t total = -1;  ///< -1 if unknown
 };
 
-/// Parses the value of a Content-Range header.
-/// \param field  may be null.
-/// \return false, with all members -1, if the value is invalid.
-bool ParseContentRange(const char* field, ContentRange* range);
+/// Parses the value of a Content-Range header. If it is invalid, all members are -1.
+ContentRange ParseContentRange(const std::string& value);
 
 }  // namespace saltmoor::platform
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <exception>
 #include <thread>
 #include <utility>
@@ -34,20 +33,19 @@ bool IsTransientStatus(int http_status) {
 /// The validator for If-Range: a strong ETag, or a Last-Modified that is earlier than the answer's
 /// own date, because two versions may have the same second.
 std::string GetValidator(const Transfer& transfer) {
-  const char* etag = transfer.Header("ETag");
-  if (etag && *etag == '"') return etag;
-  const char* modified = transfer.Header("Last-Modified");
-  const char* date = transfer.Header("Date");
-  if (!modified || (date && curl_getdate(modified, nullptr) >= curl_getdate(date, nullptr))) {
-    return "";
-  }
-  return modified;
+  std::string etag = transfer.Header("ETag");
+  if (etag[0] == '"') return etag;
+  const std::string modified = transfer.Header("Last-Modified");
+  const std::string date = transfer.Header("Date");
+  const bool earlier =
+      date.empty() || curl_getdate(modified.c_str(), nullptr) < curl_getdate(date.c_str(), nullptr);
+  return earlier ? modified : "";
 }
 
 /// Whether the answer has the validator of the record, or none.
 bool MatchesVersion(const std::string& validator, const Transfer& transfer) {
-  const char* const current = transfer.Header(validator.front() == '"' ? "ETag" : "Last-Modified");
-  return !current || validator == current;
+  const std::string current = transfer.Header(validator.front() == '"' ? "ETag" : "Last-Modified");
+  return current.empty() || validator == current;
 }
 
 enum class RequestOutcome {
@@ -130,8 +128,7 @@ void Download::Request::HandleHeaders() {
 
   const bool resuming = offset_ > 0 && (status == 206 || status == 416);
   if (!resuming) {
-    const char* content_type = transfer_.Header("Content-Type");
-    download_.content_type_ = content_type ? content_type : "";
+    download_.content_type_ = transfer_.Header("Content-Type");
     Fail(IsTransientStatus(status) ? RequestOutcome::kTransient : RequestOutcome::kPermanent,
          Error::Transfer(CURLE_HTTP_RETURNED_ERROR,
                          "the server answers with status " + std::to_string(status)));
@@ -141,8 +138,7 @@ void Download::Request::HandleHeaders() {
   // The type of the part or of the error page, not of the file.
   const PartRecord& record = part_.record();
   download_.content_type_ = record.content_type;
-  ContentRange range;
-  ParseContentRange(transfer_.Header("Content-Range"), &range);
+  const ContentRange range = ParseContentRange(transfer_.Header("Content-Range"));
   const bool same_file = MatchesVersion(record.validator, transfer_) && range.total > 0 &&
                          (record.total_bytes == 0 || record.total_bytes == range.total);
   if (same_file && status == 206 && range.first == offset_) {
@@ -156,14 +152,13 @@ void Download::Request::HandleHeaders() {
 
 /// Handles status 200: the body is the whole file, even if a range was requested.
 void Download::Request::StartFile() {
-  const char* encoding = transfer_.Header("Content-Encoding");
-  if (encoding && std::strcmp(encoding, "identity") != 0) {
+  const std::string encoding = transfer_.Header("Content-Encoding");
+  if (!encoding.empty() && encoding != "identity") {
     Fail(RequestOutcome::kPermanent,
          Error::InvalidData("the server compresses the file, which was not requested"));
     return;
   }
-  const char* content_type = transfer_.Header("Content-Type");
-  download_.content_type_ = content_type ? content_type : "";
+  download_.content_type_ = transfer_.Header("Content-Type");
   const std::int64_t length = std::max<std::int64_t>(transfer_.ContentLength(), 0);
   Error error =
       part_.Restart({download_.url_, GetValidator(transfer_), download_.content_type_, length});
@@ -202,7 +197,7 @@ std::size_t Download::Request::OnBody(char* bytes, std::size_t, std::size_t size
     request.outcome_ = RequestOutcome::kUnusable;
     return 0;
   }
-  if (Error error = part.Append(bytes, size)) {
+  if (Error error = part.Append({bytes, size})) {
     request.Fail(RequestOutcome::kPermanent, std::move(error));
     return 0;
   }

@@ -22,17 +22,19 @@ namespace {
 
 constexpr std::int64_t kReserve_bytes = 1 << 20;
 constexpr std::size_t kMaxName_bytes = 255;
+// Some file systems allow a little less than kMaxName_bytes. A name that must be truncated anyway
+// stays below that, and the names of the part file and its record do with all their suffixes.
+constexpr std::size_t kTruncatedName_bytes = 250;
+constexpr std::size_t kMaxStem_bytes = 200;
 constexpr std::size_t kMaxExtension_bytes = 16;
 constexpr std::size_t kMaxInfo_bytes = 64 << 10;
-// The longest suffix: of the record while it is replaced.
-constexpr std::size_t kMaxSuffix_bytes = sizeof ".part.info.new" - 1;
 
 /// Truncates a name before its extension and between two UTF-8 characters.
 std::string TruncateName(const std::string& name, std::size_t max_bytes) {
   if (name.size() <= max_bytes) return name;
   const std::size_t dot = name.rfind('.');
-  const bool has_extension = dot != std::string::npos && dot > 0 &&
-                             name.size() - dot <= std::min(kMaxExtension_bytes, max_bytes);
+  const bool has_extension =
+      dot != std::string::npos && dot > 0 && name.size() - dot <= kMaxExtension_bytes;
   const std::string extension = has_extension ? name.substr(dot) : "";
   std::size_t end = max_bytes - extension.size();
   while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80) --end;
@@ -47,8 +49,8 @@ bool IsUnsupported(int error_number) {
 
 PartFile::PartFile(std::string directory, const std::string& name)
     : directory_(std::move(directory)),
-      name_(TruncateName(name, kMaxName_bytes)),
-      stem_(TruncateName(name, kMaxName_bytes - kMaxSuffix_bytes)) {}
+      name_(name.size() > kMaxName_bytes ? TruncateName(name, kTruncatedName_bytes) : name),
+      stem_(TruncateName(name, kMaxStem_bytes)) {}
 
 Error PartFile::Open(const std::string& url) {
   std::error_code failure;
@@ -61,8 +63,8 @@ Error PartFile::Open(const std::string& url) {
 Error PartFile::OpenPart() {
   const std::string path = part_path();
   for (int tries = 0; tries < 3; ++tries) {
-    part_ =
-        UniqueFd(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644));
+    part_ = UniqueFd(open(path.c_str(),
+                          O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644));
     if (!part_ && errno != ELOOP) return Error::System(errno, "cannot open " + path);
 
     struct stat opened {};
@@ -125,24 +127,14 @@ Error PartFile::Restart(const PartRecord& record) {
   return WriteRecord();
 }
 
-Error PartFile::Append(const char* bytes, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = pwrite(part_.get(), bytes, size, size_bytes_);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      return Error::System(written == 0 ? EIO : errno, "cannot write " + part_path());
-    }
-    bytes += written;
-    size -= static_cast<std::size_t>(written);
-    size_bytes_ += written;
-  }
+Error PartFile::Append(std::string_view bytes) {
+  if (Error error = WriteAll(part_.get(), bytes, part_path())) return error;
+  size_bytes_ += static_cast<std::int64_t>(bytes.size());
   return {};
 }
 
 Error PartFile::Sync() {
-  if (fdatasync(part_.get()) != 0) {
-    return Error::System(errno, "cannot sync " + part_path());
-  }
+  if (fdatasync(part_.get()) != 0) return Error::System(errno, "cannot sync " + part_path());
   synced_bytes_ = size_bytes_;
   return WriteRecord();
 }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/unique_fd.h"
@@ -19,8 +20,8 @@ struct PartRecord {
 };
 
 /// A file that is being downloaded: its bytes in `NAME.part` and its record in `NAME.part.info`, in
-/// the directory of the final `NAME`. NAME is truncated if it is too long, more in the first two so
-/// that the suffix fits. Locked against other processes; not thread-safe.
+/// the directory of the final `NAME`. NAME is truncated if it is too long, in the first two beyond
+/// 200 bytes. Locked against other processes; not thread-safe.
 class PartFile {
  public:
   /// \param name  without a directory.
@@ -32,7 +33,7 @@ class PartFile {
 
   /// Truncates the part file and writes the record of the version that follows.
   Error Restart(const PartRecord& record);
-  Error Append(const char* bytes, std::size_t size);
+  Error Append(std::string_view bytes);
   /// Syncs the bytes to the disk and records their number. Open discards bytes beyond it.
   Error Sync();
   /// Syncs the file and renames it to its final name.

@@ -29,17 +29,9 @@ bool IsValidFileName(const std::string& name) {
 }
 
 int ToStatusCode(const Error& error) {
-  switch (error.kind()) {
-    case Error::Kind::kNone:
-      return 0;
-    case Error::Kind::kTransfer:
-      return error.code();
-    case Error::Kind::kSystem:
-      return kFileFailure;
-    case Error::Kind::kInvalidData:
-      break;
-  }
-  return kInvalidAnswer;
+  if (error.kind() == Error::Kind::kSystem) return kFileFailure;
+  if (error.kind() == Error::Kind::kInvalidData) return kInvalidAnswer;
+  return error.code();
 }
 
 int Percentage(std::int64_t done, std::int64_t total) {

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "platform/linux/common/atomic_file.h"
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/tabulet/resources.h"

@@ -1,9 +1,9 @@
 #include <cerrno>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "platform/linux/common/atomic_file.h"
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/strings.h"
 #include "platform/linux/tabulet/key_values.h"
@@ -31,37 +31,23 @@ namespace {
 
 constexpr std::size_t kMaxFile_bytes = 16 << 20;
 
+/// \return kInvalidData if the file is at fault and is to be moved aside: a directory must not be,
+///     nor a file when the process has too many open files.
 Error Load(const std::string& path, KeyValues* values) {
   std::string text;
-  if (Error error = saltmoor::platform::ReadFile(path, kMaxFile_bytes, &text)) return error;
-  const Error error = saltmoor::platform::ParseKeyValues(text, values);
+  Error error = saltmoor::platform::ReadFile(path, kMaxFile_bytes, &text);
+  if (error.IsSystem(EACCES) || error.IsSystem(EIO)) return Error::InvalidData(error.message());
+  if (error) return error;
+  error = saltmoor::platform::ParseKeyValues(text, values);
   return error ? Error::InvalidData("cannot read " + path + ": " + error.message()) : Error();
-}
-
-/// Whether the error is a property of the file. A directory must not be moved aside, nor a file
-/// when the process has too many open files.
-bool IsBadFile(const Error& error) {
-  return error.kind() == Error::Kind::kInvalidData || error.IsSystem(EACCES) || error.IsSystem(EIO);
-}
-
-Error LoadOrStartEmpty(const std::string& path, KeyValues* values) {
-  Error error = Load(path, values);
-  if (IsBadFile(error)) {
-    error = saltmoor::platform::MoveAside(path, [&path] {
-      KeyValues unused;
-      return Load(path, &unused);
-    });
-    if (!error) error = Load(path, values);
-  }
-  if (!error.IsSystem(ENOENT)) return error;
-  error = saltmoor::platform::CreateFile(path, "");
-  return error.IsSystem(EEXIST) ? Load(path, values) : error;
 }
 
 iconfig_s* Open(const char* path) {
   auto config = std::make_unique<iconfig_s>();
   config->path = path;
-  if (const Error error = LoadOrStartEmpty(config->path, &config->values)) {
+  const auto load = [&] { return Load(config->path, &config->values); };
+  const auto empty = [] { return std::string_view(); };
+  if (const Error error = saltmoor::platform::LoadOrCreateFile(path, load, empty)) {
     Log(LogLevel::kError, error.message());
     return nullptr;
   }

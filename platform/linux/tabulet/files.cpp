@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 #include "tabulet.h"

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -5,12 +8,10 @@
 #include <cstring>
 #include <string>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/strings.h"
 #include "platform/linux/tabulet/key_values.h"
-#include "platform/linux/tabulet/notification.h"
 #include "platform/linux/tabulet/resources.h"
 #include "tabulet.h"
 
@@ -88,6 +89,45 @@ void ShowOnTerminal(const Icon& icon, const std::string& title, const std::strin
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }
 
+bool HasDesktop() {
+  if (std::getenv("DBUS_SESSION_BUS_ADDRESS")) return true;
+  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+  return runtime && access((std::string(runtime) + "/bus").c_str(), F_OK) == 0;
+}
+
+/// Executes the program. Makes only async-signal-safe calls, as required after fork.
+[[noreturn]] void Exec(const char* const* arguments) {
+  constexpr unsigned kMaxRun_s = 10;
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  signal(SIGALRM, SIG_DFL);
+  const int null = open("/dev/null", O_RDWR);
+  for (int fd = 0; fd <= 2; ++fd) dup2(null, fd);
+  close_range(3, ~0U, 0);
+  alarm(kMaxRun_s);  // survives exec: kills the program if the desktop does not answer
+  execvp(arguments[0], const_cast<char* const*>(arguments));
+  _exit(127);
+}
+
+/// Shows a notification on the desktop, if there is one, and returns without waiting for it.
+void NotifyDesktop(const std::string& icon, const std::string& title, const std::string& text,
+                   int timeout_ms) {
+  if (!HasDesktop()) return;
+  const std::string timeout = std::to_string(timeout_ms);
+  const char* const arguments[] = {"notify-send", "-t",         timeout.c_str(),
+                                   "-i",          icon.c_str(), "--",
+                                   title.c_str(), text.c_str(), nullptr};
+  // A double fork: init reaps the program.
+  const pid_t child = fork();
+  if (child == 0) {
+    if (fork() == 0) Exec(arguments);
+    _exit(0);
+  }
+  while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
 }  // namespace
 
 void Message(int icon, const char* title, const char* text, int timeout_ms) {
@@ -96,7 +136,7 @@ void Message(int icon, const char* title, const char* text, int timeout_ms) {
     const std::string shown_title = Localize(title);
     const std::string shown_text = Localize(text);
     ShowOnTerminal(shown_icon, shown_title, shown_text);
-    saltmoor::platform::NotifyDesktop(shown_icon.desktop_name, shown_title,
-                                      shown_text == shown_title ? "" : shown_text, timeout_ms);
+    NotifyDesktop(shown_icon.desktop_name, shown_title, shown_text == shown_title ? "" : shown_text,
+                  timeout_ms);
   });
 }

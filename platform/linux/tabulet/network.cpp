@@ -8,7 +8,6 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/settings.h"

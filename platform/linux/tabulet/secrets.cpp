@@ -2,7 +2,7 @@
 
 #include <sodium.h>
 
-#include "platform/linux/tabulet/device_key.h"
+#include "platform/linux/common/atomic_file.h"
 
 namespace saltmoor::platform {
 namespace {
@@ -11,7 +11,41 @@ namespace {
 constexpr std::string_view kPrefix = "sealed1:";
 constexpr std::size_t kNonce_bytes = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
 constexpr std::size_t kTag_bytes = crypto_aead_xchacha20poly1305_ietf_ABYTES;
+constexpr char kKeyPath[] = "/mnt/ext1/system/.device_key";
+constexpr std::size_t kKey_bytes = crypto_aead_xchacha20poly1305_ietf_KEYBYTES;
 constexpr int kBase64 = sodium_base64_VARIANT_ORIGINAL;
+
+/// The key that encrypts the secrets of this device.
+struct DeviceKey {
+  DeviceKey() { bytes.reserve(kKey_bytes); }
+  DeviceKey(const DeviceKey&) = delete;
+  DeviceKey& operator=(const DeviceKey&) = delete;
+  ~DeviceKey() { Wipe(&bytes); }
+
+  Error Load();
+  /// A damaged key file is moved aside: what it encrypted cannot be recovered.
+  Error LoadOrCreate();
+
+  std::string bytes;
+};
+
+Error DeviceKey::Load() {
+  if (Error error = ReadFile(kKeyPath, kKey_bytes, &bytes)) return error;
+  if (bytes.size() == kKey_bytes) return {};
+  return Error::InvalidData(std::string(kKeyPath) + " is damaged: it has " +
+                            std::to_string(bytes.size()) + " bytes instead of " +
+                            std::to_string(kKey_bytes) + "; secrets that it encrypted are lost");
+}
+
+Error DeviceKey::LoadOrCreate() {
+  const auto generate = [this]() -> std::string_view {
+    bytes.resize(kKey_bytes);
+    randombytes_buf(bytes.data(), kKey_bytes);
+    return bytes;
+  };
+  return LoadOrCreateFile(
+      kKeyPath, [this] { return Load(); }, generate);
+}
 
 unsigned char* Bytes(std::string* text) {
   return reinterpret_cast<unsigned char*>(text->data());
@@ -46,8 +80,8 @@ Error InitSodium() {
 
 Error Seal(const std::string& name, std::string_view secret, std::string* sealed) {
   if (Error error = InitSodium()) return error;
-  SecretBytes key;
-  if (Error error = LoadOrCreateDeviceKey(&key)) return error;
+  DeviceKey key;
+  if (Error error = key.LoadOrCreate()) return error;
 
   std::string box(kNonce_bytes + secret.size() + kTag_bytes, '\0');
   randombytes_buf(box.data(), kNonce_bytes);
@@ -66,8 +100,8 @@ Error Unseal(const std::string& name, const std::string& sealed, std::string* se
       box.size() < kNonce_bytes + kTag_bytes) {
     return Error::InvalidData("the value is not encrypted");
   }
-  SecretBytes key;
-  if (Error error = LoadDeviceKey(&key)) return error;
+  DeviceKey key;
+  if (Error error = key.Load()) return error;
 
   secret->resize(box.size() - kNonce_bytes - kTag_bytes);
   if (crypto_aead_xchacha20poly1305_ietf_decrypt(

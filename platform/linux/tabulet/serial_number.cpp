@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/linux/common/atomic_file.h"
-#include "platform/linux/common/catch_at_boundary.h"
+#include "platform/linux/common/log.h"
 #include "platform/linux/common/settings.h"
 #include "tabulet.h"
 

@@ -44,12 +44,14 @@ Error TransferAll(int socket, short events, std::size_t size, const Deadline& de
   return {};
 }
 
-Error ToAddress(const std::string& path, sockaddr_un* address) {
+/// Creates a socket and the address of `path` for it.
+Error Create(const std::string& path, UniqueFd* socket, sockaddr_un* address) {
   *address = {};
   address->sun_family = AF_UNIX;
   if (path.size() >= sizeof address->sun_path) return Error::System(ENAMETOOLONG, path);
   std::memcpy(address->sun_path, path.c_str(), path.size());
-  return {};
+  *socket = UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  return *socket ? Error() : Error::System(errno, "cannot create a socket");
 }
 
 }  // namespace
@@ -73,29 +75,24 @@ std::string SocketPath(const std::string& app_path) {
   return std::string(kTaskDirectory) + "/" + name + "-" + digits + ".sock";
 }
 
-Error CreateSocket(UniqueFd* socket) {
-  *socket = UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  return *socket ? Error() : Error::System(errno, "cannot create a socket");
-}
-
-Error Connect(int socket, const std::string& path, const Deadline& deadline) {
+Error Connect(const std::string& path, const Deadline& deadline, UniqueFd* socket) {
   sockaddr_un address;
-  if (Error error = ToAddress(path, &address)) return error;
-  for (;;) {
-    if (connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-      return {};
-    }
+  if (Error error = Create(path, socket, &address)) return error;
+  while (connect(socket->get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     // poll cannot wait for room in the backlog of a Unix socket.
     const bool busy = errno == EAGAIN && deadline.Remaining_ms() > 0;
     if (!busy && errno != EINTR) return Error::System(errno, "cannot connect to " + path);
     if (busy) poll(nullptr, 0, std::min(deadline.Remaining_ms(), 10));
   }
+  return {};
 }
 
-Error Bind(int socket, const std::string& path) {
+Error Bind(const std::string& path, UniqueFd* socket) {
   sockaddr_un address;
-  if (Error error = ToAddress(path, &address)) return error;
-  if (bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return {};
+  if (Error error = Create(path, socket, &address)) return error;
+  if (bind(socket->get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    return {};
+  }
   return Error::System(errno, "cannot create " + path);
 }
 

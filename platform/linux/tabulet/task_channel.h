@@ -41,14 +41,11 @@ class Deadline {
 /// The path of the socket of a task.
 std::string SocketPath(const std::string& app_path);
 
-/// Creates an unconnected socket.
-Error CreateSocket(UniqueFd* socket);
-
 /// Connects to the socket at `path`; waits while its backlog is full.
-Error Connect(int socket, const std::string& path, const Deadline& deadline);
+Error Connect(const std::string& path, const Deadline& deadline, UniqueFd* socket);
 
-/// Binds to `path`. Fails with EADDRINUSE if it exists.
-Error Bind(int socket, const std::string& path);
+/// Creates a socket at `path`. Fails with EADDRINUSE if the path exists.
+Error Bind(const std::string& path, UniqueFd* socket);
 
 /// Sends or receives exactly `size` bytes. Fails if the connection ends first or `stop_fd` becomes
 /// readable.

@@ -9,8 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/common/catch_at_boundary.h"
-#include "platform/linux/common/directory_lock.h"
+#include "platform/linux/common/atomic_file.h"
 #include "platform/linux/common/error.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/tabulet/task_channel.h"
@@ -88,16 +87,16 @@ void TaskServer::Impl::Stop() noexcept {
 Error TaskServer::Impl::Listen() {
   if (Error error = CreateTaskDirectory()) return error;
   const DirectoryLock lock(kTaskDirectory);  // against a concurrent start of the same program
-  if (Error error = saltmoor::platform::CreateSocket(&listener_)) return error;
-  Error error = saltmoor::platform::Bind(listener_.get(), socket_path_);
+  Error error = saltmoor::platform::Bind(socket_path_, &listener_);
   if (error.IsSystem(EADDRINUSE)) {
     UniqueFd probe;
-    if (Error failed = saltmoor::platform::CreateSocket(&probe)) return failed;
-    if (!Connect(probe.get(), socket_path_, Deadline(0)).IsSystem(ECONNREFUSED)) {
+    Error failure = Connect(socket_path_, Deadline(0), &probe);
+    if (!failure || failure.IsSystem(EAGAIN)) {
       return Error::System(EADDRINUSE, "the task is already running at " + socket_path_);
     }
+    if (!failure.IsSystem(ECONNREFUSED)) return failure;
     unlink(socket_path_.c_str());  // of a killed process
-    error = saltmoor::platform::Bind(listener_.get(), socket_path_);
+    error = saltmoor::platform::Bind(socket_path_, &listener_);
   }
   if (error) return error;
   if (listen(listener_.get(), SOMAXCONN) == 0) return {};

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/tabulet/task_channel.h"
 #include "tabulet.h"
@@ -47,19 +46,15 @@ TaskNumbers& GetTaskNumbers() {
 
 bool IsRunning(const std::string& app_path) {
   UniqueFd socket;
-  Error error = saltmoor::platform::CreateSocket(&socket);
-  if (!error) {
-    error = Connect(socket.get(), saltmoor::platform::SocketPath(app_path), Deadline(0));
-  }
+  const Error error = Connect(saltmoor::platform::SocketPath(app_path), Deadline(0), &socket);
   return !error || error.IsSystem(EAGAIN);  // its backlog is full
 }
 
 Error Exchange(const std::string& app_path, const RequestHeader& header, const void* data,
                const Deadline& deadline, std::int32_t* answer) {
   UniqueFd socket;
-  if (Error error = saltmoor::platform::CreateSocket(&socket)) return error;
   const std::string path = saltmoor::platform::SocketPath(app_path);
-  if (Error error = Connect(socket.get(), path, deadline)) return error;
+  if (Error error = Connect(path, deadline, &socket)) return error;
   if (Error error = SendAll(socket.get(), &header, sizeof header, deadline)) return error;
   if (Error error = SendAll(socket.get(), data, header.size_bytes, deadline)) return error;
   return ReceiveAll(socket.get(), answer, sizeof *answer, deadline);

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/common/catch_at_boundary.h"
+#include "platform/linux/common/log.h"
 #include "tabulet.h"
 
 namespace {

@@ -1,15 +1,16 @@
 #include "saltmoor/utilities/browser_authorization.h"
 
 #include <strings.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/utilities/browser_process.h"
-#include "platform/linux/utilities/browser_window.h"
 
 namespace saltmoor::utilities {
 namespace {
@@ -26,6 +27,29 @@ constexpr int kPollInterval_ms = 50;
 bool IsHttpUrl(const std::string& text) {
   return strncasecmp(text.c_str(), "http://", 7) == 0 ||
          strncasecmp(text.c_str(), "https://", 8) == 0;
+}
+
+/// Raises the windows of a process group. Does nothing without a display or without `wmctrl`.
+void RaiseWindows(pid_t group) {
+  if (!std::getenv("DISPLAY")) return;
+  FILE* list = popen("wmctrl -lp 2>/dev/null", "re");
+  if (!list) return;
+  std::vector<unsigned long> windows;
+  char line[1024];
+  while (std::fgets(line, sizeof line, list)) {
+    // Columns: window, desktop, PID.
+    char* rest = nullptr;
+    const unsigned long window = std::strtoul(line, &rest, 16);
+    std::strtol(rest, &rest, 10);
+    const auto pid = static_cast<pid_t>(std::strtol(rest, nullptr, 10));
+    if (pid > 0 && getpgid(pid) == group) windows.push_back(window);
+  }
+  pclose(list);
+  for (const unsigned long window : windows) {
+    char command[64];
+    std::snprintf(command, sizeof command, "wmctrl -i -a 0x%lx 2>/dev/null", window);
+    if (std::system(command) != 0) return;
+  }
 }
 
 }  // namespace
@@ -159,7 +183,7 @@ void BrowserAuthorization::SetFocus() {
       const std::lock_guard<std::mutex> lock(mutex_);
       session = session_;
     }
-    if (session && session->group != 0) platform::RaiseWindows(session->group);
+    if (session && session->group != 0) RaiseWindows(session->group);
   });
 }
 

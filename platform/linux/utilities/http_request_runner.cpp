@@ -5,7 +5,6 @@
 #include <limits>
 #include <string>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/transfer.h"
 

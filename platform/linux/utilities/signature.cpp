@@ -4,7 +4,6 @@
 #include <openssl/hmac.h>
 #include <openssl/rand.h>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/transfer.h"
 #include "platform/linux/utilities/hex.h"

@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "platform/linux/common/catch_at_boundary.h"
 #include "platform/linux/common/log.h"
 #include "platform/linux/utilities/hex.h"
 

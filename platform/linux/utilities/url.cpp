@@ -1,26 +1,20 @@
 #include "saltmoor/utilities/url.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 
 namespace saltmoor::utilities {
 namespace {
 
-/// The value of a hexadecimal digit; -1 for any other character.
-int DigitValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 std::string Decode(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool escape = text[i] == '%' && i + 2 < text.size() && DigitValue(text[i + 1]) >= 0 &&
-                        DigitValue(text[i + 2]) >= 0;
-    if (escape) {
-      decoded += static_cast<char>(DigitValue(text[i + 1]) * 16 + DigitValue(text[i + 2]));
+    unsigned char byte = 0;
+    const char* const digits = text.data() + i + 1;
+    if (text[i] == '%' && i + 2 < text.size() &&
+        std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
+      decoded += static_cast<char>(byte);
       i += 2;
     } else {
       decoded += text[i] == '+' ? ' ' : text[i];

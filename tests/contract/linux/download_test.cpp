@@ -169,6 +169,23 @@ TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
   FetchRest(server);
 }
 
+// Some file systems allow a little less than 255 bytes.
+TEST_F(DownloadEngine, ResumesLongNameUnderShorterOnes) {
+  const std::string name = std::string(249, 'n') + ".epub";
+  std::size_t longest = 0;
+  ScriptedServer server([&](const Request& request) -> Reply {
+    for (const std::string& used : directory_.Names()) longest = std::max(longest, used.size());
+    if (request.connection == 1) return FirstHalf({tag_});
+    return request["range"].empty() ? Reply(Answer(200, book_)) : SecondHalf({range_});
+  });
+  saltmoor::opds::ResourceDownloader downloader(directory_.path(), nullptr);
+  EXPECT_EQ(downloader.DownloadResource(server.Address(), name, {}), 0);
+  EXPECT_EQ(server.requests().back()["if-range"], "\"v1\"");
+  EXPECT_LE(longest, 230U);
+  EXPECT_EQ(directory_.Names(), std::set<std::string>{name});
+  EXPECT_TRUE(ReadAll(directory_ / name) == book_);
+}
+
 TEST_F(DownloadEngine, LocksPartFile) {
   PartFile first(directory_.path(), "book");
   PartFile second(directory_.path(), "book");
@@ -196,20 +213,17 @@ TEST_F(DownloadEngine, ReportsSizesAbove2GiBInLargerUnits) {
 }
 
 TEST(ContentRange, ParsesOnlyValidHeaders) {
-  ContentRange range;
-  EXPECT_TRUE(ParseContentRange("Bytes 0-9/10", &range));
-  EXPECT_EQ(range.last, 9);
-  EXPECT_TRUE(ParseContentRange("bytes */10", &range));
-  EXPECT_EQ(range.first, -1);
-  EXPECT_TRUE(ParseContentRange("bytes 5-6/*", &range));
-  EXPECT_EQ(range.total, -1);
-  for (const char* field :
+  EXPECT_EQ(ParseContentRange("Bytes 0-9/10").last, 9);
+  EXPECT_EQ(ParseContentRange("bytes */10").first, -1);
+  EXPECT_EQ(ParseContentRange("bytes */10").total, 10);
+  EXPECT_EQ(ParseContentRange("bytes 5-6/*").first, 5);
+  EXPECT_EQ(ParseContentRange("bytes 5-6/*").total, -1);
+  for (const char* value :
        {"", "bytes", "bytes 1-2", "bytes 2-1/10", "bytes 1-10/10", "bytes -5-6/10", "bytes 1-2/3x",
         "bytes 1-2/99999999999999999999", "items 1-2/3", "bytes */", "bytes 1-/10"}) {
-    EXPECT_FALSE(ParseContentRange(field, &range)) << field;
-    EXPECT_EQ(range.total, -1);
+    EXPECT_EQ(ParseContentRange(value).first, -1) << value;
+    EXPECT_EQ(ParseContentRange(value).total, -1) << value;
   }
-  EXPECT_FALSE(ParseContentRange(nullptr, &range));
 }
 
 }  // namespace

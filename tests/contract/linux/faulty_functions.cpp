@@ -41,10 +41,6 @@ int SaveConfig(iconfig_s* config) {
 int ftruncate(int, off_t) noexcept {
   return 0;
 }
-ssize_t pwrite(int file, const void* bytes, std::size_t size, off_t) {
-  lseek(file, 0, SEEK_END);
-  return write(file, bytes, size);
-}
 
 /// Deletes directories too.
 int tb_unlink(const char* path) {

@@ -26,16 +26,13 @@ if(NOT QUIRE_SANITIZE)
   set_tests_properties(contract.suite_alone PROPERTIES TIMEOUT 300)
 endif()
 
-# A process reads its environment once, so each case runs a program of its own.
-add_executable(tabulet_probe linux/tabulet_probe.cpp)
-quire_target(tabulet_probe)
-target_link_libraries(tabulet_probe PRIVATE tabulet)
-foreach(subject log settings messages)
-  add_test(NAME platform.environment.${subject}
-    COMMAND ${ON_SCRATCH_DEVICE} ${CMAKE_CURRENT_SOURCE_DIR}/linux/environment_test
-            $<TARGET_FILE:tabulet_probe> ${subject})
-  set_tests_properties(platform.environment.${subject} PROPERTIES TIMEOUT 60)
-endforeach()
+# A program of its own, whose main process does not use the library.
+add_executable(linux_environment_tests linux/environment_test.cpp)
+quire_target(linux_environment_tests)
+target_link_libraries(linux_environment_tests PRIVATE tabulet contract_support)
+set_target_properties(linux_environment_tests PROPERTIES CROSSCOMPILING_EMULATOR "${ON_SCRATCH_DEVICE}")
+gtest_discover_tests(linux_environment_tests TEST_PREFIX platform. DISCOVERY_MODE PRE_TEST
+  PROPERTIES TIMEOUT 60)
 
 add_executable(linux_platform_tests
   linux/browser_process_test.cpp

@@ -15,10 +15,11 @@ class IDownloadObserver;
 /// Downloads files into one directory, one at a time. Copies of an object share its state.
 /// Thread-safe, except that only one thread at a time may call DownloadResource.
 ///
-/// A download is written to `NAME.part` and renamed to `NAME` when it is complete. A short answer,
-/// a full disk or a status other than 200 and 206 is a failure and leaves no file `NAME`. A partial
-/// file of the same URL is resumed with a range request if the server still has the same version;
-/// otherwise the download starts again from the first byte.
+/// A download is written to `NAME.part`, in which a long NAME may be truncated, and renamed to
+/// `NAME` when it is complete. A short answer, a full disk or a status other than 200 and 206 is a
+/// failure and leaves no file `NAME`. A partial file of the same URL is resumed with a range
+/// request if the server still has the same version; otherwise the download starts again from the
+/// first byte.
 class ResourceDownloader {
  public:
   /// \param folder  a directory, without a trailing slash; the first download creates it if it is
