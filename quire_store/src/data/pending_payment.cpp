@@ -35,6 +35,16 @@ bool IsPaidInBrowser(const std::string& pay_method) {
   return pay_method == pay_methods::kCreditCard || pay_method == pay_methods::kPaypal;
 }
 
+// Shows the payment page, and knows whether the browser crashed or could not show it.
+class PaymentPage : public Auth {
+ public:
+  bool failed() const { return failed_; }
+  void BrowserError() override { failed_ = true; }
+
+ private:
+  bool failed_ = false;  // written by the session, which has ended when it is read
+};
+
 void Connect() {
   if ((QueryNetwork() & kConnectedBits) == 0) NetConnect(nullptr);
 }
@@ -62,9 +72,10 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
     return ServerApi::Result(ServerApi::kFailed);
   }
   Log(kLogTrace, kStartingBrowser, "Starting browser auth");
-  Auth auth;
-  if (auth.Run(commit.url, pay_method) != 0) {
-    failure_.Record(Failure::kBrowser);
+  PaymentPage page;
+  const int err = page.Run(commit.url, pay_method);
+  if (err != 0 || page.failed()) failure_.Record(Failure::kBrowser);
+  if (err != 0) {
     Log(kLogError, kBrowserFailed,
         FailedCondition("SM_OK == err", "ServerApi::Result(ServerApi::kFailed)"));
     return ServerApi::Result(ServerApi::kFailed);
