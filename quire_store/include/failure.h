@@ -17,7 +17,7 @@ struct Failure {
     kUnreadableAnswer,  ///< status 200, but not the JSON that the call answers with
     kRefused,           ///< the shop refused; its message may be empty
     kNoPaymentPage,     ///< the shop named no payment page
-    kBrowser,           ///< the device's browser could not be run
+    kBrowser,           ///< the device's browser could not be run, or failed
     kPaymentFailed,     ///< the shop reports that the payment failed or is in progress
     kNoPendingOrder,    ///< StoreManager::CheckOrderIfNeeded without an order
     kDownload,          ///< a download failed: see the other members, where they are known

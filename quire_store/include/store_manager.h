@@ -125,7 +125,7 @@ class QUIRE_EXPORT StoreManager {
   /// has committed the order it is pending, also when a later step fails.
   /// \param pay_method  compared exactly; any other string commits the order without a browser.
   /// \return kFailed when the shop refused (with its message) or named no payment page, or the
-  ///     browser could not be run.
+  ///     browser could not be run; kOk, with Failure::kBrowser, when it failed while it ran.
   ServerApi::Result StartPayment(const std::string& pay_method);
 
   /// Asks the shop about the pending order every five seconds, without limit, while it reports

@@ -166,6 +166,18 @@ TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
   }
 }
 
+TEST_F(StoreManagerCheckout, StartSucceedsWithFailureWhenBrowserCrashes) {
+  StartOrder("PAYPAL");
+  device.browser.fails = true;
+  EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "ok");
+  EXPECT_EQ(LastFailure(), "browser");
+  EXPECT_EQ(device.Journal({kManagerLog.c_str()}), Lines());
+  EXPECT_EQ(PendingOrder(), "O-1");
+  device.browser.visits = {kReturnPage + "cancel"};  // which ends the session before
+  EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "ok");
+  EXPECT_EQ(LastFailure(), "");
+}
+
 TEST_F(StoreManagerCheckout, PollsWhilePendingThenSubmits) {
   StartOrder("PAYPAL");
   AnswerStates({"Pending", "Pending", "Success"});

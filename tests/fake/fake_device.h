@@ -86,6 +86,7 @@ class Device {
 
   struct {
     int result = 0;
+    bool fails = false;  ///< after the visits, instead of being closed
     Lines visits;
     bool stays_open = false;  ///< until the session's flag is cleared
   } browser;

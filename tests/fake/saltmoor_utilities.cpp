@@ -97,7 +97,7 @@ int BrowserAuthorization::Start(const std::string& url, const std::vector<std::s
          ++waited_ms) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    if (running()) handler_->BrowserClosed();
+    if (running()) device.browser.fails ? handler_->BrowserError() : handler_->BrowserClosed();
   }).join();
   set_running(false);
   return device.browser.result;

@@ -53,20 +53,16 @@ class FileDescriptor {
   int fd_;
 };
 
-enum class ReplaceOutcome {
-  kReplaced,
-  kOldContentKept,
-  kNoTempFile,  // none can be made here, or none can replace the file
-};
-
 bool CopyOwnerAndMode(const struct stat& old, int fd) {
   const bool foreign = old.st_uid != geteuid() || old.st_gid != getegid();
   return (!foreign || fchown(fd, old.st_uid, old.st_gid) == 0) &&
          fchmod(fd, old.st_mode & 07777) == 0;
 }
 
-ReplaceOutcome ReplaceByTempFile(const std::string& path, const struct stat* old,
-                                 const std::string& content) {
+// \return false when no temporary file can be made here, or none can replace the file; after a full
+// disk the old content stays.
+bool ReplaceByTempFile(const std::string& path, const struct stat* old,
+                       const std::string& content) {
   const FileDescriptor directory(path.substr(0, path.rfind('/') + 1), O_RDONLY | O_DIRECTORY);
   // Two programs that save at the same time must not write the same temporary file.
   if (directory) flock(directory.get(), LOCK_EX);
@@ -74,23 +70,15 @@ ReplaceOutcome ReplaceByTempFile(const std::string& path, const struct stat* old
   const std::string temp_file = path + ".new";
   unlink(temp_file.c_str());  // a crash may have left one
   FileDescriptor file(temp_file, O_WRONLY | O_CREAT | O_EXCL, kNewFileMode);
-  if (!file) {
-    const bool full = errno == ENOSPC || errno == EDQUOT;
-    return full ? ReplaceOutcome::kOldContentKept : ReplaceOutcome::kNoTempFile;
-  }
+  if (!file) return errno == ENOSPC || errno == EDQUOT;
   const bool prepared = old == nullptr || CopyOwnerAndMode(*old, file.get());
   const bool written = prepared && file.WriteAll(content);
   if (!written || rename(temp_file.c_str(), path.c_str()) != 0) {
     unlink(temp_file.c_str());
-    return prepared && !written ? ReplaceOutcome::kOldContentKept : ReplaceOutcome::kNoTempFile;
+    return prepared && !written;
   }
   if (directory) static_cast<void>(fsync(directory.get()));  // some file systems cannot
-  return ReplaceOutcome::kReplaced;
-}
-
-void WriteInPlace(const char* path, const std::string& content) {
-  FileDescriptor file(path, O_WRONLY | O_CREAT | O_TRUNC, kNewFileMode);
-  if (file) static_cast<void>(file.WriteAll(content));
+  return true;
 }
 
 // Without this a rename would replace a symbolic link instead of the file that it points to.
@@ -115,9 +103,9 @@ void ReplaceFile(const char* path, const std::string& content) {
   if (!existing && errno != ENOENT) return;
   const bool replaceable = existing ? fstat(existing.get(), &old) == 0 && S_ISREG(old.st_mode)
                                     : lstat(path, &old) != 0;  // no dangling link
-  if (!replaceable || ReplaceByTempFile(ResolveLinks(path), existing ? &old : nullptr, content) ==
-                          ReplaceOutcome::kNoTempFile) {
-    WriteInPlace(path, content);
+  if (!replaceable || !ReplaceByTempFile(ResolveLinks(path), existing ? &old : nullptr, content)) {
+    FileDescriptor file(path, O_WRONLY | O_CREAT | O_TRUNC, kNewFileMode);
+    if (file) static_cast<void>(file.WriteAll(content));
   }
 }
 

@@ -1,6 +1,7 @@
 #ifndef QUIRE_BOOK_PROPERTIES_H_
 #define QUIRE_BOOK_PROPERTIES_H_
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -10,11 +11,19 @@ namespace saltmoor::quire {
 
 /// A string property of a book; empty when the book has none. Valid as long as the book is
 /// unchanged.
-const std::string& GetString(const Book& book, Book::StringProps property);
+inline const std::string& GetString(const Book& book, Book::StringProps property) {
+  static const std::string kNone;
+  const auto value = book.string_props.find(property);
+  return value != book.string_props.end() ? value->second : kNone;
+}
 
 /// The first book with exactly this EAN, a missing one counting as empty; the end when there is
 /// none.
-std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& books, const std::string& ean);
+inline std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& books,
+                                                   const std::string& ean) {
+  return std::find_if(books.begin(), books.end(),
+                      [&](const Book& book) { return GetString(book, Book::kEan) == ean; });
+}
 
 }  // namespace saltmoor::quire
 

@@ -34,12 +34,9 @@ std::string FormatTime(const tm& time, const char* format) {
 }  // namespace
 
 void Cart::Load() {
-  orderItems.clear();
-  const auto content = ReadFile(paths::kCart);
-  if (!content) return;
   Json::Value json;
   // Compatibility: of a damaged file, what the reader built counts.
-  ParseJson(*content, json);
+  if (const auto content = ReadFile(paths::kCart)) ParseJson(*content, json);
   FromJson(json);
 }
 

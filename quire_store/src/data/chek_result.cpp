@@ -1,22 +1,19 @@
 #include "chek_result.h"
 
-#include <map>
-#include <string>
+#include <algorithm>
+#include <iterator>
 
 #include "json.h"
 
 namespace saltmoor::quire {
 
 void ChekResult::FromJson(const Json::Value& json) {
-  static const std::map<std::string, Status> kStatusByText{
-      {"In Progress", kInProgress},
-      {"Pending", kPending},
-      {"Failure", kFailure},
-      {"Success", kSuccess},
-  };
-  const auto known = kStatusByText.find(ToString(Member(json, "paymentStatus")));
+  // By the value of Status.
+  constexpr const char* kTexts[] = {"In Progress", "Pending", "Failure", "Success"};
+  const auto* const known =
+      std::find(std::begin(kTexts), std::end(kTexts), ToString(Member(json, "paymentStatus")));
   // Compatibility: an unknown state is a failure.
-  status = known != kStatusByText.end() ? known->second : kFailure;
+  status = known != std::end(kTexts) ? static_cast<Status>(known - kTexts) : kFailure;
 }
 
 }  // namespace saltmoor::quire

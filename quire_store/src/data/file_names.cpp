@@ -1,6 +1,8 @@
 #include "file_names.h"
 
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 namespace saltmoor::quire {
 namespace {
@@ -13,13 +15,8 @@ bool StartsCharacter(char c) {
   return byte < 127 || byte >= 0xC0;
 }
 
-struct MimeRow {
-  const char* prefix;
-  const char* extension;
-};
-
 // Compatibility: the first match wins, so the rows of "html" and "mobi" are never reached.
-constexpr MimeRow kMimeTable[] = {
+constexpr std::pair<std::string_view, const char*> kMimeTable[] = {
     {"text/plain", "txt"},
     {"text/xml", "fb2"},
     {"text/html", "htm"},
@@ -63,8 +60,8 @@ std::tuple<std::string, std::string> ParseToNameExtention(const std::string& pat
 }
 
 std::string ExtentionByMime(const std::string& mime) {
-  for (const MimeRow& row : kMimeTable) {
-    if (mime.compare(0, std::strlen(row.prefix), row.prefix) == 0) return row.extension;
+  for (const auto& [prefix, extension] : kMimeTable) {
+    if (mime.compare(0, prefix.size(), prefix) == 0) return extension;
   }
   return {};
 }

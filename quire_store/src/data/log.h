@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "tabulet.h"
+
 namespace saltmoor::quire {
 
 /// The levels of the system log that the library uses.
@@ -19,10 +21,16 @@ struct LogPlace {
   const char* function;
 };
 
-void Log(LogLevel level, const LogPlace& place, const std::string& text);
+inline void Log(LogLevel level, const LogPlace& place, const std::string& text) {
+  sm_print_log2(level, place.source, place.line, place.function, "%s", text.c_str());
+}
 
-/// The log text of a failed precondition, with a closing bracket that is never opened.
-std::string FailedCondition(const char* condition, const char* returned);
+/// Logs a precondition that does not hold, and what its function returns.
+inline void LogFailedCondition(const LogPlace& place, const std::string& condition,
+                               const std::string& returned) {
+  // Compatibility: logs are searched for the closing bracket, which is never opened.
+  Log(kLogError, place, "Condition: \"" + condition + "\", return(\"" + returned + "\")]");
+}
 
 }  // namespace saltmoor::quire
 

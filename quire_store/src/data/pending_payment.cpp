@@ -31,9 +31,21 @@ constexpr LogPlace kPollFailed{kSource, 624, kCheckPaymentResult};
 constexpr LogPlace kSubmitFailed{kSource, 645, kCheckPaymentResult};
 constexpr LogPlace kCheckFailed{kSource, 664, kCheckOrderIfNeeded};
 
+constexpr char kNotOk[] = "ServerApi::kOk == result.code_";
+
 bool IsPaidInBrowser(const std::string& pay_method) {
   return pay_method == pay_methods::kCreditCard || pay_method == pay_methods::kPaypal;
 }
+
+// Shows the payment page, and knows whether the browser crashed or could not show it.
+class PaymentPage : public Auth {
+ public:
+  bool failed() const { return failed_; }
+  void BrowserError() override { failed_ = true; }
+
+ private:
+  bool failed_ = false;  // written by the session, which has ended when it is read
+};
 
 void Connect() {
   if ((QueryNetwork() & kConnectedBits) == 0) NetConnect(nullptr);
@@ -47,8 +59,7 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
   Log(kLogTrace, kPreparing, "Starting PrepareOrder");
   const auto commit = failure_.Check(server_api_.commitOrderForPayment(order_id, pay_method));
   if (commit.res.code_ != ServerApi::kOk) {
-    Log(kLogError, kCommitFailed,
-        FailedCondition("ServerApi::kOk == commit_res.res.code_", "commit_res.res"));
+    LogFailedCondition(kCommitFailed, "ServerApi::kOk == commit_res.res.code_", "commit_res.res");
     return commit.res;
   }
 
@@ -57,16 +68,15 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
 
   if (commit.url.empty()) {
     failure_.Record(Failure::kNoPaymentPage);
-    Log(kLogError, kNoPaymentPage,
-        FailedCondition("url.empty()", "ServerApi::Result(ServerApi::kFailed)"));
+    LogFailedCondition(kNoPaymentPage, "url.empty()", "ServerApi::Result(ServerApi::kFailed)");
     return ServerApi::Result(ServerApi::kFailed);
   }
   Log(kLogTrace, kStartingBrowser, "Starting browser auth");
-  Auth auth;
-  if (auth.Run(commit.url, pay_method) != 0) {
-    failure_.Record(Failure::kBrowser);
-    Log(kLogError, kBrowserFailed,
-        FailedCondition("SM_OK == err", "ServerApi::Result(ServerApi::kFailed)"));
+  PaymentPage page;
+  const int err = page.Run(commit.url, pay_method);
+  if (err != 0 || page.failed()) failure_.Record(Failure::kBrowser);
+  if (err != 0) {
+    LogFailedCondition(kBrowserFailed, "SM_OK == err", "ServerApi::Result(ServerApi::kFailed)");
     return ServerApi::Result(ServerApi::kFailed);
   }
   // Compatibility: only the shop knows whether the order was paid, whatever the browser showed.
@@ -74,14 +84,12 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
 }
 
 ServerApi::Result PendingPayment::Complete() {
-  constexpr char kNotOk[] = "ServerApi::kOk == result.code_";
-
   bool paid = !IsPaidInBrowser(pay_method_);
   while (!paid) {
     Connect();
     const auto [result, check] = failure_.Check(server_api_.CheckOrder(order_id_));
     if (result.code_ != ServerApi::kOk) {
-      Log(kLogError, kPollFailed, FailedCondition(kNotOk, "result"));
+      LogFailedCondition(kPollFailed, kNotOk, "result");
       return result;
     }
     // Compatibility: "In Progress" fails at once, while even a success waits.
@@ -95,7 +103,7 @@ ServerApi::Result PendingPayment::Complete() {
 
   auto [result, order] = failure_.Check(server_api_.SubmitOrder(order_id_, pay_method_));
   if (result.code_ != ServerApi::kOk) {
-    Log(kLogError, kSubmitFailed, FailedCondition(kNotOk, "result"));
+    LogFailedCondition(kSubmitFailed, kNotOk, "result");
     return result;
   }
   order_date_placed_ = std::move(order.order_date_placed);
@@ -113,7 +121,7 @@ bool PendingPayment::Check() {
   const auto result =
       std::get<ServerApi::Result>(failure_.Check(server_api_.CheckOrder(order_id_)));
   if (result.code_ != ServerApi::kOk) {
-    Log(kLogError, kCheckFailed, FailedCondition("ServerApi::kOk == result.code_", "-1"));
+    LogFailedCondition(kCheckFailed, kNotOk, "-1");
     return false;
   }
   return true;

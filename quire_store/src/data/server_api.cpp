@@ -22,6 +22,13 @@ using utilities::HttpRequest;
 constexpr unsigned kTimeout_s = 30;
 constexpr char kSigningData[] = "Tw3kH-pL";
 
+void LogTransportError(const ServerCall& call) {
+  const std::string function =
+      std::string(call.return_type) + " saltmoor::quire::ServerApi::" + call.signature;
+  LogFailedCondition({"quire_store/src/data/server_api", call.log_line, function.c_str()},
+                     "0 == err", call.returned);
+}
+
 // Performs a request and reads its answer; nothing when there is none with status 200.
 // \param failure  receives why there is no readable answer; empty when there is one.
 std::optional<Json::Value> Perform(HttpRequest& request, const ServerCall& call, Failure* failure) {
@@ -32,7 +39,7 @@ std::optional<Json::Value> Perform(HttpRequest& request, const ServerCall& call,
   const int err =
       utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
   if (err != 0) {
-    Log(kLogError, call.log_place, FailedCondition("0 == err", call.returned));
+    LogTransportError(call);
     *failure = {Failure::kNetwork, err, 0, {}};
     return std::nullopt;
   }

@@ -4,24 +4,41 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <utility>
 
 #include "addresses.h"
 #include "atomic_file.h"
 #include "book_files.h"
 #include "book_properties.h"
-#include "device_config.h"
 #include "device_paths.h"
 #include "download_queue.h"
 #include "first_failure.h"
 #include "json.h"
 #include "pending_payment.h"
 #include "saltmoor/utilities/book_store_auth_configs.h"
+#include "tabulet.h"
 
 namespace saltmoor::quire {
 namespace {
 
 constexpr std::uint32_t kMaxConfigurationAge_s = 1800;
+
+/// The keys of the configuration file.
+namespace config_keys {
+constexpr char kUserName[] = "user_name";
+constexpr char kPassword[] = "password";
+constexpr char kSessionId[] = "session_id";
+constexpr char kSwitchboardUpdateTime[] = "switchboard_update_time";
+}  // namespace config_keys
+
+/// The open configuration file, closed by CloseConfig or CloseConfigNoSave. Null when it cannot be
+/// opened; reads from null return the defaults.
+using DeviceConfig = std::unique_ptr<iconfig_s, decltype(&CloseConfig)>;
+
+DeviceConfig OpenDeviceConfig(decltype(&CloseConfig) close) {
+  return {OpenConfig(paths::kConfig, nullptr), close};
+}
 
 int NowInSeconds() {
   timeval now{};
@@ -33,11 +50,6 @@ int NowInSeconds() {
 bool IsFresh(int update_time_s, int now_s) {
   return static_cast<std::uint32_t>(now_s) - static_cast<std::uint32_t>(update_time_s) <=
          kMaxConfigurationAge_s;
-}
-
-bool ReadCachedConfiguration(Json::Value& json) {
-  const auto content = ReadFile(paths::kSwitchboard);
-  return content && ParseJson(*content, json);
 }
 
 DeviceConfig OpenConfigOrRecord(decltype(&CloseConfig) close, FirstFailure& failure) {
@@ -80,8 +92,9 @@ int StoreManager::Init() {
   const int update_time_s = ReadInt(config.get(), config_keys::kSwitchboardUpdateTime, 0);
   const int now_s = NowInSeconds();
   const bool fresh = IsFresh(update_time_s, now_s);
+  const auto cache = fresh ? ReadFile(paths::kSwitchboard) : std::nullopt;
   Json::Value cached;
-  if (fresh && ReadCachedConfiguration(cached)) {
+  if (cache && ParseJson(*cache, cached)) {
     switchboard_ = SwitchboardConfig::Parse(cached);
     server_api_.SetConfig(switchboard_);
   } else {
@@ -169,11 +182,10 @@ ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string
   if (!config) return ServerApi::Result(ServerApi::kOk);
 
   ServerApi::Result result = failure_->Check(server_api_.LogIn(user, password));
-  if (result.code_ == ServerApi::kOk) {
-    session_id_ = server_api_.GetSessionId();
-    StoreCredentials(config.get(), session_id_, user, password);
-    LoadPurchased();
-  }
+  if (result.code_ != ServerApi::kOk) return result;
+  session_id_ = server_api_.GetSessionId();
+  StoreCredentials(config.get(), session_id_, user, password);
+  LoadPurchased();
   return result;
 }
 
@@ -187,12 +199,11 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
 
   ServerApi::Result result =
       failure_->Check(server_api_.Register(email, password, name, lastname, title));
-  if (result.code_ == ServerApi::kOk) {
-    // Compatibility: registering opens no session; this is the one of an earlier log-in, if any.
-    session_id_ = server_api_.GetSessionId();
-    StoreCredentials(config.get(), session_id_, email, password);
-    LoadPurchased();
-  }
+  if (result.code_ != ServerApi::kOk) return result;
+  // Compatibility: registering opens no session; this is the one of an earlier log-in, if any.
+  session_id_ = server_api_.GetSessionId();
+  StoreCredentials(config.get(), session_id_, email, password);
+  LoadPurchased();
   return result;
 }
 

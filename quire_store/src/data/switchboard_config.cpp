@@ -1,11 +1,19 @@
 #include "switchboard_config.h"
 
+#include <iterator>
+
 #include "addresses.h"
 #include "json.h"
 #include "saltmoor/utilities/serialization_utils.h"
 
 namespace saltmoor::quire {
 namespace {
+
+// By the value of SwitchboardConfig::Fields; those from kOpdsStartPage are inside "opdsUrl".
+constexpr const char* kKeys[] = {
+    "partner",      "clientId", "shopUrl",        "shopName",          "OPDSStartPage",
+    "ImpressumURL", "AGBURL",   "DatenschutzURL", "WiderrufsrechtURL", "HilfeURL",
+};
 
 std::string Trimmed(const Json::Value& value) {
   return utilities::SerializationUtils::trim(ToString(value));
@@ -33,33 +41,12 @@ Json::Value SwitchboardConfig::ToJson() const {
 
 std::string SwitchboardConfig::operator[](Fields field) const {
   const Json::Value& opds = Member(json_, "opdsUrl");
-  switch (field) {
-    case kPartner:
-      return Trimmed(Member(json_, "partner"));
-    case kClientId:
-      return Trimmed(Member(json_, "clientId"));
-    case kShopUrl:
-      return Trimmed(Member(json_, "shopUrl"));
-    case kShopName:
-      return Trimmed(Member(json_, "shopName"));
-    case kOpdsStartPage:
-      return Trimmed(Member(opds, "OPDSStartPage"));
-    case kImpressumUrl:
-      return Trimmed(Member(opds, "ImpressumURL"));
-    case kAgbUrl:
-      return Trimmed(Member(opds, "AGBURL"));
-    case kDatenschutzUrl:
-      return Trimmed(Member(opds, "DatenschutzURL"));
-    case kWiderrufsrechtUrl:
-      return Trimmed(Member(opds, "WiderrufsrechtURL"));
-    case kHilfeUrl:
-      return Trimmed(Member(opds, "HilfeURL"));
-    case kStoreApiUrl:
-      return addresses::kStoreApi;
-    case kStoreId:
-      return ParseStoreId(ToString(Member(opds, "OPDSStartPage")));
+  const auto index = static_cast<unsigned>(field);
+  if (index < std::size(kKeys)) {
+    return Trimmed(Member(index < kOpdsStartPage ? json_ : opds, kKeys[index]));
   }
-  return {};
+  if (field == kStoreApiUrl) return addresses::kStoreApi;
+  return field == kStoreId ? ParseStoreId(ToString(Member(opds, "OPDSStartPage"))) : std::string();
 }
 
 }  // namespace saltmoor::quire
