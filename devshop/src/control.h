@@ -4,7 +4,7 @@
 #include <string>
 
 #include "faults.h"
-#include "files.h"
+#include "file_server.h"
 #include "request_log.h"
 #include "shop.h"
 
@@ -15,7 +15,7 @@ namespace devshop {
 /// computer: a web page that resolves its own host to loopback is refused. Thread-safe.
 class Control {
  public:
-  Control(Shop& shop, Files& files, Faults& faults, RequestLog& log);
+  Control(Shop& shop, FileServer& files, Faults& faults, RequestLog& log);
 
   /// The secret that clients send; new at each start.
   const std::string& token() const { return token_; }
@@ -32,7 +32,7 @@ class Control {
   Json OrdersJson();
 
   Shop& shop_;
-  Files& files_;
+  FileServer& files_;
   Faults& faults_;
   RequestLog& log_;
   const std::string token_;

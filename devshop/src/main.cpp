@@ -35,7 +35,7 @@ void Run(const Options& options) {
   const Authority authority(data.path());
   const TlsContext tls = authority.ServerContext(options.certificate);
   Shop shop(options.books, options.accounts, data.state_file());
-  Files files(shop);
+  FileServer files(shop);
   ShopSite site(shop, files);
   ConfigurationService configuration;
   Faults faults;

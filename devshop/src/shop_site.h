@@ -1,7 +1,7 @@
 #ifndef DEVSHOP_SHOP_SITE_H_
 #define DEVSHOP_SHOP_SITE_H_
 
-#include "files.h"
+#include "file_server.h"
 #include "payment_pages.h"
 #include "shop.h"
 #include "store_api.h"
@@ -11,7 +11,8 @@ namespace devshop {
 /// Routes requests for the shop's host by path. Thread-safe.
 class ShopSite {
  public:
-  ShopSite(Shop& shop, Files& files) : shop_(shop), files_(files), api_(shop), payments_(shop) {}
+  ShopSite(Shop& shop, FileServer& files)
+      : shop_(shop), files_(files), api_(shop), payments_(shop) {}
 
   void Handle(const Request& request, Response& response);
 
@@ -20,7 +21,7 @@ class ShopSite {
   void ServeProduct(const Title& title, Response& response) const;
 
   Shop& shop_;
-  Files& files_;
+  FileServer& files_;
   StoreApi api_;
   PaymentPages payments_;
 };

@@ -1,4 +1,4 @@
-#include "files.h"
+#include "file_server.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -85,7 +85,7 @@ std::string ImageType(const std::string& file) {
 
 }  // namespace
 
-std::optional<Files::Content> Files::OpenFile(const std::filesystem::path& path) {
+std::optional<FileServer::Content> FileServer::OpenFile(const std::filesystem::path& path) {
   const std::shared_ptr<FILE> file(std::fopen(path.c_str(), "rbe"),
                                    [](FILE* open) { return open ? std::fclose(open) : 0; });
   struct stat info {};
@@ -103,8 +103,8 @@ std::optional<Files::Content> Files::OpenFile(const std::filesystem::path& path)
                  }};
 }
 
-Files::Content Files::OpenBytes(std::shared_ptr<const std::string> bytes,
-                                const std::string& revision) {
+FileServer::Content FileServer::OpenBytes(std::shared_ptr<const std::string> bytes,
+                                          const std::string& revision) {
   const std::string etag = "\"" + revision + "-" + std::to_string(bytes->size()) + "\"";
   return {bytes->size(), etag, std::time(nullptr),
           [bytes](std::size_t offset, std::size_t wanted, std::string* piece) {
@@ -113,8 +113,8 @@ Files::Content Files::OpenBytes(std::shared_ptr<const std::string> bytes,
           }};
 }
 
-void Files::Serve(const Content& content, const ServeOptions& options, const std::string& type,
-                  const Request& request, Response& response) {
+void FileServer::Serve(const Content& content, const ServeOptions& options, const std::string& type,
+                       const Request& request, Response& response) {
   const std::string modified = FormatHttpTime(content.modified);
   if (options.validators == "strong") response.SetHeader("ETag", content.etag);
   if (options.validators != "none") response.SetHeader("Last-Modified", modified);
@@ -147,26 +147,26 @@ void Files::Serve(const Content& content, const ServeOptions& options, const std
   };
 }
 
-Files::ServeOptions Files::OptionsFor(const std::string& ean) const {
+FileServer::ServeOptions FileServer::OptionsFor(const std::string& ean) const {
   const std::lock_guard lock(mutex_);
   const auto found = options_by_ean_.find(ean);
   return found == options_by_ean_.end() ? ServeOptions{} : found->second;
 }
 
-std::optional<Files::Content> Files::OpenBook(const Title& title,
-                                              const ServeOptions& options) const {
+std::optional<FileServer::Content> FileServer::OpenBook(const Title& title,
+                                                        const ServeOptions& options) const {
   if (options.bytes) return OpenBytes(options.bytes, options.revision);
   return OpenFile(shop_.catalogue().Path(title.file));
 }
 
-bool Files::IsCustomer(const std::string& ean, const std::string& token) {
+bool FileServer::IsCustomer(const std::string& ean, const std::string& token) {
   const std::lock_guard lock(shop_.mutex);
   return shop_.accounts.Owns(ean, [&](const Account& account) {
     return SecretsEqual(shop_.LinkToken(account, ean), token);
   });
 }
 
-void Files::ServeBook(const Request& request, Response& response) {
+void FileServer::ServeBook(const Request& request, Response& response) {
   std::vector<std::string> parts;  // "", "files", token, EAN, name
   boost::algorithm::split(parts, request.path, [](char c) { return c == '/'; });
   if (parts.size() != 5) return ServeMissingFile(response);
@@ -183,7 +183,7 @@ void Files::ServeBook(const Request& request, Response& response) {
   Serve(*content, options, title->type, request, response);
 }
 
-void Files::ServeCover(const Request& request, Response& response) {
+void FileServer::ServeCover(const Request& request, Response& response) {
   const Title* title = shop_.catalogue().Find(request.path.substr(request.path.rfind('/') + 1));
   const auto content = title == nullptr || title->cover.empty()
                            ? std::nullopt
@@ -192,7 +192,7 @@ void Files::ServeCover(const Request& request, Response& response) {
   Serve(*content, {}, ImageType(title->cover), request, response);
 }
 
-Json Files::Replace(const Json& instruction) {
+Json FileServer::Replace(const Json& instruction) {
   if (!instruction.is_object()) throw InvalidInstruction("An instruction is a JSON object.");
   const std::string ean = instruction.value("ean", "");
   const Title* title = shop_.catalogue().Find(ean);
@@ -231,12 +231,12 @@ Json Files::Replace(const Json& instruction) {
   return BookJson(*title);
 }
 
-void Files::Restore() {
+void FileServer::Restore() {
   const std::lock_guard lock(mutex_);
   options_by_ean_.clear();
 }
 
-Json Files::BookJson(const Title& title) const {
+Json FileServer::BookJson(const Title& title) const {
   Json json{{"ean", title.ean}, {"title", title.title}, {"file", title.file}, {"type", title.type}};
   const ServeOptions options = OptionsFor(title.ean);
   std::string bytes;
@@ -251,7 +251,7 @@ Json Files::BookJson(const Title& title) const {
   return json;
 }
 
-Json Files::ToJson() const {
+Json FileServer::ToJson() const {
   Json books = Json::array();
   for (const Title& title : shop_.catalogue().titles()) books.push_back(BookJson(title));
   return {{"books", std::move(books)}};

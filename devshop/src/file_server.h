@@ -1,5 +1,5 @@
-#ifndef DEVSHOP_FILES_H_
-#define DEVSHOP_FILES_H_
+#ifndef DEVSHOP_FILE_SERVER_H_
+#define DEVSHOP_FILE_SERVER_H_
 
 #include <ctime>
 #include <functional>
@@ -15,9 +15,9 @@
 namespace devshop {
 
 /// Serves bought books and covers, with ranges, strong entity tags and If-Range. Thread-safe.
-class Files {
+class FileServer {
  public:
-  explicit Files(Shop& shop) : shop_(shop) {}
+  explicit FileServer(Shop& shop) : shop_(shop) {}
 
   /// Serves `/files/TOKEN/EAN/NAME`; the token proves that a customer bought the title.
   void ServeBook(const Request& request, Response& response);
@@ -67,4 +67,4 @@ class Files {
 
 }  // namespace devshop
 
-#endif  // DEVSHOP_FILES_H_
+#endif  // DEVSHOP_FILE_SERVER_H_
