@@ -2,7 +2,6 @@
 
 #include "crypto.h"
 #include "hosts.h"
-#include "legal_pages.h"
 
 namespace devshop {
 namespace {
@@ -21,9 +20,9 @@ std::string ExpectedSignature(const Request& request, const std::string& signatu
   return HmacSha256Hex(Sha256Hex(kDataString), "GET\n" + url + "\n" + query + "\n\n");
 }
 
-Json configuration() {
+Json Configuration() {
   Json opds{{"OPDSStartPage", kShopUrl + kStartPath}};
-  for (const LegalPage& page : kLegalPages) opds[page.configuration_key] = kShopUrl + page.Path();
+  for (const LegalPage& page : kLegalPages) opds[page.configuration_key] = kShopUrl + page.path;
   return {{"partner", "quire"},
           {"clientId", "quire-" + kStoreId},
           {"shopUrl", kShopUrl + "/"},
@@ -38,7 +37,7 @@ const std::string ConfigurationService::kPath = "/api/config/v1/get-device-opds-
 void ConfigurationService::Handle(const Request& request, Response& response) {
   const std::string fault = FindMistake(request);
   response.status = fault.empty() ? 200 : 403;
-  response.SetContent(ToString(fault.empty() ? configuration() : Json{{"error", fault}}),
+  response.SetContent(ToString(fault.empty() ? Configuration() : Json{{"error", fault}}),
                       "application/json");
 }
 

@@ -12,7 +12,7 @@ struct Unknown {};
 
 }  // namespace
 
-Control::Control(Shop& shop, FileServer& files, Faults& faults, RequestLog& log)
+Control::Control(Shop& shop, FileServer& files, FaultInjector& faults, RequestLog& log)
     : shop_(shop), files_(files), faults_(faults), log_(log), token_(RandomHex(16)) {}
 
 std::string Control::CheckAccess(const Request& request, Response& response) const {

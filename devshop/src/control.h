@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "faults.h"
+#include "fault_injector.h"
 #include "file_server.h"
 #include "request_log.h"
 #include "shop.h"
@@ -15,7 +15,7 @@ namespace devshop {
 /// computer: a web page that resolves its own host to loopback is refused. Thread-safe.
 class Control {
  public:
-  Control(Shop& shop, FileServer& files, Faults& faults, RequestLog& log);
+  Control(Shop& shop, FileServer& files, FaultInjector& faults, RequestLog& log);
 
   /// The secret that clients send; new at each start.
   const std::string& token() const { return token_; }
@@ -33,7 +33,7 @@ class Control {
 
   Shop& shop_;
   FileServer& files_;
-  Faults& faults_;
+  FaultInjector& faults_;
   RequestLog& log_;
   const std::string token_;
   int port_ = 0;

@@ -1,30 +1,59 @@
 #ifndef DEVSHOP_FAULT_INJECTOR_H_
 #define DEVSHOP_FAULT_INJECTOR_H_
 
+#include <list>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
 #include <string>
 
-#include "faults.h"
 #include "http_server.h"
 #include "request_log.h"
 
 namespace devshop {
 
-/// Stands between a port and its site: logs each request and applies the fault that matches it.
-/// Thread-safe.
+/// A request to the control port is invalid. The message is one sentence that names the field.
+class InvalidInstruction : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Stands between the ports and their sites: logs each request and applies the first armed fault
+/// that matches its path. Thread-safe.
 class FaultInjector {
  public:
-  FaultInjector(std::string port, RequestLog& log, Faults& faults, HttpServer::Handler site)
-      : port_(std::move(port)), log_(log), faults_(faults), site_(std::move(site)) {}
+  explicit FaultInjector(RequestLog& log) : log_(log) {}
 
-  void Handle(const Request& request, Response& response);
+  /// Serves a request that `port` received.
+  void Handle(const std::string& port, const HttpServer::Handler& site, const Request& request,
+              Response& response);
+
+  /// Arms a fault, as README.md describes it; returns it as stored. Throws InvalidInstruction.
+  Json Arm(const Json& instruction);
+  Json ToJson() const;
+  void Clear();
 
  private:
-  void Apply(const Fault& fault, const Request& request, Response& response);
+  struct Fault {
+    int id;
+    Json fields;  // of the instruction
+    int left;     // how many more requests it applies to
+    int skip;     // how many requests pass before that
+    int delivered = 0;
 
-  const std::string port_;
+    Json ToJson() const;
+  };
+
+  /// Counts one use of the fault that matches the path.
+  std::optional<Fault> Take(const std::string& path);
+  void CountDelivered(int id);
+  void Apply(const Fault& fault, const HttpServer::Handler& site, const Request& request,
+             Response& response);
+
   RequestLog& log_;
-  Faults& faults_;
-  const HttpServer::Handler site_;
+  mutable std::mutex mutex_;
+  std::list<Fault> faults_;
+  int armed_ = 0;
 };
 
 }  // namespace devshop

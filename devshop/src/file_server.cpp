@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "crypto.h"
-#include "faults.h"
+#include "fault_injector.h"
 
 namespace devshop {
 namespace {
@@ -73,8 +73,7 @@ std::string FormatHttpTime(std::time_t time) {
 }
 
 void ServeMissingFile(Response& response) {
-  response.status = 404;
-  response.SetContent("There is no such file.\n", "text/plain");
+  response.SetError(404, "There is no such file.");
 }
 
 std::string ImageType(const std::string& file) {

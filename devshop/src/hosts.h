@@ -1,6 +1,7 @@
 #ifndef DEVSHOP_HOSTS_H_
 #define DEVSHOP_HOSTS_H_
 
+#include <array>
 #include <string>
 
 /// The hosts and paths under which clients reach the shop, whatever port it listens on.
@@ -15,8 +16,25 @@ inline const std::string kShopName = "Quire Books";
 inline const std::string kStoreId = "4711";
 inline const std::string kStorePath = "/de/" + kStoreId;
 inline const std::string kStartPath = kStorePath + "/opds/start";
+inline const std::string kSearchDescriptionPath = kStorePath + "/opds/search.xml";
+inline const std::string kProductPath = kStorePath + "/product/";
 inline const std::string kApiPath = "/webapp/wcs/stores/servlet";
 inline const std::string kReturnPath = "/QUIRESaltmoor";
+
+/// A page that the device's configuration links to.
+struct LegalPage {
+  const char* configuration_key;
+  std::string path;
+  const char* title;
+};
+
+inline const std::array<LegalPage, 5> kLegalPages{{
+    {"ImpressumURL", kStorePath + "/legal/imprint", "Legal notice"},
+    {"AGBURL", kStorePath + "/legal/terms", "Terms and conditions"},
+    {"DatenschutzURL", kStorePath + "/legal/privacy", "Privacy"},
+    {"WiderrufsrechtURL", kStorePath + "/legal/withdrawal", "Right of withdrawal"},
+    {"HilfeURL", kStorePath + "/legal/help", "Help"},
+}};
 
 }  // namespace devshop
 

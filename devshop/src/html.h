@@ -7,8 +7,8 @@
 
 namespace devshop {
 
-/// Serves a page with the shop's header and style, without scripts or external resources. `content`
-/// is HTML, `title` is plain text.
+/// Serves a page without scripts or external resources. `title` is plain text and the heading,
+/// `content` is HTML.
 void ServePage(Response& response, const std::string& title, const std::string& content);
 
 }  // namespace devshop

@@ -41,9 +41,9 @@ void Response::SetContent(std::string body, const std::string& type) {
   };
 }
 
-void Response::SetRedirect(const std::string& address) {
-  status = 303;
-  SetHeader("Location", address);
+void Response::SetError(int error_status, const std::string& sentence) {
+  status = error_status;
+  SetContent(sentence + "\n", "text/plain");
 }
 
 }  // namespace devshop

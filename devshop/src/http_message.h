@@ -55,7 +55,8 @@ struct Response {
 
   void SetHeader(const std::string& name, const std::string& value);
   void SetContent(std::string body, const std::string& type);
-  void SetRedirect(const std::string& address);
+  /// Sets the status, and one sentence as plain text.
+  void SetError(int error_status, const std::string& sentence);
 };
 
 }  // namespace devshop

@@ -87,8 +87,7 @@ void CallHandler(const std::function<void()>& handler, Response& response) {
   } catch (const std::exception& error) {
     std::cerr << std::string("quire-devshop: The shop failed on a request: ") + error.what() + "\n";
   }
-  response.status = 500;
-  response.SetContent("The shop failed on this request.\n", "text/plain");
+  response.SetError(500, "The shop failed on this request.");
 }
 
 bool IsChunked(const Response& response, const Message& message) {
@@ -213,8 +212,7 @@ asio::awaitable<Next> Exchange(Connection& connection, const HttpServer::Handler
   const int refusal = co_await ReceiveRequest(connection, parser);
   if (refusal < 0) co_return Next::kClose;
   if (refusal > 0) {
-    response.status = refusal;
-    response.SetContent("The shop refuses this request.\n", "text/plain");
+    response.SetError(refusal, "The shop refuses this request.");
     co_await SendResponse(connection, response, parser.get(), false);
     co_return Next::kDrainAndClose;
   }

@@ -36,16 +36,15 @@ void Run(const Options& options) {
   const TlsContext tls = authority.ServerContext(options.certificate);
   Shop shop(options.books, options.accounts, data.state_file());
   FileServer files(shop);
-  ShopSite site(shop, files);
   ConfigurationService configuration;
-  Faults faults;
   RequestLog log(options.verbose);
+  FaultInjector faults(log);
   Control control(shop, files, faults, log);
 
-  FaultInjector shop_port("shop", log, faults, [&](const Request& request, Response& response) {
-    site.Handle(request, response);
-  });
-  FaultInjector config_port("config", log, faults, [&](const Request& request, Response& response) {
+  const HttpServer::Handler shop_site = [&](const Request& request, Response& response) {
+    ServeShop(shop, files, request, response);
+  };
+  const HttpServer::Handler config_site = [&](const Request& request, Response& response) {
     if (request.path == ConfigurationService::kPath && request.method == "GET") {
       configuration.Handle(request, response);
     } else if (request.path == kReturnPath) {
@@ -53,15 +52,18 @@ void Run(const Options& options) {
     } else {
       ServeNotFound(response);
     }
-  });
-  const auto listen = [&](int port, const char* option, SSL_CTX* context, auto& service) {
-    return server.Listen(port, option, context, [&](const Request& request, Response& response) {
-      service.Handle(request, response);
-    });
   };
-  const int shop_number = listen(options.shop_port, "--shop-port", tls.get(), shop_port);
-  const int config_number = listen(options.config_port, "--config-port", nullptr, config_port);
-  const int control_number = listen(options.control_port, "--control-port", nullptr, control);
+  const int shop_number = server.Listen(options.shop_port, "--shop-port", tls.get(),
+                                        [&](const Request& request, Response& response) {
+                                          faults.Handle("shop", shop_site, request, response);
+                                        });
+  const int config_number = server.Listen(options.config_port, "--config-port", nullptr,
+                                          [&](const Request& request, Response& response) {
+                                            faults.Handle("config", config_site, request, response);
+                                          });
+  const int control_number = server.Listen(
+      options.control_port, "--control-port", nullptr,
+      [&](const Request& request, Response& response) { control.Handle(request, response); });
   control.set_port(control_number);
   PrintAddresses(shop_number, config_number, control_number, control.token(),
                  authority.certificate_file());

@@ -47,7 +47,7 @@ std::string AtomTime(std::string time) {
 void AddAcquisition(pugi::xml_node entry, const Title& title) {
   auto link = AddElement(entry, "link", "",
                          {{"rel", kOpds + "acquisition/buy"},
-                          {"href", kShopUrl + kStorePath + "/product/" + PercentEncode(title.ean)},
+                          {"href", kShopUrl + kProductPath + PercentEncode(title.ean)},
                           {"type", "text/html"}});
   AddElement(link, "opds:price", FormatCents(title.price_cents),
              {{"currencycode", title.currency}});
@@ -92,7 +92,7 @@ void AddPaging(pugi::xml_node feed, const std::string& words, std::size_t page, 
   if (page > 1) AddLink(feed, "previous", PageUrl(words, page - 1), kFeedType);
   if (page < pages) AddLink(feed, "next", PageUrl(words, page + 1), kFeedType);
   AddLink(feed, "last", PageUrl(words, pages), kFeedType);
-  AddLink(feed, "search", kShopUrl + kStorePath + "/opds/search.xml",
+  AddLink(feed, "search", kShopUrl + kSearchDescriptionPath,
           "application/opensearchdescription+xml");
   AddLink(feed, "search", kShopUrl + kStartPath + "?q={searchTerms}", "application/atom+xml");
 }
@@ -121,10 +121,7 @@ void ServeFeed(const Catalogue& catalogue, const Request& request, Response& res
       std::max<std::size_t>(1, (hits.size() + kTitlesPerPage - 1) / kTitlesPerPage);
   const std::size_t page = RequestedPage(request);
   if (page == 0 || page > pages) {
-    response.status = 404;
-    response.SetContent("The catalogue has pages 1 to " + std::to_string(pages) + ".\n",
-                        "text/plain");
-    return;
+    return response.SetError(404, "The catalogue has pages 1 to " + std::to_string(pages) + ".");
   }
 
   pugi::xml_document document;

@@ -2,29 +2,13 @@
 #define DEVSHOP_SHOP_SITE_H_
 
 #include "file_server.h"
-#include "payment_pages.h"
+#include "http_message.h"
 #include "shop.h"
-#include "store_api.h"
 
 namespace devshop {
 
-/// Routes requests for the shop's host by path. Thread-safe.
-class ShopSite {
- public:
-  ShopSite(Shop& shop, FileServer& files)
-      : shop_(shop), files_(files), api_(shop), payments_(shop) {}
-
-  void Handle(const Request& request, Response& response);
-
- private:
-  void ServeHome(Response& response) const;
-  void ServeProduct(const Title& title, Response& response) const;
-
-  Shop& shop_;
-  FileServer& files_;
-  StoreApi api_;
-  PaymentPages payments_;
-};
+/// Routes a request for the shop's host by its path. Thread-safe.
+void ServeShop(Shop& shop, FileServer& files, const Request& request, Response& response);
 
 /// Serves the page that a payment returns to.
 void ServeReturnPage(Response& response);
