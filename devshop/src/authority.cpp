@@ -24,13 +24,8 @@ constexpr long kServerLife_s = 397 * kDay_s;  // browsers reject longer ones
 
 /// The certificate and key that sign another certificate.
 struct Issuer {
-  Certificate certificate;
-  Key key;
-};
-
-struct Validity {
-  long from_s;  // both counted from now
-  long to_s;
+  Certificate certificate{nullptr, X509_free};
+  Key key{nullptr, EVP_PKEY_free};
 };
 
 Key MakeKey() {
@@ -45,8 +40,9 @@ void AddExtension(X509* certificate, X509* issuer, int nid, const std::string& v
   X509_EXTENSION_free(extension);
 }
 
-/// An unsigned certificate: the caller adds extensions and signs it.
-Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, Validity validity) {
+/// An unsigned certificate, valid from and to a time counted from now: the caller adds extensions
+/// and signs it.
+Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, long from_s, long to_s) {
   Certificate certificate(X509_new(), X509_free);
   X509_set_version(certificate.get(), X509_VERSION_3);
   unsigned char serial[16];
@@ -55,8 +51,8 @@ Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, Validity val
   BIGNUM* number = BN_bin2bn(serial, sizeof serial, nullptr);
   BN_to_ASN1_INTEGER(number, X509_get_serialNumber(certificate.get()));
   BN_free(number);
-  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), validity.from_s);
-  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), validity.to_s);
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), from_s);
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), to_s);
   X509_set_pubkey(certificate.get(), key);
   X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), "CN", MBSTRING_UTF8,
                              reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0);
@@ -64,23 +60,23 @@ Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, Validity val
 }
 
 Issuer MakeAuthority() {
-  Issuer authority{{nullptr, X509_free}, MakeKey()};
-  authority.certificate = MakeCertificate("Quire development authority", authority.key.get(),
-                                          {-kDay_s, kAuthorityLife_s});
-  X509* certificate = authority.certificate.get();
+  Key key = MakeKey();
+  Certificate owner =
+      MakeCertificate("Quire development authority", key.get(), -kDay_s, kAuthorityLife_s);
+  X509* certificate = owner.get();
   X509_set_issuer_name(certificate, X509_get_subject_name(certificate));
   AddExtension(certificate, certificate, NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
   AddExtension(certificate, certificate, NID_key_usage, "critical,keyCertSign,cRLSign");
   AddExtension(certificate, certificate, NID_subject_key_identifier, "hash");
-  X509_sign(certificate, authority.key.get(), EVP_sha256());
-  return authority;
+  X509_sign(certificate, key.get(), EVP_sha256());
+  return {std::move(owner), std::move(key)};
 }
 
 Certificate MakeServerCertificate(const Issuer& issuer, EVP_PKEY* key, CertificateKind kind) {
   const bool expired = kind == CertificateKind::kExpired;
   const std::string host = kind == CertificateKind::kOtherHost ? "other.quire.example" : kShopHost;
-  Certificate certificate = MakeCertificate(
-      host, key, {expired ? -30 * kDay_s : -kDay_s, expired ? -kDay_s : kServerLife_s});
+  Certificate certificate = MakeCertificate(host, key, expired ? -30 * kDay_s : -kDay_s,
+                                            expired ? -kDay_s : kServerLife_s);
   X509* authority = issuer.certificate.get();
   X509_set_issuer_name(certificate.get(), X509_get_subject_name(authority));
   const auto add = [&](int nid, const std::string& value) {
@@ -102,14 +98,16 @@ File OpenFile(const std::filesystem::path& path, const char* mode) {
   return {std::fopen(path.c_str(), mode), std::fclose};
 }
 
+/// Lacks what cannot be read.
 Issuer ReadAuthority(const std::filesystem::path& certificate, const std::filesystem::path& key) {
-  const File certificate_file = OpenFile(certificate, "r");
-  const File key_file = OpenFile(key, "r");
-  return {{certificate_file ? PEM_read_X509(certificate_file.get(), nullptr, nullptr, nullptr)
-                            : nullptr,
-           X509_free},
-          {key_file ? PEM_read_PrivateKey(key_file.get(), nullptr, nullptr, nullptr) : nullptr,
-           EVP_PKEY_free}};
+  Issuer authority;
+  if (const File file = OpenFile(certificate, "r")) {
+    authority.certificate.reset(PEM_read_X509(file.get(), nullptr, nullptr, nullptr));
+  }
+  if (const File file = OpenFile(key, "r")) {
+    authority.key.reset(PEM_read_PrivateKey(file.get(), nullptr, nullptr, nullptr));
+  }
+  return authority;
 }
 
 void WriteAuthority(const Issuer& authority, const std::filesystem::path& certificate,
@@ -135,26 +133,28 @@ bool OutlivesServerCertificates(X509* certificate) {
          days * kDay_s > kServerLife_s;
 }
 
-}  // namespace
-
-Authority::Authority(const std::filesystem::path& directory)
-    : certificate_file_(directory / "ca.pem"), key_file_(directory / "ca.key") {
-  if (std::filesystem::exists(certificate_file_) || std::filesystem::exists(key_file_)) {
-    const Issuer authority = ReadAuthority(certificate_file_, key_file_);
-    if (!authority.certificate || !authority.key ||
-        X509_check_private_key(authority.certificate.get(), authority.key.get()) != 1) {
+/// The directory's authority; a new one when there is none, or it is about to expire.
+Issuer OpenAuthority(const std::filesystem::path& directory) {
+  const auto certificate = directory / "ca.pem", key = directory / "ca.key";
+  if (std::filesystem::exists(certificate) || std::filesystem::exists(key)) {
+    Issuer kept = ReadAuthority(certificate, key);
+    if (!kept.certificate || !kept.key ||
+        X509_check_private_key(kept.certificate.get(), kept.key.get()) != 1) {
       throw StartError("The test authority in " + directory.string() +
                        " is broken; remove ca.pem and ca.key there, and the shop makes new ones.");
     }
-    if (OutlivesServerCertificates(authority.certificate.get())) return;
+    if (OutlivesServerCertificates(kept.certificate.get())) return kept;
   }
-  WriteAuthority(MakeAuthority(), certificate_file_, key_file_);
+  Issuer authority = MakeAuthority();
+  WriteAuthority(authority, certificate, key);
+  return authority;
 }
 
-TlsContext Authority::ServerContext(CertificateKind kind) const {
-  const Issuer issuer = kind == CertificateKind::kUnknownAuthority
-                            ? MakeAuthority()
-                            : ReadAuthority(certificate_file_, key_file_);
+}  // namespace
+
+TlsContext MakeServerContext(const std::filesystem::path& directory, CertificateKind kind) {
+  Issuer issuer = OpenAuthority(directory);
+  if (kind == CertificateKind::kUnknownAuthority) issuer = MakeAuthority();
   const Key key = MakeKey();
   const Certificate certificate = MakeServerCertificate(issuer, key.get(), kind);
   TlsContext context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);

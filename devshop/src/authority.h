@@ -13,24 +13,11 @@ enum class CertificateKind { kGood, kOtherHost, kExpired, kUnknownAuthority };
 
 using TlsContext = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 
-/// A certificate authority for tests. Its certificate (`ca.pem`) and key (`ca.key`, mode 0600) are
-/// kept in a directory, so that a client can trust `ca.pem` between runs, and replaced when they
-/// are about to expire.
-class Authority {
- public:
-  /// Throws StartError when the directory cannot be written or its authority is broken.
-  explicit Authority(const std::filesystem::path& directory);
-
-  const std::filesystem::path& certificate_file() const { return certificate_file_; }
-
-  /// A server context with a fresh key and certificate for the shop's host, localhost and
-  /// 127.0.0.1, or one that clients must reject. Throws StartError.
-  TlsContext ServerContext(CertificateKind kind) const;
-
- private:
-  std::filesystem::path certificate_file_;
-  std::filesystem::path key_file_;
-};
+/// A server context with a fresh key and certificate for the shop's host, localhost and 127.0.0.1.
+/// Its test authority is kept in the directory as `ca.pem` and `ca.key` (mode 0600), so that a
+/// client can trust `ca.pem` between runs, and replaced when it is about to expire. Throws
+/// StartError when the directory cannot be written or its authority is broken.
+TlsContext MakeServerContext(const std::filesystem::path& directory, CertificateKind kind);
 
 }  // namespace devshop
 

@@ -111,13 +111,7 @@ Title MakeTitle(const std::filesystem::path& path) {
   title.type = MimeType(path);
   struct stat info {};
   if (stat(path.c_str(), &info) == 0) title.published = FormatTime(info.st_mtime);
-  if (title.type == "application/epub+zip") {
-    const EpubMetadata metadata = ReadEpubMetadata(path);
-    if (!metadata.title.empty()) title.title = metadata.title;
-    title.author = metadata.author;
-    title.language = metadata.language;
-    title.summary = metadata.description;
-  }
+  if (title.type == "application/epub+zip") ReadEpubMetadata(path, title);
   return title;
 }
 

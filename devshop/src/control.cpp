@@ -54,22 +54,13 @@ void Control::Handle(const Request& request, Response& response) {
 
 Json Control::Dispatch(const Request& request) {
   const std::string call = request.method + " " + request.path;
-  if (call == "GET /_faults") return faults_.ToJson();
-  if (call == "GET /_requests") return log_.ToJson();
+  if (call == "DELETE /_faults") faults_.Clear();
+  if (call == "DELETE /_requests") log_.Clear();
+  if (call == "DELETE /_books") files_.Restore();
+  if (call == "GET /_faults" || call == "DELETE /_faults") return faults_.ToJson();
+  if (call == "GET /_requests" || call == "DELETE /_requests") return log_.ToJson();
+  if (call == "GET /_books" || call == "DELETE /_books") return files_.ToJson();
   if (call == "GET /_orders") return OrdersJson();
-  if (call == "GET /_books") return files_.ToJson();
-  if (call == "DELETE /_faults") {
-    faults_.Clear();
-    return faults_.ToJson();
-  }
-  if (call == "DELETE /_requests") {
-    log_.Clear();
-    return log_.ToJson();
-  }
-  if (call == "DELETE /_books") {
-    files_.Restore();
-    return files_.ToJson();
-  }
   if (request.method != "POST") throw Unknown{};
   const Json instruction = Json::parse(request.body, nullptr, false);
   if (instruction.is_discarded()) throw InvalidInstruction("The request's body is not JSON.");

@@ -40,29 +40,27 @@ pugi::xml_node FindElement(const pugi::xml_node& root, std::string_view name) {
   return root.find_node([&](const pugi::xml_node& node) { return LocalName(node) == name; });
 }
 
-void AppendName(std::string& list, const std::string& text) {
-  if (!text.empty()) list += (list.empty() ? "" : ", ") + text;
-}
-
 }  // namespace
 
-EpubMetadata ReadEpubMetadata(const std::filesystem::path& epub) {
-  EpubMetadata metadata;
+void ReadEpubMetadata(const std::filesystem::path& epub, Title& title) {
   const Archive archive(zip_open(epub.c_str(), ZIP_RDONLY, nullptr), zip_discard);
-  if (!archive) return metadata;
+  if (!archive) return;
   const auto container = ReadDocument(archive.get(), "META-INF/container.xml");
-  const std::string package_path =
-      FindElement(container, "rootfile").attribute("full-path").value();
-  const auto package = ReadDocument(archive.get(), package_path);
-  for (const pugi::xml_node& node : FindElement(package, "metadata").children()) {
-    const auto name = LocalName(node);
-    const std::string text = node.child_value();
-    if (name == "title" && metadata.title.empty()) metadata.title = text;
-    if (name == "creator") AppendName(metadata.author, text);
-    if (name == "language" && metadata.language.empty()) metadata.language = text;
-    if (name == "description" && metadata.description.empty()) metadata.description = text;
+  const auto package = ReadDocument(
+      archive.get(), FindElement(container, "rootfile").attribute("full-path").value());
+  const auto metadata = FindElement(package, "metadata");
+  const auto read = [&](const char* name, std::string& value) {
+    const std::string found = FindElement(metadata, name).child_value();
+    if (!found.empty()) value = found;
+  };
+  read("title", title.title);
+  read("language", title.language);
+  read("description", title.summary);
+  for (const pugi::xml_node& node : metadata.children()) {
+    const std::string name = node.child_value();
+    if (LocalName(node) != "creator" || name.empty()) continue;
+    title.author += (title.author.empty() ? "" : ", ") + name;
   }
-  return metadata;
 }
 
 }  // namespace devshop

@@ -2,20 +2,14 @@
 #define DEVSHOP_EPUB_METADATA_H_
 
 #include <filesystem>
-#include <string>
+
+#include "catalogue.h"
 
 namespace devshop {
 
-/// The metadata of an EPUB; missing values are empty.
-struct EpubMetadata {
-  std::string title;
-  std::string author;  ///< several are joined by ", "
-  std::string language;
-  std::string description;
-};
-
-/// All values are empty when the file is not an EPUB.
-EpubMetadata ReadEpubMetadata(const std::filesystem::path& epub);
+/// Sets title, author (several joined by ", "), language and summary where the EPUB has them; none
+/// when the file is not an EPUB.
+void ReadEpubMetadata(const std::filesystem::path& epub, Title& title);
 
 }  // namespace devshop
 

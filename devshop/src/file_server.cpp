@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <boost/algorithm/string/split.hpp>
-#include <charconv>
 #include <cstdio>
-#include <limits>
 #include <random>
 #include <vector>
 
@@ -18,42 +16,27 @@ namespace devshop {
 namespace {
 
 constexpr int kMaxReplacement_bytes = 1 << 30;
+constexpr char kMissing[] = "There is no such file.";
 
 struct Range {
   std::size_t first = 0;
   std::size_t size = 0;
 };
 
-enum class RangeRequest { kNone, kSatisfiable, kUnsatisfiable };
-
-/// Parses `bytes=A-B`, `bytes=A-` or `bytes=-N`. Anything else, several ranges included, is no
-/// range: the whole file is sent.
-RangeRequest ParseRange(std::string_view header, std::size_t whole, Range* range) {
-  if (header.rfind("bytes=", 0) != 0) return RangeRequest::kNone;
-  header.remove_prefix(6);
+/// Parses `bytes=A-B`, `bytes=A-` or `bytes=-N`; empty when it cannot be satisfied. Anything else,
+/// several ranges included, is no range: the whole file is sent.
+std::optional<Range> ParseRange(const std::string& header, std::size_t whole) {
   const auto dash = header.find('-');
-  if (dash == std::string_view::npos) return RangeRequest::kNone;
-  const auto number = [](std::string_view text, std::size_t* value) {
-    const auto end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, *value);
-    if (error == std::errc::result_out_of_range) *value = std::numeric_limits<std::size_t>::max();
-    return stopped == end && !text.empty();
-  };
-  std::size_t first = 0, last = 0;
-  const auto tail = header.substr(dash + 1);
-  if (dash == 0) {
-    if (!number(tail, &last)) return RangeRequest::kNone;
-    *range = {whole - std::min(whole, last), std::min(whole, last)};
-  } else {
-    if (!number(header.substr(0, dash), &first)) return RangeRequest::kNone;
-    if (tail.empty()) {
-      last = whole;
-    } else if (!number(tail, &last) || last < first) {
-      return RangeRequest::kNone;
-    }
-    if (first < whole) *range = {first, std::min(last, whole - 1) - first + 1};
+  if (!header.starts_with("bytes=") || dash == std::string::npos) return std::nullopt;
+  const std::string from = header.substr(6, dash - 6), to = header.substr(dash + 1);
+  const auto first = ParseNumber(from), last = ParseNumber(to);
+  if ((!first && !from.empty()) || (!last && !to.empty()) || (!first && !last)) {
+    return std::nullopt;
   }
-  return range->size > 0 ? RangeRequest::kSatisfiable : RangeRequest::kUnsatisfiable;
+  if (!first) return Range{whole - std::min(whole, *last), std::min(whole, *last)};
+  if (last && *last < *first) return std::nullopt;
+  if (*first >= whole) return Range{};
+  return Range{*first, std::min(last.value_or(whole), whole - 1) - *first + 1};
 }
 
 /// Pseudo-random bytes: data at a wrong offset does not compare equal.
@@ -66,14 +49,6 @@ std::string NoiseBytes(std::size_t size, unsigned revision) {
   }
   bytes.resize(size);
   return bytes;
-}
-
-std::string FormatHttpTime(std::time_t time) {
-  return FormatTime(time, "%a, %d %b %Y %H:%M:%S GMT");
-}
-
-void ServeMissingFile(Response& response) {
-  response.SetError(404, "There is no such file.");
 }
 
 std::string ImageType(const std::string& file) {
@@ -114,7 +89,7 @@ FileServer::Content FileServer::OpenBytes(std::shared_ptr<const std::string> byt
 
 void FileServer::Serve(const Content& content, const ServeOptions& options, const std::string& type,
                        const Request& request, Response& response) {
-  const std::string modified = FormatHttpTime(content.modified);
+  const std::string modified = FormatTime(content.modified, "%a, %d %b %Y %H:%M:%S GMT");
   if (options.validators == "strong") response.SetHeader("ETag", content.etag);
   if (options.validators != "none") response.SetHeader("Last-Modified", modified);
   response.SetHeader("Accept-Ranges", options.ranges ? "bytes" : "none");
@@ -122,19 +97,18 @@ void FileServer::Serve(const Content& content, const ServeOptions& options, cons
   Range sent{0, content.size_bytes};
   const std::string condition = request.GetHeader("If-Range");
   if (options.ranges && (condition.empty() || condition == content.etag || condition == modified)) {
-    Range range;
-    const auto asked = ParseRange(request.GetHeader("Range"), content.size_bytes, &range);
+    const auto range = ParseRange(request.GetHeader("Range"), content.size_bytes);
     const std::string whole = "/" + std::to_string(content.size_bytes);
-    if (asked == RangeRequest::kUnsatisfiable) {
+    if (range && range->size == 0) {
       response.status = 416;
       response.SetHeader("Content-Range", "bytes *" + whole);
       return;
     }
-    if (asked == RangeRequest::kSatisfiable) {
-      sent = range;
+    if (range) {
+      sent = *range;
       response.status = 206;
-      response.SetHeader("Content-Range", "bytes " + std::to_string(range.first) + "-" +
-                                              std::to_string(range.first + range.size - 1) + whole);
+      response.SetHeader("Content-Range", "bytes " + std::to_string(sent.first) + "-" +
+                                              std::to_string(sent.first + sent.size - 1) + whole);
     }
   }
   response.SetHeader("Content-Type", type);
@@ -168,14 +142,14 @@ bool FileServer::IsCustomer(const std::string& ean, const std::string& token) {
 void FileServer::ServeBook(const Request& request, Response& response) {
   std::vector<std::string> parts;  // "", "files", token, EAN, name
   boost::algorithm::split(parts, request.path, [](char c) { return c == '/'; });
-  if (parts.size() != 5) return ServeMissingFile(response);
+  if (parts.size() != 5) return response.SetError(404, kMissing);
   const Title* title = shop_.catalogue().Find(parts[3]);
   if (title == nullptr || parts[4] != title->file || !IsCustomer(title->ean, parts[2])) {
-    return ServeMissingFile(response);
+    return response.SetError(404, kMissing);
   }
   const ServeOptions options = OptionsFor(title->ean);
   const auto content = OpenBook(*title, options);
-  if (!content) return ServeMissingFile(response);
+  if (!content) return response.SetError(404, kMissing);
   response.SetHeader("Content-Disposition",
                      "attachment; filename*=UTF-8''" + PercentEncode(title->file));
   response.SetHeader("Cache-Control", "private");
@@ -187,7 +161,7 @@ void FileServer::ServeCover(const Request& request, Response& response) {
   const auto content = title == nullptr || title->cover.empty()
                            ? std::nullopt
                            : OpenFile(shop_.catalogue().Path(title->cover));
-  if (!content) return ServeMissingFile(response);
+  if (!content) return response.SetError(404, kMissing);
   Serve(*content, {}, ImageType(title->cover), request, response);
 }
 
@@ -241,9 +215,7 @@ Json FileServer::BookJson(const Title& title) const {
   std::string bytes;
   const auto content = OpenBook(title, options);
   if (!content) return json;
-  for (std::string piece; bytes.size() < content->size_bytes; bytes += piece) {
-    if (!content->read(bytes.size(), content->size_bytes - bytes.size(), &piece)) break;
-  }
+  content->read(0, content->size_bytes, &bytes);
   json["size_bytes"] = bytes.size();
   json["sha256"] = Sha256Hex(bytes);
   json["etag"] = content->etag;

@@ -11,6 +11,7 @@ body { max-width: 440px; margin: 12px auto; padding: 0 12px; font: 16px/1.45 san
 h1 { font-size: 1.25rem; }
 table, input, button { width: 100%; }
 td { padding: 7px 0; border-bottom: 1px solid #d5dbe1; vertical-align: top; }
+.sum { font-weight: 600; }
 td:last-child { text-align: right; white-space: nowrap; padding-left: 12px; }
 small { display: block; color: #5b6875; }
 label { display: block; margin-top: 12px; font-weight: 600; }

@@ -32,8 +32,7 @@ void PrintAddresses(int shop, int config, int control, const std::string& token,
 void Run(const Options& options) {
   HttpServer server;
   const DataDirectory data(options.data);
-  const Authority authority(data.path());
-  const TlsContext tls = authority.ServerContext(options.certificate);
+  const TlsContext tls = MakeServerContext(data.path(), options.certificate);
   Shop shop(options.books, options.accounts, data.state_file());
   FileServer files(shop);
   ConfigurationService configuration;
@@ -66,7 +65,7 @@ void Run(const Options& options) {
       [&](const Request& request, Response& response) { control.Handle(request, response); });
   control.set_port(control_number);
   PrintAddresses(shop_number, config_number, control_number, control.token(),
-                 authority.certificate_file());
+                 data.path() / "ca.pem");
   server.Run();
 }
 

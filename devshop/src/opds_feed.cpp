@@ -1,7 +1,6 @@
 #include "opds_feed.h"
 
 #include <algorithm>
-#include <charconv>
 #include <initializer_list>
 #include <pugixml.hpp>
 #include <sstream>
@@ -16,7 +15,6 @@ constexpr std::size_t kTitlesPerPage = 10;
 constexpr char kFeedType[] = "application/atom+xml;profile=opds-catalog;kind=acquisition";
 constexpr char kTicketType[] = "application/vnd.adobe.adept+xml";
 const std::string kOpds = "http://opds-spec.org/";
-const std::string kOpdsNames = kOpds + "2010/catalog";
 const std::string kOpenSearch =
     "http://a9.com/-/sp"
     "ec/opensearch/1.1/";
@@ -103,15 +101,6 @@ std::string Serialize(const pugi::xml_document& document) {
   return text.str();
 }
 
-/// The number of the requested page, 1 by default; 0 when it is not a number.
-std::size_t RequestedPage(const Request& request) {
-  const std::string text = GetField(request.query, "page");
-  std::size_t page = text.empty() ? 1 : 0;
-  const auto end = text.data() + text.size();
-  const auto [stopped, error] = std::from_chars(text.data(), end, page);
-  return text.empty() || stopped == end ? page : 0;
-}
-
 }  // namespace
 
 void ServeFeed(const Catalogue& catalogue, const Request& request, Response& response) {
@@ -119,7 +108,8 @@ void ServeFeed(const Catalogue& catalogue, const Request& request, Response& res
   const auto hits = catalogue.Search(words);
   const std::size_t pages =
       std::max<std::size_t>(1, (hits.size() + kTitlesPerPage - 1) / kTitlesPerPage);
-  const std::size_t page = RequestedPage(request);
+  const std::string asked = GetField(request.query, "page");
+  const std::size_t page = asked.empty() ? 1 : ParseNumber(asked).value_or(0);
   if (page == 0 || page > pages) {
     return response.SetError(404, "The catalogue has pages 1 to " + std::to_string(pages) + ".");
   }
@@ -128,7 +118,7 @@ void ServeFeed(const Catalogue& catalogue, const Request& request, Response& res
   auto feed = AddElement(document, "feed", "",
                          {{"xmlns", "http://www.w3.org/2005/Atom"},
                           {"xmlns:dc", "http://purl.org/dc/terms/"},
-                          {"xmlns:opds", kOpdsNames},
+                          {"xmlns:opds", kOpds + "2010/catalog"},
                           {"xmlns:opensearch", kOpenSearch}});
   AddElement(feed, "id", PageUrl(words, page));
   AddElement(feed, "title", words.empty() ? kShopName : kShopName + ": " + words);

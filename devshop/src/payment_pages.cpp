@@ -119,8 +119,9 @@ void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typ
     inputs = "<p>From your wallet account " + EscapeHtml(order.email) + "</p>\n";
   }
   ServePage(response, by_card ? "Pay by card" : "Pay with your wallet",
-            "<p>Order " + order.id + "</p>\n<table>\n" + rows + "<tr><td><b>Total</b></td><td><b>" +
-                amount + "</b></td></tr>\n</table>\n<form method=\"post\">\n" + inputs +
+            "<p>Order " + order.id + "</p>\n<table>\n" + rows +
+                "<tr class=\"sum\"><td>Total</td><td>" + amount +
+                "</td></tr>\n</table>\n<form method=\"post\">\n" + inputs +
                 "<button class=\"main\" name=\"decision\" value=\"approve\">Pay " + amount +
                 "</button>\n<button name=\"decision\" value=\"cancel\">Cancel</button>\n</form>\n"
                 "<small>Development shop: no money moves.</small>\n");

@@ -9,12 +9,6 @@ namespace {
 constexpr std::size_t kMaxEntries = 10'000;
 constexpr std::size_t kMinSecret_characters = 32;
 
-Json FieldsJson(const Fields& fields) {
-  Json json = Json::array();
-  for (const auto& [name, value] : fields) json.push_back({name, value});
-  return json;
-}
-
 /// A path for the terminal: links of bought books and payments contain a secret.
 std::string RedactSecrets(const std::string& path) {
   std::string redacted;
@@ -70,9 +64,9 @@ Json RequestLog::ToJson() const {
                         {"connection", entry.request.connection},
                         {"method", entry.request.method},
                         {"path", entry.request.path},
-                        {"query", FieldsJson(entry.request.query)},
+                        {"query", entry.request.query},
                         {"headers", std::move(headers)},
-                        {"form", FieldsJson(entry.request.form)},
+                        {"form", entry.request.form},
                         {"status", entry.status},
                         {"fault", entry.fault}});
   }

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <boost/algorithm/string/replace.hpp>
+#include <boost/locale/encoding_utf.hpp>
 #include <charconv>
 #include <cstring>
 #include <cwctype>
+#include <limits>
+#include <regex>
 
 namespace devshop {
 namespace {
@@ -19,10 +22,6 @@ std::string DecodeFormValue(std::string_view text) {
   std::string spaced(text);
   std::replace(spaced.begin(), spaced.end(), '+', ' ');
   return PercentDecode(spaced);
-}
-
-bool IsNumber(std::string_view text) {
-  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 }  // namespace
@@ -91,35 +90,29 @@ std::string EscapeHtml(std::string_view text) {
 }
 
 std::string FoldCase(const std::string& utf8) {
-  std::string folded;
-  std::mbstate_t reading{}, writing{};
-  for (std::size_t at = 0; at < utf8.size();) {
-    wchar_t letter = 0;
-    const auto length = std::mbrtowc(&letter, &utf8[at], utf8.size() - at, &reading);
-    std::array<char, 16> lower{};
-    if (length == 0 || length > utf8.size()) {  // not UTF-8: the byte is kept
-      folded += utf8[at++];
-      reading = {};
-      continue;
-    }
-    at += length;
-    const auto lower_length = std::wcrtomb(
-        lower.data(), static_cast<wchar_t>(std::towlower(static_cast<wint_t>(letter))), &writing);
-    if (lower_length <= lower.size()) folded.append(lower.data(), lower_length);
+  using boost::locale::conv::utf_to_utf;
+  try {
+    std::wstring letters = utf_to_utf<wchar_t>(utf8, boost::locale::conv::stop);
+    for (wchar_t& letter : letters)
+      letter = static_cast<wchar_t>(std::towlower(std::wint_t(letter)));
+    return utf_to_utf<char>(letters);
+  } catch (const boost::locale::conv::conversion_error&) {
+    return utf8;
   }
-  return folded;
+}
+
+std::optional<std::size_t> ParseNumber(std::string_view text) {
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (text.empty() || end != text.data() + text.size()) return std::nullopt;
+  return error == std::errc() ? number : std::numeric_limits<std::size_t>::max();
 }
 
 std::optional<long> ParseCents(const std::string& amount) {
-  const auto point = amount.find('.');
-  const std::string whole = amount.substr(0, point);
-  const std::string fraction =
-      point == std::string::npos ? "00" : (amount.substr(point + 1) + "0").substr(0, 2);
-  if (!IsNumber(whole) || !IsNumber(fraction) || whole.size() > 9 || fraction.size() != 2 ||
-      (point != std::string::npos && amount.size() - point > 3)) {
-    return std::nullopt;
-  }
-  return std::stol(whole) * 100 + std::stol(fraction);
+  static const std::regex pattern("([0-9]{1,9})(?:\\.([0-9]{1,2}))?");
+  std::smatch parts;
+  if (!std::regex_match(amount, parts, pattern)) return std::nullopt;
+  return std::stol(parts[1]) * 100 + std::stol((parts[2].str() + "00").substr(0, 2));
 }
 
 std::string FormatCents(long cents, char separator) {

@@ -33,8 +33,11 @@ std::string PercentDecode(std::string_view text);
 /// Escapes for HTML content and quoted attributes.
 std::string EscapeHtml(std::string_view text);
 
-/// Lower case of UTF-8, for comparison; uses the LC_CTYPE locale.
+/// Lower case of UTF-8, for comparison; uses the LC_CTYPE locale. Other bytes are returned as sent.
 std::string FoldCase(const std::string& utf8);
+
+/// Parses decimal digits; a larger number is the largest. Empty when there is anything else.
+std::optional<std::size_t> ParseNumber(std::string_view text);
 
 /// "12.99" is 1299. Empty when the string is not an amount.
 std::optional<long> ParseCents(const std::string& amount);
