@@ -46,6 +46,16 @@ std::string Encode(const Fields& fields) {
   return text;
 }
 
+Fields CartForm(const std::string& session, const Fields& quantities) {
+  Fields form{{"opdsSessionId", session}};
+  for (const auto& [ean, quantity] : quantities) {
+    const std::string row = std::to_string(form.size() / 2);
+    form.emplace_back("ean_" + row, ean);
+    form.emplace_back("quantity_" + row, quantity);
+  }
+  return form;
+}
+
 void RunningShop::Start(const Command& options) {
   signal(SIGPIPE, SIG_IGN);  // connections break here on purpose
   if (!Exists(directory_ / "books")) WriteBooks(directory_);
@@ -95,12 +105,9 @@ std::string RunningShop::LogIn(const std::string& user) {
 std::pair<std::string, std::string> RunningShop::Commit(const std::string& session,
                                                         const std::vector<std::string>& eans,
                                                         const Fields& payment) {
-  Fields cart{{"opdsSessionId", session}};
-  for (std::size_t i = 0; i < eans.size(); ++i) {
-    cart.emplace_back("ean_" + std::to_string(i), eans[i]);
-    cart.emplace_back("quantity_" + std::to_string(i), "1");
-  }
-  const std::string order = Call("/addToCart", cart)["response"]["orderId"];
+  Fields cart;
+  for (const auto& ean : eans) cart.emplace_back(ean, "1");
+  const std::string order = Call("/addToCart", CartForm(session, cart))["response"]["orderId"];
   const Fields form{{"opdsSessionId", session}, {"orderId", order}};
   const std::string url = Call("/commitOrderForPayment", form + payment).at("response").at("url");
   return {order, url.empty() ? url : url.substr(kHost.size())};

@@ -21,6 +21,9 @@ inline const std::string kAnna = "anna@quire.example";
 /// `name=value` pairs, percent-encoded and joined by `&`.
 std::string Encode(const Fields& fields);
 
+/// The form that puts these EANs, with their quantities, into the session's cart.
+Fields CartForm(const std::string& session, const Fields& quantities);
+
 /// A shop with twelve books in a directory of its own. The books have the EANs "9001" to "9012" and
 /// prices of 1.99 to 12.99; 9005 is out of sale, 9003 is a ticket. Anna owns 9001 and 9002.
 class RunningShop : public testing::Test {

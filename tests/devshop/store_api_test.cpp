@@ -57,17 +57,8 @@ TEST_F(DevshopStoreApi, RegistersCustomerOnce) {
 
 TEST_F(DevshopStoreApi, PricesCartWithoutUnavailableTitles) {
   const std::string session = LogIn();
-  const Json added = Call("/addToCart", {{"opdsSessionId", session},
-                                         {"ean_0", ""},
-                                         {"quantity_0", "1"},
-                                         {"ean_1", "9004"},
-                                         {"quantity_1", "2"},
-                                         {"ean_2", "9005"},
-                                         {"quantity_2", "1"},
-                                         {"ean_3", "9007"},
-                                         {"quantity_3", "1"},
-                                         {"ean_4", "9008"},
-                                         {"quantity_4", "0"}});
+  const Fields wanted{{"", "1"}, {"9004", "2"}, {"9005", "1"}, {"9007", "1"}, {"9008", "0"}};
+  const Json added = Call("/addToCart", CartForm(session, wanted));
   const std::string order = added["response"]["orderId"];
   const Json cart = Call("/getCart", {{"opdsSessionId", session}, {"orderId", order}})["response"];
   ASSERT_EQ(cart["orderItems"].size(), 2u);
