@@ -108,7 +108,7 @@ void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typ
     const Title* book = catalogue.Find(ean);
     if (book == nullptr) continue;
     currency = book->currency;
-    rows += "<tr><td>" + EscapeHtml(book->title) + "<small>" + EscapeHtml(book->author) +
+    rows += "<tr><td>" + EscapeHtml(book->title) + " <small>" + EscapeHtml(book->author) +
             "</small></td><td>" + EscapeHtml(FormatPrice(book->price_cents, currency)) +
             "</td></tr>\n";
   }
@@ -116,7 +116,9 @@ void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typ
   if (by_card) {
     for (const Input& input : kInputs) inputs += InputHtml(input, typed, wrong);
   } else {
-    inputs = "<p>From your wallet account " + EscapeHtml(order.email) + "</p>\n";
+    inputs = "<p>Your wallet account<br>\n" + EscapeHtml(order.email) +
+             "<br>\nApprove in your wallet account, and the shop gets " + amount +
+             " from it.</p>\n";
   }
   ServePage(response, by_card ? "Pay by card" : "Pay with your wallet",
             "<p>Order " + order.id + "</p>\n<table>\n" + rows +
@@ -124,7 +126,7 @@ void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typ
                 "</td></tr>\n</table>\n<form method=\"post\">\n" + inputs +
                 "<button class=\"main\" name=\"decision\" value=\"approve\">Pay " + amount +
                 "</button>\n<button name=\"decision\" value=\"cancel\">Cancel</button>\n</form>\n"
-                "<small>Development shop: no money moves.</small>\n");
+                "<p><small>Development shop: no money moves.</small></p>\n");
 }
 
 void Decide(Shop& shop, Order& order, const Request& request, Response& response) {
