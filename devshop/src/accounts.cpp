@@ -18,10 +18,9 @@ std::string GetString(const Json& json, const char* name) {
 std::vector<BoughtBook> ReadBooks(const Json& json, const Catalogue& catalogue) {
   std::vector<BoughtBook> books;
   for (const Json& book : json) {
-    if (book.is_object() && catalogue.Find(GetString(book, "ean"))) {
-      books.push_back(
-          {GetString(book, "ean"), GetString(book, "date"), GetString(book, "orderId")});
-    }
+    const std::string ean = GetString(book, "ean");
+    if (!catalogue.Find(ean)) continue;
+    books.push_back({ean, GetString(book, "date"), GetString(book, "orderId")});
   }
   if (books.empty()) {
     const auto& titles = catalogue.titles();

@@ -10,10 +10,10 @@ constexpr std::size_t kMaxNonces = 100'000;
 const std::string kDataString = "Tw3kH-pL";
 
 /// The signature of the request without its signature parameter.
-std::string ExpectedSignature(const Request& request, const std::string& signature_name) {
+std::string ExpectedSignature(const Request& request) {
   std::string query;
   for (const auto& [name, value] : request.query) {
-    if (name == signature_name) continue;
+    if (name == "client_signature") continue;
     query += (query.empty() ? "" : "&") + PercentEncode(name) + "=" + PercentEncode(value);
   }
   const std::string url = "http://" + request.GetHeader("Host") + request.path;
@@ -46,8 +46,7 @@ std::string ConfigurationService::FindMistake(const Request& request) {
     if (GetField(request.query, name).empty())
       return "The parameter " + std::string(name) + " is missing.";
   }
-  const std::string signature = "client_signature";
-  if (!SecretsEqual(GetField(request.query, signature), ExpectedSignature(request, signature))) {
+  if (!SecretsEqual(GetField(request.query, "client_signature"), ExpectedSignature(request))) {
     return "The parameter client_signature does not sign this request.";
   }
   return UseNonce(GetField(request.query, "nonce")) ? "" : "The nonce has been used before.";
