@@ -80,7 +80,7 @@ TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
   PrepareStart();
   manager().LogIn("anna", kPassword);
   manager().AddToCart(MakeBook("C1"));
-  device.HoldDownloads();
+  device.holds_downloads = true;
   manager().DownloadBookById("B1");
   device.ClearJournal();
   manager().LogOut();

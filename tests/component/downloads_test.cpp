@@ -145,7 +145,7 @@ TEST_F(StoreManagerDownloads, RequestsBookLinkUnderFileName) {
 }
 
 TEST_F(StoreManagerDownloads, DropsBookQueuedWhileAnotherDownloads) {
-  device.HoldDownloads();
+  device.holds_downloads = true;
   EXPECT_EQ(manager().DownloadBookById("A"), 0);
   EXPECT_EQ(StatusOf("A"), BookStatus::kDownloading);
   EXPECT_EQ(manager().DownloadBookById("B"), 1);

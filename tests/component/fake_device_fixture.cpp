@@ -10,6 +10,12 @@
 
 namespace saltmoor::quire {
 
+std::string Repeat(const std::string& text, int times) {
+  std::string all;
+  while (times-- > 0) all += text;
+  return all;
+}
+
 Lines ListFiles(const std::string& directory) {
   Lines names;
   for (const auto& entry : std::filesystem::directory_iterator(directory)) {

@@ -45,6 +45,7 @@ inline const std::string kSwitchboardAnswer =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
 
+std::string Repeat(const std::string& text, int times);
 Lines ListFiles(const std::string& directory);  ///< sorted
 Json::Value ParseJson(const std::string& text);
 /// "ok" or "failed", and the message.

@@ -10,12 +10,6 @@
 namespace saltmoor::quire {
 namespace {
 
-std::string Repeated(const std::string& text, int times) {
-  std::string all;
-  while (times-- > 0) all += text;
-  return all;
-}
-
 TEST(VerifyFilename, RemovesCharactersAndTruncates) {
   for (const char* itself : {"", " \t}~\x7f\x01 A", "a.b", "abc"}) {
     EXPECT_EQ(VerifyFilename(itself, 255, true), itself);
@@ -83,8 +77,8 @@ TEST(GenerateBookFileName, JoinsAuthorTitleAndFormat) {
   EXPECT_EQ(GenerateBookShortFileName(MakeBook("1", "A#1", "T")), "A1 - T");
   EXPECT_EQ(GenerateBookShortFileName(MakeBook("1", "", "T")), " - T");
   EXPECT_EQ(GenerateBookShortFileName(Book()), " - ");
-  const Book long_title = MakeBook("1", "A", Repeated("ß", 300));
-  EXPECT_EQ(GenerateBookShortFileName(long_title), "A - " + Repeated("ß", 251));
+  const Book long_title = MakeBook("1", "A", Repeat("ß", 300));
+  EXPECT_EQ(GenerateBookShortFileName(long_title), "A - " + Repeat("ß", 251));
 }
 
 class BookFile : public FakeDeviceFixture {};

@@ -12,7 +12,7 @@ namespace {
 class ServerApiCall : public FakeDeviceFixture {
  protected:
   ServerApi api;
-  std::string payload;
+  std::string record;
 
   void SetUp() override {
     FakeDeviceFixture::SetUp();
@@ -28,8 +28,9 @@ class ServerApiCall : public FakeDeviceFixture {
   ServerApi::Result Make(const StoreCall& call) {
     device.ClearJournal();
     api.SetSessionId(kSession);
-    payload.clear();
-    return call.make(api, &payload);
+    ServerApi::Result result;
+    std::tie(result, record) = call.make(api);
+    return result;
   }
 
   /// The parameters that the last call sent.
@@ -44,7 +45,7 @@ TEST_F(ServerApiCall, SendsParametersInOrderAndReadsAnswer) {
     SCOPED_TRACE(call.name);
     EXPECT_EQ(Describe(Make(call, call.answer)),
               std::string(call.name) == "Register" ? "ok: welcome" : "ok");
-    EXPECT_EQ(payload, call.payload);
+    EXPECT_EQ(record, call.record);
     EXPECT_EQ(Describe(api.GetLastFailure()), "");
     EXPECT_EQ(device.Journal({"GET", "POST"}),
               Lines{(call.path[0] == '/' ? "POST " : "GET ") + call.path + call.parameters});
@@ -56,7 +57,7 @@ TEST_F(ServerApiCall, LogsTransportError) {
   for (const StoreCall& call : kStoreCalls) {
     SCOPED_TRACE(call.name);
     device.ClearAnswers();
-    EXPECT_EQ(Describe(Make(call)) + payload, "failed");
+    EXPECT_EQ(Describe(Make(call)) + record, "failed");
     EXPECT_EQ(Describe(api.GetLastFailure()), "network 6");
     EXPECT_EQ(api.GetSessionId(), kSession);
     EXPECT_EQ(
@@ -72,7 +73,7 @@ TEST_F(ServerApiCall, FailsSilentlyWhenStatusIsNot200) {
       SCOPED_TRACE(std::string(call.name) + " " + std::to_string(status));
       for (const std::string& body :
            {call.answer, std::string(R"({"error":"true","response":{"ErrorMsg":"x"}})")}) {
-        EXPECT_EQ(Describe(Make(call, body, status)) + payload, "failed");
+        EXPECT_EQ(Describe(Make(call, body, status)) + record, "failed");
         EXPECT_EQ(Describe(api.GetLastFailure()),
                   status == 0 ? "status" : "status " + std::to_string(status));
         EXPECT_EQ(api.GetSessionId(), kSession);
@@ -90,13 +91,13 @@ TEST_F(ServerApiCall, IsRefusedOnlyWhenErrorIsTrue) {
     SCOPED_TRACE(call.name);
     const bool list = call.path == "/getUserEbook";
     for (const std::string error : {R"({"error":"true",)", R"({"error":true,)"}) {
-      EXPECT_EQ(Describe(Make(call, error + content)) + payload, list ? "failed: e" : "failed: E");
+      EXPECT_EQ(Describe(Make(call, error + content)) + record, list ? "failed: e" : "failed: E");
       EXPECT_EQ(Describe(api.GetLastFailure()), list ? "refused: e" : "refused: E");
       EXPECT_EQ(api.GetSessionId(), kSession);
       for (const char* rest :
            {R"("x":1})", R"("response":[{"orderItemEAN":"1"}]})", R"("response":5})",
             R"("response":{"ErrorMsg":["E"],"errorMsg":{}}})"}) {
-        EXPECT_EQ(Describe(Make(call, error + rest)) + payload, "failed") << rest;
+        EXPECT_EQ(Describe(Make(call, error + rest)) + record, "failed") << rest;
         EXPECT_EQ(Describe(api.GetLastFailure()), "refused") << rest;
       }
     }
@@ -117,7 +118,7 @@ TEST_F(ServerApiCall, SucceedsWithEmptyRecordWithoutJson) {
         {"[{}]", false}, {"{}", !list},     {R"({"response":{}})", !list}};
     for (const auto& [body, readable] : rows) {
       SCOPED_TRACE(std::string(call.name) + " " + body);
-      EXPECT_EQ(Describe(Make(call, body)) + payload, "ok");
+      EXPECT_EQ(Describe(Make(call, body)) + record, "ok");
       EXPECT_EQ(Describe(api.GetLastFailure()), readable ? "" : "unreadable");
     }
   }

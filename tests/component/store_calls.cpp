@@ -52,12 +52,11 @@ std::string Describe(const std::string& text) {
 }
 
 template <typename Record>
-Result Unpack(const std::tuple<Result, Record>& answer, std::string* payload) {
-  const Result& result = std::get<0>(answer);
+Answer Describe(const std::tuple<Result, Record>& answer) {
+  const auto& [result, record] = answer;
   // After a failed call the state of a payment is unspecified.
   const bool readable = result.code_ == ServerApi::kOk || !std::is_same_v<Record, ChekResult>;
-  *payload = readable ? Describe(std::get<1>(answer)) : "";
-  return result;
+  return {result, readable ? Describe(record) : ""};
 }
 
 const std::string kQuerySigned = "?device_sn=SN-1&nonce=NONCE&client_signature=SIGNATURE";
@@ -70,65 +69,57 @@ const std::vector<StoreCall> kStoreCalls = {
      "std::tuple<Result, SwitchboardConfig> "
      "saltmoor::quire::ServerApi::CallSwitchboard(const std::string &)",
      "make_tuple(Result(kFailed), SwitchboardConfig())", R"({"partner":" P "})", "P",
-     [](ServerApi& api, std::string* payload) {
-       return Unpack(api.CallSwitchboard(kSwitchboardUrl), payload);
-     }},
+     [](ServerApi& api) { return Describe(api.CallSwitchboard(kSwitchboardUrl)); }},
     {"LogIn", "/login", " username=anna&password=" + kPassword + "&storeId=4711", 163,
      "Result saltmoor::quire::ServerApi::LogIn(const std::string &, const std::string &)",
      "Result(kFailed)", R"({"response":{"opdsSessionId":"S-2"}})", "",
-     [](ServerApi& api, std::string*) { return api.LogIn("anna", kPassword); }},
+     [](ServerApi& api) { return Answer(api.LogIn("anna", kPassword), ""); }},
     {"LogOut", "/logout", " opdsSessionId=" + kSession + "& storeId=4711", 196,
      "Result saltmoor::quire::ServerApi::LogOut()", "Result(kFailed)", R"({"response":{}})", "",
-     [](ServerApi& api, std::string*) { return api.LogOut(); }},
+     [](ServerApi& api) { return Answer(api.LogOut(), ""); }},
     {"Register", "/registerUser",
      " email=e@x&password=" + kPassword + "&storeId=4711&name=N&lastname=L&title=T", 227,
      "Result saltmoor::quire::ServerApi::Register(const std::string &, const std::string &, "
      "const std::string &, const std::string &, const std::string &)",
      "Result(kFailed)", R"({"response":{"successMsg":"welcome"}})", "",
-     [](ServerApi& api, std::string*) { return api.Register("e@x", kPassword, "N", "L", "T"); }},
+     [](ServerApi& api) { return Answer(api.Register("e@x", kPassword, "N", "L", "T"), ""); }},
     {"GetCart", "/getCart", " " + kIds + "&orderId=O 1/&", 256,
      "std::tuple<Result, Cart> saltmoor::quire::ServerApi::GetCart(const std::string &)",
      "make_tuple(Result(kFailed), cart)",
      R"({"response":{"order":{"orderId":"O","orderAmount":"1.5"},
          "orderItems":[{"orderItemEAN":"E"}]}})",
-     "O1.500000[E]",
-     [](ServerApi& api, std::string* payload) { return Unpack(api.GetCart("O 1/&"), payload); }},
+     "O1.500000[E]", [](ServerApi& api) { return Describe(api.GetCart("O 1/&")); }},
     {"AddToCart", "/addToCart", " " + kIds + "&ean_0=978A&quantity_0=-1", 284,
      "std::tuple<Result, std::string> saltmoor::quire::ServerApi::AddToCart(const std::string &, "
      "int)",
      "make_tuple(Result(kFailed), std::string())", R"({"response":{"orderId":20000000001}})",
-     "20000000001",
-     [](ServerApi& api, std::string* payload) {
-       return Unpack(api.AddToCart("978A", -1), payload);
-     }},
+     "20000000001", [](ServerApi& api) { return Describe(api.AddToCart("978A", -1)); }},
     {"AddArrayToCart", "/addToCart",
      " " + kIds + "&ean_0=&quantity_0=0&ean_1=978A&quantity_1=2&ean_2=978B&quantity_2=1", 321,
      "std::tuple<Result, std::string> "
      "saltmoor::quire::ServerApi::AddArrayToCart(const std::map<std::string, int>)",
      "make_tuple(Result(kFailed), std::string())", R"({"response":{"orderId":"O"}})", "O",
-     [](ServerApi& api, std::string* payload) {
-       return Unpack(api.AddArrayToCart({{"978B", 1}, {"978A", 2}, {"", 0}}), payload);
+     [](ServerApi& api) {
+       return Describe(api.AddArrayToCart({{"978B", 1}, {"978A", 2}, {"", 0}}));
      }},
     {"CheckOrder", "/checkOrder", " orderId=O&storeId=4711&opdsSessionId=" + kSession, 380,
      "std::tuple<Result, ChekResult> saltmoor::quire::ServerApi::CheckOrder(const std::string &)",
      "make_tuple(Result(kFailed), check_result)", R"({"response":{"paymentStatus":"Success"}})",
-     "3",
-     [](ServerApi& api, std::string* payload) { return Unpack(api.CheckOrder("O"), payload); }},
+     "3", [](ServerApi& api) { return Describe(api.CheckOrder("O")); }},
     {"commitOrderForPayment", "/commitOrderForPayment",
      " opdsSessionId=" + kSession + "&orderId=O&storeId=4711&paymethod=PAYPAL", 417,
      "CommitOrderResult saltmoor::quire::ServerApi::commitOrderForPayment(const std::string &, "
      "const std::string &)",
      "result", R"({"response":{"status":"S","url":"https://pay/"}})", "Shttps://pay/",
-     [](ServerApi& api, std::string* payload) {
-       const ServerApi::CommitOrderResult commit = api.commitOrderForPayment("O", "PAYPAL");
-       *payload = commit.status + commit.url;
-       return commit.res;
+     [](ServerApi& api) {
+       const auto commit = api.commitOrderForPayment("O", "PAYPAL");
+       return Answer(commit.res, commit.status + commit.url);
      }},
     {"GetUserEbook", "/getUserEbook", " " + kIds, 458,
      "std::tuple<Result, std::vector<Book>> saltmoor::quire::ServerApi::GetUserEbook()",
      "make_tuple(Result(kFailed), books)",
      R"({"response":[{"orderItemEAN":"1"},7,{"orderItemEAN":"1"}]})", "[1][][1]",
-     [](ServerApi& api, std::string* payload) { return Unpack(api.GetUserEbook(), payload); }},
+     [](ServerApi& api) { return Describe(api.GetUserEbook()); }},
     {"SubmitOrder", "/submitOrder",
      " orderId=O&storeId=4711&opdsSessionId=" + kSession + "&paymethod=CCARD", 494,
      "std::tuple<Result, Order> saltmoor::quire::ServerApi::SubmitOrder(const std::string &, "
@@ -136,18 +127,14 @@ const std::vector<StoreCall> kStoreCalls = {
      "make_tuple(Result(kFailed), order)",
      R"({"response":{"order":{"orderDatePlaced":"D","positions":[1]},"orderDatePlaced":"no",
          "positions":[{"orderItemEAN":"E"}]}})",
-     "D[E]+order",
-     [](ServerApi& api, std::string* payload) {
-       return Unpack(api.SubmitOrder("O", "CCARD"), payload);
-     }},
+     "D[E]+order", [](ServerApi& api) { return Describe(api.SubmitOrder("O", "CCARD")); }},
     {"GetUserData", "/getUserData", " storeId=4711&opdsSessionId=" + kSession, 521,
      "std::tuple<Result, UserData> saltmoor::quire::ServerApi::GetUserData()",
      "make_tuple(Result(kFailed), user_data)",
      R"({"response":{"payMethod":"n","mobile":12,"birthday":1.5,"phone":"l","email":"k",
          "country":"j","city":"i","zip":" g","street":"f","company":"e","surname":"d","name":"c",
          "title":"b","userId":9781234567897}})",
-     "9781234567897bcdef gijkl12n",
-     [](ServerApi& api, std::string* payload) { return Unpack(api.GetUserData(), payload); }},
+     "9781234567897bcdef gijkl12n", [](ServerApi& api) { return Describe(api.GetUserData()); }},
 };
 
 }  // namespace saltmoor::quire

@@ -3,11 +3,15 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "server_api.h"
 
 namespace saltmoor::quire {
+
+/// The result of a call and its record in words, which are empty for a default one.
+using Answer = std::pair<ServerApi::Result, std::string>;
 
 /// One of the twelve calls of the server, with fixed arguments.
 struct StoreCall {
@@ -18,10 +22,8 @@ struct StoreCall {
   const char* function;  ///< as the log shows it
   const char* returned;  ///< the returned expression in the log
   std::string answer;    ///< a valid one
-  const char* payload;   ///< the record that the call reads from it, as `make` describes it
-
-  /// Makes the call and describes the whole record: empty for a default one.
-  std::function<ServerApi::Result(ServerApi&, std::string* payload)> make;
+  const char* record;    ///< the record that the call reads from it
+  std::function<Answer(ServerApi&)> make;
 };
 
 extern const std::vector<StoreCall> kStoreCalls;

@@ -1,7 +1,7 @@
 #ifndef QUIRE_TESTS_FAKE_DEVICE_H_
 #define QUIRE_TESTS_FAKE_DEVICE_H_
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <initializer_list>
@@ -37,9 +37,9 @@ class Device {
   ///     log LEVEL SOURCE:LINE FUNCTION: TEXT
   ///
   /// Keys of secrets begin with "secret ", those of numbers with "int ".
-  Lines Journal() const;
-  /// The lines that begin with one of these.
-  Lines Journal(std::initializer_list<const char*> beginnings) const;
+  ///
+  /// \return the lines that begin with one of `beginnings`.
+  Lines Journal(std::initializer_list<const char*> beginnings = {""}) const;
   void ClearJournal();
 
   /// Violations of the contract: a handle that is closed twice or used after it was closed, a
@@ -65,8 +65,8 @@ class Device {
 
   // --- The rest
 
-  std::deque<std::int64_t>
-      clock_s;  ///< one for each reading, the last is repeated; empty: the system's
+  /// One for each reading, the last is repeated; empty: the system's.
+  std::deque<std::int64_t> clock_s;
   const char* serial_number = "SN-1";
   const char* signing_key = "KEY";
   int scanner_task = -1;
@@ -81,7 +81,7 @@ class Device {
     int total = 0, done = 0;
     int transport_error = 0, http_status = 0;  ///< of a failed one, with "no book came"
   } download;
-  void HoldDownloads();
+  std::atomic<bool> holds_downloads = false;
   void ReleaseDownloads();
 
   struct {
@@ -102,13 +102,10 @@ class Device {
   void Record(const std::string& line);
   void RecordMisuse(const std::string& what);
   Reply NextReply(const std::string& path);
-  void WaitForRelease();
   std::int64_t Now();
 
  private:
   mutable std::mutex mutex_;
-  std::condition_variable released_;
-  bool held_ = false;
   Lines journal_;
   Lines misuse_;
   std::map<std::string, std::deque<Reply>> replies_;

@@ -8,7 +8,6 @@ namespace saltmoor::opds {
 using fake::device;
 
 struct ResourceDownloader::State {
-  std::mutex mutex;
   std::string directory;
   std::string saved_path;
 };
@@ -24,10 +23,9 @@ int ResourceDownloader::DownloadResource(const std::string& url, const std::stri
                                          std::function<void(int)> progress) {
   device.Record("download " + url + " as " + file_name);
   if (progress) device.RecordMisuse("a progress callback");
-  device.WaitForRelease();
+  device.holds_downloads.wait(true);
   if (device.download.result != 0) return device.download.result;
   const std::string& name = device.download.saved_name;
-  const std::lock_guard<std::mutex> lock(state_->mutex);
   state_->saved_path = state_->directory + "/" + (name.empty() ? file_name : name);
   std::ofstream(state_->saved_path) << "a book";
   return 0;
@@ -41,7 +39,6 @@ void ResourceDownloader::GetProgress(bool* active, std::string* name, int* total
 }
 
 std::string ResourceDownloader::GetSavedPath() const {
-  const std::lock_guard<std::mutex> lock(state_->mutex);
   return state_->saved_path;
 }
 
@@ -49,9 +46,8 @@ utilities::Downloader::StatusInfo ResourceDownloader::GetStatusInfo() const {
   device.Record("status of download");
   utilities::Downloader::StatusInfo info;
   if (device.download.result != 0) {
-    info.code = device.download.transport_error;
-    info.http_status = device.download.http_status;
-    info.error = "no book came";
+    info = {
+        device.download.transport_error, 0, device.download.http_status, "", "", "no book came"};
     return info;
   }
   info.url = "text/html";  // so that only a reader of the right field passes

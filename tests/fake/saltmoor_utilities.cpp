@@ -80,15 +80,11 @@ int BrowserAuthorization::Start(const std::string& url, const std::vector<std::s
   std::string line = "browser run " + browser_path_;
   for (const std::string& arg : args) line += " " + arg;
   device.Record(line + " " + url);
-  const auto set_running = [this](bool running) {
+  const auto running = [this](std::optional<bool> value = {}) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    running_ = running;
+    return running_ = value.value_or(running_);
   };
-  const auto running = [this] {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return running_;
-  };
-  set_running(true);
+  running(true);
   std::thread([&] {
     for (const std::string& visit : device.browser.visits) {
       if (running()) handler_->UrlChanged(visit);
@@ -99,7 +95,7 @@ int BrowserAuthorization::Start(const std::string& url, const std::vector<std::s
     }
     if (running()) device.browser.fails ? handler_->BrowserError() : handler_->BrowserClosed();
   }).join();
-  set_running(false);
+  running(false);
   return device.browser.result;
 }
 

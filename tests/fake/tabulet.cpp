@@ -2,12 +2,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
-#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <iterator>
 
 #include "fake_device.h"
 
@@ -15,28 +17,15 @@ namespace fake {
 
 Device device;
 
-namespace {
-
-std::set<iconfig_s*> open_handles;
-
-}  // namespace
-
-Lines Device::Journal() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return journal_;
-}
+static std::set<iconfig_s*> open_handles;
 
 Lines Device::Journal(std::initializer_list<const char*> beginnings) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   Lines lines;
-  for (const std::string& line : journal_) {
-    for (const char* beginning : beginnings) {
-      if (line.starts_with(beginning)) {
-        lines.push_back(line);
-        break;
-      }
-    }
-  }
+  std::ranges::copy_if(journal_, std::back_inserter(lines), [&](const std::string& line) {
+    return std::ranges::any_of(beginnings,
+                               [&](const char* text) { return line.starts_with(text); });
+  });
   return lines;
 }
 
@@ -70,20 +59,9 @@ void Device::ClearAnswers() {
   replies_.clear();
 }
 
-void Device::HoldDownloads() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  held_ = true;
-}
-
 void Device::ReleaseDownloads() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  held_ = false;
-  released_.notify_all();
-}
-
-void Device::WaitForRelease() {
-  std::unique_lock<std::mutex> lock(mutex_);
-  released_.wait(lock, [this] { return !held_; });
+  holds_downloads = false;
+  holds_downloads.notify_all();
 }
 
 void Device::Record(const std::string& line) {
@@ -106,11 +84,7 @@ Device::Reply Device::NextReply(const std::string& path) {
 }
 
 std::int64_t Device::Now() {
-  if (clock_s.empty()) {
-    return std::chrono::duration_cast<std::chrono::seconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-  }
+  if (clock_s.empty()) return std::time(nullptr);
   const std::int64_t now = clock_s.front();
   if (clock_s.size() > 1) clock_s.pop_front();
   return now;
