@@ -7,12 +7,11 @@
 #include <cstdio>
 #include <exception>
 
-#include "device_directory.h"
+#include "device.h"
 #include "init.h"
 #include "options.h"
-#include "programs.h"
+#include "process.h"
 #include "sandbox.h"
-#include "supervisor.h"
 
 namespace launcher {
 namespace {

@@ -5,8 +5,6 @@
 #include <set>
 #include <system_error>
 
-#include "device_directory.h"
-
 namespace fs = std::filesystem;
 
 namespace launcher {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "device.h"
 #include "options.h"
-#include "programs.h"
 
 namespace launcher {
 
