@@ -7,7 +7,7 @@
 #include <set>
 #include <string_view>
 
-#include "../string_util.h"
+#include "../util.h"
 #include "../xml_text.h"
 
 namespace agent {

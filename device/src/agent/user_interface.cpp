@@ -14,8 +14,6 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "../string_util.h"
-
 namespace agent {
 namespace {
 
@@ -78,8 +76,6 @@ std::string Wrap(const std::string& line, std::size_t columns, const std::string
 }  // namespace
 
 UserInterface::UserInterface() {
-  const char* answer = std::getenv("QUIRE_BROWSER_ANSWER");
-  scripted_answer_ = answer ? answer : "";
   if (scripted_answer_.empty()) {
     terminal_in_.open("/dev/tty");
     terminal_out_.open("/dev/tty");

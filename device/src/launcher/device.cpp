@@ -11,6 +11,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "../util.h"
 #include "options.h"
 
 namespace fs = std::filesystem;

@@ -17,11 +17,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "../util.h"
 #include "process.h"
 
 namespace launcher {
@@ -61,14 +61,6 @@ bool DenyNewerCalls() {
   const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
   return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
          prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
-}
-
-bool IsTraced() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("TracerPid:")) return !line.ends_with("\t0");
-  }
-  return false;
 }
 
 /// Makes this process, and what it starts, one that proot can serve: it ends with proot, adopts

@@ -23,7 +23,7 @@ int Launch(const Options& options) {
   InitOptions init;
   init.program = options.program;
   init.program[0] = FindProgram(options.program[0], programs, device.path());
-  const FileSystem files = ComposeFileSystem(options, programs, device.path(), init.program[0]);
+  const auto visible = FindVisiblePaths(options, programs, init.program[0]);
   init.scanner = options.scanner;
   if (init.scanner && access((device.path() + "/ebrmain/bin/scanner.app").c_str(), X_OK) != 0) {
     std::fprintf(stderr, "quire-device: no scanner.app in %s; going on without it\n",
@@ -33,8 +33,9 @@ int Launch(const Options& options) {
   for (const std::string sandbox : {"bwrap", "proot"}) {
     if (!options.sandbox.empty() && options.sandbox != sandbox) continue;
     init.traced = sandbox == "proot";
-    const SandboxRun run = RunInSandbox(init.traced ? ProotCommand(files) : BwrapCommand(files),
-                                        programs.launcher, init);
+    Command command = (init.traced ? ProotCommand : BwrapCommand)(device.path(), visible);
+    command.push_back(programs.launcher);
+    const SandboxRun run = RunInSandbox(command, init);
     if (run.began) return run.exit_code;
     if (!options.sandbox.empty()) throw Failure(sandbox + " cannot run here: " + run.error);
   }

@@ -41,9 +41,6 @@ struct Options {
 /// Throws Failure.
 Options ParseOptions(const std::vector<std::string>& arguments);
 
-/// The value of an environment variable, empty where it is not set.
-std::string GetEnvironment(const char* name);
-
 }  // namespace launcher
 
 #endif  // DEVICE_LAUNCHER_OPTIONS_H_

@@ -81,8 +81,8 @@ class Supervisor {
     errors_fd_ = memfd_create("errors", MFD_CLOEXEC);
   }
 
-  SandboxRun Run(const Command& sandbox, const std::string& launcher, const InitOptions& init) {
-    Start(sandbox, launcher, init);
+  SandboxRun Run(const Command& command, const InitOptions& init) {
+    Start(command, init);
     while (!ended_) {
       pollfd polled[] = {{channel_fd_, POLLIN, 0},
                          {signals_fd_, POLLIN, 0},
@@ -104,7 +104,7 @@ class Supervisor {
   }
 
  private:
-  void Start(Command command, const std::string& launcher, InitOptions init) {
+  void Start(Command command, InitOptions init) {
     int channel[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, channel) != 0) {
       throw std::system_error(errno, std::generic_category(), "cannot make a socket");
@@ -112,7 +112,6 @@ class Supervisor {
     channel_fd_ = channel[0];
     init.channel_fd = channel[1];  // stays open on this side, so that waiting does not see its end
     init.stderr_fd = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    command.push_back(launcher);
     const Command arguments = init.Serialize();
     command.insert(command.end(), arguments.begin(), arguments.end());
     sandbox_ = fork();
@@ -195,9 +194,8 @@ void PrepareToSupervise() {
   }
 }
 
-SandboxRun RunInSandbox(const Command& sandbox, const std::string& launcher,
-                        const InitOptions& init) {
-  return Supervisor().Run(sandbox, launcher, init);
+SandboxRun RunInSandbox(const Command& command, const InitOptions& init) {
+  return Supervisor().Run(command, init);
 }
 
 }  // namespace launcher

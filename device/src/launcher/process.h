@@ -43,11 +43,11 @@ struct SandboxRun {
 /// children.
 void PrepareToSupervise();
 
-/// Starts the init by the command `sandbox`, passes signals on to the program, and returns when
-/// nothing of it runs any more. Should this process be killed, the same happens.
-/// The signals that the terminal sends are not passed on, as they reach the program anyway.
-SandboxRun RunInSandbox(const Command& sandbox, const std::string& launcher,
-                        const InitOptions& init);
+/// Starts the init by `command`, the sandbox and this program in it; passes signals on to the
+/// program, and returns when nothing of it runs any more. Should this process be killed, the same
+/// happens. The signals that the terminal sends are not passed on, as they reach the program
+/// anyway.
+SandboxRun RunInSandbox(const Command& command, const InitOptions& init);
 
 }  // namespace launcher
 

@@ -14,7 +14,7 @@
 #include <system_error>
 #include <vector>
 
-#include "../string_util.h"
+#include "../util.h"
 #include "epub_metadata.h"
 #include "tabulet.h"
 
