@@ -4,31 +4,38 @@
 #ifndef DEVICE_SRC_UTIL_H_
 #define DEVICE_SRC_UTIL_H_
 
-#include <algorithm>
+#include <unistd.h>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <string>
 #include <string_view>
-
-/// Converts ASCII letters to lower case.
-inline std::string ToLower(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-  return lower;
-}
+#include <vector>
 
 /// Whether the scheme is http or https.
-inline bool IsWebUrl(std::string_view url) {
-  const std::string start = ToLower(url.substr(0, 8));
-  return start.starts_with("http://") || start == "https://";
+inline bool IsWebUrl(const std::string& url) {
+  return boost::istarts_with(url, "http://") || boost::istarts_with(url, "https://");
 }
 
 /// The value of an environment variable; empty if it is not set.
 inline std::string GetEnvironment(const char* name) {
   const char* value = std::getenv(name);
   return value ? value : "";
+}
+
+/// Replaces the process by a program with its arguments.
+/// \return why that failed, as errno has it.
+inline int Exec(const std::vector<std::string>& command) {
+  std::vector<char*> arguments;
+  for (const std::string& argument : command) {
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  }
+  arguments.push_back(nullptr);
+  execvp(arguments[0], arguments.data());
+  return errno;
 }
 
 /// Whether another process traces this one, as proot does.

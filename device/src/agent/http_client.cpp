@@ -112,8 +112,7 @@ Request HttpClient::BuildSubmission(const std::string& page_url, const Form& for
 std::string HttpClient::EncodeForm(const Form& form, const Button& button) {
   std::string encoded;
   const auto append = [&](const std::string& part) {
-    if (part.empty()) return;  // libcurl takes the length 0 for "until the zero byte"
-    char* escaped = curl_easy_escape(curl_.get(), part.data(), static_cast<int>(part.size()));
+    char* escaped = curl_easy_escape(curl_.get(), part.c_str(), 0);
     if (!escaped) throw std::bad_alloc();
     encoded += escaped;
     curl_free(escaped);

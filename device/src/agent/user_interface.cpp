@@ -18,9 +18,8 @@ namespace agent {
 namespace {
 
 bool ContainsAny(const std::string& text, std::initializer_list<const char*> words) {
-  const std::string lower = ToLower(text);
   return std::any_of(words.begin(), words.end(),
-                     [&](const char* word) { return lower.find(word) != std::string::npos; });
+                     [&](const char* word) { return boost::icontains(text, word); });
 }
 
 bool IsCancelButton(const Button& button) {

@@ -13,16 +13,13 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "../util.h"
+
 namespace chromium {
 
 using nlohmann::json;
 
 pid_t Start(const std::vector<std::string>& command, const std::vector<int>& fds) {
-  std::vector<char*> arguments;
-  for (const std::string& argument : command) {
-    arguments.push_back(const_cast<char*>(argument.c_str()));
-  }
-  arguments.push_back(nullptr);
   const pid_t pid = fork();
   if (pid != 0) return pid;
   prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -34,7 +31,7 @@ pid_t Start(const std::vector<std::string>& command, const std::vector<int>& fds
   const int count = static_cast<int>(fds.size());
   for (const int fd : fds) copies.push_back(fcntl(fd, F_DUPFD_CLOEXEC, count));
   for (int fd = 0; fd < count; ++fd) dup2(copies[fd], fd);
-  execvp(arguments[0], arguments.data());
+  Exec(command);
   _exit(127);
 }
 

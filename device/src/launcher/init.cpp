@@ -1,4 +1,4 @@
-#include "init.h"
+#include "process.h"
 
 #include <fcntl.h>
 #include <linux/audit.h>
@@ -19,10 +19,10 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "../util.h"
-#include "process.h"
 
 namespace launcher {
 namespace {
@@ -80,9 +80,9 @@ bool BecomeProotGuest() {
 /// what they leave.
 class Init {
  public:
-  explicit Init(const InitOptions& options) : options_(options) {
-    for (const int fd : {options.channel_fd, options.stderr_fd}) fcntl(fd, F_SETFD, FD_CLOEXEC);
-    dup2(options.stderr_fd, STDERR_FILENO);
+  explicit Init(InitOptions options) : options_(std::move(options)) {
+    for (const int fd : {options_.channel_fd, options_.stderr_fd}) fcntl(fd, F_SETFD, FD_CLOEXEC);
+    dup2(options_.stderr_fd, STDERR_FILENO);
     sigaddset(&child_signals_, SIGCHLD);
     sigprocmask(SIG_BLOCK, &child_signals_, nullptr);
     child_signals_fd_ = signalfd(-1, &child_signals_, SFD_CLOEXEC | SFD_NONBLOCK);
@@ -209,7 +209,7 @@ class Init {
     }
   }
 
-  const InitOptions& options_;
+  const InitOptions options_;
   const pid_t pid_ = getpid();
   sigset_t child_signals_{};
   int child_signals_fd_ = -1;
@@ -230,16 +230,13 @@ Command InitOptions::Serialize() const {
   return arguments;
 }
 
-InitOptions InitOptions::Parse(const Command& arguments) {
-  return {.traced = arguments.at(1) == "traced",
-          .scanner = arguments.at(2) == "scanner",
-          .channel_fd = std::stoi(arguments.at(3)),
-          .stderr_fd = std::stoi(arguments.at(4)),
-          .program = {arguments.begin() + 5, arguments.end()}};
-}
-
-int RunInit(const InitOptions& options) {
-  return Init(options).Run();
+int RunInit(const Command& arguments) {
+  return Init({.traced = arguments.at(1) == "traced",
+               .scanner = arguments.at(2) == "scanner",
+               .channel_fd = std::stoi(arguments.at(3)),
+               .stderr_fd = std::stoi(arguments.at(4)),
+               .program = {arguments.begin() + 5, arguments.end()}})
+      .Run();
 }
 
 }  // namespace launcher

@@ -8,7 +8,6 @@
 #include <exception>
 
 #include "device.h"
-#include "init.h"
 #include "options.h"
 #include "process.h"
 #include "sandbox.h"
@@ -46,8 +45,7 @@ int Launch(const Options& options) {
 
 int Main(const Command& arguments) try {
   if (arguments.size() > 5 && arguments[0] == kInitVerb) {
-    _exit(RunInit(
-        InitOptions::Parse(arguments)));  // no leak check: proot leaves it nothing to work with
+    _exit(RunInit(arguments));  // no leak check: proot leaves it nothing to work with
   }
   const Options options = ParseOptions(arguments);
   if (!options.notice.empty()) {
@@ -58,7 +56,7 @@ int Main(const Command& arguments) try {
   return Launch(options);
 } catch (const Failure& failure) {
   std::fprintf(stderr, "quire-device: %s\n", failure.what());
-  return failure.exit_code();
+  return failure.exit_code;
 } catch (const std::exception& error) {
   std::fprintf(stderr, "quire-device: %s\n", error.what());
   return kExitBadSetup;

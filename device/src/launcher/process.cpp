@@ -16,6 +16,8 @@
 #include <fstream>
 #include <system_error>
 
+#include "../util.h"
+
 namespace launcher {
 
 sigset_t ForwardedSignals() {
@@ -25,15 +27,6 @@ sigset_t ForwardedSignals() {
     sigaddset(&signals, number);
   }
   return signals;
-}
-
-int Exec(const Command& command) {
-  std::vector<char*> arguments;
-  for (const std::string& argument : command)
-    arguments.push_back(const_cast<char*>(argument.c_str()));
-  arguments.push_back(nullptr);
-  execvp(arguments[0], arguments.data());
-  return errno;
 }
 
 void EndChildren(pid_t spared) {

@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <cerrno>
 #include <cstdint>
 #include <iostream>
@@ -14,7 +15,6 @@
 #include <system_error>
 #include <vector>
 
-#include "../util.h"
 #include "epub_metadata.h"
 #include "tabulet.h"
 
@@ -35,12 +35,12 @@ struct BookFile {
 };
 
 /// The longest extension of the name that the device supports; empty if there is none.
-std::string FindFormat(const std::string& file_name) {
-  const std::string name = ToLower(file_name);
+std::string FindFormat(const std::string& name) {
   std::string format;
   for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
     const std::string extension = type->extension;
-    if (extension.size() > format.size() && name.ends_with("." + extension)) format = extension;
+    if (extension.size() > format.size() && boost::iends_with(name, "." + extension))
+      format = extension;
   }
   return format;
 }
