@@ -6,13 +6,17 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <iostream>
+#include <map>
 #include <memory>
+#include <random>
 #include <thread>
 
 #include "support/files.h"
 #include "support/process.h"
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 
 namespace tests {
 namespace {
@@ -20,17 +24,25 @@ namespace {
 const Command kLauncher = {QUIRE_DEVICE, "--build", QUIRE_BUILD_DIR};
 const Command kQuiet = kLauncher + Command{"--no-scanner"};
 
-/// Whether a process with that word in its command line is there, after up to two seconds' grace.
-bool StillRuns(const std::string& word) {
-  for (int i = 0; i < 100; ++i) {
-    bool found = false;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-      found = found || ReadFile(entry.path() / "cmdline").find(word) != std::string::npos;
-    }
-    if (!found) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+/// How many processes have that word in their command line or their environment.
+int CountProcesses(const std::string& word) {
+  int count = 0;
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    const std::string words =
+        ReadFile(entry.path() / "cmdline") + ReadFile(entry.path() / "environ");
+    if (words.find(word) != std::string::npos) ++count;
   }
-  return true;
+  return count;
+}
+
+/// Whether such a process is there, after up to three seconds' grace.
+bool StillRuns(const std::string& word) {
+  const auto deadline = Clock::now() + std::chrono::seconds(3);
+  while (CountProcesses(word) > 0) {
+    if (Clock::now() > deadline) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return false;
 }
 
 /// Both ways to run a program on the device must behave the same.
@@ -150,6 +162,48 @@ TEST_P(Launcher, LeavesNoProcessBehind) {
   ASSERT_TRUE(killed.WaitForOutput("ready"));
   killed.Kill(SIGKILL);
   EXPECT_FALSE(StillRuns("2718281"));
+}
+
+/// QUIRE_LAUNCHER_KILLS is the number of kills, at random moments of the start.
+TEST_P(Launcher, LeavesNothingOutsideWhenKilledAtAnyMoment) {
+  const char* const setting = std::getenv("QUIRE_LAUNCHER_KILLS");
+  const int kills = setting ? std::stoi(setting) : 60;
+  const std::string word = "quire-kill-" + std::to_string(getpid());
+  std::map<std::string, bool> outside;
+  for (const std::string path :
+       {"/mnt/ext1", "/ebrmain", "/tmp/tabulet-tasks", "/tmp/scanner.log"}) {
+    outside[path] = Exists(path);
+  }
+  outside["/tmp/" + word] = outside["/mnt/ext1/" + word] = false;
+  // What the program leaves in a session of its own writes until it is killed.
+  const std::string script =
+      "setsid bash -c 'while :; do echo >>/tmp/$0; echo >>/mnt/ext1/$0; sleep 0.002; done' " +
+      word + " >/dev/null 2>&1 & echo ready; exec sleep 60";
+  const Command command = kLauncher + Command{"--with", GetParam(), "--device", device_ / "d"} +
+                          Command{"bash", "-c", script};
+  const Environment marked = {{"QUIRE_KILL_TEST", word}};
+
+  const auto start = Clock::now();
+  Process first(command, marked);
+  ASSERT_TRUE(first.WaitForOutput("ready"));
+  const std::chrono::duration<double> duration = Clock::now() - start;
+  ASSERT_GE(CountProcesses(word), 4) << "launcher, sandbox, program and what the program left";
+  first.Kill(SIGKILL);
+  first.Wait();
+  ASSERT_FALSE(StillRuns(word));
+  std::mt19937 random(std::random_device{}());
+  std::uniform_real_distribution<> part(0, 1.5);
+  int began = 0;
+  for (int i = 0; i < kills; ++i) {
+    Process launcher(command, marked);
+    std::this_thread::sleep_for(duration * part(random));
+    launcher.Kill(SIGKILL);
+    if (!launcher.Wait().out.empty()) ++began;
+    ASSERT_FALSE(StillRuns(word)) << "after kill " << i;
+  }
+  for (const auto& [path, existed] : outside) EXPECT_EQ(Exists(path), existed) << path;
+  std::cout << kills << " kills within " << duration.count() * 1500 << " ms, " << began
+            << " of them after the program began: no process is left\n";
 }
 
 TEST_P(Launcher, RemovesAScratchDevice) {
