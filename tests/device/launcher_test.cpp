@@ -59,11 +59,13 @@ class Launcher : public testing::TestWithParam<const char*> {
   }
 
   Command On(const std::string& program) const {
-    return kQuiet + Command{"--device", device_ / "my device", "--with", GetParam(), "--", program};
+    return kWithScanner + Command{"--no-scanner", "--", program};
   }
   Command OnBash(const std::string& script) const { return On("bash") + Command{"-c", script}; }
 
   const TemporaryDirectory device_;
+  const std::string kDevice = device_ / "my device";
+  const Command kWithScanner = kLauncher + Command{"--device", kDevice, "--with", GetParam()};
 };
 
 TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
@@ -91,8 +93,8 @@ TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
                 fs::current_path().string() + "\nauthorityshared<two  words>\n");
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(run.exit_code, 7);
-  EXPECT_EQ(ReadFile(device_ / "my device/ext1/system/new/ä b"), "a\n");
-  EXPECT_EQ(ReadFile(device_ / "my device/tmp/c"), "c\n");
+  EXPECT_EQ(ReadFile(kDevice + "/ext1/system/new/ä b"), "a\n");
+  EXPECT_EQ(ReadFile(kDevice + "/tmp/c"), "c\n");
   EXPECT_FALSE(fs::exists("/tmp/c"));
   EXPECT_EQ(fs::exists("/mnt/ext1"), had_storage) << "made on the host";
   EXPECT_EQ(fs::exists("/ebrmain"), had_system) << "made on the host";
@@ -179,8 +181,7 @@ TEST_P(Launcher, LeavesNothingOutsideWhenKilledAtAnyMoment) {
   const std::string script =
       "setsid bash -c 'while :; do echo >>/tmp/$0; echo >>/mnt/ext1/$0; sleep 0.002; done' " +
       word + " >/dev/null 2>&1 & echo ready; exec sleep 60";
-  const Command command = kLauncher + Command{"--with", GetParam(), "--device", device_ / "d"} +
-                          Command{"bash", "-c", script};
+  const Command command = kWithScanner + Command{"bash", "-c", script};
   const Environment marked = {{"QUIRE_KILL_TEST", word}};
 
   const auto start = Clock::now();
@@ -240,12 +241,10 @@ TEST_P(Launcher, StartsSeveralTimesAtOnceOnANewDevice) {
 }
 
 TEST_P(Launcher, EndsBySignalWhileItWaitsForTheScanner) {
-  const std::string device = device_ / "my device";
-  WriteProgram(device + "/ebrmain/bin/scanner.app",
+  WriteProgram(kDevice + "/ebrmain/bin/scanner.app",
                "#!/bin/sh\necho started\nexec sleep 1414213\n");
-  Process launcher(kLauncher +
-                   Command{"--device", device, "--with", GetParam(), "echo", "never printed"});
-  while (ReadFile(device + "/tmp/scanner.log").empty()) {
+  Process launcher(kWithScanner + Command{"echo", "never printed"});
+  while (ReadFile(kDevice + "/tmp/scanner.log").empty()) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   launcher.Kill(SIGTERM);
@@ -256,26 +255,25 @@ TEST_P(Launcher, EndsBySignalWhileItWaitsForTheScanner) {
 }
 
 TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
-  const std::string device = device_ / "my device";
-  WriteFile(device + "/ext1/Downloads/book.pdf", "a book");
-  const Command on = kLauncher + Command{"--device", device, "--with", GetParam()};
+  WriteFile(kDevice + "/ext1/Downloads/book.pdf", "a book");
   const ProcessResult run = RunProgram(
-      on + Command{"bash", "-c", "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
-                   QUIRE_SCAN_REQUEST});
+      kWithScanner + Command{"bash", "-c",
+                             "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
+                             QUIRE_SCAN_REQUEST});
   EXPECT_EQ(run.out, "answer 0\nanswer -1\nanswer -1\n");
   EXPECT_EQ(run.err, "");
-  EXPECT_EQ(ReadFile(device + "/tmp/scanner.log"),
+  EXPECT_EQ(ReadFile(kDevice + "/tmp/scanner.log"),
             "scanned /mnt/ext1/Downloads: 1 books, 1 new, 0 gone\n"
             "scanner: asked to scan /etc, which is not on /mnt/ext1\n"
             "scanner: cannot read /mnt/ext1/no: No such file or directory\n");
-  EXPECT_FALSE(StillRuns(device)) << "of proot, or of the scanner";
+  EXPECT_FALSE(StillRuns(kDevice)) << "of proot, or of the scanner";
 
   // A scanner that does not come up, and none at all, cost a line and no more.
-  const std::string scanner = device + "/ebrmain/bin/scanner.app";
+  const std::string scanner = kDevice + "/ebrmain/bin/scanner.app";
   fs::remove(scanner);
   WriteProgram(scanner, "#!/bin/sh\nexit 1\n");
   for (const char* line : {"the scanner does not serve", "no scanner.app"}) {
-    const ProcessResult without = RunProgram(on + Command{"bash", "-c", "exit 6"});
+    const ProcessResult without = RunProgram(kWithScanner + Command{"bash", "-c", "exit 6"});
     EXPECT_EQ(without.exit_code, 6);
     EXPECT_NE(without.err.find(line), std::string::npos) << without.err;
     chmod(scanner.c_str(), 0644);
@@ -368,12 +366,6 @@ TEST(LauncherOptions, TakesChromiumWithoutADisplayWhenHeadless) {
       RunProgram(kQuiet + Command{"--device", device / "d", "--browser", "chromium", "true"},
                  {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", "1"}});
   EXPECT_EQ(run.exit_code, 0) << run.err;
-}
-
-TEST(LauncherOptions, PrintsTheVersion) {
-  const ProcessResult run = RunProgram({QUIRE_DEVICE, "--version"});
-  EXPECT_EQ(run.out, "quire-device " QUIRE_VERSION "\n");
-  EXPECT_EQ(run.exit_code, 0);
 }
 
 }  // namespace
