@@ -84,9 +84,9 @@ TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
       "Editions' /mnt/ext1/system/config /ebrmain/bin && stat -c %F /mnt/ext1/system/new && pwd && "
       "cat \"$TABULET_CA_FILE\" \"$1\" && echo \"<$2>\"; exit 7";
   const ProcessResult run =
-      RunProgram(kQuiet + Command{"--device", device_ / "my device", "--with", GetParam(),
-                                  "--share", elsewhere / "shared", elsewhere / "programs/my shell",
-                                  "-c", script, "0", elsewhere / "shared/file", "two  words"},
+      RunProgram(kWithScanner + Command{"--no-scanner", "--share", elsewhere / "shared",
+                                        elsewhere / "programs/my shell", "-c", script, "0",
+                                        elsewhere / "shared/file", "two  words"},
                  {{"TABULET_CA_FILE", elsewhere / "ca/ca.pem"}});
   EXPECT_EQ(run.out,
             "/ebrmain/bin\n/mnt/ext1/Digital Editions\n/mnt/ext1/system/config\ndirectory\n" +
