@@ -6,13 +6,17 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <iostream>
+#include <map>
 #include <memory>
+#include <random>
 #include <thread>
 
 #include "support/files.h"
 #include "support/process.h"
 
 namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
 
 namespace tests {
 namespace {
@@ -20,17 +24,25 @@ namespace {
 const Command kLauncher = {QUIRE_DEVICE, "--build", QUIRE_BUILD_DIR};
 const Command kQuiet = kLauncher + Command{"--no-scanner"};
 
-/// Whether a process with that word in its command line is there, after up to two seconds' grace.
-bool StillRuns(const std::string& word) {
-  for (int i = 0; i < 100; ++i) {
-    bool found = false;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-      found = found || ReadFile(entry.path() / "cmdline").find(word) != std::string::npos;
-    }
-    if (!found) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+/// How many processes have that word in their command line or their environment.
+int CountProcesses(const std::string& word) {
+  int count = 0;
+  for (const auto& entry : fs::directory_iterator("/proc")) {
+    const std::string words =
+        ReadFile(entry.path() / "cmdline") + ReadFile(entry.path() / "environ");
+    if (words.find(word) != std::string::npos) ++count;
   }
-  return true;
+  return count;
+}
+
+/// Whether such a process is there, after up to three seconds' grace.
+bool StillRuns(const std::string& word) {
+  const auto deadline = Clock::now() + std::chrono::seconds(3);
+  while (CountProcesses(word) > 0) {
+    if (Clock::now() > deadline) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return false;
 }
 
 /// Both ways to run a program on the device must behave the same.
@@ -47,11 +59,13 @@ class Launcher : public testing::TestWithParam<const char*> {
   }
 
   Command On(const std::string& program) const {
-    return kQuiet + Command{"--device", device_ / "my device", "--with", GetParam(), "--", program};
+    return kWithScanner + Command{"--no-scanner", "--", program};
   }
   Command OnBash(const std::string& script) const { return On("bash") + Command{"-c", script}; }
 
   const TemporaryDirectory device_;
+  const std::string kDevice = device_ / "my device";
+  const Command kWithScanner = kLauncher + Command{"--device", kDevice, "--with", GetParam()};
 };
 
 TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
@@ -70,17 +84,17 @@ TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
       "Editions' /mnt/ext1/system/config /ebrmain/bin && stat -c %F /mnt/ext1/system/new && pwd && "
       "cat \"$TABULET_CA_FILE\" \"$1\" && echo \"<$2>\"; exit 7";
   const ProcessResult run =
-      RunProgram(kQuiet + Command{"--device", device_ / "my device", "--with", GetParam(),
-                                  "--share", elsewhere / "shared", elsewhere / "programs/my shell",
-                                  "-c", script, "0", elsewhere / "shared/file", "two  words"},
+      RunProgram(kWithScanner + Command{"--no-scanner", "--share", elsewhere / "shared",
+                                        elsewhere / "programs/my shell", "-c", script, "0",
+                                        elsewhere / "shared/file", "two  words"},
                  {{"TABULET_CA_FILE", elsewhere / "ca/ca.pem"}});
   EXPECT_EQ(run.out,
             "/ebrmain/bin\n/mnt/ext1/Digital Editions\n/mnt/ext1/system/config\ndirectory\n" +
                 fs::current_path().string() + "\nauthorityshared<two  words>\n");
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(run.exit_code, 7);
-  EXPECT_EQ(ReadFile(device_ / "my device/ext1/system/new/ä b"), "a\n");
-  EXPECT_EQ(ReadFile(device_ / "my device/tmp/c"), "c\n");
+  EXPECT_EQ(ReadFile(kDevice + "/ext1/system/new/ä b"), "a\n");
+  EXPECT_EQ(ReadFile(kDevice + "/tmp/c"), "c\n");
   EXPECT_FALSE(fs::exists("/tmp/c"));
   EXPECT_EQ(fs::exists("/mnt/ext1"), had_storage) << "made on the host";
   EXPECT_EQ(fs::exists("/ebrmain"), had_system) << "made on the host";
@@ -152,6 +166,47 @@ TEST_P(Launcher, LeavesNoProcessBehind) {
   EXPECT_FALSE(StillRuns("2718281"));
 }
 
+/// QUIRE_LAUNCHER_KILLS is the number of kills, at random moments of the start.
+TEST_P(Launcher, LeavesNothingOutsideWhenKilledAtAnyMoment) {
+  const char* const setting = std::getenv("QUIRE_LAUNCHER_KILLS");
+  const int kills = setting ? std::stoi(setting) : 60;
+  const std::string word = "quire-kill-" + std::to_string(getpid());
+  std::map<std::string, bool> outside;
+  for (const std::string path :
+       {"/mnt/ext1", "/ebrmain", "/tmp/tabulet-tasks", "/tmp/scanner.log"}) {
+    outside[path] = Exists(path);
+  }
+  outside["/tmp/" + word] = outside["/mnt/ext1/" + word] = false;
+  // What the program leaves in a session of its own writes until it is killed.
+  const std::string script =
+      "setsid bash -c 'while :; do echo >>/tmp/$0; echo >>/mnt/ext1/$0; sleep 0.002; done' " +
+      word + " >/dev/null 2>&1 & echo ready; exec sleep 60";
+  const Command command = kWithScanner + Command{"bash", "-c", script};
+  const Environment marked = {{"QUIRE_KILL_TEST", word}};
+
+  const auto start = Clock::now();
+  Process first(command, marked);
+  ASSERT_TRUE(first.WaitForOutput("ready"));
+  const std::chrono::duration<double> duration = Clock::now() - start;
+  ASSERT_GE(CountProcesses(word), 4) << "launcher, sandbox, program and what the program left";
+  first.Kill(SIGKILL);
+  first.Wait();
+  ASSERT_FALSE(StillRuns(word));
+  std::mt19937 random(std::random_device{}());
+  std::uniform_real_distribution<> part(0, 1.5);
+  int began = 0;
+  for (int i = 0; i < kills; ++i) {
+    Process launcher(command, marked);
+    std::this_thread::sleep_for(duration * part(random));
+    launcher.Kill(SIGKILL);
+    if (!launcher.Wait().out.empty()) ++began;
+    ASSERT_FALSE(StillRuns(word)) << "after kill " << i;
+  }
+  for (const auto& [path, existed] : outside) EXPECT_EQ(Exists(path), existed) << path;
+  std::cout << kills << " kills within " << duration.count() * 1500 << " ms, " << began
+            << " of them after the program began: no process is left\n";
+}
+
 TEST_P(Launcher, RemovesAScratchDevice) {
   const ProcessResult run = RunProgram(
       kQuiet + Command{"--device", "scratch", "--with", GetParam(), "bash", "-c",
@@ -186,12 +241,10 @@ TEST_P(Launcher, StartsSeveralTimesAtOnceOnANewDevice) {
 }
 
 TEST_P(Launcher, EndsBySignalWhileItWaitsForTheScanner) {
-  const std::string device = device_ / "my device";
-  WriteProgram(device + "/ebrmain/bin/scanner.app",
+  WriteProgram(kDevice + "/ebrmain/bin/scanner.app",
                "#!/bin/sh\necho started\nexec sleep 1414213\n");
-  Process launcher(kLauncher +
-                   Command{"--device", device, "--with", GetParam(), "echo", "never printed"});
-  while (ReadFile(device + "/tmp/scanner.log").empty()) {
+  Process launcher(kWithScanner + Command{"echo", "never printed"});
+  while (ReadFile(kDevice + "/tmp/scanner.log").empty()) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   launcher.Kill(SIGTERM);
@@ -202,26 +255,25 @@ TEST_P(Launcher, EndsBySignalWhileItWaitsForTheScanner) {
 }
 
 TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
-  const std::string device = device_ / "my device";
-  WriteFile(device + "/ext1/Downloads/book.pdf", "a book");
-  const Command on = kLauncher + Command{"--device", device, "--with", GetParam()};
+  WriteFile(kDevice + "/ext1/Downloads/book.pdf", "a book");
   const ProcessResult run = RunProgram(
-      on + Command{"bash", "-c", "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
-                   QUIRE_SCAN_REQUEST});
+      kWithScanner + Command{"bash", "-c",
+                             "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
+                             QUIRE_SCAN_REQUEST});
   EXPECT_EQ(run.out, "answer 0\nanswer -1\nanswer -1\n");
   EXPECT_EQ(run.err, "");
-  EXPECT_EQ(ReadFile(device + "/tmp/scanner.log"),
+  EXPECT_EQ(ReadFile(kDevice + "/tmp/scanner.log"),
             "scanned /mnt/ext1/Downloads: 1 books, 1 new, 0 gone\n"
             "scanner: asked to scan /etc, which is not on /mnt/ext1\n"
             "scanner: cannot read /mnt/ext1/no: No such file or directory\n");
-  EXPECT_FALSE(StillRuns(device)) << "of proot, or of the scanner";
+  EXPECT_FALSE(StillRuns(kDevice)) << "of proot, or of the scanner";
 
   // A scanner that does not come up, and none at all, cost a line and no more.
-  const std::string scanner = device + "/ebrmain/bin/scanner.app";
+  const std::string scanner = kDevice + "/ebrmain/bin/scanner.app";
   fs::remove(scanner);
   WriteProgram(scanner, "#!/bin/sh\nexit 1\n");
   for (const char* line : {"the scanner does not serve", "no scanner.app"}) {
-    const ProcessResult without = RunProgram(on + Command{"bash", "-c", "exit 6"});
+    const ProcessResult without = RunProgram(kWithScanner + Command{"bash", "-c", "exit 6"});
     EXPECT_EQ(without.exit_code, 6);
     EXPECT_NE(without.err.find(line), std::string::npos) << without.err;
     chmod(scanner.c_str(), 0644);
@@ -314,12 +366,6 @@ TEST(LauncherOptions, TakesChromiumWithoutADisplayWhenHeadless) {
       RunProgram(kQuiet + Command{"--device", device / "d", "--browser", "chromium", "true"},
                  {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", "1"}});
   EXPECT_EQ(run.exit_code, 0) << run.err;
-}
-
-TEST(LauncherOptions, PrintsTheVersion) {
-  const ProcessResult run = RunProgram({QUIRE_DEVICE, "--version"});
-  EXPECT_EQ(run.out, "quire-device " QUIRE_VERSION "\n");
-  EXPECT_EQ(run.exit_code, 0);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +10,6 @@
 
 #include "epub_metadata.h"
 #include "scan.h"
-#include "support/epub_file.h"
 #include "support/files.h"
 #include "support/process.h"
 
@@ -121,22 +120,16 @@ class LibraryScan : public testing::Test {
   }
 
   std::string ReadRows() {
-    sqlite3* database = nullptr;
+    const SQLite::Database library(library_);
+    SQLite::Statement query(
+        library,
+        "SELECT replace(path, rtrim(path, replace(path, '/', '')), ''), format, size, "
+        "modified > 1600000000, ifnull(title, 'null'), ifnull(author, 'null') "
+        "FROM books ORDER BY path");
     std::string rows;
-    EXPECT_EQ(sqlite3_open(library_.c_str(), &database), SQLITE_OK);
-    const auto add = [](void* text, int columns, char** values, char**) {
-      for (int i = 0; i < columns; ++i) {
-        *static_cast<std::string*>(text) += std::string(values[i] ? values[i] : "null") + "|";
-      }
-      *static_cast<std::string*>(text) += "\n";
-      return 0;
-    };
-    EXPECT_EQ(sqlite3_exec(database,
-                           "SELECT replace(path, rtrim(path, replace(path, '/', '')), ''), format, "
-                           "size, modified > 1600000000, title, author FROM books ORDER BY path",
-                           add, &rows, nullptr),
-              SQLITE_OK);
-    sqlite3_close(database);
+    for (; query.executeStep(); rows += "\n") {
+      for (int i = 0; i < query.getColumnCount(); ++i) rows += query.getColumn(i).getString() + "|";
+    }
     return rows;
   }
 
@@ -195,10 +188,8 @@ TEST_F(LibraryScan, ReplacesDamagedLibraryAndKeepsItsFile) {
 
   // The table of another program, then a damaged page.
   fs::remove(library_);
-  sqlite3* database = nullptr;
-  sqlite3_open(library_.c_str(), &database);
-  sqlite3_exec(database, "CREATE TABLE books(isbn)", nullptr, nullptr, nullptr);
-  sqlite3_close(database);
+  SQLite::Database(library_, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+      .exec("CREATE TABLE books(isbn)");
   EXPECT_EQ(RunScan(), "1 books, 1 new, 0 gone");
   std::string bytes = ReadFile(library_);
   bytes.replace(4096, 1000, 1000, '\xff');  // the table's page

@@ -1,5 +1,5 @@
 #include "devshop/running_shop.h"
-#include "support/epub_file.h"
+#include "support/files.h"
 
 namespace tests {
 namespace {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zip.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -38,6 +39,20 @@ void WriteFile(const std::string& path, const std::string& content) {
 void WriteProgram(const std::string& path, const std::string& content) {
   WriteFile(path, content);
   chmod(path.c_str(), 0755);
+}
+
+void WriteZip(const std::string& path, const std::map<std::string, std::string>& entries) {
+  zip_t* zip = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
+  ASSERT_TRUE(zip);
+  for (const auto& [name, content] : entries) {
+    zip_source_t* source = zip_source_buffer(zip, content.data(), content.size(), 0);
+    ASSERT_GE(zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8), 0);
+  }
+  ASSERT_EQ(zip_close(zip), 0);
+}
+
+void WriteEpub(const std::string& path, const std::string& package) {
+  WriteZip(path, {{"META-INF/container.xml", kContainer}, {"OEBPS/content.opf", package}});
 }
 
 }  // namespace tests

@@ -1,11 +1,10 @@
 #include "http_client.h"
 
 #include <array>
-#include <cstdlib>
 #include <sstream>
 #include <stdexcept>
 
-#include "../string_util.h"
+#include "../util.h"
 
 namespace agent {
 namespace {
@@ -44,12 +43,11 @@ HttpClient::HttpClient() : curl_(curl_easy_init()) {
   curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
   curl_easy_setopt(curl, CURLOPT_USERAGENT, "quire-browser-agent");
   curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, Append);
-  if (const char* file = std::getenv("TABULET_CA_FILE"); file && *file) {
-    curl_easy_setopt(curl, CURLOPT_CAINFO, file);
+  if (const std::string file = GetEnvironment("TABULET_CA_FILE"); !file.empty()) {
+    curl_easy_setopt(curl, CURLOPT_CAINFO, file.c_str());
     curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
   }
-  const char* connect_to = std::getenv("TABULET_CONNECT_TO");
-  std::istringstream entries(connect_to ? connect_to : "");
+  std::istringstream entries(GetEnvironment("TABULET_CONNECT_TO"));
   for (std::string entry; std::getline(entries, entry, ',');) {
     connect_to_.reset(curl_slist_append(connect_to_.release(), entry.c_str()));
   }
@@ -114,8 +112,7 @@ Request HttpClient::BuildSubmission(const std::string& page_url, const Form& for
 std::string HttpClient::EncodeForm(const Form& form, const Button& button) {
   std::string encoded;
   const auto append = [&](const std::string& part) {
-    if (part.empty()) return;  // libcurl takes the length 0 for "until the zero byte"
-    char* escaped = curl_easy_escape(curl_.get(), part.data(), static_cast<int>(part.size()));
+    char* escaped = curl_easy_escape(curl_.get(), part.c_str(), 0);
     if (!escaped) throw std::bad_alloc();
     encoded += escaped;
     curl_free(escaped);

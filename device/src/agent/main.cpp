@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "../version.h"
+#include "../util.h"
 #include "http_client.h"
 #include "user_interface.h"
 
@@ -70,7 +70,7 @@ void Browse(const std::string& url) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (PrintVersion(argc, argv, "browser-agent")) return 0;
+  if (PrintVersion(argc, argv, "browser-agent " QUIRE_VERSION)) return 0;
   // The options before the URL choose a window's title and logo, which a terminal lacks.
   const std::string url = argc < 2 ? "" : agent::ResolveUrl(argv[argc - 1], argv[argc - 1]);
   if (url.empty()) {

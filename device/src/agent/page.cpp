@@ -2,12 +2,12 @@
 
 #include <libxml/HTMLparser.h>
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <map>
 #include <memory>
 #include <set>
 #include <string_view>
 
-#include "../string_util.h"
 #include "../xml_text.h"
 
 namespace agent {
@@ -84,8 +84,8 @@ class PageParser {
   Form BeginForm(const xmlNode* node) {
     EndLine();
     in_form_ = true;
-    const bool post = ToLower(GetAttribute(node, "method")) == "post";
-    return {GetAttribute(node, "action"), post, {}, {}};
+    return {
+        GetAttribute(node, "action"), boost::iequals(GetAttribute(node, "method"), "post"), {}, {}};
   }
 
   /// \return whether the element is a control. Controls outside of forms are ignored.

@@ -14,15 +14,12 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "../string_util.h"
-
 namespace agent {
 namespace {
 
 bool ContainsAny(const std::string& text, std::initializer_list<const char*> words) {
-  const std::string lower = ToLower(text);
   return std::any_of(words.begin(), words.end(),
-                     [&](const char* word) { return lower.find(word) != std::string::npos; });
+                     [&](const char* word) { return boost::icontains(text, word); });
 }
 
 bool IsCancelButton(const Button& button) {
@@ -78,8 +75,6 @@ std::string Wrap(const std::string& line, std::size_t columns, const std::string
 }  // namespace
 
 UserInterface::UserInterface() {
-  const char* answer = std::getenv("QUIRE_BROWSER_ANSWER");
-  scripted_answer_ = answer ? answer : "";
   if (scripted_answer_.empty()) {
     terminal_in_.open("/dev/tty");
     terminal_out_.open("/dev/tty");

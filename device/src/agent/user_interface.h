@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "../util.h"
 #include "page.h"
 
 namespace agent {
@@ -28,7 +29,7 @@ class UserInterface {
   std::optional<Button> CompleteOnTerminal(Form* form);
   bool ReadLine(const std::string& prompt, std::string* line);
 
-  std::string scripted_answer_;
+  const std::string scripted_answer_ = GetEnvironment("QUIRE_BROWSER_ANSWER");
   std::ofstream terminal_out_;
   std::ifstream terminal_in_;
   std::ostream* out_ = nullptr;

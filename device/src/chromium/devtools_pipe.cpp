@@ -1,6 +1,9 @@
 #include "devtools_pipe.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,11 +13,27 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "process.h"
+#include "../util.h"
 
 namespace chromium {
 
 using nlohmann::json;
+
+pid_t Start(const std::vector<std::string>& command, const std::vector<int>& fds) {
+  const pid_t pid = fork();
+  if (pid != 0) return pid;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  // dup2 must not overwrite a descriptor that is still to be copied.
+  std::vector<int> copies;
+  const int count = static_cast<int>(fds.size());
+  for (const int fd : fds) copies.push_back(fcntl(fd, F_DUPFD_CLOEXEC, count));
+  for (int fd = 0; fd < count; ++fd) dup2(copies[fd], fd);
+  Exec(command);
+  _exit(127);
+}
 
 DevtoolsPipe::DevtoolsPipe(const std::vector<std::string>& command) {
   std::array<int, 2> commands;
@@ -68,16 +87,11 @@ std::optional<std::vector<json>> DevtoolsPipe::ReadMessages() {
 }
 
 int DevtoolsPipe::WaitForExit(int timeout_ms) {
-  constexpr int kStep_ms = 10;
+  pollfd exited = {static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)), POLLIN, 0};
+  if (poll(&exited, 1, timeout_ms) <= 0) kill(pid_, SIGKILL);
+  close(exited.fd);
   int status = 0;
-  for (int waited_ms = 0; waitpid(pid_, &status, WNOHANG) == 0; waited_ms += kStep_ms) {
-    if (waited_ms >= timeout_ms) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, &status, 0);
-      break;
-    }
-    usleep(kStep_ms * 1000);
-  }
+  waitpid(pid_, &status, 0);
   pid_ = -1;
   return status;
 }

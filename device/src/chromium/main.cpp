@@ -19,8 +19,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "../string_util.h"
-#include "../version.h"
+#include "../util.h"
 #include "devtools_pipe.h"
 #include "payment_window.h"
 #include "profile.h"
@@ -38,11 +37,6 @@ struct Options {
   std::string title = "Payment";
   std::string logo;
 };
-
-std::string GetEnvironment(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? value : "";
-}
 
 bool ParseOptions(int argc, char** argv, Options* options) {
   for (int i = 1; i + 1 < argc; ++i) {
@@ -87,11 +81,7 @@ std::string BuildHostRules() {
 /// Whether Chromium's sandbox works here. It takes user namespaces, and it works neither for root
 /// nor under proot, which traces its processes.
 bool CanSandbox() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("TracerPid:") && !line.ends_with("\t0")) return false;
-  }
-  const pid_t pid = geteuid() == 0 ? -1 : fork();
+  const pid_t pid = IsTraced() || geteuid() == 0 ? -1 : fork();
   if (pid == 0) _exit(unshare(CLONE_NEWUSER) == 0 ? 0 : 1);
   int code = 1;
   return pid > 0 && waitpid(pid, &code, 0) == pid && code == 0;
@@ -138,8 +128,7 @@ int Browse(const Options& options, int signals) {
   const fs::path start_page = WriteStartPage(profile.directory(), options);
   setenv("HOME", profile.directory().c_str(), 1);  // Chromium finds its trusted authorities there
   chromium::DevtoolsPipe devtools(BuildCommand(profile, start_page));
-  chromium::PaymentWindow window(&devtools, options.url, options.title,
-                                 [](const std::string& url) { std::cout << url << std::endl; });
+  chromium::PaymentWindow window(&devtools, options.url, options.title);
   bool signalled = false;
   while (!signalled && !window.closed() && !window.crashed()) {
     pollfd polled[] = {{devtools.messages_fd(), POLLIN, 0}, {signals, POLLIN, 0}};
@@ -167,7 +156,7 @@ int Browse(const Options& options, int signals) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (PrintVersion(argc, argv, "browser-chromium")) return 0;
+  if (PrintVersion(argc, argv, "browser-chromium " QUIRE_VERSION)) return 0;
   Options options;
   if (!ParseOptions(argc, argv, &options)) {
     std::cerr << "browser: the last argument must be an http or https URL\n" << kUsage;

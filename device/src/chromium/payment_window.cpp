@@ -1,25 +1,15 @@
 #include "payment_window.h"
 
+#include <iostream>
 #include <utility>
 
-#include "../string_util.h"
+#include "../util.h"
 
 namespace chromium {
 namespace {
 
 using nlohmann::json;
-
-/// Empty if the member is missing or not a string.
-std::string GetString(const json& object, const char* key) {
-  const auto found = object.find(key);
-  return found != object.end() && found->is_string() ? found->get<std::string>() : "";
-}
-
-/// Empty if the member is missing or not an object.
-json GetObject(const json& object, const char* key) {
-  const auto found = object.find(key);
-  return found != object.end() && found->is_object() ? *found : json::object();
-}
+using nlohmann::literals::operator""_json_pointer;
 
 // A new page is held until this program watches it, too.
 const json kAttachToAll = {
@@ -31,26 +21,22 @@ const json kHoldDocuments = {
 
 }  // namespace
 
-PaymentWindow::PaymentWindow(DevtoolsPipe* devtools, std::string url, std::string title,
-                             std::function<void(const std::string&)> on_url)
-    : devtools_(devtools),
-      url_(std::move(url)),
-      title_(std::move(title)),
-      on_url_(std::move(on_url)) {
+PaymentWindow::PaymentWindow(DevtoolsPipe* devtools, std::string url, std::string title)
+    : devtools_(devtools), url_(std::move(url)), title_(std::move(title)) {
   devtools_->Send("Target.setAutoAttach", kAttachToAll);
 }
 
 void PaymentWindow::Handle(const json& message) {
-  const std::string method = GetString(message, "method");
-  const json params = GetObject(message, "params");
-  const std::string session = GetString(message, "sessionId");
+  const std::string method = message.value("method", "");
+  const json params = message.value("params", json::object());
+  const std::string session = message.value("sessionId", "");
   if (method.empty() && !opened_ && message.value("id", json()) == setup_id_) {
     opened_ = true;
     devtools_->Send("Page.navigate", {{"url", url_}}, session);
   } else if (method == "Target.attachedToTarget") {
     OnAttached(params);
   } else if (method == "Target.detachedFromTarget") {
-    page_sessions_.erase(GetString(params, "sessionId"));
+    page_sessions_.erase(params.value("sessionId", ""));
   } else if (method == "Fetch.requestPaused") {
     OnRequestPaused(params, session);
   } else if (method == "Inspector.targetCrashed" || method == "Target.targetCrashed") {
@@ -59,11 +45,10 @@ void PaymentWindow::Handle(const json& message) {
 }
 
 void PaymentWindow::OnAttached(const json& params) {
-  const std::string session = GetString(params, "sessionId");
-  const json target = GetObject(params, "targetInfo");
-  if (GetString(target, "type") == "page") {
+  const std::string session = params.value("sessionId", "");
+  if (params.value("/targetInfo/type"_json_pointer, "") == "page") {
     page_sessions_.insert(session);
-    main_frames_.insert(GetString(target, "targetId"));
+    main_frames_.insert(params.value("/targetInfo/targetId"_json_pointer, ""));
     devtools_->Send("Fetch.enable", kHoldDocuments, session);
     devtools_->Send("Inspector.enable", json::object(), session);
     devtools_->Send("Page.enable", json::object(), session);
@@ -78,11 +63,10 @@ void PaymentWindow::OnAttached(const json& params) {
 }
 
 void PaymentWindow::OnRequestPaused(const json& params, const std::string& session) {
-  const std::string url = GetString(GetObject(params, "request"), "url");
-  const bool top_level = main_frames_.contains(GetString(params, "frameId"));
-  if (top_level && IsWebUrl(url)) on_url_(url);
-  devtools_->Send("Fetch.continueRequest", {{"requestId", GetString(params, "requestId")}},
-                  session);
+  const std::string url = params.value("/request/url"_json_pointer, "");
+  const bool top_level = main_frames_.contains(params.value("frameId", ""));
+  if (top_level && IsWebUrl(url)) std::cout << url << std::endl;
+  devtools_->Send("Fetch.continueRequest", {{"requestId", params.value("requestId", "")}}, session);
 }
 
 }  // namespace chromium

@@ -1,10 +1,10 @@
 /// \file
-/// A browser window for a payment page, which reports each URL before it is loaded.
+/// A browser window for a payment page. Prints each URL that a page of the browser goes to,
+/// redirects included, on standard output before a request is sent there.
 
 #ifndef DEVICE_CHROMIUM_PAYMENT_WINDOW_H_
 #define DEVICE_CHROMIUM_PAYMENT_WINDOW_H_
 
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
@@ -16,10 +16,7 @@ namespace chromium {
 class PaymentWindow {
  public:
   /// \param title  the prefix of the pages' titles.
-  /// \param on_url  called with each URL that a page of the browser goes to, redirects included,
-  ///     before a request is sent there.
-  PaymentWindow(DevtoolsPipe* devtools, std::string url, std::string title,
-                std::function<void(const std::string&)> on_url);
+  PaymentWindow(DevtoolsPipe* devtools, std::string url, std::string title);
 
   /// Handles an event or a response of the browser.
   void Handle(const nlohmann::json& message);
@@ -35,7 +32,6 @@ class PaymentWindow {
   DevtoolsPipe* devtools_;
   std::string url_;
   std::string title_;
-  std::function<void(const std::string&)> on_url_;
   std::set<std::string> page_sessions_;
   std::set<std::string> main_frames_;
   int setup_id_ = 0;  // the last command that prepares the first page

@@ -12,7 +12,7 @@
 #include <system_error>
 #include <vector>
 
-#include "process.h"
+#include "devtools_pipe.h"
 
 namespace fs = std::filesystem;
 

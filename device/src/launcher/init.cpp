@@ -1,21 +1,28 @@
-#include "init.h"
+#include "process.h"
 
 #include <fcntl.h>
+#include <linux/audit.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "process.h"
-#include "proot_guest.h"
+#include "../util.h"
 
 namespace launcher {
 namespace {
@@ -25,13 +32,57 @@ constexpr char kScannerLog[] = "/tmp/scanner.log";
 constexpr int kScannerStartTimeout_ms = 10'000;
 constexpr int kScannerStopTimeout_ms = 5'000;
 
+// proot translates the paths of the system calls that it knows and lets newer ones through, to the
+// host's own /tmp and /mnt. Where such a call is missing, the C library uses an older one.
+// By number where this system's headers may be older than its kernel.
+constexpr unsigned kNewerCalls[] = {
+    __NR_statx,
+    __NR_clone3,
+    __NR_openat2,
+    __NR_faccessat2,
+    __NR_io_uring_setup,
+    452 /* fchmodat2 */,
+    463 /* setxattrat */,
+    464 /* getxattrat */,
+    465 /* listxattrat */,
+    466 /* removexattrat */,
+};
+
+bool DenyNewerCalls() {
+  constexpr unsigned kMissing = SECCOMP_RET_ERRNO | ENOSYS;
+  std::vector<sock_filter> filter = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+  };
+  for (const unsigned call : kNewerCalls) {
+    filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, kMissing));
+  }
+  filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+  const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+/// Makes this process, and what it starts, one that proot can serve: it ends with proot, adopts
+/// what its descendants leave running, and gets ENOSYS from the system calls that proot does not
+/// translate. \return false where proot is gone, so that nothing must run.
+bool BecomeProotGuest() {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (!IsTraced()) return false;
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+  // A leak sanitizer needs for itself what proot uses.
+  setenv("LSAN_OPTIONS", "detect_leaks=0", 0);
+  if (!DenyNewerCalls()) std::perror("quire-device: cannot deny the newer system calls");
+  return true;
+}
+
 /// The first process on the device: runs the program, has the scanner beside it, adopts and ends
 /// what they leave.
 class Init {
  public:
-  explicit Init(const InitOptions& options) : options_(options) {
-    for (const int fd : {options.channel_fd, options.stderr_fd}) fcntl(fd, F_SETFD, FD_CLOEXEC);
-    dup2(options.stderr_fd, STDERR_FILENO);
+  explicit Init(InitOptions options) : options_(std::move(options)) {
+    for (const int fd : {options_.channel_fd, options_.stderr_fd}) fcntl(fd, F_SETFD, FD_CLOEXEC);
+    dup2(options_.stderr_fd, STDERR_FILENO);
     sigaddset(&child_signals_, SIGCHLD);
     sigprocmask(SIG_BLOCK, &child_signals_, nullptr);
     child_signals_fd_ = signalfd(-1, &child_signals_, SFD_CLOEXEC | SFD_NONBLOCK);
@@ -158,7 +209,7 @@ class Init {
     }
   }
 
-  const InitOptions& options_;
+  const InitOptions options_;
   const pid_t pid_ = getpid();
   sigset_t child_signals_{};
   int child_signals_fd_ = -1;
@@ -179,16 +230,13 @@ Command InitOptions::Serialize() const {
   return arguments;
 }
 
-InitOptions InitOptions::Parse(const Command& arguments) {
-  return {.traced = arguments.at(1) == "traced",
-          .scanner = arguments.at(2) == "scanner",
-          .channel_fd = std::stoi(arguments.at(3)),
-          .stderr_fd = std::stoi(arguments.at(4)),
-          .program = {arguments.begin() + 5, arguments.end()}};
-}
-
-int RunInit(const InitOptions& options) {
-  return Init(options).Run();
+int RunInit(const Command& arguments) {
+  return Init({.traced = arguments.at(1) == "traced",
+               .scanner = arguments.at(2) == "scanner",
+               .channel_fd = std::stoi(arguments.at(3)),
+               .stderr_fd = std::stoi(arguments.at(4)),
+               .program = {arguments.begin() + 5, arguments.end()}})
+      .Run();
 }
 
 }  // namespace launcher

@@ -7,12 +7,10 @@
 #include <cstdio>
 #include <exception>
 
-#include "device_directory.h"
-#include "init.h"
+#include "device.h"
 #include "options.h"
-#include "programs.h"
+#include "process.h"
 #include "sandbox.h"
-#include "supervisor.h"
 
 namespace launcher {
 namespace {
@@ -24,7 +22,7 @@ int Launch(const Options& options) {
   InitOptions init;
   init.program = options.program;
   init.program[0] = FindProgram(options.program[0], programs, device.path());
-  const FileSystem files = ComposeFileSystem(options, programs, device.path(), init.program[0]);
+  const auto visible = FindVisiblePaths(options, programs, init.program[0]);
   init.scanner = options.scanner;
   if (init.scanner && access((device.path() + "/ebrmain/bin/scanner.app").c_str(), X_OK) != 0) {
     std::fprintf(stderr, "quire-device: no scanner.app in %s; going on without it\n",
@@ -34,8 +32,9 @@ int Launch(const Options& options) {
   for (const std::string sandbox : {"bwrap", "proot"}) {
     if (!options.sandbox.empty() && options.sandbox != sandbox) continue;
     init.traced = sandbox == "proot";
-    const SandboxRun run = RunInSandbox(init.traced ? ProotCommand(files) : BwrapCommand(files),
-                                        programs.launcher, init);
+    Command command = (init.traced ? ProotCommand : BwrapCommand)(device.path(), visible);
+    command.push_back(programs.launcher);
+    const SandboxRun run = RunInSandbox(command, init);
     if (run.began) return run.exit_code;
     if (!options.sandbox.empty()) throw Failure(sandbox + " cannot run here: " + run.error);
   }
@@ -46,8 +45,7 @@ int Launch(const Options& options) {
 
 int Main(const Command& arguments) try {
   if (arguments.size() > 5 && arguments[0] == kInitVerb) {
-    _exit(RunInit(
-        InitOptions::Parse(arguments)));  // no leak check: proot leaves it nothing to work with
+    _exit(RunInit(arguments));  // no leak check: proot leaves it nothing to work with
   }
   const Options options = ParseOptions(arguments);
   if (!options.notice.empty()) {
@@ -58,7 +56,7 @@ int Main(const Command& arguments) try {
   return Launch(options);
 } catch (const Failure& failure) {
   std::fprintf(stderr, "quire-device: %s\n", failure.what());
-  return failure.exit_code();
+  return failure.exit_code;
 } catch (const std::exception& error) {
   std::fprintf(stderr, "quire-device: %s\n", error.what());
   return kExitBadSetup;

@@ -1,7 +1,8 @@
 #include "options.h"
 
-#include <cstdlib>
 #include <map>
+
+#include "../util.h"
 
 namespace launcher {
 namespace {
@@ -40,11 +41,6 @@ void Validate(const Options& options) {
 }
 
 }  // namespace
-
-std::string GetEnvironment(const char* name) {
-  const char* const value = std::getenv(name);
-  return value ? value : "";
-}
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
   Options options;

@@ -13,14 +13,10 @@ inline constexpr int kExitNotFound = 127;
 inline constexpr int kExitSignalBase = 128;  ///< plus the number of the signal that ended a process
 
 /// Ends the launcher with a message for the user.
-class Failure : public std::runtime_error {
- public:
-  explicit Failure(const std::string& message, int exit_code = kExitBadSetup)
-      : std::runtime_error(message), exit_code_(exit_code) {}
-  int exit_code() const { return exit_code_; }
-
- private:
-  int exit_code_;
+struct Failure : std::runtime_error {
+  explicit Failure(const std::string& message, int code = kExitBadSetup)
+      : std::runtime_error(message), exit_code(code) {}
+  const int exit_code;
 };
 
 using Command = std::vector<std::string>;  ///< a program and its arguments
@@ -40,9 +36,6 @@ struct Options {
 
 /// Throws Failure.
 Options ParseOptions(const std::vector<std::string>& arguments);
-
-/// The value of an environment variable, empty where it is not set.
-std::string GetEnvironment(const char* name);
 
 }  // namespace launcher
 

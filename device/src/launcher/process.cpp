@@ -1,12 +1,22 @@
 #include "process.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <fstream>
-#include <string>
+#include <system_error>
+
+#include "../util.h"
 
 namespace launcher {
 
@@ -17,15 +27,6 @@ sigset_t ForwardedSignals() {
     sigaddset(&signals, number);
   }
   return signals;
-}
-
-int Exec(const Command& command) {
-  std::vector<char*> arguments;
-  for (const std::string& argument : command)
-    arguments.push_back(const_cast<char*>(argument.c_str()));
-  arguments.push_back(nullptr);
-  execvp(arguments[0], arguments.data());
-  return errno;
 }
 
 void EndChildren(pid_t spared) {
@@ -56,6 +57,138 @@ bool Receive(int socket, int* value, int flags) {
     size = recv(socket, value, sizeof *value, flags);
   } while (size < 0 && errno == EINTR);
   return size == sizeof *value;
+}
+
+namespace {
+
+/// glibc 2.36 declares pidfd_open for C only.
+int OpenPidfd(pid_t process) {
+  return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+}
+
+class Supervisor {
+ public:
+  Supervisor() {
+    const sigset_t signals = ForwardedSignals();
+    signals_fd_ = signalfd(-1, &signals, SFD_CLOEXEC);
+    errors_fd_ = memfd_create("errors", MFD_CLOEXEC);
+  }
+
+  SandboxRun Run(const Command& command, const InitOptions& init) {
+    Start(command, init);
+    while (!ended_) {
+      pollfd polled[] = {{channel_fd_, POLLIN, 0},
+                         {signals_fd_, POLLIN, 0},
+                         {init_pidfd_, POLLIN, 0},
+                         {sandbox_pidfd_, POLLIN, 0}};
+      poll(polled, 4, -1);
+      if (polled[0].revents != 0) HandleReports(init.traced);
+      if (polled[1].revents != 0) HandleSignal();
+      if (polled[2].revents != 0) {
+        EndChildren(sandbox_);  // what an init that was killed has left: proot waits for it
+        init_pidfd_ = -1;
+      }
+      if (polled[3].revents != 0) HandleSandboxEnd();
+    }
+    EndChildren();
+    run_.error = Errors();
+    if (run_.began && !run_.error.empty()) std::fprintf(stderr, "%s\n", run_.error.c_str());
+    return run_;
+  }
+
+ private:
+  void Start(Command command, InitOptions init) {
+    int channel[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, channel) != 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot make a socket");
+    }
+    channel_fd_ = channel[0];
+    init.channel_fd = channel[1];  // stays open on this side, so that waiting does not see its end
+    init.stderr_fd = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const Command arguments = init.Serialize();
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    sandbox_ = fork();
+    if (sandbox_ < 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot start a process");
+    }
+    sandbox_pidfd_ = OpenPidfd(sandbox_);
+    if (sandbox_ > 0) return;
+    // It is not killed with this process: the init that it brings up sees the end of the channel,
+    // and ends everything while the sandbox is still around it.
+    fcntl(init.channel_fd, F_SETFD, 0);
+    fcntl(init.stderr_fd, F_SETFD, 0);
+    dup2(errors_fd_, STDERR_FILENO);
+    const int error = Exec(command);
+    std::fprintf(stderr, "%s: %s\n", command[0].c_str(), std::strerror(error));
+    _exit(1);
+  }
+
+  void HandleReports(bool traced) {
+    for (int report; Receive(channel_fd_, &report, MSG_DONTWAIT);) {
+      if (run_.began) {
+        run_.exit_code = report;
+      } else {
+        run_.began = true;
+        if (traced) init_pidfd_ = OpenPidfd(report);
+        Send(channel_fd_, kStartProgram);
+      }
+    }
+  }
+
+  /// Before the program has begun, a signal ends the launch.
+  void HandleSignal() {
+    signalfd_siginfo info;
+    if (read(signals_fd_, &info, sizeof info) != sizeof info) return;
+    const int number = static_cast<int>(info.ssi_signo);
+    if (!run_.began) {
+      run_.began = ended_ = true;
+      run_.exit_code = kExitSignalBase + number;
+    } else if (info.ssi_code != SI_KERNEL || (number == SIGHUP && getsid(0) == getpid())) {
+      // The terminal sends its signals to all of its foreground, but a hangup to the session
+      // leader.
+      Send(channel_fd_, number);
+    }
+  }
+
+  void HandleSandboxEnd() {
+    int status = 0;
+    waitpid(sandbox_, &status, 0);
+    HandleReports(false);
+    if (run_.exit_code < 0) run_.exit_code = ExitCode(status);
+    ended_ = true;
+  }
+
+  std::string Errors() const {
+    char errors[4096];
+    const ssize_t size = pread(errors_fd_, errors, sizeof errors, 0);
+    const std::string text(errors, size > 0 ? static_cast<std::size_t>(size) : 0);
+    return text.substr(0, text.find_last_not_of('\n') + 1);
+  }
+
+  int channel_fd_ = -1;
+  int signals_fd_ = -1;
+  int errors_fd_ = -1;  ///< the sandbox program's own standard error
+  pid_t sandbox_ = -1;
+  int sandbox_pidfd_ = -1;
+  int init_pidfd_ = -1;  ///< where the init has a process id on this side
+  bool ended_ = false;
+  SandboxRun run_;
+};
+
+}  // namespace
+
+void PrepareToSupervise() {
+  signal(SIGCHLD, SIG_DFL);
+  const sigset_t signals = ForwardedSignals();
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+  // A standard stream that is closed would be taken by the first descriptor that is opened.
+  while (open("/dev/null", O_RDWR | O_CLOEXEC) <= STDERR_FILENO) {
+  }
+}
+
+SandboxRun RunInSandbox(const Command& command, const InitOptions& init) {
+  return Supervisor().Run(command, init);
 }
 
 }  // namespace launcher

@@ -5,31 +5,31 @@
 #include <set>
 #include <system_error>
 
-#include "device_directory.h"
+#include "../util.h"
 
 namespace fs = std::filesystem;
 
 namespace launcher {
 namespace {
 
-/// Adds `path` if it exists and the device's directories would hide it.
-void Show(const std::string& path, std::vector<std::string>* visible) {
+/// Whether `path` exists and the device's directories would hide it.
+bool IsHidden(const std::string& path) {
   std::error_code ignored;
-  if (path == "/tmp" || !fs::exists(path, ignored)) return;
-  for (const char* hidden : {"/tmp/", "/mnt/ext1/", "/ebrmain/"}) {
-    if ((path + "/").starts_with(hidden)) visible->push_back(path);
-  }
+  if (path == "/tmp" || !fs::exists(path, ignored)) return false;
+  const std::string directory = path + "/";
+  return directory.starts_with("/tmp/") || directory.starts_with("/mnt/ext1/") ||
+         directory.starts_with("/ebrmain/");
 }
 
-/// The same with the directory that the file lies in, and the file that it is a link to.
-void ShowFile(const std::string& file, std::vector<std::string>* visible) {
+/// Adds the directory that a file lies in, and the same of the file that it is a link to.
+void AddFile(const std::string& file, std::vector<std::string>* paths) {
   std::error_code failure;
   if (fs::is_symlink(file, failure)) {
-    if (const fs::path target = fs::canonical(file, failure); !failure) ShowFile(target, visible);
+    if (const fs::path target = fs::canonical(file, failure); !failure) AddFile(target, paths);
   }
   const fs::path path = fs::absolute(file);
-  Show(path.parent_path(), visible);
-  if (path.parent_path() == "/tmp") Show(path, visible);
+  paths->push_back(path.parent_path());
+  if (path.parent_path() == "/tmp") paths->push_back(path);
 }
 
 /// The entries of the host's root and of its /mnt that the device sees as they are. The root itself
@@ -52,30 +52,29 @@ void Append(Command* command, std::initializer_list<std::string> arguments) {
 
 }  // namespace
 
-FileSystem ComposeFileSystem(const Options& options, const Programs& programs,
-                             const std::string& device, const std::string& program) {
-  FileSystem files{device, {}};
-  Show(fs::current_path(), &files.visible);
-  for (const std::string& path : programs.visible) Show(path, &files.visible);
-  Show(programs.directory, &files.visible);
-  ShowFile(programs.launcher, &files.visible);
+std::vector<std::string> FindVisiblePaths(const Options& options, const Programs& programs,
+                                          const std::string& program) {
+  std::vector<std::string> paths = programs.visible;
+  paths.insert(paths.end(), {fs::current_path(), programs.directory});
+  AddFile(programs.launcher, &paths);
   if (!program.starts_with("/ebrmain/") && !program.starts_with("/mnt/ext1/")) {
-    ShowFile(program, &files.visible);
+    AddFile(program, &paths);
   }
   if (const std::string ca_file = GetEnvironment("TABULET_CA_FILE"); !ca_file.empty()) {
-    ShowFile(ca_file, &files.visible);
+    AddFile(ca_file, &paths);
   }
   if (const std::string directory = GetEnvironment("TMPDIR"); !directory.empty()) {
-    Show(fs::absolute(directory), &files.visible);
+    paths.push_back(fs::absolute(directory));
   }
   for (const std::string& path : options.shared_paths) {
     if (!fs::exists(path)) throw Failure("--share " + path + ": there is no such path");
-    Show(fs::absolute(path), &files.visible);
+    paths.push_back(fs::absolute(path));
   }
-  return files;
+  std::erase_if(paths, [](const std::string& path) { return !IsHidden(path); });
+  return paths;
 }
 
-Command BwrapCommand(const FileSystem& files) {
+Command BwrapCommand(const std::string& device, const std::vector<std::string>& visible) {
   // Not --die-with-parent: killed too early, bwrap leaves a child behind that waits for it for
   // ever.
   Command command = {"bwrap", "--as-pid-1", "--unshare-pid", "--perms", "0755", "--tmpfs",
@@ -89,23 +88,23 @@ Command BwrapCommand(const FileSystem& files) {
     }
   }
   Append(&command, {"--dev-bind", "/dev", "/dev", "--proc", "/proc"});
-  Append(&command, {"--bind", files.device + "/ext1", "/mnt/ext1"});
-  Append(&command, {"--bind", files.device + "/ebrmain", "/ebrmain"});
-  Append(&command, {"--bind", files.device + "/tmp", "/tmp"});
-  for (const std::string& path : files.visible) Append(&command, {"--bind", path, path});
+  Append(&command, {"--bind", device + "/ext1", "/mnt/ext1"});
+  Append(&command, {"--bind", device + "/ebrmain", "/ebrmain"});
+  Append(&command, {"--bind", device + "/tmp", "/tmp"});
+  for (const std::string& path : visible) Append(&command, {"--bind", path, path});
   return command;
 }
 
-Command ProotCommand(const FileSystem& files) {
+Command ProotCommand(const std::string& device, const std::vector<std::string>& visible) {
   const std::string here = fs::current_path();
-  std::string paths = files.device + here;
-  for (const std::string& path : files.visible) paths += path;
+  std::string paths = device + here;
+  for (const std::string& path : visible) paths += path;
   if (paths.find(':') != std::string::npos) {
-    throw Failure("proot takes no path with a colon, as " + files.device + " or " + here +
+    throw Failure("proot takes no path with a colon, as " + device + " or " + here +
                   "; use another, or install bubblewrap");
   }
-  const std::string root =
-      files.device + "/root";  // its tmp holds what proot leaves when it is killed
+  // Its tmp holds what proot leaves when it is killed.
+  const std::string root = device + "/root";
   try {
     for (const char* name : {"", "/mnt", "/tmp", "/ebrmain"}) MakePrivateDirectory(root + name);
   } catch (const std::system_error& error) {
@@ -114,10 +113,9 @@ Command ProotCommand(const FileSystem& files) {
   setenv("PROOT_TMP_DIR", (root + "/tmp").c_str(), 1);
   Command command = {"proot", "-v", "-1", "-r", root, "-w", here, "-b", "/dev", "-b", "/proc"};
   for (const fs::directory_entry& entry : HostEntries()) Append(&command, {"-b", entry.path()});
-  Append(&command,
-         {"-b", files.device + "/ext1:/mnt/ext1", "-b", files.device + "/ebrmain:/ebrmain"});
-  Append(&command, {"-b", files.device + "/tmp:/tmp"});
-  for (const std::string& path : files.visible) Append(&command, {"-b", path});
+  Append(&command, {"-b", device + "/ext1:/mnt/ext1", "-b", device + "/ebrmain:/ebrmain"});
+  Append(&command, {"-b", device + "/tmp:/tmp"});
+  for (const std::string& path : visible) Append(&command, {"-b", path});
   return command;
 }
 

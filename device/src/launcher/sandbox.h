@@ -4,29 +4,24 @@
 #include <string>
 #include <vector>
 
+#include "device.h"
 #include "options.h"
-#include "programs.h"
 
 namespace launcher {
 
-/// What makes up the file system that a program on the device sees.
-struct FileSystem {
-  std::string device;  ///< the directory that holds ext1, ebrmain and tmp
-  std::vector<std::string>
-      visible;  ///< of the host, although the device's directories would hide it
-};
-
-/// \param program the absolute path of the program to run.
+/// The host's paths that a program on the device must see although the device's directories would
+/// hide them. \param program the absolute path of the program to run.
 /// Throws Failure.
-FileSystem ComposeFileSystem(const Options& options, const Programs& programs,
-                             const std::string& device, const std::string& program);
+std::vector<std::string> FindVisiblePaths(const Options& options, const Programs& programs,
+                                          const std::string& program);
 
-/// What runs the command that is appended to it on that file system, in a process namespace.
-Command BwrapCommand(const FileSystem& files);
+/// What runs the command that is appended to it on the file system in the directory `device`, in a
+/// process namespace.
+Command BwrapCommand(const std::string& device, const std::vector<std::string>& visible);
 
 /// The same without namespaces. Makes the directories that proot needs, and sets $PROOT_TMP_DIR for
 /// it. Throws Failure.
-Command ProotCommand(const FileSystem& files);
+Command ProotCommand(const std::string& device, const std::vector<std::string>& visible);
 
 }  // namespace launcher
 

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <thread>
 
-#include "../version.h"
+#include "../util.h"
 #include "scan.h"
 #include "tabulet.h"
 #include "tabulet_task.h"
@@ -129,7 +129,7 @@ int Serve(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (PrintVersion(argc, argv, "scanner.app")) return 0;
+  if (PrintVersion(argc, argv, "scanner.app " QUIRE_VERSION)) return 0;
   Options options;
   if (!ParseOptions(argc, argv, &options)) {
     std::cerr << kUsage;

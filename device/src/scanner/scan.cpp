@@ -1,7 +1,13 @@
 #include "scan.h"
 
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <SQLiteCpp/VariadicBind.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <boost/algorithm/string/predicate.hpp>
+#include <cerrno>
+#include <cstdint>
 #include <iostream>
 #include <map>
 #include <stdexcept>
@@ -9,9 +15,7 @@
 #include <system_error>
 #include <vector>
 
-#include "../string_util.h"
 #include "epub_metadata.h"
-#include "library.h"
 #include "tabulet.h"
 
 namespace fs = std::filesystem;
@@ -21,14 +25,22 @@ namespace {
 
 constexpr int kMaxDepth = 32;
 constexpr int kMaxEntries = 200'000;
+constexpr int kBusyTimeout_ms = 5000;  // while other programs read
+
+struct BookFile {
+  std::string path;
+  std::string format;  ///< the lower-case extension, without the dot
+  std::int64_t size_bytes = 0;
+  std::int64_t modified_s = 0;  ///< since the epoch
+};
 
 /// The longest extension of the name that the device supports; empty if there is none.
-std::string FindFormat(const std::string& file_name) {
-  const std::string name = ToLower(file_name);
+std::string FindFormat(const std::string& name) {
   std::string format;
   for (const tb_file_type* type = GetSupportedFileTypes(); type->extension; ++type) {
     const std::string extension = type->extension;
-    if (extension.size() > format.size() && name.ends_with("." + extension)) format = extension;
+    if (extension.size() > format.size() && boost::iends_with(name, "." + extension))
+      format = extension;
   }
   return format;
 }
@@ -66,11 +78,57 @@ bool IsGone(const std::string& path) {
   return !S_ISREG(status.st_mode);
 }
 
+/// Throws SQLite::Exception if the library is damaged or the table is that of another program.
+void PrepareTable(SQLite::Database* library) {
+  library->exec(
+      "CREATE TABLE IF NOT EXISTS books(path TEXT PRIMARY KEY, format TEXT NOT NULL,"
+      " size INTEGER NOT NULL, modified INTEGER NOT NULL, title TEXT, author TEXT)");
+  if (library->execAndGet("PRAGMA quick_check(1)").getString() != "ok") {
+    throw SQLite::Exception("the integrity check failed", SQLITE_CORRUPT);
+  }
+  SQLite::Statement(*library, "SELECT path, format, size, modified, title, author FROM books");
+}
+
+/// The recorded books in a directory and below it, by their paths.
+std::map<std::string, BookFile> FindRecordedBooks(const SQLite::Database& library,
+                                                  const std::string& directory) {
+  SQLite::Statement select(
+      library, "SELECT path, format, size, modified FROM books WHERE path > ? AND path < ?");
+  const std::string parent = directory == "/" ? "" : directory;
+  SQLite::bind(select, parent + "/", parent + "0");  // the character after '/'
+  std::map<std::string, BookFile> books;
+  while (select.executeStep()) {
+    const BookFile book = select.getColumns<BookFile, 4>();
+    books.emplace(book.path, book);
+  }
+  return books;
+}
+
+/// Inserts a book, or replaces the one with the same path.
+void Record(const SQLite::Database& library, const BookFile& book) {
+  const Metadata metadata = book.format == "epub" ? ReadEpubMetadata(book.path) : Metadata();
+  SQLite::Statement put(library,
+                        "INSERT OR REPLACE INTO books(path, format, size, modified, title, author)"
+                        " VALUES(?, ?, ?, ?, nullif(?, ''), nullif(?, ''))");
+  SQLite::bind(put, book.path, book.format, book.size_bytes, book.modified_s, metadata.title,
+               metadata.author);
+  put.exec();
+}
+
+void Remove(const SQLite::Database& library, const std::string& path) {
+  SQLite::Statement remove(library, "DELETE FROM books WHERE path = ?");
+  remove.bind(1, path);
+  remove.exec();
+}
+
+/// Makes all changes in one transaction. Throws SQLite::Exception.
 ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFile>& found,
-                         const fs::path& library_file) {
-  Library library(library_file);
-  std::map<std::string, BookFile> recorded;
-  for (BookFile& book : library.FindBooks(directory)) recorded.emplace(book.path, std::move(book));
+                         const fs::path& file) {
+  SQLite::Database library(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
+                           kBusyTimeout_ms);
+  SQLite::Transaction transaction(library, SQLite::TransactionBehavior::IMMEDIATE);
+  PrepareTable(&library);
+  std::map<std::string, BookFile> recorded = FindRecordedBooks(library, directory);
 
   ScanResult result;
   for (const BookFile& book : found) {
@@ -81,16 +139,41 @@ ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFil
       continue;
     }
     if (!known) ++result.new_books;
-    const Metadata metadata = book.format == "epub" ? ReadEpubMetadata(book.path) : Metadata();
-    library.Put(book, metadata.title, metadata.author);
+    Record(library, book);
   }
   for (const auto& [path, book] : recorded) {
     if (!IsGone(path)) continue;  // in a directory that the walk skipped
-    library.Remove(path);
+    Remove(library, path);
     ++result.gone;
   }
-  library.Commit();
+  transaction.commit();
   return result;
+}
+
+/// Whether the file is damaged or not a library, rather than busy or on a full disk.
+bool IsDamaged(const SQLite::Exception& error) {
+  const int kind = error.getErrorCode() & 0xFF;
+  return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR;
+}
+
+/// Renames a damaged library to a free name in its directory.
+/// \return the new path.
+fs::path MoveAside(const fs::path& file) {
+  fs::path aside = file;
+  aside += ".damaged";
+  for (int number = 2; fs::exists(aside); ++number) {
+    aside = file;
+    aside += ".damaged-" + std::to_string(number);
+  }
+  std::error_code error;
+  fs::rename(file, aside, error);
+  if (error) {
+    throw std::runtime_error(file.string() +
+                             " is damaged and cannot be moved aside: " + error.message());
+  }
+  // The journal moves with its database.
+  fs::rename(file.string() + "-journal", aside.string() + "-journal", error);
+  return aside;
 }
 
 }  // namespace
@@ -99,13 +182,16 @@ ScanResult Scan(const fs::path& directory, const fs::path& library_file) {
   std::string name = fs::absolute(directory).lexically_normal().string();
   if (name.size() > 1 && name.ends_with('/')) name.pop_back();
   const std::vector<BookFile> found = FindBookFiles(name);
-  try {
-    return UpdateLibrary(name, found, library_file);
-  } catch (const LibraryDamagedError& damage) {
-    const fs::path aside = MoveAside(library_file);
-    std::cerr << "scanner: " << damage.what() << "; moved to " << aside.string()
-              << ", and a new library is created\n";
-    return UpdateLibrary(name, found, library_file);
+  for (bool renewed = false;; renewed = true) {
+    try {
+      return UpdateLibrary(name, found, library_file);
+    } catch (const SQLite::Exception& error) {
+      const std::string message = library_file.string() + ": " + error.what();
+      if (renewed || !IsDamaged(error)) throw std::runtime_error(message);
+      const fs::path aside = MoveAside(library_file);
+      std::cerr << "scanner: " << message << "; moved to " << aside.string()
+                << ", and a new library is created\n";
+    }
   }
 }
 
