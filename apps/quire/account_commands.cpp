@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "commands.h"
-#include "failure_message.h"
 #include "json_output.h"
 #include "password.h"
 #include "screen.h"
@@ -28,12 +27,12 @@ void PrintFields(const std::vector<Field>& fields, const std::function<std::stri
   std::vector<std::pair<std::string, Cell>> details;
   for (const Field& field : fields) {
     const std::string text = value(field.id);
-    json[field.key] = text.empty() ? Json() : Json(text);
+    json[field.key] = StringOrNull(text);
     details.emplace_back(field.label, text);
   }
   if (as_json) return PrintJson(json);
   const Screen& out = Screen::Out();
-  out.Write(RenderDetails(out, out.Width(), details));
+  out.Write(RenderDetails(out.Width(), details));
 }
 
 /// The library reports success when it could not store the credentials.
@@ -156,7 +155,6 @@ void ShowShop(Session& session, bool as_json) {
 }  // namespace
 
 void AddAccountCommands(CLI::App& cli, Session& session) {
-  const auto as_json = std::make_shared<bool>(false);
   const auto user = std::make_shared<std::string>();
   const auto customer = std::make_shared<Customer>();
 
@@ -176,13 +174,10 @@ void AddAccountCommands(CLI::App& cli, Session& session) {
     LogOut(session);
   });
 
-  CLI::App* account = cli.add_subcommand("account", "Show your profile");
-  account->add_flag("--json", *as_json, "As JSON");
-  account->callback([&session, as_json] { ShowAccount(session, *as_json); });
-
-  CLI::App* shop = cli.add_subcommand("shop", "Show which shop this is, and its pages");
-  shop->add_flag("--json", *as_json, "As JSON");
-  shop->callback([&session, as_json] { ShowShop(session, *as_json); });
+  AddListing(cli, "account", "Show your profile",
+             [&session](bool as_json) { ShowAccount(session, as_json); });
+  AddListing(cli, "shop", "Show which shop this is, and its pages",
+             [&session](bool as_json) { ShowShop(session, as_json); });
 }
 
 }  // namespace app

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <sstream>
 
-#include "command_error.h"
 #include "screen.h"
 #include "text.h"
 
@@ -95,6 +95,17 @@ void PrintError(const std::string& text) {
   }
 }
 
+CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& description,
+                     std::function<void(bool as_json)> show) {
+  const auto as_json = std::make_shared<bool>(false);
+  CLI::App* command = cli.add_subcommand(name, description);
+  command->add_flag("--json", *as_json, "As JSON");
+  command->callback([command, as_json, show = std::move(show)] {
+    if (command->get_subcommands().empty()) show(*as_json);
+  });
+  return command;
+}
+
 int RunCommand(std::vector<std::string> arguments, Session& session) {
   CLI::App cli("The book shop on your reader.", "quire");
   cli.footer(kFooter);
@@ -106,7 +117,6 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
   AddCartCommands(cli, session);
   AddCheckoutCommands(cli, session);
   AddBookCommands(cli, session);
-  AddDownloadCommand(cli, session);
   AddLibraryCommand(cli);
   if (session.mode() == Session::Mode::kSingleCommand) {
     AddShellCommand(cli, exit_code);

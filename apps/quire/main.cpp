@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "command_error.h"
 #include "commands.h"
 #include "text.h"
 

@@ -16,12 +16,12 @@ namespace {
 
 std::string PromptForPassword(const std::string& prompt) {
   std::array<char, 1024> buffer{};
-  const InterruptCatcher interrupts;  // at the prompt, Ctrl-C ends the command but not the shell
+  const InterruptHandler interrupts;  // at the prompt, Ctrl-C ends the command but not the shell
   const char* typed = readpassphrase((MakePrintable(prompt) + ": ").c_str(), buffer.data(),
                                      buffer.size(), RPP_ECHO_OFF);
   std::string text = typed == nullptr ? std::string() : std::string(typed);
   explicit_bzero(buffer.data(), buffer.size());
-  if (InterruptCatcher::Caught())
+  if (InterruptHandler::Caught())
     throw CommandError(kInterrupted, "Stopped before anything was sent.");
   return text;
 }

@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-#include "command_error.h"
 #include "commands.h"
 #include "downloads.h"
 #include "screen.h"

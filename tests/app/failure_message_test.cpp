@@ -1,4 +1,4 @@
-#include "failure_message.h"
+#include "command_error.h"
 
 #include <gtest/gtest.h>
 

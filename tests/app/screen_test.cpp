@@ -71,7 +71,7 @@ std::string Rendered(int width) {
   Table table({{"Title", 8}, {"Author", 6}, {"Price", 0, true}, {"EAN"}});
   table.AddRow({"Über die Brücken am Abend", "Jo Ö", "4,99 EUR", "9780000000017"});
   table.AddRow({"Kurz", "", "12,99 EUR", ""});
-  return table.Render(Screen::Out(), width);
+  return table.Render(width);
 }
 
 int Widest(const std::string& text) {
@@ -110,8 +110,7 @@ TEST(Table, FitsEveryWidth) {
 }
 
 TEST(RenderDetails, WrapsValuesInTheirColumn) {
-  EXPECT_EQ(RenderDetails(Screen::Out(), 20,
-                          {{"Name", "Anna"}, {"Company", ""}, {"Street", "Am langen Weg 5"}}),
+  EXPECT_EQ(RenderDetails(20, {{"Name", "Anna"}, {"Company", ""}, {"Street", "Am langen Weg 5"}}),
             "Name    Anna\nStreet  Am langen\n        Weg 5\n");
 }
 
