@@ -140,9 +140,7 @@ void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool 
     failed = failed || json.back()["status"] == "failed";
   }
   if (as_json) PrintJson(json);
-  if (all && books.empty() && !as_json) {
-    Screen::Out().PrintLine(kNothingBought);
-  }
+  if (all && books.empty() && !as_json) Screen::Out().PrintLine(kNothingBought);
   if (!missing.empty()) {
     throw CommandError(
         kNotFound, "You have not bought " + missing + ". See what you have with \"quire books\".");

@@ -62,8 +62,7 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
   std::vector<CatalogueEntry> found;
   if (!wanted.empty()) {
     const Spinner spinner("Searching the catalogue …");
-    found = Catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage)
-                .Find(wanted);
+    found = Catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage]).Find(wanted);
   }
   std::string missing;
   for (const std::string& ean : wanted) {

@@ -47,7 +47,7 @@ Json EntryToJson(const CatalogueEntry& entry) {
 }
 
 void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
-  const Catalogue catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage);
+  const Catalogue catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage]);
   const std::string folded = FoldCase(word);
   std::vector<CatalogueEntry> entries;
   std::optional<CommandError> error;

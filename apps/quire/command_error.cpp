@@ -19,9 +19,8 @@ struct KindMessage {
   const char* advice;
 };
 
-constexpr KindMessage kUnknownKind{Failure::kNone, kFailed, "the shop's answer is incomplete",
-                                   "Try again later."};
 constexpr KindMessage kKindMessages[] = {
+    {Failure::kNone, kFailed, "the shop's answer is incomplete", "Try again later."},
     {Failure::kConfigFile, kDevice, "the device's configuration file cannot be opened or written",
      "On a PC, run quire through the launcher, as in \"quire-device quire shop\"; on a device, "
      "check the file's permissions."},
@@ -55,7 +54,7 @@ constexpr std::pair<int, const char*> kTransportErrors[] = {
 const KindMessage& FindKindMessage(Failure::Kind kind) {
   const auto* const found = std::find_if(std::begin(kKindMessages), std::end(kKindMessages),
                                          [&](const auto& each) { return each.kind == kind; });
-  return found == std::end(kKindMessages) ? kUnknownKind : *found;
+  return found == std::end(kKindMessages) ? *kKindMessages : *found;
 }
 
 std::string DescribeTransportError(int error) {

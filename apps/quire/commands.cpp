@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 #include <sstream>
 
 #include "screen.h"
@@ -61,7 +60,7 @@ void PrintHelp(const std::string& help) {
   }
 }
 
-int ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
+ExitCode ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
   const CLI::App* command = &cli;
   while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
   std::string name = "quire";
@@ -97,21 +96,19 @@ void PrintError(const std::string& text) {
 
 CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& description,
                      std::function<void(bool as_json)> show) {
-  const auto as_json = std::make_shared<bool>(false);
   CLI::App* command = cli.add_subcommand(name, description);
-  command->add_flag("--json", *as_json, "As JSON");
-  command->callback([command, as_json, show = std::move(show)] {
-    if (command->get_subcommands().empty()) show(*as_json);
+  const CLI::Option* json = command->add_flag("--json")->description("As JSON");
+  command->callback([command, json, show = std::move(show)] {
+    if (command->get_subcommands().empty()) show(!json->empty());
   });
   return command;
 }
 
-int RunCommand(std::vector<std::string> arguments, Session& session) {
+ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
   CLI::App cli("The book shop on your reader.", "quire");
   cli.footer(kFooter);
   cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
   cli.require_subcommand(1);
-  int exit_code = kOk;
   AddAccountCommands(cli, session);
   AddCatalogueCommands(cli, session);
   AddCartCommands(cli, session);
@@ -119,7 +116,7 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
   AddBookCommands(cli, session);
   AddLibraryCommand(cli);
   if (session.mode() == Session::Mode::kSingleCommand) {
-    AddShellCommand(cli, exit_code);
+    AddShellCommand(cli);
     AddProcessOptions(cli);
   }
   if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
@@ -135,7 +132,7 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
   try {
     std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
     cli.parse(std::move(arguments));
-    return exit_code;
+    return kOk;
   } catch (const CLI::CallForHelp&) {
     PrintHelp(cli.help());
     return kOk;

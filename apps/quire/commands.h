@@ -18,10 +18,7 @@ void AddCartCommands(CLI::App& cli, Session& session);
 void AddBookCommands(CLI::App& cli, Session& session);
 void AddLibraryCommand(CLI::App& cli);
 void AddCheckoutCommands(CLI::App& cli, Session& session);
-
-/// Adds "shell".
-/// \param exit_code  receives the exit code of the commands that the shell ran.
-void AddShellCommand(CLI::App& cli, int& exit_code);
+void AddShellCommand(CLI::App& cli);
 
 /// Adds a command that takes "--json".
 /// \param show  runs the command unless a subcommand of it was named.
@@ -30,8 +27,7 @@ CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& 
 
 /// Runs one command line and reports its failure on the standard error.
 /// \param arguments  without the program's name.
-/// \return an ExitCode.
-int RunCommand(std::vector<std::string> arguments, Session& session);
+ExitCode RunCommand(std::vector<std::string> arguments, Session& session);
 
 /// Prints an error on the standard error.
 void PrintError(const std::string& text);

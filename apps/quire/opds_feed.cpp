@@ -74,7 +74,6 @@ std::string ParseEan(std::string identifier) {
 }
 
 using OPDS::IndirectAcquisition;
-using Acquisitions = boost::ptr_vector<IndirectAcquisition>;
 
 /// Converts a node with a "type" and the acquisitions nested in it.
 std::unique_ptr<IndirectAcquisition> MakeAcquisition(const pugi::xml_node& node, int depth = 0) {
@@ -122,7 +121,7 @@ void SetIfEmpty(std::string& field, const std::string& value) {
 
 struct Entry {
   CatalogueEntry title;
-  Acquisitions acquisitions;
+  boost::ptr_vector<IndirectAcquisition> acquisitions;
   std::string section;
   bool is_title = false;  // has an acquisition link
   bool has_links = false;

@@ -40,6 +40,29 @@ std::string ProtectCommands(const std::string& text) {
   return out;
 }
 
+void Spin(const std::stop_token& stop, const char* text) {
+  using namespace std::chrono_literals;
+  constexpr std::array kFrames{"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
+  const Screen& screen = Screen::Err();
+  const auto start = std::chrono::steady_clock::now();
+  std::mutex mutex;
+  std::condition_variable_any ended;
+  std::unique_lock lock(mutex);
+  const auto ends_within = [&](std::chrono::milliseconds time) {
+    return ended.wait_for(lock, stop, time, [&] { return stop.stop_requested(); });
+  };
+  if (ends_within(300ms)) return;
+  std::size_t frame = 0;
+  do {
+    const auto waited = std::chrono::steady_clock::now() - start;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
+    std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
+    if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
+    screen.ReplaceLine(Truncate(line, screen.Width() - 1));
+  } while (!ends_within(100ms));
+  screen.ReplaceLine("");
+}
+
 }  // namespace
 
 Screen::Screen(int descriptor, std::ostream& stream)
@@ -102,29 +125,6 @@ void Screen::ReplaceLine(std::string_view text) const {
 
 Spinner::Spinner(const char* text) {
   if (Screen::Err().IsInteractive()) thread_ = std::jthread(Spin, text);
-}
-
-void Spinner::Spin(const std::stop_token& stop, const char* text) {
-  using namespace std::chrono_literals;
-  constexpr std::array kFrames{"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
-  const Screen& screen = Screen::Err();
-  const auto start = std::chrono::steady_clock::now();
-  std::mutex mutex;
-  std::condition_variable_any ended;
-  std::unique_lock lock(mutex);
-  const auto ends_within = [&](std::chrono::milliseconds time) {
-    return ended.wait_for(lock, stop, time, [&] { return stop.stop_requested(); });
-  };
-  if (ends_within(300ms)) return;
-  std::size_t frame = 0;
-  do {
-    const auto waited = std::chrono::steady_clock::now() - start;
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
-    std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
-    if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
-    screen.ReplaceLine(Truncate(line, screen.Width() - 1));
-  } while (!ends_within(100ms));
-  screen.ReplaceLine("");
 }
 
 std::string ProgressLine(std::string_view title, int percent, int columns) {

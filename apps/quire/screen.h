@@ -54,8 +54,6 @@ class Spinner {
   explicit Spinner(const char* text);
 
  private:
-  static void Spin(const std::stop_token& stop, const char* text);
-
   std::jthread thread_;
 };
 

@@ -1,6 +1,7 @@
 #include "table.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/trim.hpp>
 #include <numeric>
 
 #include "text.h"
@@ -12,11 +13,6 @@ constexpr int kGap = 2;
 
 std::string Spaces(int count) {
   return std::string(static_cast<std::size_t>(std::max(count, 0)), ' ');
-}
-
-std::string TrimRight(std::string line) {
-  line.erase(line.find_last_not_of(' ') + 1);
-  return line;
 }
 
 /// Narrows the widest columns that may be truncated until `widths` fit. False when they cannot.
@@ -128,7 +124,7 @@ std::string RenderDetails(int width, const std::vector<std::pair<std::string, Ce
         cell.text.find("://") != std::string::npos;  // not wrapped, so that it can be copied
     const int available = width > 0 && !is_address ? std::max(width - names - kGap, 1) : 0;
     for (const std::string& line : Wrap(cell.text, available)) {
-      out += TrimRight(head + Screen::Out().ApplyStyle(cell.style, line)) + "\n";
+      out += boost::trim_right_copy(head + Screen::Out().ApplyStyle(cell.style, line)) + "\n";
       head = Spaces(names + kGap);
     }
   }
