@@ -70,7 +70,7 @@ std::string DescribeFailure(const Failure& failure) {
   if (failure.http_status >= 400 || failure.kind == Failure::kHttpStatus) {
     return "the server answered HTTP " + std::to_string(failure.http_status);
   }
-  const std::string reason = FindKindMessage(failure.kind).reason;
+  std::string reason = FindKindMessage(failure.kind).reason;
   if (failure.kind == Failure::kNetwork) {
     return reason + " (" + DescribeTransportError(failure.transport_error) + ")";
   }
