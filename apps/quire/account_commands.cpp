@@ -1,39 +1,44 @@
+#include <bsd/readpassphrase.h>
+#include <string.h>
 #include <unistd.h>
 
+#include <array>
 #include <iostream>
 #include <memory>
 #include <tuple>
 
 #include "commands.h"
-#include "failure_message.h"
+#include "interrupts.h"
 #include "json_output.h"
-#include "password.h"
 #include "screen.h"
 #include "table.h"
+#include "text.h"
 
 namespace app {
 namespace {
 
 using Result = store::ServerApi::Result;
 
+template <typename Id>
 struct Field {
   const char* key;
   const char* label;
-  int id;
+  Id id;
 };
 
-void PrintFields(const std::vector<Field>& fields, const std::function<std::string(int)>& value,
+template <typename Data>
+void PrintFields(const Data& data, const std::vector<Field<typename Data::Fields>>& fields,
                  bool as_json) {
   Json json = Json::object();
   std::vector<std::pair<std::string, Cell>> details;
-  for (const Field& field : fields) {
-    const std::string text = value(field.id);
-    json[field.key] = text.empty() ? Json() : Json(text);
+  for (const auto& field : fields) {
+    const std::string text = data[field.id];
+    json[field.key] = StringOrNull(text);
     details.emplace_back(field.label, text);
   }
   if (as_json) return PrintJson(json);
   const Screen& out = Screen::Out();
-  out.Write(RenderDetails(out, out.Width(), details));
+  out.Write(RenderDetails(out.Width(), details));
 }
 
 /// The library reports success when it could not store the credentials.
@@ -55,6 +60,56 @@ std::string ReadUser(const std::string& stored) {
   if (user.empty())
     throw CommandError(kUsage, "No user was named. Try again with an e-mail address.");
   return user;
+}
+
+/// A secret that is wiped from memory on destruction.
+class Password {
+ public:
+  explicit Password(std::string value) : value_(std::move(value)) {}
+  ~Password() { explicit_bzero(value_.data(), value_.capacity()); }
+  Password(const Password&) = delete;
+  Password& operator=(const Password&) = delete;
+
+  const std::string& value() const { return value_; }
+
+ private:
+  std::string value_;
+};
+
+std::string PromptForPassword(const std::string& prompt) {
+  std::array<char, 1024> buffer{};
+  const InterruptHandler interrupts;  // at the prompt, Ctrl-C ends the command but not the shell
+  const char* typed = readpassphrase((MakePrintable(prompt) + ": ").c_str(), buffer.data(),
+                                     buffer.size(), RPP_ECHO_OFF);
+  std::string text = typed == nullptr ? std::string() : std::string(typed);
+  explicit_bzero(buffer.data(), buffer.size());
+  if (InterruptHandler::Caught())
+    throw CommandError(kInterrupted, "Stopped before anything was sent.");
+  return text;
+}
+
+/// Reads a password: typed on the terminal without echo, or the next line of a standard input that
+/// is not a terminal. Throws CommandError when there is none.
+/// \param twice  on the terminal, asks a second time and compares.
+Password ReadPassword(const std::string& prompt, bool twice = false) {
+  const bool on_terminal = isatty(STDIN_FILENO) != 0;
+  std::string text;
+  if (on_terminal) {
+    text = PromptForPassword(prompt);
+  } else {
+    std::getline(std::cin, text);
+    if (text.ends_with('\r')) text.pop_back();
+  }
+  if (text.empty()) {
+    throw CommandError(kUsage,
+                       "No password was given. Type it when asked, or pass it as a line of the "
+                       "standard input.");
+  }
+  if (on_terminal && twice && Password(PromptForPassword("Repeat the password")).value() != text) {
+    explicit_bzero(text.data(), text.size());
+    throw CommandError(kUsage, "The two passwords differ. Try again.");
+  }
+  return Password(std::move(text));
 }
 
 void LogIn(Session& session, std::string user) {
@@ -111,32 +166,33 @@ void LogOut(Session& session) {
 }
 
 void ShowAccount(Session& session, bool as_json) {
-  static const std::vector<Field> kFields{{"user_id", "Customer", store::UserData::kUserId},
-                                          {"title", "Title", store::UserData::kTitle},
-                                          {"name", "Name", store::UserData::kName},
-                                          {"surname", "Surname", store::UserData::kSurname},
-                                          {"company", "Company", store::UserData::kCompany},
-                                          {"street", "Street", store::UserData::kStreet},
-                                          {"zip", "Postcode", store::UserData::kZip},
-                                          {"city", "City", store::UserData::kCity},
-                                          {"country", "Country", store::UserData::kCountry},
-                                          {"email", "E-mail", store::UserData::kEmail},
-                                          {"phone", "Phone", store::UserData::kPhone},
-                                          {"mobile", "Mobile", store::UserData::kMobile},
-                                          {"birthday", "Birthday", store::UserData::kBirthday},
-                                          {"pay_method", "Pays by", store::UserData::kPayMethod}};
+  using Data = store::UserData;
+  static const std::vector<Field<Data::Fields>> kFields{
+      {"user_id", "Customer", Data::kUserId},
+      {"title", "Title", Data::kTitle},
+      {"name", "Name", Data::kName},
+      {"surname", "Surname", Data::kSurname},
+      {"company", "Company", Data::kCompany},
+      {"street", "Street", Data::kStreet},
+      {"zip", "Postcode", Data::kZip},
+      {"city", "City", Data::kCity},
+      {"country", "Country", Data::kCountry},
+      {"email", "E-mail", Data::kEmail},
+      {"phone", "Phone", Data::kPhone},
+      {"mobile", "Mobile", Data::kMobile},
+      {"birthday", "Birthday", Data::kBirthday},
+      {"pay_method", "Pays by", Data::kPayMethod}};
   store::StoreManager& manager = session.LoggedInStore();
   const auto [result, data] = manager.GetUserData();
   if (result.code_ != store::ServerApi::kOk || manager.GetLastFailure()) {
     throw ToCommandError("Your account cannot be shown", manager.GetLastFailure());
   }
-  PrintFields(
-      kFields, [&](int id) { return data[static_cast<store::UserData::Fields>(id)]; }, as_json);
+  PrintFields(data, kFields, as_json);
 }
 
 void ShowShop(Session& session, bool as_json) {
   using Config = store::SwitchboardConfig;
-  static const std::vector<Field> kFields{
+  static const std::vector<Field<Config::Fields>> kFields{
       {"name", "Shop", Config::kShopName},
       {"url", "Web site", Config::kShopUrl},
       {"partner", "Partner", Config::kPartner},
@@ -148,15 +204,12 @@ void ShowShop(Session& session, bool as_json) {
       {"withdrawal_url", "Withdrawal", Config::kWiderrufsrechtUrl},
       {"privacy_url", "Privacy", Config::kDatenschutzUrl},
       {"imprint_url", "Imprint", Config::kImpressumUrl}};
-  const Config& config = session.Config();
-  PrintFields(
-      kFields, [&](int id) { return config[static_cast<Config::Fields>(id)]; }, as_json);
+  PrintFields(session.Config(), kFields, as_json);
 }
 
 }  // namespace
 
 void AddAccountCommands(CLI::App& cli, Session& session) {
-  const auto as_json = std::make_shared<bool>(false);
   const auto user = std::make_shared<std::string>();
   const auto customer = std::make_shared<Customer>();
 
@@ -176,13 +229,10 @@ void AddAccountCommands(CLI::App& cli, Session& session) {
     LogOut(session);
   });
 
-  CLI::App* account = cli.add_subcommand("account", "Show your profile");
-  account->add_flag("--json", *as_json, "As JSON");
-  account->callback([&session, as_json] { ShowAccount(session, *as_json); });
-
-  CLI::App* shop = cli.add_subcommand("shop", "Show which shop this is, and its pages");
-  shop->add_flag("--json", *as_json, "As JSON");
-  shop->callback([&session, as_json] { ShowShop(session, *as_json); });
+  AddListing(cli, "account", "Show your profile",
+             [&session](bool as_json) { ShowAccount(session, as_json); });
+  AddListing(cli, "shop", "Show which shop this is, and its pages",
+             [&session](bool as_json) { ShowShop(session, as_json); });
 }
 
 }  // namespace app

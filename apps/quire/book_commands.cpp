@@ -1,18 +1,48 @@
+#include <array>
 #include <memory>
 
 #include "book_view.h"
 #include "commands.h"
-#include "json_output.h"
+#include "downloads.h"
 #include "saved_books.h"
-#include "screen.h"
 #include "table.h"
 
 namespace app {
 namespace {
 
+/// Shown for an empty list of bought books, which must be known.
+constexpr char kNothingBought[] =
+    "You have bought no books yet. See what there is with \"quire catalogue\".";
+
+struct StatusView {
+  const char* key;
+  const char* text;
+  Style style;
+};
+
+constexpr std::array<StatusView, 5> kStatusViews{{
+    // by BookStatus::Status
+    {"not_bought", "not bought", Style::kDim},
+    {"in_cart", "in the cart", Style::kPlain},
+    {"bought", "bought", Style::kPlain},
+    {"downloading", "downloading", Style::kPlain},
+    {"downloaded", "on the device", Style::kGood},
+}};
+
+const StatusView& ViewOf(const store::BookStatus& status) {
+  return kStatusViews.at(static_cast<std::size_t>(status.status));
+}
+
+Cell StatusCell(const store::BookStatus& status) {
+  const StatusView& view = ViewOf(status);
+  const bool has_progress = status.status == store::BookStatus::kDownloading;
+  const std::string progress = " " + std::to_string(status.progress) + " %";
+  return {view.text + (has_progress ? progress : ""), view.style};
+}
+
 Json WithStatus(Json json, const store::BookStatus& status) {
-  json["status"] = StatusKey(status);
-  json["path"] = status.path.empty() ? Json() : Json(status.path);
+  json["status"] = ViewOf(status).key;
+  json["path"] = StringOrNull(status.path);
   json["progress_percent"] = status.progress;
   return json;
 }
@@ -31,7 +61,7 @@ void ShowBooks(Session& session, bool as_json) {
                   GetString(book, store::Book::kEbookFormat), StatusCell(status), ean});
   }
   if (as_json) return PrintJson(json);
-  if (!books.empty()) return table.Print(Screen::Out());
+  if (!books.empty()) return table.Print();
   Screen::Out().PrintLine(kNothingBought);
 }
 
@@ -48,31 +78,95 @@ void ShowStatus(Session& session, const std::vector<std::string>& eans, bool as_
         bought ? saved_books.GetStatus(manager, *bought) : manager.GetBookStatusById(ean);
     const store::Book* known = in_cart ? in_cart : bought;
     const std::string title = known ? GetString(*known, store::Book::kTitle) : std::string();
-    json.push_back(
-        WithStatus({{"ean", ean}, {"title", title.empty() ? Json() : Json(title)}}, status));
+    json.push_back(WithStatus({{"ean", ean}, {"title", StringOrNull(title)}}, status));
     table.AddRow({ean, StatusCell(status), title});
   }
   if (as_json) return PrintJson(json);
-  table.Print(Screen::Out());
+  table.Print();
   for (const Json& each : json) {
     if (each["path"].is_string()) Screen::Out().PrintPath(each["path"].get<std::string>());
   }
 }
 
+/// The bought books with these EANs, in their order; `missing` receives the EANs of the others.
+std::vector<store::Book> SelectBooks(const std::vector<store::Book>& bought,
+                                     const std::vector<std::string>& eans, std::string& missing) {
+  std::vector<store::Book> books;
+  for (const std::string& ean : eans) {
+    if (const store::Book* found = FindByEan(bought, ean)) {
+      books.push_back(*found);
+    } else {
+      missing += (missing.empty() ? "" : ", ") + ean;
+    }
+  }
+  return books;
+}
+
+/// Downloads a book that is not on the device yet.
+/// \return "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and "reason".
+Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
+  std::string path = SavedBooks().Find(book);
+  const bool is_present = !path.empty();
+  store::Failure failure;
+  if (!is_present) path = DownloadBook(session, book, &failure);
+  const bool has_failed = path.empty();
+  if (has_failed || (!is_present && !as_json)) {
+    ReportDownload(book, path, failure);
+  } else if (!as_json) {
+    Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) + " is on the device already:");
+    Screen::Out().PrintPath(path);
+  }
+  return {{"ean", GetString(book, store::Book::kEan)},
+          {"title", DisplayTitle(book)},
+          {"status", failure      ? "failed"
+                     : is_present ? "present"
+                                  : "downloaded"},
+          {"path", StringOrNull(path)},
+          {"reason", has_failed ? Json(DescribeFailure(failure)) : Json()}};
+}
+
+void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool all, bool as_json) {
+  if (eans.empty() && !all) {
+    throw CommandError(kUsage,
+                       "No book was named. Give EANs as \"quire books\" lists them, or --all.");
+  }
+  const std::vector<store::Book> bought = session.PurchasedBooks();
+  std::string missing;
+  const auto books = all ? bought : SelectBooks(bought, eans, missing);
+  Json json = Json::array();
+  bool failed = false;
+  for (const store::Book& book : books) {
+    json.push_back(DownloadOne(session, book, as_json));
+    failed = failed || json.back()["status"] == "failed";
+  }
+  if (as_json) PrintJson(json);
+  if (all && books.empty() && !as_json) Screen::Out().PrintLine(kNothingBought);
+  if (!missing.empty()) {
+    throw CommandError(
+        kNotFound, "You have not bought " + missing + ". See what you have with \"quire books\".");
+  }
+  if (failed) throw CommandError(kFailed, "");
+}
+
 }  // namespace
 
 void AddBookCommands(CLI::App& cli, Session& session) {
-  const auto as_json = std::make_shared<bool>(false);
   const auto eans = std::make_shared<std::vector<std::string>>();
+  const auto all = std::make_shared<bool>(false);
 
-  CLI::App* books = cli.add_subcommand("books", "List the books you have bought");
-  books->add_flag("--json", *as_json, "As JSON");
-  books->callback([&session, as_json] { ShowBooks(session, *as_json); });
+  AddListing(cli, "books", "List the books you have bought",
+             [&session](bool as_json) { ShowBooks(session, as_json); });
 
-  CLI::App* status = cli.add_subcommand("status", "Show where books stand");
-  status->add_option("EAN", *eans, "EANs of the books")->required();
-  status->add_flag("--json", *as_json, "As JSON");
-  status->callback([&session, eans, as_json] { ShowStatus(session, *eans, *as_json); });
+  AddListing(cli, "status", "Show where books stand",
+             [&session, eans](bool as_json) { ShowStatus(session, *eans, as_json); })
+      ->add_option("EAN", *eans, "EANs of the books")
+      ->required();
+
+  CLI::App* download = AddListing(
+      cli, "download", "Get bought books onto the device",
+      [&session, eans, all](bool as_json) { DownloadBooks(session, *eans, *all, as_json); });
+  CLI::Option* named = download->add_option("EAN", *eans, "EANs of the books");
+  download->add_flag("--all", *all, "All that you have bought")->excludes(named);
 }
 
 }  // namespace app

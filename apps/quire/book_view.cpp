@@ -1,8 +1,23 @@
 #include "book_view.h"
 
+#include <cmath>
+
+#include "money.h"
+#include "table.h"
 #include "text.h"
 
 namespace app {
+namespace {
+
+std::string FormatBookPrice(const store::Book& book) {
+  const auto price = book.int_props.find(store::Book::kPrice);
+  const std::string currency = GetString(book, store::Book::kCurrency);
+  // An unknown price is 0 without a currency.
+  const bool is_known = price != book.int_props.end() && (price->second != 0 || !currency.empty());
+  return is_known ? FormatPrice(price->second, currency) : "-";
+}
+
+}  // namespace
 
 std::string QuoteTitle(const std::string& title) {
   constexpr int kColumns = 60;
@@ -14,34 +29,43 @@ std::string DisplayTitle(const store::Book& book) {
   return title.empty() ? GetString(book, store::Book::kEan) : title;
 }
 
-Cell StatusCell(const store::BookStatus& status) {
-  switch (status.status) {
-    case store::BookStatus::kInCart:
-      return {"in the cart"};
-    case store::BookStatus::kPurchased:
-      return {"bought"};
-    case store::BookStatus::kDownloading:
-      return {"downloading " + std::to_string(status.progress) + " %"};
-    case store::BookStatus::kDownloaded:
-      return {"on the device", Style::kGood};
-    default:
-      return {"not bought", Style::kDim};
-  }
+Json BookToJson(const store::Book& book) {
+  const auto text = [&](store::Book::StringProps property) {
+    return StringOrNull(GetString(book, property));
+  };
+  const auto price = book.int_props.find(store::Book::kPrice);
+  return {{"ean", text(store::Book::kEan)},
+          {"title", text(store::Book::kTitle)},
+          {"author", text(store::Book::kAuthor)},
+          {"format", text(store::Book::kEbookFormat)},
+          {"price_hundredths", price == book.int_props.end() ? Json() : Json(price->second)},
+          {"currency", text(store::Book::kCurrency)},
+          {"date", StringOrNull(MakePrintable(GetString(book, store::Book::kDate)))}};
 }
 
-std::string StatusKey(const store::BookStatus& status) {
-  switch (status.status) {
-    case store::BookStatus::kInCart:
-      return "in_cart";
-    case store::BookStatus::kPurchased:
-      return "bought";
-    case store::BookStatus::kDownloading:
-      return "downloading";
-    case store::BookStatus::kDownloaded:
-      return "downloaded";
-    default:
-      return "not_bought";
+void PrintCart(const store::Cart& cart) {
+  Table table({{"#", 0, true}, {"Title", 16}, {"Author", 10}, {"Price", 0, true}, {"EAN"}});
+  for (unsigned i = 0; i < cart.GetSize(); ++i) {
+    const store::Book& book = cart.GetItem(i);
+    table.AddRow({"#" + std::to_string(i + 1), GetString(book, store::Book::kTitle),
+                  GetString(book, store::Book::kAuthor), FormatBookPrice(book),
+                  GetString(book, store::Book::kEan)});
   }
+  table.Print();
+  Screen::Out().PrintLine("Total: " + cart.GetTotalPriceFormatted(), Style::kBold);
+}
+
+Json CartToJson(const store::Cart& cart) {
+  Json items = Json::array();
+  for (unsigned i = 0; i < cart.GetSize(); ++i) {
+    Json item = {{"position", i + 1}};
+    item.update(BookToJson(cart.GetItem(i)));
+    items.push_back(std::move(item));
+  }
+  return {{"items", std::move(items)},
+          {"total_hundredths", std::llround(cart.GetTotalPrice() * 100)},
+          {"total", cart.GetTotalPriceFormatted()},
+          {"order_id", StringOrNull(cart.orderId)}};
 }
 
 }  // namespace app

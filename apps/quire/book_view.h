@@ -3,14 +3,10 @@
 
 #include <string>
 
+#include "json_output.h"
 #include "session.h"
-#include "table.h"
 
 namespace app {
-
-/// Shown for an empty list of bought books, which must be known.
-inline constexpr char kNothingBought[] =
-    "You have bought no books yet. See what there is with \"quire catalogue\".";
 
 /// A title in quotation marks for a sentence, truncated to 60 columns.
 std::string QuoteTitle(const std::string& title);
@@ -18,11 +14,15 @@ std::string QuoteTitle(const std::string& title);
 /// The book's title; its EAN where it has none.
 std::string DisplayTitle(const store::Book& book);
 
-/// A status for a table, such as "downloading 45 %".
-Cell StatusCell(const store::BookStatus& status);
+/// A book's "ean", "title", "author", "format", "price_hundredths", "currency" and "date"; null
+/// where unknown.
+Json BookToJson(const store::Book& book);
 
-/// A status for JSON: "not_bought", "in_cart", "bought", "downloading" or "downloaded".
-std::string StatusKey(const store::BookStatus& status);
+/// Prints the cart's items and its total.
+void PrintCart(const store::Cart& cart);
+
+/// "items" (a book each, with its "position"), "total_hundredths", "total" and "order_id".
+Json CartToJson(const store::Cart& cart);
 
 }  // namespace app
 

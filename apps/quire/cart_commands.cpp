@@ -5,9 +5,7 @@
 #include <memory>
 
 #include "book_view.h"
-#include "cart_view.h"
 #include "catalogue.h"
-#include "command_error.h"
 #include "commands.h"
 #include "screen.h"
 
@@ -64,8 +62,7 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
   std::vector<CatalogueEntry> found;
   if (!wanted.empty()) {
     const Spinner spinner("Searching the catalogue …");
-    found = Catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage)
-                .Find(wanted);
+    found = Catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage]).Find(wanted);
   }
   std::string missing;
   for (const std::string& ean : wanted) {
@@ -115,15 +112,11 @@ void RemoveFromCart(Session& session, const std::string& which) {
 }  // namespace
 
 void AddCartCommands(CLI::App& cli, Session& session) {
-  const auto as_json = std::make_shared<bool>(false);
   const auto eans = std::make_shared<std::vector<std::string>>();
   const auto which = std::make_shared<std::string>();
 
-  CLI::App* cart = cli.add_subcommand("cart", "Show the cart, or change it");
-  cart->add_flag("--json", *as_json, "As JSON");
-  cart->callback([&session, cart, as_json] {
-    if (cart->get_subcommands().empty()) ShowCart(session, *as_json);
-  });
+  CLI::App* cart = AddListing(cli, "cart", "Show the cart, or change it",
+                              [&session](bool as_json) { ShowCart(session, as_json); });
   CLI::App* add = cart->add_subcommand("add", "Add titles of the catalogue to it");
   add->add_option("EAN", *eans, "EANs of the titles")->required();
   add->callback([&session, eans] { AddToCart(session, *eans); });

@@ -4,7 +4,6 @@
 #include <deque>
 #include <set>
 
-#include "failure_message.h"
 #include "saltmoor/utilities/http_request_runner.h"
 #include "text.h"
 #include "web_address.h"

@@ -11,13 +11,16 @@
 
 namespace app {
 
+/// Fetches a page of the catalogue from the shop. Throws CommandError on failure.
+std::string FetchPage(const std::string& url);
+
 /// The shop's catalogue, read page by page from its start page. Keeps no state between two calls.
 class Catalogue {
  public:
   /// Returns the page at an absolute address. Throws CommandError on failure.
   using Fetch = std::function<std::string(const std::string& url)>;
 
-  Catalogue(std::string start_url, Fetch fetch)
+  explicit Catalogue(std::string start_url, Fetch fetch = FetchPage)
       : start_url_(std::move(start_url)), fetch_(std::move(fetch)) {}
 
   /// Reads until `visit` returns false, the catalogue ends or a limit on its size is reached. Each
@@ -35,9 +38,6 @@ class Catalogue {
   std::string start_url_;
   Fetch fetch_;
 };
-
-/// Fetches a page of the catalogue from the shop. Throws CommandError on failure.
-std::string FetchPage(const std::string& url);
 
 /// Whether a word that FoldCase returned occurs in the entry's title, author, subject, summary or
 /// EAN.

@@ -1,7 +1,7 @@
 #include <memory>
+#include <sstream>
 
 #include "catalogue.h"
-#include "command_error.h"
 #include "commands.h"
 #include "json_output.h"
 #include "money.h"
@@ -27,13 +27,27 @@ void PrintEntries(const std::vector<CatalogueEntry>& entries) {
                                          : std::string("-"),
                   entry.ean, FormatsCell(entry)});
   }
-  table.Print(Screen::Out());
+  table.Print();
   if (needs_adobe)
     Screen::Out().PrintLine("* some formats need Adobe Digital Editions", Style::kDim);
 }
 
+Json EntryToJson(const CatalogueEntry& entry) {
+  Json json = {
+      {"ean", StringOrNull(entry.ean)},           {"title", StringOrNull(entry.title)},
+      {"author", StringOrNull(entry.author)},     {"formats", Json::array()},
+      {"needs_adobe", entry.needs_adobe},         {"price_hundredths", Json()},
+      {"currency", StringOrNull(entry.currency)}, {"language", StringOrNull(entry.language)},
+      {"subject", StringOrNull(entry.subject)},   {"published", StringOrNull(entry.published)},
+      {"summary", StringOrNull(entry.summary)},   {"page_url", StringOrNull(entry.page_url)}};
+  if (entry.price_hundredths) json["price_hundredths"] = *entry.price_hundredths;
+  std::istringstream formats(entry.formats);
+  for (std::string format; std::getline(formats, format, ',');) json["formats"].push_back(format);
+  return json;
+}
+
 void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
-  const Catalogue catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage], FetchPage);
+  const Catalogue catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage]);
   const std::string folded = FoldCase(word);
   std::vector<CatalogueEntry> entries;
   std::optional<CommandError> error;
@@ -69,12 +83,10 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
 }  // namespace
 
 void AddCatalogueCommands(CLI::App& cli, Session& session) {
-  const auto as_json = std::make_shared<bool>(false);
   const auto word = std::make_shared<std::string>();
-  CLI::App* command = cli.add_subcommand("catalogue", "List what the shop sells");
-  command->add_option("WORD", *word, "Only titles whose entry contains it");
-  command->add_flag("--json", *as_json, "As JSON");
-  command->callback([&session, word, as_json] { ShowCatalogue(session, *word, *as_json); });
+  AddListing(cli, "catalogue", "List what the shop sells", [&session, word](bool as_json) {
+    ShowCatalogue(session, *word, as_json);
+  })->add_option("WORD", *word, "Only titles whose entry contains it");
 }
 
 }  // namespace app

@@ -1,13 +1,9 @@
 #include <algorithm>
-#include <memory>
 #include <tuple>
 
 #include "book_view.h"
-#include "cart_view.h"
 #include "commands.h"
-#include "failure_message.h"
 #include "interrupts.h"
-#include "json_output.h"
 #include "screen.h"
 
 namespace app {
@@ -94,9 +90,9 @@ void Pay(Session& session, const std::string& method) {
     const std::vector<store::Book> dropped = PriceCart(session);
     PrintPricedCart(manager.GetCart(), dropped);
   }
-  const InterruptMessage message(
-      "Stopped. The cart is kept, but the payment may have succeeded: check with \"quire books\" "
-      "before you pay again.");
+  const InterruptHandler interrupts(
+      "\nStopped. The cart is kept, but the payment may have succeeded: check with \"quire books\" "
+      "before you pay again.\n");
   RunBrowser(manager, method);
   WaitForPayment(manager);
   session.order_is_priced = false;
@@ -129,10 +125,8 @@ void CheckOrder(Session& session) {
 }  // namespace
 
 void AddCheckoutCommands(CLI::App& cli, Session& session) {
-  const auto as_json = std::make_shared<bool>(false);
-  CLI::App* checkout = cli.add_subcommand("checkout", "Have the cart priced by the shop");
-  checkout->add_flag("--json", *as_json, "As JSON");
-  checkout->callback([&session, as_json] { CheckOut(session, *as_json); });
+  AddListing(cli, "checkout", "Have the cart priced by the shop",
+             [&session](bool as_json) { CheckOut(session, as_json); });
 
   CLI::App* pay = cli.add_subcommand("pay", "Pay for the cart in the browser");
   pay->require_subcommand(1);

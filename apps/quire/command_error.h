@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "failure.h"
+
 namespace app {
 
 /// The exit status of the process. Scripts rely on the numbers.
@@ -27,6 +29,14 @@ class CommandError : public std::runtime_error {
 
   ExitCode code;
 };
+
+/// The reason of a failure as a clause, such as "the server answered HTTP 503".
+std::string DescribeFailure(const saltmoor::quire::Failure& failure);
+
+/// The error that ends a command after a failure: "WHAT: REASON. ADVICE".
+/// \param advice  what to do next; empty: the usual advice for the kind of failure.
+CommandError ToCommandError(const std::string& what, const saltmoor::quire::Failure& failure,
+                            const std::string& advice = "");
 
 }  // namespace app
 

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "command_error.h"
 #include "screen.h"
 #include "text.h"
 
@@ -61,7 +60,7 @@ void PrintHelp(const std::string& help) {
   }
 }
 
-int ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
+ExitCode ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
   const CLI::App* command = &cli;
   while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
   std::string name = "quire";
@@ -95,21 +94,29 @@ void PrintError(const std::string& text) {
   }
 }
 
-int RunCommand(std::vector<std::string> arguments, Session& session) {
+CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& description,
+                     std::function<void(bool as_json)> show) {
+  CLI::App* command = cli.add_subcommand(name, description);
+  const CLI::Option* json = command->add_flag("--json")->description("As JSON");
+  command->callback([command, json, show = std::move(show)] {
+    if (command->get_subcommands().empty()) show(!json->empty());
+  });
+  return command;
+}
+
+ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
   CLI::App cli("The book shop on your reader.", "quire");
   cli.footer(kFooter);
   cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
   cli.require_subcommand(1);
-  int exit_code = kOk;
   AddAccountCommands(cli, session);
   AddCatalogueCommands(cli, session);
   AddCartCommands(cli, session);
   AddCheckoutCommands(cli, session);
   AddBookCommands(cli, session);
-  AddDownloadCommand(cli, session);
   AddLibraryCommand(cli);
   if (session.mode() == Session::Mode::kSingleCommand) {
-    AddShellCommand(cli, exit_code);
+    AddShellCommand(cli);
     AddProcessOptions(cli);
   }
   if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
@@ -125,7 +132,7 @@ int RunCommand(std::vector<std::string> arguments, Session& session) {
   try {
     std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
     cli.parse(std::move(arguments));
-    return exit_code;
+    return kOk;
   } catch (const CLI::CallForHelp&) {
     PrintHelp(cli.help());
     return kOk;

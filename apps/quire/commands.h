@@ -2,6 +2,7 @@
 #define QUIRE_APP_COMMANDS_H_
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,18 +16,18 @@ void AddAccountCommands(CLI::App& cli, Session& session);
 void AddCatalogueCommands(CLI::App& cli, Session& session);
 void AddCartCommands(CLI::App& cli, Session& session);
 void AddBookCommands(CLI::App& cli, Session& session);
-void AddDownloadCommand(CLI::App& cli, Session& session);
 void AddLibraryCommand(CLI::App& cli);
 void AddCheckoutCommands(CLI::App& cli, Session& session);
+void AddShellCommand(CLI::App& cli);
 
-/// Adds "shell".
-/// \param exit_code  receives the exit code of the commands that the shell ran.
-void AddShellCommand(CLI::App& cli, int& exit_code);
+/// Adds a command that takes "--json".
+/// \param show  runs the command unless a subcommand of it was named.
+CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& description,
+                     std::function<void(bool as_json)> show);
 
 /// Runs one command line and reports its failure on the standard error.
 /// \param arguments  without the program's name.
-/// \return an ExitCode.
-int RunCommand(std::vector<std::string> arguments, Session& session);
+ExitCode RunCommand(std::vector<std::string> arguments, Session& session);
 
 /// Prints an error on the standard error.
 void PrintError(const std::string& text);

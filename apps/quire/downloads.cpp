@@ -6,7 +6,6 @@
 
 #include "book_view.h"
 #include "commands.h"
-#include "failure_message.h"
 #include "interrupts.h"
 #include "saved_books.h"
 #include "screen.h"
@@ -35,7 +34,7 @@ bool WaitForDownload(store::StoreManager& manager, const store::Book& book,
   while (true) {
     screen.ReplaceLine("");  // the device prints a message when a download fails
     if (!Poll(manager, failure)) return true;
-    if (InterruptCatcher::Caught()) return false;
+    if (InterruptHandler::Caught()) return false;
     const int percent = manager.GetBookStatus(ean).progress;
     screen.ReplaceLine(ProgressLine(title, percent, screen.Width() - 1));
     std::this_thread::sleep_for(kPollInterval);
@@ -53,8 +52,7 @@ std::string FinishDownload(store::StoreManager& manager, const store::Book& book
 void FinishBackgroundDownload(Session& session) {
   const auto [book, failure] = *session.background_download;
   session.background_download.reset();
-  const std::string path = FinishDownload(session.Store(), book, failure);
-  path.empty() ? PrintDownloadFailed(book, failure) : PrintDownloaded(book, path);
+  ReportDownload(book, FinishDownload(session.Store(), book, failure), failure);
 }
 
 [[noreturn]] void ExitDuringDownload(const store::Book& book) {
@@ -70,7 +68,7 @@ std::string DownloadBook(Session& session, const store::Book& book, store::Failu
   WaitForBackgroundDownload(session);  // the library forgets a book queued beside a running one
   store::StoreManager& manager = session.Store();
   const std::string ean = GetString(book, store::Book::kEan);
-  const InterruptCatcher interrupts;
+  const InterruptHandler interrupts;
   manager.DownloadBookById(ean);
   *failure = manager.GetLastFailure();
   if (!WaitForDownload(manager, book, failure)) {
@@ -84,14 +82,15 @@ std::string DownloadBook(Session& session, const store::Book& book, store::Failu
   return FinishDownload(manager, book, *failure);
 }
 
-void PrintDownloaded(const store::Book& book, const std::string& path) {
-  Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) + " has arrived:");
+void ReportDownload(const store::Book& book, const std::string& path,
+                    const store::Failure& failure) {
+  const std::string title = QuoteTitle(DisplayTitle(book));
+  if (path.empty()) {
+    return PrintError(title + " could not be downloaded (" + DescribeFailure(failure) +
+                      "). Try again later.");
+  }
+  Screen::Out().PrintLine(title + " has arrived:");
   Screen::Out().PrintPath(path);
-}
-
-void PrintDownloadFailed(const store::Book& book, const store::Failure& failure) {
-  PrintError(QuoteTitle(DisplayTitle(book)) + " could not be downloaded (" +
-             DescribeFailure(failure) + "). Try again later.");
 }
 
 void ReportEndedDownload(Session& session) {
@@ -107,7 +106,7 @@ void WaitForBackgroundDownload(Session& session) {
   ReportEndedDownload(session);
   if (!session.background_download) return;
   const store::Book& book = session.background_download->book;
-  const InterruptCatcher interrupts;
+  const InterruptHandler interrupts;
   Screen::Err().PrintLine("Waiting for " + QuoteTitle(DisplayTitle(book)) +
                           " to arrive. Ctrl-C stops at once and keeps what has arrived.");
   if (!WaitForDownload(session.Store(), book, &session.background_download->failure)) {

@@ -14,11 +14,9 @@ namespace app {
 /// \return the path of the book's file; empty on failure.
 std::string DownloadBook(Session& session, const store::Book& book, store::Failure* failure);
 
-/// Prints where a downloaded book lies.
-void PrintDownloaded(const store::Book& book, const std::string& path);
-
-/// Prints that a download failed.
-void PrintDownloadFailed(const store::Book& book, const store::Failure& failure);
+/// Prints where a downloaded book lies, or why its download failed when `path` is empty.
+void ReportDownload(const store::Book& book, const std::string& path,
+                    const store::Failure& failure);
 
 /// Reports a background download that has ended in the meantime.
 void ReportEndedDownload(Session& session);

@@ -3,33 +3,21 @@
 
 #include <signal.h>
 
-#include <string>
-
 namespace app {
 
-/// Catches Ctrl-C for its lifetime: the process does not end. One object at a time.
-class InterruptCatcher {
+/// Handles Ctrl-C for its lifetime. One object at a time.
+class InterruptHandler {
  public:
-  InterruptCatcher();
-  ~InterruptCatcher();
-  InterruptCatcher(const InterruptCatcher&) = delete;
-  InterruptCatcher& operator=(const InterruptCatcher&) = delete;
+  /// \param message  Ctrl-C prints this string, which must outlive the object, and ends the process
+  ///     with kInterrupted: for calls of the library that cannot be cancelled. Null: Ctrl-C is
+  ///     recorded, and the process continues.
+  explicit InterruptHandler(const char* message = nullptr);
+  ~InterruptHandler() { sigaction(SIGINT, &before_, nullptr); }
+  InterruptHandler(const InterruptHandler&) = delete;
+  InterruptHandler& operator=(const InterruptHandler&) = delete;
 
   /// Whether Ctrl-C came since the construction.
   static bool Caught();
-
- private:
-  struct sigaction before_ {};
-};
-
-/// Ends the process on Ctrl-C for its lifetime, with a message and kInterrupted: for calls of the
-/// library that cannot be cancelled. One object at a time.
-class InterruptMessage {
- public:
-  explicit InterruptMessage(const std::string& message);
-  ~InterruptMessage();
-  InterruptMessage(const InterruptMessage&) = delete;
-  InterruptMessage& operator=(const InterruptMessage&) = delete;
 
  private:
   struct sigaction before_ {};

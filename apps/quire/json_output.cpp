@@ -1,16 +1,8 @@
 #include "json_output.h"
 
 #include "screen.h"
-#include "text.h"
 
 namespace app {
-namespace {
-
-Json StringOrNull(const std::string& text) {
-  return text.empty() ? Json() : Json(text);
-}
-
-}  // namespace
 
 std::string SerializeJson(const Json& json) {
   const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace);
@@ -36,36 +28,8 @@ void PrintJson(const Json& json) {
   Screen::Out().Write(SerializeJson(json));
 }
 
-Json BookToJson(const store::Book& book) {
-  const auto text = [&](store::Book::StringProps property) {
-    return StringOrNull(GetString(book, property));
-  };
-  const auto price = book.int_props.find(store::Book::kPrice);
-  return {{"ean", text(store::Book::kEan)},
-          {"title", text(store::Book::kTitle)},
-          {"author", text(store::Book::kAuthor)},
-          {"format", text(store::Book::kEbookFormat)},
-          {"price_hundredths", price == book.int_props.end() ? Json() : Json(price->second)},
-          {"currency", text(store::Book::kCurrency)},
-          {"date", StringOrNull(MakePrintable(GetString(book, store::Book::kDate)))}};
-}
-
-Json EntryToJson(const CatalogueEntry& entry) {
-  Json json = {
-      {"ean", StringOrNull(entry.ean)},           {"title", StringOrNull(entry.title)},
-      {"author", StringOrNull(entry.author)},     {"formats", Json::array()},
-      {"needs_adobe", entry.needs_adobe},         {"price_hundredths", Json()},
-      {"currency", StringOrNull(entry.currency)}, {"language", StringOrNull(entry.language)},
-      {"subject", StringOrNull(entry.subject)},   {"published", StringOrNull(entry.published)},
-      {"summary", StringOrNull(entry.summary)},   {"page_url", StringOrNull(entry.page_url)}};
-  if (entry.price_hundredths) json["price_hundredths"] = *entry.price_hundredths;
-  const std::string& formats = entry.formats;
-  for (std::size_t at = 0; at < formats.size();) {
-    const std::size_t end = std::min(formats.find(',', at), formats.size());
-    json["formats"].push_back(formats.substr(at, end - at));
-    at = end + 1;
-  }
-  return json;
+Json StringOrNull(const std::string& text) {
+  return text.empty() ? Json() : Json(text);
 }
 
 }  // namespace app

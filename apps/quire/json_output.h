@@ -4,9 +4,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "opds_feed.h"
-#include "session.h"
-
 namespace app {
 
 /// JSON that keeps the order of its members.
@@ -18,13 +15,8 @@ void PrintJson(const Json& json);
 /// Serializes `json` with indentation. Invalid UTF-8 becomes U+FFFD, control characters escapes.
 std::string SerializeJson(const Json& json);
 
-/// A book's "ean", "title", "author", "format", "price_hundredths", "currency" and "date"; null
-/// where unknown.
-Json BookToJson(const store::Book& book);
-
-/// A title of the catalogue: the same without "date", "formats" in place of "format", and
-/// "needs_adobe", "language", "subject", "published", "summary" and "page_url".
-Json EntryToJson(const CatalogueEntry& entry);
+/// `text` as JSON; null when it is empty.
+Json StringOrNull(const std::string& text);
 
 }  // namespace app
 

@@ -3,7 +3,6 @@
 
 #include <memory>
 
-#include "command_error.h"
 #include "commands.h"
 #include "json_output.h"
 #include "screen.h"
@@ -17,28 +16,19 @@ constexpr char kQuery[] =
     "SELECT path, format, size, modified, title, author FROM books ORDER BY path";
 constexpr int kBusyTimeout_ms = 2000;  // the scanner may be writing
 
-struct CloseDatabase {
-  void operator()(sqlite3* database) const { sqlite3_close(database); }
-};
-struct Finalize {
-  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Database = std::unique_ptr<sqlite3, CloseDatabase>;
-using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-
 struct LibraryBook {
   std::string path, format, title, author;
   long long size_bytes = 0;
   long long modified_s = 0;
 };
 
-CommandError Unreadable(const Database& database) {
-  const int code = sqlite3_errcode(database.get());
+CommandError Unreadable(sqlite3* database) {
+  const int code = sqlite3_errcode(database);
   if (code == SQLITE_BUSY || code == SQLITE_LOCKED) {
     return {kDevice, "The scanner is writing the device's library. Try again in a few seconds."};
   }
   return {kDevice, std::string("The device's library ") + kLibraryFile + " cannot be read (" +
-                       sqlite3_errmsg(database.get()) +
+                       sqlite3_errmsg(database) +
                        "). Delete it; the scanner creates a new one after the next download."};
 }
 
@@ -47,14 +37,15 @@ std::vector<LibraryBook> ReadLibrary() {
   if (access(kLibraryFile, F_OK) != 0) return books;
   sqlite3* opened = nullptr;
   const int result = sqlite3_open_v2(kLibraryFile, &opened, SQLITE_OPEN_READONLY, nullptr);
-  const Database database(opened);
-  if (result != SQLITE_OK) throw Unreadable(database);
+  const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database(opened, &sqlite3_close);
+  if (result != SQLITE_OK) throw Unreadable(opened);
   sqlite3_busy_timeout(opened, kBusyTimeout_ms);
   sqlite3_stmt* prepared = nullptr;
   if (sqlite3_prepare_v2(opened, kQuery, -1, &prepared, nullptr) != SQLITE_OK) {
-    throw Unreadable(database);
+    throw Unreadable(opened);
   }
-  const Statement statement(prepared);
+  const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> statement(prepared,
+                                                                             &sqlite3_finalize);
   const auto text = [&](int column) {
     const unsigned char* value = sqlite3_column_text(prepared, column);
     return value == nullptr ? std::string() : reinterpret_cast<const char*>(value);
@@ -64,7 +55,7 @@ std::vector<LibraryBook> ReadLibrary() {
     books.push_back({text(0), text(1), text(4), text(5), sqlite3_column_int64(prepared, 2),
                      sqlite3_column_int64(prepared, 3)});
   }
-  if (step != SQLITE_DONE) throw Unreadable(database);
+  if (step != SQLITE_DONE) throw Unreadable(opened);
   return books;
 }
 
@@ -76,43 +67,30 @@ std::string FormatSize(long long bytes) {
 }
 
 void ShowLibrary(bool as_json) {
-  const std::vector<LibraryBook> books = ReadLibrary();
-  if (as_json) {
-    Json json = Json::array();
-    const auto text = [](const std::string& value) { return value.empty() ? Json() : Json(value); };
-    for (const LibraryBook& book : books) {
-      json.push_back({{"path", book.path},
-                      {"title", text(book.title)},
-                      {"author", text(book.author)},
-                      {"format", book.format},
-                      {"size_bytes", book.size_bytes},
-                      {"modified_s", book.modified_s}});
-    }
-    return PrintJson(json);
-  }
-  if (books.empty()) {
-    Screen::Out().PrintLine(
-        "The device's scanner has recorded no books yet. Get some with \"quire "
-        "download --all\".");
-    return;
-  }
+  Json json = Json::array();
   Table table({{"Title", 16}, {"Author", 10}, {"Format"}, {"Size", 0, true}, {"File", 14}});
-  for (const LibraryBook& book : books) {
+  for (const LibraryBook& book : ReadLibrary()) {
+    json.push_back({{"path", book.path},
+                    {"title", StringOrNull(book.title)},
+                    {"author", StringOrNull(book.author)},
+                    {"format", book.format},
+                    {"size_bytes", book.size_bytes},
+                    {"modified_s", book.modified_s}});
     const std::string file = book.path.substr(book.path.rfind('/') + 1);
     const bool has_title = !book.title.empty();
     table.AddRow({has_title ? book.title : file, book.author, book.format,
                   FormatSize(book.size_bytes), has_title ? file : ""});
   }
-  table.Print(Screen::Out());
+  if (as_json) return PrintJson(json);
+  if (!json.empty()) return table.Print();
+  Screen::Out().PrintLine(
+      "The device's scanner has recorded no books yet. Get some with \"quire download --all\".");
 }
 
 }  // namespace
 
 void AddLibraryCommand(CLI::App& cli) {
-  const auto as_json = std::make_shared<bool>(false);
-  CLI::App* command = cli.add_subcommand("library", "List what the device's scanner has recorded");
-  command->add_flag("--json", *as_json, "As JSON");
-  command->callback([as_json] { ShowLibrary(*as_json); });
+  AddListing(cli, "library", "List what the device's scanner has recorded", ShowLibrary);
 }
 
 }  // namespace app

@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "command_error.h"
 #include "commands.h"
 #include "text.h"
 
@@ -11,7 +10,7 @@ int main(int argc, char** argv) {
   app::SetUtf8Locale();
   setenv("TABULET_LOG", "/tmp/quire.log", 0);  // the terminal is for the user
   app::Session session(app::Session::Mode::kSingleCommand);
-  const int exit_code = app::RunCommand({argv + 1, argv + argc}, session);
+  const app::ExitCode exit_code = app::RunCommand({argv + 1, argv + argc}, session);
   if (!std::cout.flush()) {
     app::PrintError("The output could not be written. Check whether the disk is full.");
     return app::kDevice;

@@ -28,15 +28,12 @@ std::string_view LocalName(const pugi::xml_node& node) {
   return name.substr(name.find(':') + 1);  // npos + 1 is 0
 }
 
-std::string_view Namespace(const pugi::xml_node& node) {
+std::string Namespace(const pugi::xml_node& node) {
+  static const pugi::xpath_query kQuery("namespace-uri()");
+  std::string space = kQuery.evaluate_string(node);
   const std::string_view name = node.name();
   const std::size_t colon = name.find(':');
-  const std::string declaration =
-      colon == name.npos ? "xmlns" : "xmlns:" + std::string(name.substr(0, colon));
-  for (pugi::xml_node at = node; at; at = at.parent()) {
-    if (const auto attribute = at.attribute(declaration.c_str())) return attribute.value();
-  }
-  if (colon == name.npos) return {};
+  if (!space.empty() || colon == name.npos) return space;
   throw FeedError("it uses the prefix \"" + Truncate(MakePrintable(name.substr(0, colon)), 40) +
                   "\" without declaring it");
 }
@@ -46,15 +43,8 @@ bool IsElement(const pugi::xml_node& node, std::string_view space, std::string_v
 }
 
 std::string GetRawText(const pugi::xml_node& node) {
-  std::string raw;
-  pugi::xml_node at = node.first_child();
-  while (at) {
-    raw += at.value();
-    pugi::xml_node next = at.first_child();
-    for (; !next && at != node; at = at.parent()) next = at.next_sibling();
-    at = next;
-  }
-  return raw;
+  static const pugi::xpath_query kQuery("string()");
+  return kQuery.evaluate_string(node);
 }
 
 /// All text below a node without markup; a run of white space becomes one space.
@@ -84,7 +74,6 @@ std::string ParseEan(std::string identifier) {
 }
 
 using OPDS::IndirectAcquisition;
-using Acquisitions = boost::ptr_vector<IndirectAcquisition>;
 
 /// Converts a node with a "type" and the acquisitions nested in it.
 std::unique_ptr<IndirectAcquisition> MakeAcquisition(const pugi::xml_node& node, int depth = 0) {
@@ -126,9 +115,13 @@ std::string ResolveBase(const pugi::xml_node& node, const std::string& outer) {
   return attribute ? ResolveAddress(outer, attribute.value()) : outer;
 }
 
+void SetIfEmpty(std::string& field, const std::string& value) {
+  if (field.empty()) field = value;
+}
+
 struct Entry {
   CatalogueEntry title;
-  Acquisitions acquisitions;
+  boost::ptr_vector<IndirectAcquisition> acquisitions;
   std::string section;
   bool is_title = false;  // has an acquisition link
   bool has_links = false;
@@ -138,10 +131,6 @@ void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry)
   const std::string_view relation = link.attribute("rel").value();
   const std::string_view type = link.attribute("type").value();
   const std::string address = ResolveAddress(base, link.attribute("href").value());
-  const auto set_if_empty = [&](std::string& slot) {
-    if (slot.empty()) slot = address;
-  };
-
   entry.has_links = true;
   if (IsAcquisition(relation)) {
     entry.is_title = true;
@@ -155,15 +144,15 @@ void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry)
     }
     ReadPrice(link, entry.title);
   } else if (relation == kThumbnail) {
-    set_if_empty(entry.title.thumbnail_url);
+    SetIfEmpty(entry.title.thumbnail_url, address);
   } else if (relation == kImage) {
-    set_if_empty(entry.title.image_url);
+    SetIfEmpty(entry.title.image_url, address);
   } else if (relation == "alternate" && type.starts_with("text/html")) {
-    set_if_empty(entry.title.page_url);
+    SetIfEmpty(entry.title.page_url, address);
   } else if (type.starts_with(kFeedType) && type.find("type=entry") == type.npos &&
              (relation.empty() || relation == "subsection" || relation == "collection" ||
               relation.find("/sort/") != relation.npos)) {
-    set_if_empty(entry.section);
+    SetIfEmpty(entry.section, address);
   }
 }
 
@@ -172,19 +161,16 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
   Entry entry;
   CatalogueEntry& title = entry.title;
   std::string id;
-  const auto set_if_empty = [](std::string& slot, std::string text) {
-    if (slot.empty()) slot = std::move(text);
-  };
   for (const auto& child : node.children()) {
     if (child.type() != pugi::node_element) continue;
     const std::string_view name = LocalName(child);
-    const std::string_view space = Namespace(child);
+    const std::string space = Namespace(child);
     if (space == kAtom) {
       if (name == "link") ReadLink(child, base, entry);
-      if (name == "title") set_if_empty(title.title, GetText(child));
-      if (name == "id") set_if_empty(id, GetText(child));
-      if (name == "summary") set_if_empty(title.summary, GetText(child));
-      if (name == "published") set_if_empty(title.published, GetText(child));
+      if (name == "title") SetIfEmpty(title.title, GetText(child));
+      if (name == "id") SetIfEmpty(id, GetText(child));
+      if (name == "summary") SetIfEmpty(title.summary, GetText(child));
+      if (name == "published") SetIfEmpty(title.published, GetText(child));
       if (name == "category") ReadSubject(child, title);
       if (name != "author") continue;
       for (const auto& part : child.children()) {
@@ -192,9 +178,9 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
         title.author += (title.author.empty() ? "" : ", ") + GetText(part);
       }
     } else if (space == kDcTerms || space == kDcElements) {
-      if (name == "identifier") set_if_empty(title.ean, ParseEan(GetText(child)));
-      if (name == "language") set_if_empty(title.language, GetText(child));
-      if (name == "issued") set_if_empty(title.published, GetText(child));
+      if (name == "identifier") SetIfEmpty(title.ean, ParseEan(GetText(child)));
+      if (name == "language") SetIfEmpty(title.language, GetText(child));
+      if (name == "issued") SetIfEmpty(title.published, GetText(child));
     }
   }
   if (title.ean.empty()) title.ean = ParseEan(id);

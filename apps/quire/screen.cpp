@@ -5,9 +5,12 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/algorithm/string/replace.hpp>
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <iostream>
+#include <mutex>
 
 #include "text.h"
 
@@ -17,47 +20,47 @@ namespace {
 constexpr int kDefaultColumns = 80;
 constexpr int kMinColumns = 20;
 constexpr int kMaxColumns = 1000;
-constexpr char kNoBreakSpace[] = "\u00A0";  // stands for a space where a line must not break
+constexpr std::string_view kNoBreakSpace = "\u00A0";  // where a line must not break
+// By Style.
+constexpr std::array kEscapeSequences{"", "\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[31m"};
 
 bool IsSet(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr && *value != '\0';
 }
 
-void ReplaceAll(std::string& text, std::string_view what, std::string_view with) {
-  for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += with.size()) {
-    text.replace(at, what.size(), with);
-  }
-}
-
 /// Keeps Wrap from breaking lines within commands such as "quire cart".
 std::string ProtectCommands(const std::string& text) {
   std::string out;
-  std::size_t at = 0;
-  for (std::size_t start; (start = text.find("\"quire ", at)) != text.npos;) {
-    const std::size_t end = std::min(text.find('"', start + 1), text.size());
-    std::string command = text.substr(start, end - start);
-    ReplaceAll(command, " ", kNoBreakSpace);
-    out += text.substr(at, start - at) + command;
-    at = end;
+  bool in_command = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '"') in_command = !in_command && text.compare(i, 7, "\"quire ") == 0;
+    out.append(in_command && text[i] == ' ' ? kNoBreakSpace : std::string_view(&text[i], 1));
   }
-  return out + text.substr(at);
+  return out;
 }
 
-const char* EscapeSequence(Style style) {
-  switch (style) {
-    case Style::kBold:
-      return "\x1b[1m";
-    case Style::kDim:
-      return "\x1b[2m";
-    case Style::kGood:
-      return "\x1b[32m";
-    case Style::kBad:
-      return "\x1b[31m";
-    case Style::kPlain:
-      break;
-  }
-  return "";
+void Spin(const std::stop_token& stop, const char* text) {
+  using namespace std::chrono_literals;
+  constexpr std::array kFrames{"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
+  const Screen& screen = Screen::Err();
+  const auto start = std::chrono::steady_clock::now();
+  std::mutex mutex;
+  std::condition_variable_any ended;
+  std::unique_lock lock(mutex);
+  const auto ends_within = [&](std::chrono::milliseconds time) {
+    return ended.wait_for(lock, stop, time, [&] { return stop.stop_requested(); });
+  };
+  if (ends_within(300ms)) return;
+  std::size_t frame = 0;
+  do {
+    const auto waited = std::chrono::steady_clock::now() - start;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
+    std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
+    if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
+    screen.ReplaceLine(Truncate(line, screen.Width() - 1));
+  } while (!ends_within(100ms));
+  screen.ReplaceLine("");
 }
 
 }  // namespace
@@ -93,7 +96,7 @@ int Screen::Width() const {
 
 std::string Screen::ApplyStyle(Style style, const std::string& text) const {
   if (!interactive_ || style == Style::kPlain || text.empty()) return text;
-  return EscapeSequence(style) + text + "\x1b[0m";
+  return kEscapeSequences[static_cast<std::size_t>(style)] + text + "\x1b[0m";
 }
 
 void Screen::PrintLine(std::string_view text, Style style) const {
@@ -102,7 +105,7 @@ void Screen::PrintLine(std::string_view text, Style style) const {
     return;
   }
   for (std::string& line : Wrap(ProtectCommands(MakePrintable(text)), Width())) {
-    ReplaceAll(line, kNoBreakSpace, " ");
+    boost::replace_all(line, kNoBreakSpace, " ");
     stream_ << ApplyStyle(style, line) << '\n';
   }
   stream_.flush();
@@ -120,37 +123,8 @@ void Screen::ReplaceLine(std::string_view text) const {
   if (interactive_) stream_ << "\r\x1b[K" << text << std::flush;
 }
 
-Spinner::Spinner(std::string text) {
-  if (!Screen::Err().IsInteractive()) return;
-  thread_ = std::thread([this, text = std::move(text)] { Spin(text); });
-}
-
-Spinner::~Spinner() {
-  if (!thread_.joinable()) return;
-  {
-    const std::lock_guard lock(mutex_);
-    end_ = true;
-  }
-  ended_.notify_one();
-  thread_.join();
-}
-
-void Spinner::Spin(const std::string& text) {
-  using namespace std::chrono_literals;
-  constexpr std::array kFrames{"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
-  const Screen& screen = Screen::Err();
-  const auto start = std::chrono::steady_clock::now();
-  std::unique_lock lock(mutex_);
-  if (ended_.wait_for(lock, 300ms, [this] { return end_; })) return;
-  std::size_t frame = 0;
-  do {
-    const auto waited = std::chrono::steady_clock::now() - start;
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
-    std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
-    if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
-    screen.ReplaceLine(Truncate(line, screen.Width() - 1));
-  } while (!ended_.wait_for(lock, 100ms, [this] { return end_; }));
-  screen.ReplaceLine("");
+Spinner::Spinner(const char* text) {
+  if (Screen::Err().IsInteractive()) thread_ = std::jthread(Spin, text);
 }
 
 std::string ProgressLine(std::string_view title, int percent, int columns) {

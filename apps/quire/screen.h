@@ -1,9 +1,7 @@
 #ifndef QUIRE_APP_SCREEN_H_
 #define QUIRE_APP_SCREEN_H_
 
-#include <condition_variable>
 #include <iosfwd>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -53,18 +51,10 @@ class Screen {
 /// until destruction. Its thread only prints.
 class Spinner {
  public:
-  explicit Spinner(std::string text);
-  ~Spinner();
-  Spinner(const Spinner&) = delete;
-  Spinner& operator=(const Spinner&) = delete;
+  explicit Spinner(const char* text);
 
  private:
-  void Spin(const std::string& text);
-
-  std::mutex mutex_;
-  std::condition_variable ended_;
-  bool end_ = false;
-  std::thread thread_;
+  std::jthread thread_;
 };
 
 /// A line of `columns` columns with a title and a bar that is filled to `percent` (0 to 100).

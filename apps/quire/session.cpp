@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "failure_message.h"
 #include "screen.h"
 
 namespace app {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "command_error.h"
 #include "store_manager.h"
 
 namespace app {

@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-#include "command_error.h"
 #include "commands.h"
 #include "downloads.h"
 #include "screen.h"
@@ -16,11 +15,6 @@ namespace app {
 namespace {
 
 constexpr char kPrompt[] = "quire> ";
-
-struct ShellOptions {
-  bool keep_going = false;
-  bool echo = false;
-};
 
 constexpr int kCtrlC = 'C' & 0x1F;
 bool line_discarded = false;  // libedit passes no user data to its callbacks
@@ -91,7 +85,7 @@ void PrintGreeting(Session& session) {
                           " \"help\" lists the commands, \"exit\" leaves.");
 }
 
-int RunShell(const ShellOptions& options) {
+void RunShell(bool keep_going, bool echo) {
   const bool at_prompt = isatty(STDIN_FILENO) != 0;
   Session session(at_prompt ? Session::Mode::kPrompt : Session::Mode::kScript);
   if (at_prompt) {
@@ -103,30 +97,30 @@ int RunShell(const ShellOptions& options) {
       PrintError(error.what());  // the next command retries
     }
   }
-  int exit_code = kOk;
+  ExitCode exit_code = kOk;
   while (const auto line = ReadLine(at_prompt)) {
     const std::vector<std::string> words = SplitWords(*line);
     if (words.empty() || words.front().starts_with('#')) continue;
     if (words.front() == "exit" || words.front() == "quit") break;
-    if (options.echo) Screen::Out().PrintLine(kPrompt + *line, Style::kBold);
-    const int code = RunCommand(words, session);
+    if (echo) Screen::Out().PrintLine(kPrompt + *line, Style::kBold);
+    const ExitCode code = RunCommand(words, session);
     if (code != kOk && !at_prompt) exit_code = code;
-    if (code != kOk && !at_prompt && !options.keep_going) break;
+    if (code != kOk && !at_prompt && !keep_going) break;
     ReportEndedDownload(session);
   }
   WaitForBackgroundDownload(session);
-  return exit_code;
+  if (exit_code != kOk) throw CommandError(exit_code, "");
 }
 
 }  // namespace
 
-void AddShellCommand(CLI::App& cli, int& exit_code) {
-  const auto options = std::make_shared<ShellOptions>();
+void AddShellCommand(CLI::App& cli) {
   CLI::App* command = cli.add_subcommand("shell", "Take commands at a prompt, or from a pipe");
-  command->add_flag("-k,--keep-going", options->keep_going,
-                    "From a pipe: go on after a command that failed");
-  command->add_flag("--echo", options->echo, "Print each command before it runs");
-  command->callback([options, &exit_code] { exit_code = RunShell(*options); });
+  CLI::Option* keep_going = command->add_flag("-k,--keep-going");
+  keep_going->description("From a pipe: go on after a command that failed");
+  CLI::Option* echo = command->add_flag("--echo");
+  echo->description("Print each command before it runs");
+  command->callback([=] { RunShell(!keep_going->empty(), !echo->empty()); });
 }
 
 }  // namespace app

@@ -1,6 +1,7 @@
 #include "table.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/trim.hpp>
 #include <numeric>
 
 #include "text.h"
@@ -12,11 +13,6 @@ constexpr int kGap = 2;
 
 std::string Spaces(int count) {
   return std::string(static_cast<std::size_t>(std::max(count, 0)), ' ');
-}
-
-std::string TrimRight(std::string line) {
-  line.erase(line.find_last_not_of(' ') + 1);
-  return line;
 }
 
 /// Narrows the widest columns that may be truncated until `widths` fit. False when they cannot.
@@ -41,11 +37,11 @@ bool ShrinkToFit(std::vector<int>& widths, const std::vector<Column>& columns, i
 
 Cell::Cell(std::string value, Style shown_as) : text(MakePrintable(value)), style(shown_as) {}
 
-void Table::Print(const Screen& screen) const {
-  screen.Write(Render(screen, screen.Width()));
+void Table::Print() const {
+  Screen::Out().Write(Render(Screen::Out().Width()));
 }
 
-std::string Table::Render(const Screen& screen, int width) const {
+std::string Table::Render(int width) const {
   std::vector<int> widths;
   for (const Column& column : columns_) widths.push_back(DisplayWidth(column.title));
   for (const auto& row : rows_) {
@@ -53,22 +49,22 @@ std::string Table::Render(const Screen& screen, int width) const {
       widths[i] = std::max(widths[i], DisplayWidth(row[i].text));
     }
   }
-  if (width > 0 && !ShrinkToFit(widths, columns_, width)) return RenderCards(screen, width);
-  return RenderRows(screen, widths);
+  if (width > 0 && !ShrinkToFit(widths, columns_, width)) return RenderCards(width);
+  return RenderRows(widths);
 }
 
-std::string Table::RenderRows(const Screen& screen, const std::vector<int>& widths) const {
+std::string Table::RenderRows(const std::vector<int>& widths) const {
   std::string out;
-  const auto add_line = [&](auto&& cell_at) {
+  const auto add_line = [&](const std::vector<Cell>& cells) {
     std::string line;
     int pending = 0;  // spaces before the next text, so that none end a line
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-      const Cell& cell = cell_at(i);
+      const Cell& cell = cells[i];
       const std::string text = Truncate(cell.text, widths[i]);
       const int padding = widths[i] - DisplayWidth(text);
       if (columns_[i].right) pending += padding;
       if (!text.empty()) {
-        line += Spaces(pending) + screen.ApplyStyle(cell.style, text);
+        line += Spaces(pending) + Screen::Out().ApplyStyle(cell.style, text);
         pending = 0;
       }
       pending += (columns_[i].right ? 0 : padding) + kGap;
@@ -77,21 +73,19 @@ std::string Table::RenderRows(const Screen& screen, const std::vector<int>& widt
   };
   std::vector<Cell> heads;
   for (const Column& column : columns_) heads.emplace_back(column.title, Style::kBold);
-  add_line([&](std::size_t i) -> const Cell& { return heads[i]; });
-  for (const auto& row : rows_) add_line([&](std::size_t i) -> const Cell& { return row[i]; });
+  add_line(heads);
+  for (const auto& row : rows_) add_line(row);
   return out;
 }
 
-std::string Table::RenderCards(const Screen& screen, int width) const {
-  const auto is_truncatable = [](const Column& column) { return column.min_columns > 0; };
-  const auto found = std::find_if(columns_.begin(), columns_.end(), is_truncatable);
-  const auto first_choice =
-      found == columns_.end() ? 0 : static_cast<std::size_t>(found - columns_.begin());
+std::string Table::RenderCards(int width) const {
+  std::size_t truncatable = 0;
+  while (columns_[truncatable].min_columns == 0) ++truncatable;
   std::string out;
   for (const auto& row : rows_) {
-    const std::size_t head = row[first_choice].text.empty() ? 0 : first_choice;
+    const std::size_t head = row[truncatable].text.empty() ? 0 : truncatable;
     for (const std::string& line : Wrap(row[head].text, width)) {
-      out += screen.ApplyStyle(Style::kBold, line) + "\n";
+      out += Screen::Out().ApplyStyle(Style::kBold, line) + "\n";
     }
     std::string line;
     int used = 0;
@@ -106,8 +100,8 @@ std::string Table::RenderCards(const Screen& screen, int width) const {
         if (part.empty()) continue;
         const int columns = DisplayWidth(part);
         if (used > 0 && used + 3 + columns > width - 2) end_line();
-        if (used > 0) line += screen.ApplyStyle(Style::kDim, " · ");
-        line += screen.ApplyStyle(row[i].style, part);
+        if (used > 0) line += Screen::Out().ApplyStyle(Style::kDim, " · ");
+        line += Screen::Out().ApplyStyle(row[i].style, part);
         used += (used > 0 ? 3 : 0) + columns;
       }
     }
@@ -116,8 +110,7 @@ std::string Table::RenderCards(const Screen& screen, int width) const {
   return out;
 }
 
-std::string RenderDetails(const Screen& screen, int width,
-                          const std::vector<std::pair<std::string, Cell>>& details) {
+std::string RenderDetails(int width, const std::vector<std::pair<std::string, Cell>>& details) {
   int names = 0;
   for (const auto& [name, cell] : details) {
     if (!cell.text.empty()) names = std::max(names, DisplayWidth(name));
@@ -126,12 +119,12 @@ std::string RenderDetails(const Screen& screen, int width,
   for (const auto& [name, cell] : details) {
     if (cell.text.empty()) continue;
     std::string head =
-        screen.ApplyStyle(Style::kDim, name) + Spaces(names - DisplayWidth(name) + kGap);
+        Screen::Out().ApplyStyle(Style::kDim, name) + Spaces(names - DisplayWidth(name) + kGap);
     const bool is_address =
         cell.text.find("://") != std::string::npos;  // not wrapped, so that it can be copied
     const int available = width > 0 && !is_address ? std::max(width - names - kGap, 1) : 0;
     for (const std::string& line : Wrap(cell.text, available)) {
-      out += TrimRight(head + screen.ApplyStyle(cell.style, line)) + "\n";
+      out += boost::trim_right_copy(head + Screen::Out().ApplyStyle(cell.style, line)) + "\n";
       head = Spaces(names + kGap);
     }
   }

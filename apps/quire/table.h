@@ -25,8 +25,9 @@ struct Cell {
   Style style;
 };
 
-/// Rows under headings that fit a width: columns that may be truncated are; if that is not enough,
-/// each row becomes a card, a few lines that begin with its first cell that may be truncated.
+/// Rows under headings for the standard output that fit a width: columns that may be truncated are;
+/// if that is not enough, each row becomes a card, a few lines that begin with its first cell that
+/// may be truncated.
 class Table {
  public:
   explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
@@ -34,22 +35,23 @@ class Table {
   /// Adds a row with one cell for each column.
   void AddRow(std::vector<Cell> cells) { rows_.push_back(std::move(cells)); }
 
-  void Print(const Screen& screen) const;
+  /// Prints the table on the standard output.
+  void Print() const;
 
   /// \param width  columns to fit into; 0: no limit.
-  std::string Render(const Screen& screen, int width) const;
+  std::string Render(int width) const;
 
  private:
-  std::string RenderRows(const Screen& screen, const std::vector<int>& widths) const;
-  std::string RenderCards(const Screen& screen, int width) const;
+  std::string RenderRows(const std::vector<int>& widths) const;
+  std::string RenderCards(int width) const;
 
   std::vector<Column> columns_;
   std::vector<std::vector<Cell>> rows_;
 };
 
-/// Names and values, one pair a line, without those whose value is empty. `width` as in Table.
-std::string RenderDetails(const Screen& screen, int width,
-                          const std::vector<std::pair<std::string, Cell>>& details);
+/// Names and values for the standard output, one pair a line, without those whose value is empty.
+/// `width` as in Table.
+std::string RenderDetails(int width, const std::vector<std::pair<std::string, Cell>>& details);
 
 }  // namespace app
 

@@ -37,8 +37,7 @@ bool IsDirectionControl(wchar_t character) {
 }
 
 int Columns(wchar_t character) {
-  const int columns = wcwidth(character);
-  return columns < 0 ? 0 : columns;
+  return std::max(wcwidth(character), 0);
 }
 
 /// Removes the characters from the start of `rest` that fit into `columns`.

@@ -9,10 +9,7 @@
 namespace app {
 namespace {
 
-struct Cleanup {
-  void operator()(CURLU* url) const { curl_url_cleanup(url); }
-};
-using Address = std::unique_ptr<CURLU, Cleanup>;
+using Address = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 
 bool Set(const Address& address, const std::string& text) {
   return curl_url_set(address.get(), CURLUPART_URL, text.c_str(), CURLU_URLENCODE) == CURLUE_OK;
@@ -27,7 +24,7 @@ std::string Get(const Address& address, CURLUPart part, unsigned flags = 0) {
 }
 
 std::string Site(const std::string& text) {
-  const Address address(curl_url());
+  const Address address(curl_url(), &curl_url_cleanup);
   if (!Set(address, text)) return {};
   return Get(address, CURLUPART_SCHEME) + " " + FoldCase(Get(address, CURLUPART_HOST)) + " " +
          Get(address, CURLUPART_PORT, CURLU_DEFAULT_PORT);
@@ -36,7 +33,7 @@ std::string Site(const std::string& text) {
 }  // namespace
 
 std::string ResolveAddress(const std::string& base, const std::string& reference) {
-  const Address address(curl_url());
+  const Address address(curl_url(), &curl_url_cleanup);
   if (!base.empty() && !Set(address, base)) return {};
   if (!Set(address, reference)) return {};
   const std::string scheme = Get(address, CURLUPART_SCHEME);

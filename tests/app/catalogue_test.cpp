@@ -36,11 +36,11 @@ class CataloguePages : public testing::Test {
   }
 
   Catalogue Make() {
-    return {kStart, [this](const std::string& url) {
-              fetched_.push_back(url);
-              if (!pages_.contains(url)) throw CommandError(kUnreachable, "away");
-              return pages_[url];
-            }};
+    return Catalogue(kStart, [this](const std::string& url) {
+      fetched_.push_back(url);
+      if (!pages_.contains(url)) throw CommandError(kUnreachable, "away");
+      return pages_[url];
+    });
   }
 
   /// The EANs in the order visited.

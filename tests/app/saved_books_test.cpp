@@ -35,14 +35,13 @@ class SavedBooksDirectory : public testing::Test {
 
 TEST_F(SavedBooksDirectory, FindsABookAfterARestart) {
   const std::string one = Save("1", "Ä “q”.txt");
-  const std::string other = Save("2", "b\xFF.pdf");
+  Save("2", "b\xFF.pdf");
   EXPECT_EQ(Find("1"), one);
   EXPECT_EQ(Find("2"), "") << "a name that is not UTF-8 does no harm";
   EXPECT_EQ(Find("3"), "");
   struct stat status {};
   ASSERT_EQ(stat(file_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0600U);
-  std::filesystem::remove(other);
 }
 
 TEST_F(SavedBooksDirectory, DropsEntriesWhoseFileIsGone) {
@@ -65,7 +64,6 @@ TEST_F(SavedBooksDirectory, StartsEmptyWhenTheFileIsDamaged) {
     tests::WriteFile(file_, content);
     EXPECT_EQ(Find("1"), "") << content;
   }
-  EXPECT_EQ(Find("1"), "");
   const std::string path = Save("1", "a.txt");
   EXPECT_EQ(Find("1"), path);
 }
