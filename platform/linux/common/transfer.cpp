@@ -193,7 +193,7 @@ std::string Transfer::Header(const char* name) const {
 }
 
 bool Transfer::IsRefusedRedirect(CURLcode code) const {
-  // libcurl uses the same code for an answer that is not HTTP.
+  // libcurl uses the same code for a response that is not HTTP.
   return refusal_ == Refusal::kClearText ||
          (code == CURLE_UNSUPPORTED_PROTOCOL && Status() / 100 == 3);
 }
@@ -235,7 +235,7 @@ HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
 std::string Transfer::Explain(CURLcode code) const {
   switch (refusal_) {
     case Refusal::kSecondSending:
-      return "the connection ended before the answer; the request is not sent a second time, "
+      return "the connection ended before the response; the request is not sent a second time, "
              "because the server may have acted on it";
     case Refusal::kClearText:
       return "the server redirects from https to http, which is not followed";
@@ -243,10 +243,10 @@ std::string Transfer::Explain(CURLcode code) const {
       break;
   }
   if (code == CURLE_URL_MALFORMAT && origin_.empty()) {
-    return "the address is not an absolute http or https address";
+    return "the URL is not an absolute http or https URL";
   }
   if (IsRefusedRedirect(code)) {
-    return "the server redirects to an address that is not followed: only https is allowed, and "
+    return "the server redirects to a URL that is not followed: only https is allowed, and "
            "http if the request was http";
   }
   std::string text = *error_ ? error_ : curl_easy_strerror(code);

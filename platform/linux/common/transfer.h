@@ -53,17 +53,17 @@ class Transfer {
   }
 
   /// Makes the transfer fail instead of sending the request again, as libcurl does when a reused
-  /// connection ends before the answer.
+  /// connection ends before the response.
   void SendOnce() { send_once_ = true; }
 
   /// Runs the transfer and waits for its end.
   [[nodiscard]] CURLcode Perform();
 
-  /// The status of the last answer; 0 if there was none.
+  /// The status of the last response; 0 if there was none.
   int Status() const;
-  /// The Content-Length of the last answer, in bytes; -1 if it has none.
+  /// The Content-Length of the last response, in bytes; -1 if it has none.
   std::int64_t ContentLength() const;
-  /// A header of the last answer; empty if it has none of that name.
+  /// A header of the last response; empty if it has none of that name.
   std::string Header(const char* name) const;
   /// Converts Perform's result to the contract's error.
   saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;

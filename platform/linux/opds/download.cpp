@@ -30,8 +30,8 @@ bool IsTransientStatus(int http_status) {
   return http_status >= 500 || http_status == 408 || http_status == 429;
 }
 
-/// The validator for If-Range: a strong ETag, or a Last-Modified that is earlier than the answer's
-/// own date, because two versions may have the same second.
+/// The validator for If-Range: a strong ETag, or a Last-Modified that is earlier than the
+/// response's own date, because two versions may have the same second.
 std::string GetValidator(const Transfer& transfer) {
   std::string etag = transfer.Header("ETag");
   if (etag[0] == '"') return etag;
@@ -42,14 +42,14 @@ std::string GetValidator(const Transfer& transfer) {
   return earlier ? modified : "";
 }
 
-/// Whether the answer has the validator of the record, or none.
+/// Whether the response has the validator of the record, or none.
 bool MatchesVersion(const std::string& validator, const Transfer& transfer) {
   const std::string current = transfer.Header(validator.front() == '"' ? "ETag" : "Last-Modified");
   return current.empty() || validator == current;
 }
 
 enum class RequestOutcome {
-  kUndecided,  ///< no answer yet
+  kUndecided,  ///< no response yet
   kBody,       ///< the body is appended to the part file
   kComplete,   ///< the file is complete
   kUnusable,   ///< the part file cannot be resumed: start again
@@ -104,7 +104,7 @@ RequestOutcome Download::Request::Perform() {
   transfer_.Set(CURLOPT_XFERINFODATA, static_cast<void*>(this));
   CurlList fields;
   if (offset_ > 0) {
-    // Not CURLOPT_RESUME_FROM, with which libcurl itself rejects some answers.
+    // Not CURLOPT_RESUME_FROM, with which libcurl itself rejects some responses.
     transfer_.Set(CURLOPT_RANGE, (std::to_string(offset_) + '-').c_str());
     if (!fields.Append("If-Range: " + part_.record().validator)) throw std::bad_alloc();
     transfer_.Set(CURLOPT_HTTPHEADER, fields.get());
@@ -131,7 +131,7 @@ void Download::Request::HandleHeaders() {
     download_.content_type_ = transfer_.Header("Content-Type");
     Fail(IsTransientStatus(status) ? RequestOutcome::kTransient : RequestOutcome::kPermanent,
          Error::Transfer(CURLE_HTTP_RETURNED_ERROR,
-                         "the server answers with status " + std::to_string(status)));
+                         "the server responds with status " + std::to_string(status)));
     return;
   }
 

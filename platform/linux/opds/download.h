@@ -34,9 +34,9 @@ class Download {
   /// the part file remains only if a later download can resume it.
   Error Run();
 
-  /// The status of the last answer; 0 if there was none.
+  /// The status of the last response; 0 if there was none.
   int http_status() const { return http_status_; }
-  /// As received, possibly with an earlier answer.
+  /// As received, possibly with an earlier response.
   const std::string& content_type() const { return content_type_; }
 
  private:

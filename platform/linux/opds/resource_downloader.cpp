@@ -19,7 +19,7 @@ using platform::PartFile;
 using StatusInfo = utilities::Downloader::StatusInfo;
 
 // Status codes of failures other than those of libcurl, which keep its numbers.
-constexpr int kInvalidAnswer = 22;
+constexpr int kInvalidResponse = 22;
 constexpr int kFileFailure = 23;
 constexpr int kInvalidFileName = 43;
 
@@ -30,7 +30,7 @@ bool IsValidFileName(const std::string& name) {
 
 int ToStatusCode(const Error& error) {
   if (error.kind() == Error::Kind::kSystem) return kFileFailure;
-  if (error.kind() == Error::Kind::kInvalidData) return kInvalidAnswer;
+  if (error.kind() == Error::Kind::kInvalidData) return kInvalidResponse;
   return error.code();
 }
 
@@ -95,8 +95,8 @@ Error ResourceDownloader::State::Run(const std::string& url, const std::string& 
   return {};
 }
 
-ResourceDownloader::ResourceDownloader(const std::string& folder, IDownloadObserver*)
-    : state_(std::make_shared<State>(folder)) {}
+ResourceDownloader::ResourceDownloader(const std::string& directory, IDownloadObserver*)
+    : state_(std::make_shared<State>(directory)) {}
 
 int ResourceDownloader::DownloadResource(const std::string& url, const std::string& file_name,
                                          std::function<void(int)> progress) {

@@ -85,7 +85,7 @@ void ShowOnTerminal(const Icon& icon, const std::string& title, const std::strin
   std::string line = std::string("[") + icon.label + "] " + title;
   if (text != title) line += (title.empty() ? "" : ": ") + text;
   line += '\n';
-  // A failed write is ignored: nobody sees the terminal.
+  // A failed write is ignored: there is no terminal to show the message.
   [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }
 

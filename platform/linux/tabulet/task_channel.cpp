@@ -79,7 +79,7 @@ Error Connect(const std::string& path, const Deadline& deadline, UniqueFd* socke
   sockaddr_un address;
   if (Error error = Create(path, socket, &address)) return error;
   while (connect(socket->get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    // poll cannot wait for room in the backlog of a Unix socket.
+    // poll cannot wait for space in the backlog of a Unix socket.
     const bool busy = errno == EAGAIN && deadline.Remaining_ms() > 0;
     if (!busy && errno != EINTR) return Error::System(errno, "cannot connect to " + path);
     if (busy) poll(nullptr, 0, std::min(deadline.Remaining_ms(), 10));

@@ -9,13 +9,8 @@
 #include "platform/linux/tabulet/task_channel.h"
 #include "tabulet.h"
 
+namespace saltmoor::platform {
 namespace {
-
-using saltmoor::platform::CatchAtBoundary;
-using saltmoor::platform::Deadline;
-using saltmoor::platform::Error;
-using saltmoor::platform::RequestHeader;
-using saltmoor::platform::UniqueFd;
 
 /// Assigns task numbers to program paths, until the process exits. Thread-safe.
 class TaskNumbers {
@@ -46,14 +41,14 @@ TaskNumbers& GetTaskNumbers() {
 
 bool IsRunning(const std::string& app_path) {
   UniqueFd socket;
-  const Error error = Connect(saltmoor::platform::SocketPath(app_path), Deadline(0), &socket);
+  const Error error = Connect(SocketPath(app_path), Deadline(0), &socket);
   return !error || error.IsSystem(EAGAIN);  // its backlog is full
 }
 
 Error Exchange(const std::string& app_path, const RequestHeader& header, const void* data,
                const Deadline& deadline, std::int32_t* answer) {
   UniqueFd socket;
-  const std::string path = saltmoor::platform::SocketPath(app_path);
+  const std::string path = SocketPath(app_path);
   if (Error error = Connect(path, deadline, &socket)) return error;
   if (Error error = SendAll(socket.get(), &header, sizeof header, deadline)) return error;
   if (Error error = SendAll(socket.get(), data, header.size_bytes, deadline)) return error;
@@ -66,24 +61,29 @@ int Send(int task, const RequestHeader& header, const void* data, int timeout_ms
   std::int32_t answer = -1;
   const Error error = Exchange(app_path, header, data, Deadline(timeout_ms), &answer);
   if (!error) return std::max(answer, -1);
-  Log(saltmoor::platform::LogLevel::kError, "request " + std::to_string(header.request) + " to " +
-                                                app_path + " failed: " + error.message());
+  Log(LogLevel::kError, "request " + std::to_string(header.request) + " to " + app_path +
+                            " failed: " + error.message());
   return -1;
 }
 
 }  // namespace
+}  // namespace saltmoor::platform
+
+namespace platform = saltmoor::platform;
 
 int FindTaskByAppName(const char* app) {
   if (!app) return -1;
-  return CatchAtBoundary(-1,
-                         [app] { return IsRunning(app) ? GetTaskNumbers().GetNumber(app) : -1; });
+  return platform::CatchAtBoundary(-1, [app] {
+    return platform::IsRunning(app) ? platform::GetTaskNumbers().GetNumber(app) : -1;
+  });
 }
 
 int SendRequestTo(int task, int request, const void* data, int size, int flags, int timeout_ms) {
   if (size < 0 || (size > 0 && !data)) return -1;
-  RequestHeader header;
+  platform::RequestHeader header;
   header.request = request;
   header.flags = flags;
   header.size_bytes = static_cast<std::uint32_t>(size);
-  return CatchAtBoundary(-1, [&] { return Send(task, header, data, timeout_ms); });
+  return platform::CatchAtBoundary(-1,
+                                   [&] { return platform::Send(task, header, data, timeout_ms); });
 }

@@ -17,7 +17,7 @@ using platform::Transfer;
 
 constexpr std::size_t kMaxBody_bytes = std::size_t{64} << 20;
 
-struct Answer {
+struct Response {
   int status = 0;
   std::vector<char> body;
   bool too_large = false;
@@ -25,11 +25,11 @@ struct Answer {
 
 /// Called by libcurl with the next bytes of the body, decompressed.
 std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* target) noexcept {
-  Answer& answer = *static_cast<Answer*>(target);
-  answer.too_large = size > kMaxBody_bytes - answer.body.size();
-  if (answer.too_large) return 0;
+  Response& response = *static_cast<Response*>(target);
+  response.too_large = size > kMaxBody_bytes - response.body.size();
+  if (response.too_large) return 0;
   try {
-    answer.body.insert(answer.body.end(), bytes, bytes + size);
+    response.body.insert(response.body.end(), bytes, bytes + size);
   } catch (const std::exception&) {
     return 0;
   }
@@ -49,7 +49,7 @@ long ToMilliseconds(unsigned timeout_s) {
   return std::max(1L, static_cast<long>(std::min<unsigned long>(timeout_s, max_s)) * 1000);
 }
 
-Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
+Error Perform(const HttpRequest& request, unsigned timeout_s, Response* response) {
   const bool post = request.GetMethod() == "POST";
   if (!post && (request.GetMethod() != "GET" || !request.GetPostParams().empty())) {
     return Error::Transfer(HttpRequestRunner::kInvalidRequest,
@@ -67,16 +67,16 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Answer* answer) {
   transfer.Set(CURLOPT_TIMEOUT_MS, ToMilliseconds(timeout_s));
   transfer.Set(CURLOPT_ACCEPT_ENCODING, "");
   transfer.Set(CURLOPT_WRITEFUNCTION, &OnBody);
-  transfer.Set(CURLOPT_WRITEDATA, static_cast<void*>(answer));
+  transfer.Set(CURLOPT_WRITEDATA, static_cast<void*>(response));
 
   const CURLcode code = transfer.Perform();
-  answer->status = transfer.Status();
+  response->status = transfer.Status();
   if (code == CURLE_OK) return {};
   const std::string what =
       request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: ";
-  if (answer->too_large) {
+  if (response->too_large) {
     return Error::Transfer(HttpRequestRunner::kAnswerTooLarge,
-                           what + "the answer is larger than 64 MiB");
+                           what + "the response is larger than 64 MiB");
   }
   return Error::Transfer(transfer.Classify(code), what + transfer.Explain(code));
 }
@@ -88,13 +88,13 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   if (status) *status = 0;
   if (body) body->clear();
   return platform::CatchAtBoundary(static_cast<int>(kOther), [&] {
-    Answer answer;
-    if (const platform::Error error = Perform(request, timeout_s, &answer)) {
+    Response response;
+    if (const platform::Error error = Perform(request, timeout_s, &response)) {
       platform::Log(platform::LogLevel::kError, error.message());
       return error.code();
     }
-    if (status) *status = answer.status;
-    if (body) *body = std::move(answer.body);
+    if (status) *status = response.status;
+    if (body) *body = std::move(response.body);
     return 0;
   });
 }

@@ -25,8 +25,8 @@ std::string Decode(std::string_view text) {
 
 }  // namespace
 
-Url::Url(const std::string& address) {
-  const std::string before_fragment = address.substr(0, address.find('#'));
+Url::Url(const std::string& url) {
+  const std::string before_fragment = url.substr(0, url.find('#'));
   const std::size_t mark = before_fragment.find('?');
   if (mark != std::string::npos) query_ = before_fragment.substr(mark + 1);
 }

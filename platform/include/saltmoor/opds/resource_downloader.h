@@ -16,16 +16,16 @@ class IDownloadObserver;
 /// Thread-safe, except that only one thread at a time may call DownloadResource.
 ///
 /// A download is written to `NAME.part`, in which a long NAME may be truncated, and renamed to
-/// `NAME` when it is complete. A short answer, a full disk or a status other than 200 and 206 is a
-/// failure and leaves no file `NAME`. A partial file of the same URL is resumed with a range
+/// `NAME` when it is complete. A short response, a full disk or a status other than 200 and 206 is
+/// a failure and leaves no file `NAME`. A partial file of the same URL is resumed with a range
 /// request if the server still has the same version; otherwise the download starts again from the
 /// first byte.
 class ResourceDownloader {
  public:
-  /// \param folder  a directory, without a trailing slash; the first download creates it if it is
+  /// \param directory  its path, without a trailing slash; the first download creates it if it is
   ///     missing.
   /// \param observer  null.
-  ResourceDownloader(const std::string& folder, IDownloadObserver* observer);
+  ResourceDownloader(const std::string& directory, IDownloadObserver* observer);
 
   /// Downloads `url` to the file `file_name` and waits until the download has ended. The total time
   /// is not limited; 30 seconds without a byte are a transient failure. After a transient failure

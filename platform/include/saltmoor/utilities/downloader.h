@@ -13,7 +13,7 @@ class Downloader {
   struct StatusInfo {
     std::int32_t code = 0;         ///< 0 on success, otherwise above 0
     std::int64_t size = 0;         ///< of the whole file, in bytes; 0 if unknown
-    std::int32_t http_status = 0;  ///< of the last answer; 0 if there was none
+    std::int32_t http_status = 0;  ///< of the last response; 0 if there was none
     std::string url;               ///< as requested
     std::string content_type;      ///< as received, with its parameters
     std::string error;             ///< the reason, for a person; empty on success

@@ -10,35 +10,36 @@ namespace saltmoor::utilities {
 /// Performs HTTP requests. A runner holds no state between two requests. Thread-safe.
 class HttpRequestRunner {
  public:
-  /// Why a request got no answer. The Linux platform returns no other numbers; another
+  /// Why a request got no response. The Linux platform returns no other numbers; another
   /// implementation may, and a caller handles a number that it does not know as kOther.
   enum Error : int {
     kOther = 2,                   ///< none of the below, such as no memory; the log has the reason
-    kInvalidRequest = 3,          ///< not an http or https address, or not a GET or POST
+    kInvalidRequest = 3,          ///< not an http or https URL, or not a GET or POST
     kNameNotFound = 6,            ///< the server's name has no address, or no name server answers
-    kConnectionRefused = 7,       ///< no connection: nobody listens there, or there is no network
-    kInvalidAnswer = 8,           ///< the answer is not HTTP, or its encoding is damaged
+    kConnectionRefused = 7,       ///< no connection: no program listens, or there is no network
+    kInvalidAnswer = 8,           ///< the response is not HTTP, or its encoding is damaged
     kAnswerTooLarge = 23,         ///< more than 64 MiB
-    kTimedOut = 28,               ///< no complete answer within the time limit
+    kTimedOut = 28,               ///< no complete response within the time limit
     kTlsFailed = 35,              ///< the TLS handshake failed, but not because of a certificate
     kRedirectRefused = 47,        ///< more than ten redirects, one from https to http, or a bad one
-    kConnectionLost = 56,         ///< the connection ended before the end of the answer
+    kConnectionLost = 56,         ///< the connection ended before the end of the response
     kCertificateNotTrusted = 60,  ///< expired, for another host, or of an unknown authority
   };
 
-  /// Sends `request` and waits for the answer.
+  /// Sends `request` and waits for the response.
   ///
   /// The server's certificate is always verified. A POST is sent once: a connection that ends
-  /// before the answer makes the call fail, because the server may have acted on it. Redirects are
-  /// followed only if the request asks for it: at most ten, and never from https to http. An answer
-  /// larger than 64 MiB, decompressed, is refused.
+  /// before the response makes the call fail, because the server may have acted on it. Redirects
+  /// are followed only if the request asks for it: at most ten, and never from https to http. A
+  /// response larger than 64 MiB, decompressed, is refused.
   ///
-  /// \param status  receives the HTTP status of the last answer; 0 on failure. May be null.
-  /// \param body  receives the answer's bytes, decompressed, in place of its content; empty on
+  /// \param status  receives the HTTP status of the last response; 0 on failure. May be null.
+  /// \param body  receives the response's bytes, decompressed, in place of its content; empty on
   ///     failure. May be null.
   /// \param timeout_s  limit for the whole call in seconds, including name resolution and
   ///     connecting.
-  /// \return 0 if an answer came, whatever its status; otherwise a number above 0, an Error. The
+  /// \return 0 if a response arrived, whatever its status; otherwise a number above 0, an Error.
+  /// The
   ///     reason is logged. Throws nothing.
   int PerformRequest(const HttpRequest& request, long* status, std::vector<char>* body,
                      unsigned timeout_s);

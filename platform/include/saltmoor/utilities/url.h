@@ -9,8 +9,8 @@ namespace saltmoor::utilities {
 /// The query part of a URL. Accepts every string. Not thread-safe.
 class Url {
  public:
-  /// Parses `address`, which is not validated.
-  explicit Url(const std::string& address);
+  /// Parses `url`, which is not validated.
+  explicit Url(const std::string& url);
 
   /// The part between the first '?' and the fragment ('#'), still encoded; empty if there is none.
   std::string GetQuery() const;
