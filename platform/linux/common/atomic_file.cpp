@@ -35,7 +35,7 @@ Error WriteTempFile(const std::string& path, std::string_view content) {
 
 Error Write(const std::string& path, std::string_view content, bool keep_existing) {
   if (path.empty()) return Error::System(ENOENT, "cannot write a file without a name");
-  const DirectoryLock lock(DirectoryOf(path));
+  const DirectoryLock lock(GetDirectoryName(path));
   if (!lock.directory()) return Error::System(errno, "cannot open the directory of " + path);
 
   // All writers use one name, so that killed ones leave at most one file, and O_EXCL excludes other
@@ -60,8 +60,8 @@ Error Write(const std::string& path, std::string_view content, bool keep_existin
 /// Renames a damaged file, unless `load` finds under the directory's lock that another process has
 /// replaced it.
 /// \return what `load` returns; ENOENT after the renaming.
-Error MoveAside(const std::string& path, const std::function<Error()>& load) {
-  const DirectoryLock lock(DirectoryOf(path));
+Error RenameDamagedFile(const std::string& path, const std::function<Error()>& load) {
+  const DirectoryLock lock(GetDirectoryName(path));
   Error fault = load();
   if (fault.kind() != Error::Kind::kInvalidData) return fault;
   const std::string bad_path = path + ".bad";
@@ -89,7 +89,7 @@ Error ReplaceFile(const std::string& path, std::string_view content) {
 Error LoadOrCreateFile(const std::string& path, const std::function<Error()>& load,
                        const std::function<std::string_view()>& initial) {
   Error error = load();
-  if (error.kind() == Error::Kind::kInvalidData) error = MoveAside(path, load);
+  if (error.kind() == Error::Kind::kInvalidData) error = RenameDamagedFile(path, load);
   if (!error.IsSystem(ENOENT)) return error;
   error = Write(path, initial(), true);
   return !error || error.IsSystem(EEXIST) ? load() : error;
@@ -138,7 +138,7 @@ Error SyncDirectory(int directory_fd, const std::string& path) {
   return Error::System(errno, "cannot sync the directory of " + path);
 }
 
-std::string DirectoryOf(const std::string& path) {
+std::string GetDirectoryName(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
   return slash == 0 ? "/" : path.substr(0, slash);

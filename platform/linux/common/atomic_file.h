@@ -51,7 +51,7 @@ Error WriteAll(int fd, std::string_view content, const std::string& path);
 Error SyncDirectory(int directory_fd, const std::string& path);
 
 /// The directory part of a path; "." if it has none.
-std::string DirectoryOf(const std::string& path);
+std::string GetDirectoryName(const std::string& path);
 
 }  // namespace saltmoor::platform
 

@@ -165,8 +165,8 @@ int Transfer::OnBeforeSend(void* self, char*, char*, int, int) {
   curl_easy_getinfo(transfer.handle_, CURLINFO_SCHEME, &scheme);
   const bool encrypted = scheme && strcasecmp(scheme, "https") == 0;
 
-  if (transfer.send_once_ && ++transfer.send_count_ > 1 + redirects) {
-    transfer.refusal_ = Refusal::kSecondSending;
+  if (transfer.resend_disabled_ && ++transfer.send_count_ > 1 + redirects) {
+    transfer.refusal_ = Refusal::kResend;
   } else if (transfer.was_encrypted_ && !encrypted) {
     transfer.refusal_ = Refusal::kClearText;  // http to https to http
   }
@@ -174,19 +174,19 @@ int Transfer::OnBeforeSend(void* self, char*, char*, int, int) {
   return transfer.refusal_ == Refusal::kNone ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }
 
-int Transfer::Status() const {
+int Transfer::status() const {
   long status = 0;
   curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &status);
   return static_cast<int>(status);
 }
 
-std::int64_t Transfer::ContentLength() const {
+std::int64_t Transfer::content_length() const {
   curl_off_t length = -1;
   curl_easy_getinfo(handle_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
   return length;
 }
 
-std::string Transfer::Header(const char* name) const {
+std::string Transfer::GetHeader(const char* name) const {
   curl_header* header = nullptr;
   const CURLHcode code = curl_easy_header(handle_, name, 0, CURLH_HEADER, -1, &header);
   return code == CURLHE_OK ? header->value : "";
@@ -195,11 +195,11 @@ std::string Transfer::Header(const char* name) const {
 bool Transfer::IsRefusedRedirect(CURLcode code) const {
   // libcurl uses the same code for a response that is not HTTP.
   return refusal_ == Refusal::kClearText ||
-         (code == CURLE_UNSUPPORTED_PROTOCOL && Status() / 100 == 3);
+         (code == CURLE_UNSUPPORTED_PROTOCOL && status() / 100 == 3);
 }
 
 HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
-  if (refusal_ == Refusal::kSecondSending) return HttpRequestRunner::kConnectionLost;
+  if (refusal_ == Refusal::kResend) return HttpRequestRunner::kConnectionLost;
   if (IsRefusedRedirect(code)) return HttpRequestRunner::kRedirectRefused;
   switch (code) {
     case CURLE_URL_MALFORMAT:
@@ -234,7 +234,7 @@ HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
 
 std::string Transfer::Explain(CURLcode code) const {
   switch (refusal_) {
-    case Refusal::kSecondSending:
+    case Refusal::kResend:
       return "the connection ended before the response; the request is not sent a second time, "
              "because the server may have acted on it";
     case Refusal::kClearText:

@@ -54,17 +54,17 @@ class Transfer {
 
   /// Makes the transfer fail instead of sending the request again, as libcurl does when a reused
   /// connection ends before the response.
-  void SendOnce() { send_once_ = true; }
+  void DisableResend() { resend_disabled_ = true; }
 
   /// Runs the transfer and waits for its end.
   [[nodiscard]] CURLcode Perform();
 
   /// The status of the last response; 0 if there was none.
-  int Status() const;
+  int status() const;
   /// The Content-Length of the last response, in bytes; -1 if it has none.
-  std::int64_t ContentLength() const;
+  std::int64_t content_length() const;
   /// A header of the last response; empty if it has none of that name.
-  std::string Header(const char* name) const;
+  std::string GetHeader(const char* name) const;
   /// Converts Perform's result to the contract's error.
   saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;
   /// Describes Perform's result in words, with a hint on how to correct it if there is one.
@@ -76,7 +76,7 @@ class Transfer {
   const std::string& path() const { return path_; }
 
  private:
-  enum class Refusal { kNone, kSecondSending, kClearText };
+  enum class Refusal { kNone, kResend, kClearText };
 
   bool IsRefusedRedirect(CURLcode code) const;
   static int OnBeforeSend(void* self, char* remote_ip, char* local_ip, int remote_port,
@@ -88,7 +88,7 @@ class Transfer {
   std::string origin_;
   std::string path_;
   char error_[CURL_ERROR_SIZE] = "";
-  bool send_once_ = false;
+  bool resend_disabled_ = false;
   bool was_encrypted_ = false;
   int send_count_ = 0;
   Refusal refusal_ = Refusal::kNone;

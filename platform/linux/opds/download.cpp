@@ -33,10 +33,10 @@ bool IsTransientStatus(int http_status) {
 /// The validator for If-Range: a strong ETag, or a Last-Modified that is earlier than the
 /// response's own date, because two versions may have the same second.
 std::string GetValidator(const Transfer& transfer) {
-  std::string etag = transfer.Header("ETag");
+  std::string etag = transfer.GetHeader("ETag");
   if (etag[0] == '"') return etag;
-  const std::string modified = transfer.Header("Last-Modified");
-  const std::string date = transfer.Header("Date");
+  const std::string modified = transfer.GetHeader("Last-Modified");
+  const std::string date = transfer.GetHeader("Date");
   const bool earlier =
       date.empty() || curl_getdate(modified.c_str(), nullptr) < curl_getdate(date.c_str(), nullptr);
   return earlier ? modified : "";
@@ -44,7 +44,8 @@ std::string GetValidator(const Transfer& transfer) {
 
 /// Whether the response has the validator of the record, or none.
 bool MatchesVersion(const std::string& validator, const Transfer& transfer) {
-  const std::string current = transfer.Header(validator.front() == '"' ? "ETag" : "Last-Modified");
+  const std::string current =
+      transfer.GetHeader(validator.front() == '"' ? "ETag" : "Last-Modified");
   return current.empty() || validator == current;
 }
 
@@ -111,7 +112,7 @@ RequestOutcome Download::Request::Perform() {
   }
 
   const CURLcode code = transfer_.Perform();
-  download_.http_status_ = transfer_.Status();
+  download_.http_status_ = transfer_.status();
   if (code == CURLE_OK && outcome_ == RequestOutcome::kUndecided) HandleHeaders();  // no body
   return ClassifyResult(code);
 }
@@ -123,12 +124,12 @@ RequestOutcome Download::Request::Fail(RequestOutcome outcome, Error error) {
 
 /// Called when the headers are complete, before the first byte of the body.
 void Download::Request::HandleHeaders() {
-  const int status = transfer_.Status();
+  const int status = transfer_.status();
   if (status == 200) return StartFile();
 
   const bool resuming = offset_ > 0 && (status == 206 || status == 416);
   if (!resuming) {
-    download_.content_type_ = transfer_.Header("Content-Type");
+    download_.content_type_ = transfer_.GetHeader("Content-Type");
     Fail(IsTransientStatus(status) ? RequestOutcome::kTransient : RequestOutcome::kPermanent,
          Error::Transfer(CURLE_HTTP_RETURNED_ERROR,
                          "the server responds with status " + std::to_string(status)));
@@ -138,7 +139,7 @@ void Download::Request::HandleHeaders() {
   // The type of the part or of the error page, not of the file.
   const PartRecord& record = part_.record();
   download_.content_type_ = record.content_type;
-  const ContentRange range = ParseContentRange(transfer_.Header("Content-Range"));
+  const ContentRange range = ParseContentRange(transfer_.GetHeader("Content-Range"));
   const bool same_file = MatchesVersion(record.validator, transfer_) && range.total > 0 &&
                          (record.total_bytes == 0 || record.total_bytes == range.total);
   if (same_file && status == 206 && range.first == offset_) {
@@ -152,14 +153,14 @@ void Download::Request::HandleHeaders() {
 
 /// Handles status 200: the body is the whole file, even if a range was requested.
 void Download::Request::StartFile() {
-  const std::string encoding = transfer_.Header("Content-Encoding");
+  const std::string encoding = transfer_.GetHeader("Content-Encoding");
   if (!encoding.empty() && encoding != "identity") {
     Fail(RequestOutcome::kPermanent,
          Error::InvalidData("the server compresses the file, which was not requested"));
     return;
   }
-  download_.content_type_ = transfer_.Header("Content-Type");
-  const std::int64_t length = std::max<std::int64_t>(transfer_.ContentLength(), 0);
+  download_.content_type_ = transfer_.GetHeader("Content-Type");
+  const std::int64_t length = std::max<std::int64_t>(transfer_.content_length(), 0);
   Error error =
       part_.Restart({download_.url_, GetValidator(transfer_), download_.content_type_, length});
   if (error) {

@@ -66,7 +66,7 @@ void Set(iconfig_s* config, const std::string& key, std::string value) {
 
 void SetSecret(iconfig_s* config, const std::string& key, const char* value) {
   std::string sealed;
-  const Error error = saltmoor::platform::Seal(key, value, &sealed);
+  const Error error = saltmoor::platform::EncryptSecret(key, value, &sealed);
   Set(config, key, std::move(sealed));
   if (!error) return;
   // Remove the old secret nevertheless: it must not survive a log-out.
@@ -86,7 +86,7 @@ const char* FindSecret(iconfig_s* config, const std::string& key, const char* fa
   const std::string* sealed = Find(config->values, key);
   if (!sealed) return fallback;
   std::string secret;
-  if (const Error error = saltmoor::platform::Unseal(key, *sealed, &secret)) {
+  if (const Error error = saltmoor::platform::DecryptSecret(key, *sealed, &secret)) {
     Log(LogLevel::kError,
         config->path + ": the secret \"" + key + "\" counts as absent: " + error.message());
     return fallback;

@@ -14,7 +14,7 @@ constexpr std::size_t kMaxResource_bytes = 16 << 20;
 std::string LibraryDirectory() {
   Dl_info library;
   return dladdr(reinterpret_cast<void*>(&LibraryDirectory), &library) != 0 && library.dli_fname
-             ? DirectoryOf(library.dli_fname)
+             ? GetDirectoryName(library.dli_fname)
              : ".";
 }
 

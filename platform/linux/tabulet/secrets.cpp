@@ -78,7 +78,7 @@ Error InitSodium() {
 
 }  // namespace
 
-Error Seal(const std::string& name, std::string_view secret, std::string* sealed) {
+Error EncryptSecret(const std::string& name, std::string_view secret, std::string* sealed) {
   if (Error error = InitSodium()) return error;
   DeviceKey key;
   if (Error error = key.LoadOrCreate()) return error;
@@ -92,7 +92,7 @@ Error Seal(const std::string& name, std::string_view secret, std::string* sealed
   return {};
 }
 
-Error Unseal(const std::string& name, const std::string& sealed, std::string* secret) {
+Error DecryptSecret(const std::string& name, const std::string& sealed, std::string* secret) {
   if (Error error = InitSodium()) return error;
   std::string box;
   if (sealed.compare(0, kPrefix.size(), kPrefix) != 0 ||

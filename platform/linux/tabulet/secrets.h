@@ -9,10 +9,10 @@
 namespace saltmoor::platform {
 
 /// Encrypts a secret under the key of this device, bound to `name`. Creates the key if necessary.
-Error Seal(const std::string& name, std::string_view secret, std::string* sealed);
+Error EncryptSecret(const std::string& name, std::string_view secret, std::string* sealed);
 
-/// Decrypts the result of Seal with the same `name`.
-Error Unseal(const std::string& name, const std::string& sealed, std::string* secret);
+/// Decrypts the result of EncryptSecret with the same `name`.
+Error DecryptSecret(const std::string& name, const std::string& sealed, std::string* secret);
 
 /// Overwrites a string in memory and clears it.
 void Wipe(std::string* secret);

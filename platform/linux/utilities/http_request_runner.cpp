@@ -61,7 +61,7 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Response* response
   if (post) {
     transfer.Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form.size()));
     transfer.Set(CURLOPT_POSTFIELDS, form.c_str());
-    transfer.SendOnce();
+    transfer.DisableResend();
   }
   transfer.Set(CURLOPT_FOLLOWLOCATION, request.GetFollowRedirects() ? 1L : 0L);
   transfer.Set(CURLOPT_TIMEOUT_MS, ToMilliseconds(timeout_s));
@@ -70,7 +70,7 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Response* response
   transfer.Set(CURLOPT_WRITEDATA, static_cast<void*>(response));
 
   const CURLcode code = transfer.Perform();
-  response->status = transfer.Status();
+  response->status = transfer.status();
   if (code == CURLE_OK) return {};
   const std::string what =
       request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: ";
