@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "support/child.h"
-#include "support/test_directory.h"
+#include "support/forked_process.h"
+#include "support/temporary_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -33,7 +33,7 @@ std::string ReadOnce(const std::string& path, const char* key) {
 
 class ConfigFile : public testing::Test {
  protected:
-  const TestDirectory directory_;
+  const TemporaryDirectory directory_;
   const std::string path_ = directory_ / "test.cfg";
 };
 
@@ -177,7 +177,7 @@ TEST_F(ConfigFile, MovesGarbledFileAside) {
   EXPECT_EQ(ReadOnce(path_, "key"), "value");
 }
 
-TEST_F(ConfigFile, OpensEveryTruncationOfAFile) {
+TEST_F(ConfigFile, OpensTruncatedFiles) {
   {
     const Config config(path_);
     WriteString(config, "user", "100% anna\n");
@@ -193,14 +193,14 @@ TEST_F(ConfigFile, OpensEveryTruncationOfAFile) {
   }
 }
 
-TEST_F(ConfigFile, ReturnsNullWhereNoFileCanBe) {
+TEST_F(ConfigFile, ReturnsNullIfFileCannotBeCreated) {
   EXPECT_FALSE(Config(directory_ / "missing/test.cfg"));
   EXPECT_FALSE(Config(""));
   WriteAll(path_, "");
   EXPECT_FALSE(Config(path_ + "/test.cfg"));
 
-  ASSERT_EQ(mkdir((directory_ / "folder").c_str(), 0700), 0);
-  EXPECT_FALSE(Config(directory_ / "folder"));
+  ASSERT_EQ(mkdir((directory_ / "directory").c_str(), 0700), 0);
+  EXPECT_FALSE(Config(directory_ / "directory"));
   ASSERT_EQ(mkfifo((directory_ / "pipe").c_str(), 0600), 0);
   EXPECT_FALSE(Config(directory_ / "pipe"));
 }
@@ -241,7 +241,7 @@ bool IsComplete(const std::string& path) {
 TEST_F(ConfigFile, SurvivesKillDuringSave) {
   SaveGeneration(Config(path_), 0);
   for (int delay_us = 0; delay_us < 20'000; delay_us += 500) {
-    Child writer([this] {
+    ForkedProcess writer([this] {
       const Config config(path_);
       for (int generation = 1;; ++generation) SaveGeneration(config, generation);
       return 0;
@@ -263,8 +263,8 @@ TEST_F(ConfigFile, StaysCompleteUnderConcurrentWriters) {
     }
     return 0;
   };
-  Child one([&] { return write(1000); });
-  Child two([&] { return write(2000); });
+  ForkedProcess one([&] { return write(1000); });
+  ForkedProcess two([&] { return write(2000); });
   int result_in_thread = -1;
   std::thread three([&] { result_in_thread = write(3000); });
   int incomplete = 0;

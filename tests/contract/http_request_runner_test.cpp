@@ -8,7 +8,7 @@
 
 #include "support/scripted_server.h"
 #include "support/suite.h"
-#include "support/test_directory.h"
+#include "support/temporary_directory.h"
 #include "this_device.h"
 
 namespace {
@@ -17,7 +17,7 @@ using saltmoor::utilities::HttpRequest;
 using saltmoor::utilities::HttpRequestRunner;
 using Error = HttpRequestRunner::Error;
 
-struct Response {
+struct Result {
   int error = -1;
   long status = -1;
   std::vector<char> body{'o', 'l', 'd'};
@@ -30,36 +30,35 @@ struct Response {
   }
 };
 
-Response Perform(const HttpRequest& request, unsigned timeout_s = 5) {
-  Response response;
+Result Perform(const HttpRequest& request, unsigned timeout_s = 5) {
+  Result result;
   const auto begin = std::chrono::steady_clock::now();
-  response.error =
-      HttpRequestRunner().PerformRequest(request, &response.status, &response.body, timeout_s);
-  response.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  return response;
+  result.error =
+      HttpRequestRunner().PerformRequest(request, &result.status, &result.body, timeout_s);
+  result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  return result;
 }
 
-Response Get(const std::string& address, bool follow = false) {
-  HttpRequest request("GET", address);
+Result Get(const std::string& url, bool follow = false) {
+  HttpRequest request("GET", url);
   request.SetFollowRedirects(follow);
   return Perform(request);
 }
 
 std::string Redirect(const std::string& to, int status = 302) {
-  return Answer(status, "", {"Location: " + to});
+  return MakeResponse(status, "", {"Location: " + to});
 }
 
 TEST(HttpRequestRunner, EncodesParametersInOrder) {
-  ScriptedServer server(Answer(200, "yes"));
-  HttpRequest request("POST", server.Address("/a?x=1#part"));
+  ScriptedServer server(MakeResponse(200, "yes"));
+  HttpRequest request("POST", server.Url("/a?x=1#part"));
   request.AddGetParam("z", "ü&=+ ");
   request.AddGetParam("a", -7);
   request.AddPostParam("pass word", "50% & more");
   request.AddPostParam("b", "");
   request.AddPostParam("b", 2147483647);
   ASSERT_EQ(Perform(request).error, 0);
-  ASSERT_EQ(Perform(HttpRequest("POST", server.Address("/empty"))).text(), "yes");
+  ASSERT_EQ(Perform(HttpRequest("POST", server.Url("/empty"))).text(), "yes");
 
   const Request sent = server.requests().at(0);
   EXPECT_EQ(sent.method, "POST");
@@ -69,116 +68,115 @@ TEST(HttpRequestRunner, EncodesParametersInOrder) {
   EXPECT_EQ(server.requests().at(1)["content-length"], "0");
 }
 
-TEST(HttpRequestRunner, ReturnsAnswersOfAnyStatus) {
+TEST(HttpRequestRunner, ReturnsResponsesOfAnyStatus) {
   ScriptedServer server([](const Request& request) {
-    return Answer(std::stoi(request.target.substr(1)), "body", {"Location: /elsewhere"});
+    return MakeResponse(std::stoi(request.target.substr(1)), "body", {"Location: /elsewhere"});
   });
   for (const int status : {200, 302, 401, 404, 500}) {  // redirects are not followed by default
-    const Response response = Get(server.Address("/" + std::to_string(status)));
-    EXPECT_EQ(response.error, 0);
-    EXPECT_EQ(response.status, status);
-    EXPECT_EQ(response.text(), "body");
+    const Result result = Get(server.Url("/" + std::to_string(status)));
+    EXPECT_EQ(result.error, 0);
+    EXPECT_EQ(result.status, status);
+    EXPECT_EQ(result.text(), "body");
   }
-  const HttpRequest unheard("GET", server.Address("/200"));
+  const HttpRequest unheard("GET", server.Url("/200"));
   EXPECT_EQ(HttpRequestRunner().PerformRequest(unheard, nullptr, nullptr, 5), 0);
 }
 
 TEST(HttpRequestRunner, RejectsInvalidUrlsAndMethods) {
   using namespace std::string_literals;
-  for (const std::string& address :
+  for (const std::string& url :
        {""s, "shop.example/x"s, "ftp://127.0.0.1/"s, "file:///etc/passwd"s, "http://"s,
         "http://127.0.0.1/\r\nX: y"s, "http://127.0.0.1/a\0b"s, "http://127.0.0.1:99999/"s}) {
-    EXPECT_TRUE(Get(address).FailedWith(Error::kInvalidRequest)) << address;
+    EXPECT_TRUE(Get(url).FailedWith(Error::kInvalidRequest)) << url;
   }
-  ScriptedServer server(Answer(200, ""));
-  EXPECT_TRUE(Perform(HttpRequest("PUT", server.Address())).FailedWith(Error::kInvalidRequest));
+  ScriptedServer server(MakeResponse(200, ""));
+  EXPECT_TRUE(Perform(HttpRequest("PUT", server.Url())).FailedWith(Error::kInvalidRequest));
   EXPECT_TRUE(server.requests().empty());
 }
 
 TEST(HttpRequestRunner, TimesOutWhenServerIsSilent) {
   ScriptedServer server([](const Request& request) {
     const bool begun = request.target == "/begun";
-    return Reply(begun ? "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf" : "",
-                 AfterReply::kHang);
+    return Response(begun ? "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf" : "",
+                    AfterResponse::kHang);
   });
   for (const char* target : {"/begun", "/silent"}) {
-    const Response response = Perform(HttpRequest("GET", server.Address(target)), 1);
-    EXPECT_TRUE(response.FailedWith(Error::kTimedOut)) << target;
-    EXPECT_NEAR(response.seconds, 1.0, 0.5);
+    const Result result = Perform(HttpRequest("GET", server.Url(target)), 1);
+    EXPECT_TRUE(result.FailedWith(Error::kTimedOut)) << target;
+    EXPECT_NEAR(result.seconds, 1.0, 0.5);
   }
 }
 
-TEST(HttpRequestRunner, FailsOnBrokenAnswers) {
+TEST(HttpRequestRunner, FailsOnBrokenResponses) {
   const std::string head = "HTTP/1.1 200 OK\r\n";
-  const std::pair<Reply, Error> cases[] = {
-      {{"", AfterReply::kClose}, Error::kConnectionLost},
-      {{head, AfterReply::kReset}, Error::kConnectionLost},
-      {{head + "Content-Length: 9\r\n\r\nfew", AfterReply::kClose}, Error::kConnectionLost},
-      {{"SSH-2.0 hello\r\n", AfterReply::kClose}, Error::kInvalidAnswer},
-      {Answer(200, "not packed", {"Content-Encoding: gzip"}), Error::kInvalidAnswer}};
-  for (const auto& [reply, cause] : cases) {
-    EXPECT_TRUE(Get(ScriptedServer(reply).Address()).FailedWith(cause)) << reply.bytes;
+  const std::pair<Response, Error> cases[] = {
+      {{"", AfterResponse::kClose}, Error::kConnectionLost},
+      {{head, AfterResponse::kReset}, Error::kConnectionLost},
+      {{head + "Content-Length: 9\r\n\r\nfew", AfterResponse::kClose}, Error::kConnectionLost},
+      {{"SSH-2.0 hello\r\n", AfterResponse::kClose}, Error::kInvalidAnswer},
+      {MakeResponse(200, "not packed", {"Content-Encoding: gzip"}), Error::kInvalidAnswer}};
+  for (const auto& [response, cause] : cases) {
+    EXPECT_TRUE(Get(ScriptedServer(response).Url()).FailedWith(cause)) << response.bytes;
   }
 }
 
 TEST(HttpRequestRunner, FollowsAtMostTenRedirects) {
   ScriptedServer server([](const Request& request) {
     const int left = std::stoi(request.target.substr(1));
-    return left == 0 ? Answer(200, "there") : Redirect("/" + std::to_string(left - 1));
+    return left == 0 ? MakeResponse(200, "there") : Redirect("/" + std::to_string(left - 1));
   });
-  EXPECT_EQ(Get(server.Address("/10"), true).text(), "there");
-  EXPECT_TRUE(Get(server.Address("/11"), true).FailedWith(Error::kRedirectRefused));
+  EXPECT_EQ(Get(server.Url("/10"), true).text(), "there");
+  EXPECT_TRUE(Get(server.Url("/11"), true).FailedWith(Error::kRedirectRefused));
   for (const char* to : {"ftp://127.0.0.1/", "http://[bad/", "http://127.0.0.1:99999/"}) {
     ScriptedServer elsewhere(Redirect(to));
-    EXPECT_TRUE(Get(elsewhere.Address(), true).FailedWith(Error::kRedirectRefused)) << to;
+    EXPECT_TRUE(Get(elsewhere.Url(), true).FailedWith(Error::kRedirectRefused)) << to;
   }
 }
 
 TEST(HttpRequestRunner, NeverFollowsRedirectsFromTls) {
   const Certificate certificate = TrustedCertificate();
-  std::string plain_address;
-  ScriptedServer encrypted([&](const Request&) { return Redirect(plain_address, 307); },
-                           &certificate);
+  std::string plain_url;
+  ScriptedServer encrypted([&](const Request&) { return Redirect(plain_url, 307); }, &certificate);
   ScriptedServer plain([&](const Request& request) {
-    return request.target == "/up" ? Redirect(encrypted.Address()) : Answer(200, "in the clear");
+    return request.target == "/up" ? Redirect(encrypted.Url()) : MakeResponse(200, "in the clear");
   });
-  plain_address = plain.Address();
+  plain_url = plain.Url();
 
-  EXPECT_TRUE(Get(encrypted.Address(), true).FailedWith(Error::kRedirectRefused));
-  HttpRequest form("POST", encrypted.Address());
+  EXPECT_TRUE(Get(encrypted.Url(), true).FailedWith(Error::kRedirectRefused));
+  HttpRequest form("POST", encrypted.Url());
   form.SetFollowRedirects(true);
   form.AddPostParam("password", "secret");
   EXPECT_TRUE(Perform(form).FailedWith(Error::kRedirectRefused));
   EXPECT_TRUE(plain.requests().empty());
 
-  EXPECT_TRUE(Get(plain.Address("/up"), true).FailedWith(Error::kRedirectRefused));
+  EXPECT_TRUE(Get(plain.Url("/up"), true).FailedWith(Error::kRedirectRefused));
   EXPECT_EQ(encrypted.requests().size(), 3u);
   EXPECT_EQ(plain.requests().size(), 1u) << "http, https and http again";
 }
 
 TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {
-  ScriptedServer server([](const Request& request) -> Reply {
-    if (request.target == "/warm") return Answer(200, "");
+  ScriptedServer server([](const Request& request) -> Response {
+    if (request.target == "/warm") return MakeResponse(200, "");
     // On a reused connection, where HTTP libraries send a request again on a new one.
-    if (request.connection == 1) return Reply("", AfterReply::kClose);
-    return Answer(200, "second time");
+    if (request.connection == 1) return Response("", AfterResponse::kClose);
+    return MakeResponse(200, "second time");
   });
-  ASSERT_EQ(Perform(HttpRequest("POST", server.Address("/warm"))).error, 0);
+  ASSERT_EQ(Perform(HttpRequest("POST", server.Url("/warm"))).error, 0);
   EXPECT_TRUE(
-      Perform(HttpRequest("POST", server.Address("/order"))).FailedWith(Error::kConnectionLost));
+      Perform(HttpRequest("POST", server.Url("/order"))).FailedWith(Error::kConnectionLost));
   EXPECT_EQ(server.requests().size(), 2u);
 
-  ScriptedServer dying(Reply("", AfterReply::kClose));
-  EXPECT_TRUE(Perform(HttpRequest("POST", dying.Address())).FailedWith(Error::kConnectionLost));
+  ScriptedServer dying(Response("", AfterResponse::kClose));
+  EXPECT_TRUE(Perform(HttpRequest("POST", dying.Url())).FailedWith(Error::kConnectionLost));
   EXPECT_EQ(dying.requests().size(), 1u);
 }
 
 TEST(HttpRequestRunner, SendsPostThroughRedirectsAndAfterIdleClose) {
   ScriptedServer server([](const Request& request) {
-    if (request.target == "/moved") return Reply(Redirect("/there", 307));
-    return Reply(Answer(200, request.body), AfterReply::kClose);
+    if (request.target == "/moved") return Response(Redirect("/there", 307));
+    return Response(MakeResponse(200, request.body), AfterResponse::kClose);
   });
-  HttpRequest moved("POST", server.Address("/moved"));
+  HttpRequest moved("POST", server.Url("/moved"));
   moved.SetFollowRedirects(true);
   moved.AddPostParam("a", 1);
   for (int i = 0; i < 3; ++i) {
@@ -188,14 +186,14 @@ TEST(HttpRequestRunner, SendsPostThroughRedirectsAndAfterIdleClose) {
   EXPECT_EQ(server.requests().size(), 6u);
 }
 
-TEST(HttpRequestRunner, ReturnsEachThreadItsOwnAnswer) {
-  ScriptedServer server([](const Request& request) { return Answer(200, request.target); });
+TEST(HttpRequestRunner, ReturnsResponseToItsThread) {
+  ScriptedServer server([](const Request& request) { return MakeResponse(200, request.target); });
   std::vector<std::thread> threads;
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&server, i] {
       for (int k = 0; k < 20; ++k) {
         const std::string target = "/" + std::to_string(i) + "-" + std::to_string(k);
-        EXPECT_EQ(Get(server.Address(target)).text(), target);
+        EXPECT_EQ(Get(server.Url(target)).text(), target);
       }
     });
   }
@@ -204,7 +202,7 @@ TEST(HttpRequestRunner, ReturnsEachThreadItsOwnAnswer) {
 
 /// Returns `size` bytes, compressed.
 std::string Gzip(std::size_t size) {
-  const TestDirectory directory;
+  const TemporaryDirectory directory;
   const std::string path = directory / "x.gz";
   const std::string bytes(size, 'x');
   const gzFile file = gzopen(path.c_str(), "w");
@@ -213,18 +211,18 @@ std::string Gzip(std::size_t size) {
   return ReadAll(path);
 }
 
-TEST(HttpRequestRunner, DecompressesAnswersUpToLimit) {
+TEST(HttpRequestRunner, DecompressesResponsesUpToLimit) {
   constexpr std::size_t kLimit = 64 << 20;
-  const std::string small = Answer(200, Gzip(kLimit), {"Content-Encoding: gzip"});
-  const std::string bomb = Answer(200, Gzip(kLimit + 1), {"Content-Encoding: gzip"});
+  const std::string small = MakeResponse(200, Gzip(kLimit), {"Content-Encoding: gzip"});
+  const std::string bomb = MakeResponse(200, Gzip(kLimit + 1), {"Content-Encoding: gzip"});
   const std::string undeclared = "HTTP/1.1 200 OK\r\n\r\n" + std::string(kLimit + 1, 'x');
   ScriptedServer server([&](const Request& request) {
-    if (request.target == "/small") return Reply(small);
-    return request.target == "/bomb" ? Reply(bomb) : Reply(undeclared, AfterReply::kClose);
+    if (request.target == "/small") return Response(small);
+    return request.target == "/bomb" ? Response(bomb) : Response(undeclared, AfterResponse::kClose);
   });
-  EXPECT_EQ(Get(server.Address("/small")).body.size(), kLimit);
-  EXPECT_TRUE(Get(server.Address("/bomb")).FailedWith(Error::kAnswerTooLarge));
-  EXPECT_TRUE(Get(server.Address("/undeclared")).FailedWith(Error::kAnswerTooLarge));
+  EXPECT_EQ(Get(server.Url("/small")).body.size(), kLimit);
+  EXPECT_TRUE(Get(server.Url("/bomb")).FailedWith(Error::kAnswerTooLarge));
+  EXPECT_TRUE(Get(server.Url("/undeclared")).FailedWith(Error::kAnswerTooLarge));
 }
 
 TEST(HttpRequestRunner, RefusesBadCertificatesBeforeSending) {
@@ -232,18 +230,18 @@ TEST(HttpRequestRunner, RefusesBadCertificatesBeforeSending) {
     const char* name;
     Certificate certificate;
   } cases[] = {
-      {"of a stranger", MakeCertificate(MakeAuthority("Stranger"), "IP:127.0.0.1")},
+      {"of an unknown authority", MakeCertificate(MakeAuthority("Unknown"), "IP:127.0.0.1")},
       {"for another host", MakeCertificate(TestAuthority(), "DNS:other.example")},
       {"expired", MakeCertificate(TestAuthority(), "IP:127.0.0.1", -7200, -3600)},
       {"not yet valid", MakeCertificate(TestAuthority(), "IP:127.0.0.1", 3600, 7200)},
   };
   for (const auto& [name, certificate] : cases) {
-    ScriptedServer server(Answer(200, "trust me"), &certificate);
-    EXPECT_TRUE(Get(server.Address()).FailedWith(Error::kCertificateNotTrusted)) << name;
+    ScriptedServer server(MakeResponse(200, "x"), &certificate);
+    EXPECT_TRUE(Get(server.Url()).FailedWith(Error::kCertificateNotTrusted)) << name;
     EXPECT_TRUE(server.requests().empty()) << name;
   }
   const Certificate good = TrustedCertificate();
-  EXPECT_EQ(Get(ScriptedServer(Answer(200, "x"), &good).Address()).text(), "x")
+  EXPECT_EQ(Get(ScriptedServer(MakeResponse(200, "x"), &good).Url()).text(), "x")
       << "this_device.h must make the device trust the authority of the tests";
 }
 

@@ -9,7 +9,7 @@
 
 #include "support/scripted_server.h"
 #include "support/suite.h"
-#include "support/test_directory.h"
+#include "support/temporary_directory.h"
 
 namespace {
 
@@ -18,8 +18,8 @@ namespace fs = std::filesystem;
 class ResourceDownloader : public testing::Test {
  protected:
   /// \return the result of DownloadResource.
-  int Fetch(const std::string& address, const std::string& name = "b.epub") {
-    return downloader_.DownloadResource(address, name, {});
+  int Fetch(const std::string& url, const std::string& name = "b.epub") {
+    return downloader_.DownloadResource(url, name, {});
   }
   /// The number of files, including part files.
   long CountFiles() const {
@@ -30,12 +30,12 @@ class ResourceDownloader : public testing::Test {
   }
 
   /// The book without its last bytes.
-  Reply Truncated(const Fields& fields, std::size_t missing = 100'000) const {
-    const std::string whole = Answer(200, book_, fields);
-    return {whole.substr(0, whole.size() - missing), AfterReply::kClose};
+  Response Truncated(const HeaderLines& headers, std::size_t missing = 100'000) const {
+    const std::string whole = MakeResponse(200, book_, headers);
+    return {whole.substr(0, whole.size() - missing), AfterResponse::kClose};
   }
 
-  const TestDirectory parent_;
+  const TemporaryDirectory parent_;
   const std::string directory_ = parent_ / "new/Downloads";
   const std::string book_ = UniqueBytes(300'000);
   saltmoor::opds::ResourceDownloader downloader_{directory_, nullptr};
@@ -43,13 +43,13 @@ class ResourceDownloader : public testing::Test {
 
 TEST_F(ResourceDownloader, SavesFileAndReportsStatus) {
   ScriptedServer server([&](const Request& request) {
-    if (request.target == "/moved") return Answer(302, "", {"Location: /book?key=1"});
-    return Answer(200, book_, {"Content-Type: application/epub+zip; v=3"});
+    if (request.target == "/moved") return MakeResponse(302, "", {"Location: /book?key=1"});
+    return MakeResponse(200, book_, {"Content-Type: application/epub+zip; v=3"});
   });
   std::vector<int> percentages;
-  const std::string address = server.Address("/moved");
+  const std::string url = server.Url("/moved");
   const auto record = [&](int percentage) { percentages.push_back(percentage); };
-  EXPECT_EQ(downloader_.DownloadResource(address, "Tüte.epub", record), 0);
+  EXPECT_EQ(downloader_.DownloadResource(url, "Tüte.epub", record), 0);
   EXPECT_EQ(downloader_.GetSavedPath(), directory_ + "/Tüte.epub");
   EXPECT_EQ(Content("Tüte.epub"), book_);
   EXPECT_EQ(CountFiles(), 1);
@@ -60,7 +60,7 @@ TEST_F(ResourceDownloader, SavesFileAndReportsStatus) {
   EXPECT_EQ(info.code, 0);
   EXPECT_EQ(info.size, 300'000);
   EXPECT_EQ(info.http_status, 200);
-  EXPECT_EQ(info.url, address);
+  EXPECT_EQ(info.url, url);
   EXPECT_EQ(info.content_type, "application/epub+zip; v=3");
   EXPECT_EQ(info.error, "");
 }
@@ -68,24 +68,24 @@ TEST_F(ResourceDownloader, SavesFileAndReportsStatus) {
 TEST_F(ResourceDownloader, SavesFileOfUnknownLength) {
   const std::string head = "HTTP/1.1 200 OK\r\n";
   const std::string chunked = "Transfer-Encoding: chunked\r\n\r\n493e0\r\n";
-  for (const Reply& reply : {Reply(head + "\r\n" + book_, AfterReply::kClose),
-                             Reply(head + chunked + book_ + "\r\n0\r\n\r\n")}) {
-    EXPECT_EQ(Fetch(ScriptedServer(reply).Address()), 0);
+  for (const Response& response : {Response(head + "\r\n" + book_, AfterResponse::kClose),
+                                   Response(head + chunked + book_ + "\r\n0\r\n\r\n")}) {
+    EXPECT_EQ(Fetch(ScriptedServer(response).Url()), 0);
     EXPECT_EQ(Content(), book_);
   }
 }
 
 TEST_F(ResourceDownloader, ResumesWhereConnectionDied) {
-  ScriptedServer server([&](const Request& request) {
+  ScriptedServer server([&](const Request& request) -> Response {
     if (request.connection == 1) return Truncated({"ETag: \"v1\"", "Content-Type: text/plain"});
     if (request["range"] == "bytes=250000-") {
-      return Reply(Answer(206, book_.substr(250'000),
-                          {"Content-Range: bytes 250000-299999/300000", "Content-Type: wrong"}));
+      return MakeResponse(206, book_.substr(250'000),
+                          {"Content-Range: bytes 250000-299999/300000", "Content-Type: wrong"});
     }
-    return Reply(Answer(206, book_.substr(200'000, 50'000),
-                        {"Content-Range: bytes 200000-249999/300000", "Content-Type: wrong"}));
+    return MakeResponse(206, book_.substr(200'000, 50'000),
+                        {"Content-Range: bytes 200000-249999/300000", "Content-Type: wrong"});
   });
-  EXPECT_EQ(Fetch(server.Address()), 0);
+  EXPECT_EQ(Fetch(server.Url()), 0);
   EXPECT_EQ(Content(), book_);
   EXPECT_EQ(downloader_.GetStatusInfo().content_type, "text/plain");
   ASSERT_EQ(server.requests().size(), 3u);
@@ -95,28 +95,28 @@ TEST_F(ResourceDownloader, ResumesWhereConnectionDied) {
   EXPECT_EQ(server.requests()[1]["if-range"], "\"v1\"");
 }
 
-TEST_F(ResourceDownloader, NeverMixesVersionsOfAFile) {
+TEST_F(ResourceDownloader, NeverMixesFileVersions) {
   const std::string newer = UniqueBytes(600'000).substr(300'000);
   const std::string rest = newer.substr(200'000);
   const std::string range = "Content-Range: bytes 200000-299999/300000";
   const std::pair<const char*, std::string> cases[] = {
-      {"another version, whole", Answer(200, newer, {"ETag: \"v2\""})},
-      {"another version, its end", Answer(206, rest, {"ETag: \"v2\"", range})},
-      {"another start", Answer(206, rest, {"Content-Range: bytes 199999-299998/300000"})},
-      {"another length", Answer(206, rest, {"Content-Range: bytes 200000-299999/300001"})},
-      {"no range", Answer(206, rest)},
-      {"garbled range", Answer(206, rest, {"Content-Range: bytes 200000--1/300000"})},
-      {"longer than its range", Answer(206, rest + "x", {range})},
-      {"no such range", Answer(416, "", {"Content-Range: bytes */300000"})},
-      {"no such range, another length", Answer(416, "", {"Content-Range: bytes */200000"})},
-      {"no such range, no length", Answer(416, "<html>")},
+      {"another version, whole", MakeResponse(200, newer, {"ETag: \"v2\""})},
+      {"another version, its end", MakeResponse(206, rest, {"ETag: \"v2\"", range})},
+      {"another start", MakeResponse(206, rest, {"Content-Range: bytes 199999-299998/300000"})},
+      {"another length", MakeResponse(206, rest, {"Content-Range: bytes 200000-299999/300001"})},
+      {"no range", MakeResponse(206, rest)},
+      {"garbled range", MakeResponse(206, rest, {"Content-Range: bytes 200000--1/300000"})},
+      {"longer than its range", MakeResponse(206, rest + "x", {range})},
+      {"no such range", MakeResponse(416, "", {"Content-Range: bytes */300000"})},
+      {"no such range, another length", MakeResponse(416, "", {"Content-Range: bytes */200000"})},
+      {"no such range, no length", MakeResponse(416, "<html>")},
   };
-  for (const auto& [name, answer] : cases) {
-    ScriptedServer server([&, &rest_or_all = answer](const Request& request) {
+  for (const auto& [name, response] : cases) {
+    ScriptedServer server([&, &rest_or_all = response](const Request& request) {
       if (request.connection == 1) return Truncated({"ETag: \"v1\""});
-      return Reply(request["range"].empty() ? Answer(200, newer) : rest_or_all);
+      return Response(request["range"].empty() ? MakeResponse(200, newer) : rest_or_all);
     });
-    EXPECT_EQ(Fetch(server.Address()), 0) << name;
+    EXPECT_EQ(Fetch(server.Url()), 0) << name;
     EXPECT_TRUE(Content() == newer) << name;
     EXPECT_EQ(CountFiles(), 1) << name;
     EXPECT_GT(server.requests().size(), 1u) << name;
@@ -128,12 +128,12 @@ TEST_F(ResourceDownloader, SavesNothingForOtherStatuses) {
   ScriptedServer server([&](const Request& request) {
     const int status = std::stoi(request.target.substr(1));
     if (status == 204) return std::string("HTTP/1.1 204 None\r\n\r\n");
-    return Answer(status, "<html>", {"Content-Type: text/html"});
+    return MakeResponse(status, "<html>", {"Content-Type: text/html"});
   });
   WriteAll((fs::create_directories(directory_), directory_ + "/b.epub"), "an older copy");
   for (const int status : {204, 206, 304, 403, 404, 416, 500}) {
     const std::size_t before = server.requests().size();
-    EXPECT_GT(Fetch(server.Address("/" + std::to_string(status))), 0);
+    EXPECT_GT(Fetch(server.Url("/" + std::to_string(status))), 0);
     EXPECT_EQ(server.requests().size() - before > 1, status == 500)
         << "only a transient failure is retried";
     EXPECT_EQ(downloader_.GetStatusInfo().http_status, status);
@@ -144,30 +144,30 @@ TEST_F(ResourceDownloader, SavesNothingForOtherStatuses) {
   EXPECT_EQ(downloader_.GetSavedPath(), "");
 }
 
-TEST_F(ResourceDownloader, NeverMixesFilesOfOneName) {
-  ScriptedServer server([&](const Request& request) -> Reply {
-    if (request.target == "/other") return Answer(200, "other", {"ETag: \"v1\""});
-    if (!request["range"].empty()) return Answer(404, "");
+TEST_F(ResourceDownloader, NeverMixesFilesWithSameName) {
+  ScriptedServer server([&](const Request& request) -> Response {
+    if (request.target == "/other") return MakeResponse(200, "other", {"ETag: \"v1\""});
+    if (!request["range"].empty()) return MakeResponse(404, "");
     return Truncated({"ETag: \"v1\""}, 1);
   });
-  EXPECT_GT(Fetch(server.Address("/first")), 0);
+  EXPECT_GT(Fetch(server.Url("/first")), 0);
   EXPECT_TRUE(fs::exists(directory_ + "/b.epub.part"));
-  ASSERT_EQ(Fetch(server.Address("/other")), 0);
+  ASSERT_EQ(Fetch(server.Url("/other")), 0);
   EXPECT_EQ(server.requests().back()["range"], "");
   EXPECT_EQ(Content(), "other");
   EXPECT_EQ(CountFiles(), 1);
 }
 
 TEST_F(ResourceDownloader, DoesNotRetryPermanentTlsFailures) {
-  ScriptedServer plain(Answer(200, book_));
-  const std::string redirect = Answer(302, "", {"Location: " + plain.Address()});
+  ScriptedServer plain(MakeResponse(200, book_));
+  const std::string redirect = MakeResponse(302, "", {"Location: " + plain.Url()});
   const Certificate good = TrustedCertificate();
-  const Certificate bad = MakeCertificate(MakeAuthority("Stranger"), "IP:127.0.0.1");
+  const Certificate bad = MakeCertificate(MakeAuthority("Unknown"), "IP:127.0.0.1");
   ScriptedServer downgrading(redirect, &good);
   ScriptedServer stranger(redirect, &bad);
-  EXPECT_GT(Fetch(downgrading.Address()), 0);
+  EXPECT_GT(Fetch(downgrading.Url()), 0);
   EXPECT_EQ(downgrading.requests().size(), 1u);
-  EXPECT_GT(Fetch(stranger.Address()), 0);
+  EXPECT_GT(Fetch(stranger.Url()), 0);
   EXPECT_EQ(stranger.connections(), 1);
   EXPECT_TRUE(plain.requests().empty());
   EXPECT_EQ(CountFiles(), 0);
@@ -175,11 +175,11 @@ TEST_F(ResourceDownloader, DoesNotRetryPermanentTlsFailures) {
 
 TEST_F(ResourceDownloader, LeavesNoPartFileWhenDiskIsFull) {
   ScriptedServer server([&](const Request& request) {
-    if (request.target != "/announced") return Reply(Answer(200, book_, {"ETag: \"1\""}));
-    return Reply("HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Length: 4000000000000000\r\n\r\nx",
-                 AfterReply::kHang);
+    if (request.target != "/announced") return Response(MakeResponse(200, book_, {"ETag: \"1\""}));
+    return Response("HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Length: 4000000000000000\r\n\r\nx",
+                    AfterResponse::kHang);
   });
-  EXPECT_GT(Fetch(server.Address("/announced")), 0);
+  EXPECT_GT(Fetch(server.Url("/announced")), 0);
   EXPECT_NE(downloader_.GetStatusInfo().error, "");
   EXPECT_EQ(CountFiles(), 0);
 
@@ -188,41 +188,41 @@ TEST_F(ResourceDownloader, LeavesNoPartFileWhenDiskIsFull) {
   getrlimit(RLIMIT_FSIZE, &before);
   const rlimit limited{100'000, before.rlim_max};
   setrlimit(RLIMIT_FSIZE, &limited);
-  EXPECT_GT(Fetch(server.Address("/written")), 0);
+  EXPECT_GT(Fetch(server.Url("/written")), 0);
   setrlimit(RLIMIT_FSIZE, &before);
   EXPECT_EQ(server.requests().size(), 2u);
   EXPECT_EQ(CountFiles(), 0);
 }
 
-TEST_F(ResourceDownloader, NamesThePathThatCannotBeWritten) {
-  ScriptedServer server(Answer(200, book_));
+TEST_F(ResourceDownloader, NamesUnwritablePath) {
+  ScriptedServer server(MakeResponse(200, book_));
   WriteAll(parent_ / "file", "");
   saltmoor::opds::ResourceDownloader in_file(parent_ / "file", nullptr);
-  EXPECT_GT(in_file.DownloadResource(server.Address(), "b.epub", {}), 0);
+  EXPECT_GT(in_file.DownloadResource(server.Url(), "b.epub", {}), 0);
   EXPECT_NE(in_file.GetStatusInfo().error.find(parent_ / "file"), std::string::npos);
 
   fs::create_directories(directory_ + "/b.epub/taken");
-  EXPECT_GT(Fetch(server.Address()), 0);
+  EXPECT_GT(Fetch(server.Url()), 0);
   EXPECT_NE(downloader_.GetStatusInfo().error.find("b.epub"), std::string::npos);
-  EXPECT_GT(Fetch("no address"), 0);
+  EXPECT_GT(Fetch("no url"), 0);
 }
 
 TEST_F(ResourceDownloader, TruncatesLongNamesAndRejectsPaths) {
-  ScriptedServer server(Answer(200, book_));
+  ScriptedServer server(MakeResponse(200, book_));
   using namespace std::string_literals;
   for (const std::string& name : {""s, "."s, ".."s, "a/b"s, "../../x"s, "/etc/x"s, "a\0b"s}) {
-    EXPECT_GT(Fetch(server.Address(), name), 0) << name;
+    EXPECT_GT(Fetch(server.Url(), name), 0) << name;
   }
   EXPECT_TRUE(server.requests().empty());
 
   const std::string long_name = std::string(246, 'n') + ".pdf";
-  ASSERT_EQ(Fetch(server.Address(), long_name), 0);
+  ASSERT_EQ(Fetch(server.Url(), long_name), 0);
   EXPECT_EQ(Content(long_name), book_) << "this name fits";
 
   std::string umlauts = "x";
   for (int i = 0; i < 200; ++i) umlauts += "ü";
   for (const std::string& name : {"Wait ... what.epub"s, umlauts + ".epub", umlauts + umlauts}) {
-    ASSERT_EQ(Fetch(server.Address(), name), 0) << name;
+    ASSERT_EQ(Fetch(server.Url(), name), 0) << name;
     const fs::path saved = downloader_.GetSavedPath();
     EXPECT_EQ(ReadAll(saved), book_);
     EXPECT_EQ(saved.extension(), fs::path(name).extension());
@@ -234,14 +234,14 @@ TEST_F(ResourceDownloader, TruncatesLongNamesAndRejectsPaths) {
 }
 
 TEST_F(ResourceDownloader, DoesNotFollowPlantedLinks) {
-  ScriptedServer server(Answer(200, book_));
+  ScriptedServer server(MakeResponse(200, book_));
   fs::create_directories(directory_);
   for (const char* name : {"linked", "hard"}) WriteAll(parent_ / name, "precious");
   fs::create_symlink(parent_ / "linked", directory_ + "/a.epub.part");
   fs::create_hard_link(parent_ / "hard", directory_ + "/b.epub.part");
   fs::create_symlink(parent_ / "missing", directory_ + "/c.epub.part");
   for (const char* name : {"a.epub", "b.epub", "c.epub"}) {
-    EXPECT_EQ(Fetch(server.Address(), name), 0);
+    EXPECT_EQ(Fetch(server.Url(), name), 0);
     EXPECT_EQ(Content(name), book_);
   }
   for (const char* name : {"linked", "hard"}) EXPECT_EQ(ReadAll(parent_ / name), "precious");
@@ -249,7 +249,7 @@ TEST_F(ResourceDownloader, DoesNotFollowPlantedLinks) {
 }
 
 TEST_F(ResourceDownloader, ReportsProgressToOtherThreads) {
-  ScriptedServer server(Answer(200, book_));
+  ScriptedServer server(MakeResponse(200, book_));
   std::atomic<bool> finished{false};
   std::thread watcher([&] {
     while (!finished) {
@@ -270,7 +270,7 @@ TEST_F(ResourceDownloader, ReportsProgressToOtherThreads) {
     downloader_.GetProgress(nullptr, nullptr, nullptr, &done_in_callback);
   };
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(downloader_.DownloadResource(server.Address(), "b.epub", read_progress), 0);
+    EXPECT_EQ(downloader_.DownloadResource(server.Url(), "b.epub", read_progress), 0);
   }
   finished = true;
   watcher.join();

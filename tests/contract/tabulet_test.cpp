@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "saltmoor/utilities/book_store_auth_configs.h"
-#include "support/test_directory.h"
+#include "support/temporary_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -31,7 +31,7 @@ TEST(Tabulet, ShowsMessageWithoutWaiting) {
 }
 
 TEST(Tabulet, FindsAndSavesBitmapsOrReturnsFallback) {
-  const TestDirectory directory;
+  const TemporaryDirectory directory;
   ibitmap_s* const logo = GetResource("browser_quire", nullptr);
   ASSERT_NE(logo, nullptr);
   EXPECT_EQ(GetResource("browser_quire", nullptr), logo);
@@ -53,7 +53,7 @@ TEST(Tabulet, LogsLongRecordsAndKeepsErrno) {
 }
 
 TEST(Tabulet, DeletesFilesButNotDirectories) {
-  const TestDirectory directory;
+  const TemporaryDirectory directory;
   WriteAll(directory / "book.epub", "x");
   EXPECT_EQ(tb_unlink((directory / "book.epub").c_str()), 0);
   EXPECT_TRUE(directory.Names().empty());

@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "support/child.h"
+#include "support/forked_process.h"
 #include "tabulet.h"
 #include "tabulet_task.h"
 
@@ -50,8 +50,8 @@ int Serve(const std::string& app) {
 }
 
 /// Runs the task in a child process and waits until it can be found.
-std::unique_ptr<Child> Start(const std::string& app = kApp) {
-  auto child = std::make_unique<Child>([&] { return Serve(app); });
+std::unique_ptr<ForkedProcess> Start(const std::string& app = kApp) {
+  auto child = std::make_unique<ForkedProcess>([&] { return Serve(app); });
   for (int i = 0; i < 500 && FindTaskByAppName(app.c_str()) == -1; ++i) {
     std::this_thread::sleep_for(milliseconds(10));
   }
@@ -113,7 +113,7 @@ TEST(TaskServer, KeepsServingAfterCallerTimesOut) {
 
 TEST(TaskServer, RefusesSecondInstance) {
   const auto child = Start();
-  EXPECT_EQ(Child([] { return Serve(kApp); }).Wait(), 1);
+  EXPECT_EQ(ForkedProcess([] { return Serve(kApp); }).Wait(), 1);
   EXPECT_EQ(Send(FindTaskByAppName(kApp), kSize, "first"), 5);
 }
 
@@ -139,7 +139,7 @@ TEST(TaskServer, AnswersConcurrentCallers) {
     }
     return 0;
   };
-  Child other(ask);
+  ForkedProcess other(ask);
   std::thread thread([&] { EXPECT_EQ(ask(), 0); });
   EXPECT_EQ(ask(), 0);
   thread.join();

@@ -28,7 +28,7 @@ int AskOnTerminal() {
          (std::string_view(line, static_cast<std::size_t>(got)) == "me\n" ? 8 : 0);
 }
 
-TEST(BrowserProcess, ReturnsTerminalHoweverItExits) {
+TEST(BrowserProcess, RestoresTerminalOnEveryExit) {
   for (const auto& [typed, expected] : {std::pair("yes\n", 1 + 4 + 8), {"\x03", 2 + 4 + 8}}) {
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);

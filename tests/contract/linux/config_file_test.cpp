@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "support/child.h"
+#include "support/forked_process.h"
 #include "support/suite.h"
-#include "support/test_directory.h"
+#include "support/temporary_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 class LinuxConfigFile : public testing::Test {
  protected:
-  const TestDirectory directory_;
+  const TemporaryDirectory directory_;
   const std::string path_ = directory_ / "test.cfg";
 };
 
@@ -37,7 +37,7 @@ TEST_F(LinuxConfigFile, KeepsOldContentWhenDiskIsFull) {
   ASSERT_EQ(SaveConfig(config), 1);
   WriteString(config, "key", std::string(10'000, 'x').c_str());
   for (const rlim_t limit_bytes : {0, 1, 4096, 10'000}) {
-    Child child([=] {
+    ForkedProcess child([=] {
       std::signal(SIGXFSZ, SIG_IGN);
       const rlimit limit{limit_bytes, limit_bytes};
       setrlimit(RLIMIT_FSIZE, &limit);

@@ -10,9 +10,9 @@
 
 #include "platform/linux/opds/content_range.h"
 #include "saltmoor/opds/resource_downloader.h"
-#include "support/child.h"
+#include "support/forked_process.h"
 #include "support/scripted_server.h"
-#include "support/test_directory.h"
+#include "support/temporary_directory.h"
 
 namespace {
 
@@ -23,15 +23,15 @@ using std::chrono::milliseconds;
 constexpr int kSize = 10'000;
 constexpr int kHalf = 5'000;
 
-class DownloadEngine : public testing::Test {
+class LinuxDownload : public testing::Test {
  protected:
   /// Downloads "book" and returns whether it was saved.
   bool Fetch(const ScriptedServer& server, DownloadLimits limits = {2, 1, {}}) {
     PartFile part(directory_.path(), "book");
-    Error error = part.Open(server.Address());
+    Error error = part.Open(server.Url());
     EXPECT_FALSE(error) << error.message();
     Download download(
-        &part, server.Address(), [](auto, auto) {}, limits);
+        &part, server.Url(), [](auto, auto) {}, limits);
     error = download.Run();
     content_type_ = download.content_type();
     EXPECT_EQ(!error, fs::exists(directory_ / "book")) << error.message();
@@ -43,43 +43,46 @@ class DownloadEngine : public testing::Test {
     EXPECT_TRUE(ReadAll(directory_ / "book") == book_);
   }
 
-  Reply FirstHalf(Fields fields, AfterReply after = AfterReply::kClose) const {
-    fields.push_back("Content-Type: book");
-    const std::string whole = Answer(200, book_, fields);
+  Response FirstHalf(HeaderLines headers, AfterResponse after = AfterResponse::kClose) const {
+    headers.push_back("Content-Type: book");
+    const std::string whole = MakeResponse(200, book_, headers);
     return {whole.substr(0, whole.size() - kHalf), after};
   }
-  Reply SecondHalf(const Fields& fields) const { return Answer(206, book_.substr(kHalf), fields); }
+  Response SecondHalf(const HeaderLines& headers) const {
+    return MakeResponse(206, book_.substr(kHalf), headers);
+  }
 
   ScriptedServer::Script HangHalfway() const {
     return [this](const Request& request) {
-      return request.connection == 1 ? FirstHalf({tag_}, AfterReply::kHang) : SecondHalf({range_});
+      return request.connection == 1 ? FirstHalf({tag_}, AfterResponse::kHang)
+                                     : SecondHalf({range_});
     };
   }
 
-  const TestDirectory directory_;
+  const TemporaryDirectory directory_;
   const std::string book_ = UniqueBytes(kSize);
   const std::string tag_ = "ETag: \"v1\"";
   const std::string range_ = "Content-Range: bytes 5000-9999/10000";
   std::string content_type_;
 };
 
-TEST_F(DownloadEngine, FinishesWhenRangeStartsAtEnd) {
-  ScriptedServer server([&](const Request& request) -> Reply {
+TEST_F(LinuxDownload, FinishesWhenRangeStartsAtEnd) {
+  ScriptedServer server([&](const Request& request) -> Response {
     if (request.connection != 1) {
-      return Answer(416, "<html>", {"Content-Range: bytes */10000", "Content-Type: html"});
+      return MakeResponse(416, "<html>", {"Content-Range: bytes */10000", "Content-Type: html"});
     }
     const std::string head = "HTTP/1.1 200 OK\r\nContent-Type: book\r\n" + tag_;
-    return {head + "\r\nTransfer-Encoding: chunked\r\n\r\n2710\r\n" + book_, AfterReply::kClose};
+    return {head + "\r\nTransfer-Encoding: chunked\r\n\r\n2710\r\n" + book_, AfterResponse::kClose};
   });
   EXPECT_FALSE(Fetch(server)) << "all bytes, but no proper end";
   FetchRest(server);
   EXPECT_EQ(content_type_, "book");
 }
 
-TEST_F(DownloadEngine, ResumesOnlyWithStrongValidator) {
+TEST_F(LinuxDownload, ResumesOnlyWithStrongValidator) {
   const std::string modified = "Last-Modified: Mon, 01 Jan 2024 10:00:00 GMT";
   const struct {
-    Fields fields;
+    HeaderLines headers;
     std::string if_range;  // empty if the whole file is requested
   } cases[] = {
       {{tag_, modified}, "\"v1\""},
@@ -89,10 +92,10 @@ TEST_F(DownloadEngine, ResumesOnlyWithStrongValidator) {
       {{"ETag: W/\"v1\""}, ""},
       {{}, ""},
   };
-  for (const auto& [fields, if_range] : cases) {
-    ScriptedServer server([&, &sent = fields](const Request& request) {
+  for (const auto& [headers, if_range] : cases) {
+    ScriptedServer server([&, &sent = headers](const Request& request) {
       if (request.connection == 1) return FirstHalf(sent);
-      return request["range"].empty() ? Reply(Answer(200, book_)) : SecondHalf({range_});
+      return request["range"].empty() ? Response(MakeResponse(200, book_)) : SecondHalf({range_});
     });
     EXPECT_FALSE(Fetch(server));
     EXPECT_EQ(fs::exists(directory_ / "book.part"), !if_range.empty());
@@ -102,44 +105,44 @@ TEST_F(DownloadEngine, ResumesOnlyWithStrongValidator) {
   }
 }
 
-TEST_F(DownloadEngine, LeavesNothingAfterUnusableAnswers) {
+TEST_F(LinuxDownload, LeavesNothingAfterUnusableResponses) {
   const struct {
-    Reply reply;
+    Response response;
     std::size_t requests;
   } cases[] = {
-      {Answer(200, book_, {"Content-Encoding: gzip"}), 1},  // not requested
+      {MakeResponse(200, book_, {"Content-Encoding: gzip"}), 1},  // not requested
       {SecondHalf({range_}), 1},
       {FirstHalf({}), 3},  // always ends at the same byte
   };
-  for (const auto& [reply, requests] : cases) {
-    ScriptedServer server(reply);
+  for (const auto& [response, requests] : cases) {
+    ScriptedServer server(response);
     EXPECT_FALSE(Fetch(server, {2, 1, {milliseconds(1), milliseconds(1)}}));
     EXPECT_EQ(server.requests().size(), requests);
     EXPECT_TRUE(directory_.Names().empty());
   }
 }
 
-TEST_F(DownloadEngine, RestartsRetryCountWhenBytesArrive) {
-  ScriptedServer server([&](const Request& request) -> Reply {
+TEST_F(LinuxDownload, RestartsRetryCountWhenBytesArrive) {
+  ScriptedServer server([&](const Request& request) -> Response {
     const int begin = (request.connection - 1) / 2 * 500;
-    if (request.connection % 2 == 0) return Answer(503, "busy");
+    if (request.connection % 2 == 0) return MakeResponse(503, "busy");
     const std::string span = std::to_string(begin) + "-9999/10000";
-    const std::string whole =
-        Answer(begin == 0 ? 200 : 206, book_.substr(begin), {tag_, "Content-Range: bytes " + span});
-    return {whole.substr(0, whole.size() - (kSize - begin - 500)), AfterReply::kClose};
+    const std::string whole = MakeResponse(begin == 0 ? 200 : 206, book_.substr(begin),
+                                           {tag_, "Content-Range: bytes " + span});
+    return {whole.substr(0, whole.size() - (kSize - begin - 500)), AfterResponse::kClose};
   });
   FetchRest(server, {2, 1, {milliseconds(1), milliseconds(1)}});
   EXPECT_EQ(server.requests().size(), 39u);
 }
 
-TEST_F(DownloadEngine, RetriesAfterStall) {
+TEST_F(LinuxDownload, RetriesAfterStall) {
   ScriptedServer server(HangHalfway());
   FetchRest(server, {2, 1, {milliseconds(1)}});
 }
 
-TEST_F(DownloadEngine, ResumesAfterKill) {
+TEST_F(LinuxDownload, ResumesAfterKill) {
   ScriptedServer server(HangHalfway());
-  Child child([&] { return Fetch(server, {60, 60, {}}) ? 1 : 0; });
+  ForkedProcess child([&] { return Fetch(server, {60, 60, {}}) ? 1 : 0; });
   // Wait until the bytes are recorded as synced.
   const auto synced = [&] { return ReadAll(directory_ / "book.part.info").find("\n5000\n"); };
   for (int i = 0; i < 500 && synced() == std::string::npos; ++i) usleep(10'000);
@@ -148,7 +151,7 @@ TEST_F(DownloadEngine, ResumesAfterKill) {
   EXPECT_EQ(server.requests().size(), 2u);
 }
 
-TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
+TEST_F(LinuxDownload, ResumesOnlySyncedBytesAfterPowerFailure) {
   ScriptedServer server([&](const Request& request) {
     return request.connection == 1 ? FirstHalf({tag_}) : SecondHalf({range_});
   });
@@ -161,7 +164,7 @@ TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
     WriteAll(directory_ / "book.part.info", info.substr(0, size));
     WriteAll(directory_ / "book.part", part_bytes);
     PartFile part(directory_.path(), "book");
-    ASSERT_FALSE(part.Open(server.Address()));
+    ASSERT_FALSE(part.Open(server.Url()));
     ASSERT_EQ(part.size_bytes(), 0) << "truncated record";
   }
   WriteAll(directory_ / "book.part.info", info);
@@ -170,23 +173,23 @@ TEST_F(DownloadEngine, ResumesOnlySyncedBytesAfterPowerFailure) {
 }
 
 // Some file systems allow a little less than 255 bytes.
-TEST_F(DownloadEngine, ResumesLongNameUnderShorterOnes) {
+TEST_F(LinuxDownload, ResumesLongNameUnderShorterOnes) {
   const std::string name = std::string(249, 'n') + ".epub";
   std::size_t longest = 0;
-  ScriptedServer server([&](const Request& request) -> Reply {
+  ScriptedServer server([&](const Request& request) -> Response {
     for (const std::string& used : directory_.Names()) longest = std::max(longest, used.size());
     if (request.connection == 1) return FirstHalf({tag_});
-    return request["range"].empty() ? Reply(Answer(200, book_)) : SecondHalf({range_});
+    return request["range"].empty() ? Response(MakeResponse(200, book_)) : SecondHalf({range_});
   });
   saltmoor::opds::ResourceDownloader downloader(directory_.path(), nullptr);
-  EXPECT_EQ(downloader.DownloadResource(server.Address(), name, {}), 0);
+  EXPECT_EQ(downloader.DownloadResource(server.Url(), name, {}), 0);
   EXPECT_EQ(server.requests().back()["if-range"], "\"v1\"");
   EXPECT_LE(longest, 230U);
   EXPECT_EQ(directory_.Names(), std::set<std::string>{name});
   EXPECT_TRUE(ReadAll(directory_ / name) == book_);
 }
 
-TEST_F(DownloadEngine, LocksPartFile) {
+TEST_F(LinuxDownload, LocksPartFile) {
   PartFile first(directory_.path(), "book");
   PartFile second(directory_.path(), "book");
   ASSERT_FALSE(first.Open("http://a.example/"));
@@ -194,19 +197,18 @@ TEST_F(DownloadEngine, LocksPartFile) {
   EXPECT_NE(error.message().find("another download"), std::string::npos);
 }
 
-TEST_F(DownloadEngine, ReportsSizesAbove2GiBInLargerUnits) {
+TEST_F(LinuxDownload, ReportsSizesAbove2GiBInLargerUnits) {
   constexpr std::int64_t kPart = 3LL << 30;
   ScriptedServer server(
-      Answer(206, "0123456789", {"Content-Range: bytes 3221225472-3221225481/3221225482"}));
+      MakeResponse(206, "0123456789", {"Content-Range: bytes 3221225472-3221225481/3221225482"}));
   WriteAll(directory_ / "big.part", "");
   fs::resize_file(directory_ / "big.part", kPart);
-  WriteAll(directory_ / "big.part.info",
-           server.Address() + "\n\"v1\"\nbook\n3221225482\n3221225472\n");
+  WriteAll(directory_ / "big.part.info", server.Url() + "\n\"v1\"\nbook\n3221225482\n3221225472\n");
   saltmoor::opds::ResourceDownloader downloader(directory_.path(), nullptr);
   int total = 0;
   int done = 0;
   const auto ask = [&](int) { downloader.GetProgress(nullptr, nullptr, &total, &done); };
-  EXPECT_EQ(downloader.DownloadResource(server.Address(), "big", ask), 0);
+  EXPECT_EQ(downloader.DownloadResource(server.Url(), "big", ask), 0);
   EXPECT_EQ(total, (kPart + 10) / 2);
   EXPECT_EQ(done, total);
   EXPECT_EQ(downloader.GetStatusInfo().size, kPart + 10);

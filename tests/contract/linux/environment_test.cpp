@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "support/child.h"
-#include "support/test_directory.h"
+#include "support/forked_process.h"
+#include "support/temporary_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -32,7 +32,7 @@ class LinuxEnvironment : public testing::Test {
   /// \return what it writes to standard error.
   std::string Run(const Variables& variables, const Call& call) const {
     const std::string output = directory_ / "stderr";
-    Child child([&] {
+    ForkedProcess child([&] {
       const std::string path = directory_.path() + ":" + std::getenv("PATH");
       clearenv();
       setenv("PATH", path.c_str(), 1);
@@ -45,7 +45,7 @@ class LinuxEnvironment : public testing::Test {
     return ReadAll(output);
   }
 
-  const TestDirectory directory_;
+  const TemporaryDirectory directory_;
 };
 
 Call Log(int level, const std::string& text) {

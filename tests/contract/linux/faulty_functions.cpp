@@ -51,7 +51,7 @@ int tb_unlink(const char* path) {
 
 namespace saltmoor {
 
-/// Sends a request without an answer again.
+/// Sends a request without a response again.
 int utilities::HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
                                                  std::vector<char>* body, unsigned timeout_s) {
   using Perform = int(HttpRequestRunner*, const HttpRequest&, long*, std::vector<char>*, unsigned);

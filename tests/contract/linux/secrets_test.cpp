@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "support/child.h"
+#include "support/forked_process.h"
 #include "support/suite.h"
-#include "support/test_directory.h"
+#include "support/temporary_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -31,7 +31,7 @@ class LinuxSecret : public testing::Test {
   }
   std::string Read(const char* key) { return ReadSecret(config_, key, "absent"); }
 
-  const TestDirectory directory_;
+  const TemporaryDirectory directory_;
   iconfig_s* const config_ = OpenConfig((directory_ / "test.cfg").c_str(), nullptr);
 };
 
@@ -76,10 +76,10 @@ TEST_F(LinuxSecret, TreatsDamagedValueAsAbsent) {
 TEST_F(LinuxSecret, SharesOneDeviceKeyBetweenPrograms) {
   for (int round = 0; round < 5; ++round) {
     RemoveKey();
-    std::vector<std::unique_ptr<Child>> children;
+    std::vector<std::unique_ptr<ForkedProcess>> children;
     children.reserve(8);
     for (int i = 0; i < 8; ++i) {
-      children.push_back(std::make_unique<Child>([this, i] {
+      children.push_back(std::make_unique<ForkedProcess>([this, i] {
         iconfig_s* config = OpenConfig((directory_ / std::to_string(i)).c_str(), nullptr);
         WriteSecret(config, "password", kSecret);
         return SaveConfig(config);

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "saltmoor/utilities/book_store_auth_configs.h"
-#include "support/test_directory.h"
+#include "support/temporary_directory.h"
 #include "tabulet.h"
 
 namespace {
@@ -25,7 +25,7 @@ TEST(LinuxTabulet, SurvivesInvalidArguments) {
 }
 
 TEST(LinuxBitmap, IgnoresDamagedResources) {
-  const TestDirectory directory;
+  const TemporaryDirectory directory;
   ASSERT_EQ(SaveBitmap((directory / "logo").c_str(), GetResource("browser_quire", nullptr)), 1);
   const std::string good = ReadAll(directory / "logo");
   std::string wide = good;
@@ -48,7 +48,7 @@ TEST(LinuxBitmap, IgnoresDamagedResources) {
   fs::remove_all("/ebrmain/resources");
 }
 
-TEST(LinuxBookStoreAuthConfigs, DeletesOnlyTheRecord) {
+TEST(LinuxBookStoreAuthConfigs, DeletesOnlyRecord) {
   const fs::path directory = "/mnt/ext1/system/config";
   WriteAll(directory / "bookstore_auth.cfg", "shop=authorised\n");
   WriteAll(directory / "quire_config.cfg", "user_name=anna\n");

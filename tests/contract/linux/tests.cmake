@@ -9,10 +9,10 @@ quire_target(contract_suite_on_faults)
 set_target_properties(contract_suite_on_faults PROPERTIES CXX_VISIBILITY_PRESET default)
 target_link_libraries(contract_suite_on_faults PRIVATE contract_tests tabulet saltmoor_utilities
                       saltmoor_opds)
-add_test(NAME contract.suite_finds_faults
-  COMMAND ${ON_SCRATCH_DEVICE} ${CMAKE_CURRENT_SOURCE_DIR}/linux/suite_finds_faults_test
+add_test(NAME contract.mutation
+  COMMAND ${ON_SCRATCH_DEVICE} ${CMAKE_CURRENT_SOURCE_DIR}/linux/mutation_test
           $<TARGET_FILE:contract_suite_on_faults>)
-set_tests_properties(contract.suite_finds_faults PROPERTIES TIMEOUT 180)
+set_tests_properties(contract.mutation PROPERTIES TIMEOUT 180)
 
 # Standalone, as for a port.
 if(NOT QUIRE_SANITIZE)

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "saltmoor/utilities/browser_authorization.h"
-#include "test_directory.h"
+#include "temporary_directory.h"
 
 /// A session whose browser is a shell script, with the events that its handler received.
 class BrowserSession : public saltmoor::utilities::BrowserAuthorization::IEventHandler {
@@ -53,7 +53,7 @@ class BrowserSession : public saltmoor::utilities::BrowserAuthorization::IEventH
     return browser.running_;
   }
 
-  const TestDirectory directory;
+  const TemporaryDirectory directory;
   Lines events;
   std::vector<int> times;
   std::function<void()> on_time;

@@ -35,7 +35,7 @@ class ScriptedServer::Connection {
       const std::size_t colon = line.find(": ");
       if (colon == std::string::npos) continue;
       std::transform(line.begin(), line.begin() + colon, line.begin(), ::tolower);
-      request->fields[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
+      request->headers[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
     }
     const std::string length = (*request)["content-length"];
     const std::size_t size = length.empty() ? 0 : std::stoul(length);
@@ -51,10 +51,10 @@ class ScriptedServer::Connection {
     return BIO_write_ex(stream_, bytes.data(), bytes.size(), &sent) || bytes.empty();
   }
 
-  void Finish(AfterReply after) {
-    if (after == AfterReply::kHang) {
+  void Finish(AfterResponse after) {
+    if (after == AfterResponse::kHang) {
       while (Fill()) continue;
-    } else if (after == AfterReply::kReset) {
+    } else if (after == AfterResponse::kReset) {
       const linger at_once{1, 0};
       setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     } else if (tls_) {
@@ -81,9 +81,9 @@ class ScriptedServer::Connection {
   std::string buffer_;
 };
 
-std::string Answer(int status, const std::string& body, const Fields& fields) {
+std::string MakeResponse(int status, const std::string& body, const HeaderLines& headers) {
   std::string text = "HTTP/1.1 " + std::to_string(status) + " Status\r\n";
-  for (const std::string& field : fields) text += field + "\r\n";
+  for (const std::string& header : headers) text += header + "\r\n";
   return text + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
@@ -119,7 +119,7 @@ ScriptedServer::~ScriptedServer() {
   close(listener_);
 }
 
-std::string ScriptedServer::Address(const std::string& target) const {
+std::string ScriptedServer::Url(const std::string& target) const {
   return (tls_ ? "https://127.0.0.1:" : "http://127.0.0.1:") + port() + target;
 }
 
@@ -150,16 +150,16 @@ void ScriptedServer::Serve(int socket, int number) {
   pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
   {
     Connection connection(socket, tls_.get());
-    Reply reply{""};
+    Response response{""};
     do {
       Request request;
       request.connection = number;
       if (!connection.Read(&request)) break;
       const std::lock_guard lock(mutex_);
       requests_.push_back(request);
-      reply = script_(request);
-    } while (connection.Write(reply.bytes) && reply.after == AfterReply::kKeep);
-    connection.Finish(reply.after);
+      response = script_(request);
+    } while (connection.Write(response.bytes) && response.after == AfterResponse::kKeep);
+    connection.Finish(response.after);
   }
   const std::lock_guard lock(mutex_);
   sockets_.erase(std::find(sockets_.begin(), sockets_.end(), socket));

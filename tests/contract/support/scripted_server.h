@@ -15,47 +15,47 @@
 struct Request {
   std::string method;
   std::string target;
-  std::map<std::string, std::string> fields;  ///< names in lower case
+  std::map<std::string, std::string> headers;  ///< names in lower case
   std::string body;
   int connection = 0;  ///< from 1 on, in the order accepted
 
   /// A header; empty if the request has none of that name.
   std::string operator[](const std::string& name) const {
-    const auto field = fields.find(name);
-    return field == fields.end() ? "" : field->second;
+    const auto header = headers.find(name);
+    return header == headers.end() ? "" : header->second;
   }
 };
 
-enum class AfterReply { kKeep, kClose, kReset, kHang };
+enum class AfterResponse { kKeep, kClose, kReset, kHang };
 
 /// The bytes to send, and what happens to the connection afterwards.
-struct Reply {
-  Reply(std::string reply_bytes,
-        AfterReply reply_after = AfterReply::kKeep)  // implicit, for Answer()
-      : bytes(std::move(reply_bytes)), after(reply_after) {}
+struct Response {
+  // Implicit: a script may return bytes.
+  Response(std::string sent, AfterResponse next = AfterResponse::kKeep)
+      : bytes(std::move(sent)), after(next) {}
   std::string bytes;
-  AfterReply after;
+  AfterResponse after;
 };
 
-using Fields = std::vector<std::string>;
+using HeaderLines = std::vector<std::string>;
 
-/// An answer with the right Content-Length. `fields` are header lines without line ends.
-std::string Answer(int status, const std::string& body, const Fields& fields = {});
+/// A response with the right Content-Length. The header lines have no line ends.
+std::string MakeResponse(int status, const std::string& body, const HeaderLines& headers = {});
 
 /// An HTTP or HTTPS server on loopback that sends what its script returns and records all requests.
 class ScriptedServer {
  public:
-  using Script = std::function<Reply(const Request&)>;
+  using Script = std::function<Response(const Request&)>;
 
   /// \param script  called on one thread per connection, under a lock.
   /// \param certificate  of an HTTPS server; null for HTTP.
   explicit ScriptedServer(Script script, const Certificate* certificate = nullptr);
-  /// Sends the same reply to every request.
-  explicit ScriptedServer(const Reply& reply, const Certificate* certificate = nullptr)
-      : ScriptedServer([reply](const Request&) { return reply; }, certificate) {}
+  /// Sends the same response to every request.
+  explicit ScriptedServer(const Response& response, const Certificate* certificate = nullptr)
+      : ScriptedServer([response](const Request&) { return response; }, certificate) {}
   ~ScriptedServer();
 
-  std::string Address(const std::string& target = "/") const;
+  std::string Url(const std::string& target = "/") const;
   std::string port() const { return std::to_string(port_); }
   std::vector<Request> requests() const;
   int connections() const { return connections_; }

@@ -12,8 +12,8 @@
 #include <regex>
 #include <string_view>
 
-#include "child.h"
-#include "test_directory.h"
+#include "forked_process.h"
+#include "temporary_directory.h"
 #include "this_device.h"
 
 namespace {
@@ -21,7 +21,7 @@ namespace {
 constexpr unsigned kTimeLimit_s = 60;
 
 struct Environment {
-  const TestDirectory directory;
+  const TemporaryDirectory directory;
   const Certificate authority = MakeAuthority("Trusted");
 };
 const Environment* environment = nullptr;
@@ -51,7 +51,7 @@ class ResultPrinter : public testing::EmptyTestEventListener {
 };
 
 bool RunInChild(const testing::TestInfo& test) {
-  Child child([&test] {
+  ForkedProcess child([&test] {
     alarm(kTimeLimit_s);
     GTEST_FLAG_SET(filter, FullName(test));
     return RUN_ALL_TESTS();

@@ -1,8 +1,8 @@
 /// \file
 /// A temporary directory on the device under test, and its files.
 
-#ifndef TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
-#define TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
+#ifndef TESTS_CONTRACT_SUPPORT_TEMPORARY_DIRECTORY_H_
+#define TESTS_CONTRACT_SUPPORT_TEMPORARY_DIRECTORY_H_
 
 #include <cstdlib>
 #include <filesystem>
@@ -33,18 +33,18 @@ inline std::string UniqueBytes(std::size_t size) {
 }
 
 /// A temporary directory on the device, removed by the destructor.
-class TestDirectory {
+class TemporaryDirectory {
  public:
-  TestDirectory() {
+  TemporaryDirectory() {
     std::string name = std::string(this_device::kDirectory) + "/contract-XXXXXX";
     if (!mkdtemp(name.data())) {
       throw std::runtime_error("cannot create " + name + ": run the test on a device");
     }
     path_ = name;
   }
-  ~TestDirectory() { std::filesystem::remove_all(path_); }
-  TestDirectory(const TestDirectory&) = delete;
-  TestDirectory& operator=(const TestDirectory&) = delete;
+  ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
   std::string operator/(const std::string& name) const { return path_ + "/" + name; }
   const std::string& path() const { return path_; }
@@ -61,4 +61,4 @@ class TestDirectory {
   std::string path_;
 };
 
-#endif  // TESTS_CONTRACT_SUPPORT_TEST_DIRECTORY_H_
+#endif  // TESTS_CONTRACT_SUPPORT_TEMPORARY_DIRECTORY_H_

@@ -1,5 +1,5 @@
-#ifndef TESTS_CONTRACT_SUPPORT_CHILD_H_
-#define TESTS_CONTRACT_SUPPORT_CHILD_H_
+#ifndef TESTS_CONTRACT_SUPPORT_FORKED_PROCESS_H_
+#define TESTS_CONTRACT_SUPPORT_FORKED_PROCESS_H_
 
 #include <signal.h>
 #include <sys/wait.h>
@@ -9,16 +9,16 @@
 
 /// A child process that runs `body` and exits with its result. The destructor kills it if Wait was
 /// not called.
-class Child {
+class ForkedProcess {
  public:
-  explicit Child(const std::function<int()>& body) : pid_(fork()) {
+  explicit ForkedProcess(const std::function<int()>& body) : pid_(fork()) {
     if (pid_ == 0) _exit(body());
   }
-  ~Child() {
+  ~ForkedProcess() {
     if (pid_ > 0) Kill();
   }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
+  ForkedProcess(const ForkedProcess&) = delete;
+  ForkedProcess& operator=(const ForkedProcess&) = delete;
 
   void Signal(int number) const { kill(pid_, number); }
   int Kill() {
@@ -37,4 +37,4 @@ class Child {
   pid_t pid_;
 };
 
-#endif  // TESTS_CONTRACT_SUPPORT_CHILD_H_
+#endif  // TESTS_CONTRACT_SUPPORT_FORKED_PROCESS_H_
