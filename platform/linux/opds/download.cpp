@@ -44,8 +44,8 @@ std::string GetValidator(const Transfer& transfer) {
 
 /// Whether the response has the validator of the record, or none.
 bool MatchesVersion(const std::string& validator, const Transfer& transfer) {
-  const std::string current =
-      transfer.GetHeader(validator.front() == '"' ? "ETag" : "Last-Modified");
+  const char* const name = validator.front() == '"' ? "ETag" : "Last-Modified";
+  const std::string current = transfer.GetHeader(name);
   return current.empty() || validator == current;
 }
 

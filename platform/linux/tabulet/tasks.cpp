@@ -84,6 +84,6 @@ int SendRequestTo(int task, int request, const void* data, int size, int flags, 
   header.request = request;
   header.flags = flags;
   header.size_bytes = static_cast<std::uint32_t>(size);
-  return platform::CatchAtBoundary(-1,
-                                   [&] { return platform::Send(task, header, data, timeout_ms); });
+  const auto send = [&] { return platform::Send(task, header, data, timeout_ms); };
+  return platform::CatchAtBoundary(-1, send);
 }

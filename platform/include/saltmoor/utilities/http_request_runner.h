@@ -36,11 +36,9 @@ class HttpRequestRunner {
   /// \param status  receives the HTTP status of the last response; 0 on failure. May be null.
   /// \param body  receives the response's bytes, decompressed, in place of its content; empty on
   ///     failure. May be null.
-  /// \param timeout_s  limit for the whole call in seconds, including name resolution and
-  ///     connecting.
-  /// \return 0 if a response arrived, whatever its status; otherwise a number above 0, an Error.
-  /// The
-  ///     reason is logged. Throws nothing.
+  /// \param timeout_s  limit for the whole call, name resolution and connecting included.
+  /// \return 0 if a response arrived, whatever its status; otherwise an Error, above 0. The reason
+  ///     is logged. Throws nothing.
   int PerformRequest(const HttpRequest& request, long* status, std::vector<char>* body,
                      unsigned timeout_s);
 };
