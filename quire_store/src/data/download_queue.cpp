@@ -116,6 +116,7 @@ bool DownloadQueue::Advance() {
 void DownloadQueue::Clear() {
   download_queue_.clear();
   downloading_book_ = Book();
+  saved_path_.clear();
 }
 
 int DownloadQueue::GetProgress() {
