@@ -11,7 +11,7 @@ struct Failure {
   enum Kind : int {
     kNone = 0,          ///< nothing failed
     kConfigFile,        ///< the device's configuration file cannot be opened
-    kNoCredentials,     ///< no credentials are stored
+    kNoCredentials,     ///< no credentials are stored: StoreManager::NewSession
     kNetwork,           ///< no answer came: see transport_error
     kHttpStatus,        ///< the server answered http_status instead of 200
     kUnreadableAnswer,  ///< status 200, but not the JSON that the call answers with

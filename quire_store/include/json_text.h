@@ -12,8 +12,8 @@ namespace saltmoor::quire {
 /// Converts a JSON value to a string, as all answers are read: a string unchanged, a boolean as
 /// "true" or "false", an integer as its decimal digits (signed 64-bit), everything else (null, a
 /// real number, an array, an object) as the empty string. An integer that a JSON reader typed as
-/// unsigned counts as signed if it fits; a small unsigned value, which no reader makes, is empty.
-/// Thread-safe; does not throw for any value.
+/// unsigned counts as signed if it fits; a small unsigned value, which parsing never produces, is
+/// empty. Thread-safe; does not throw for any value.
 QUIRE_EXPORT std::string ToString(const Json::Value& value);
 
 }  // namespace saltmoor::quire

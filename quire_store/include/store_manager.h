@@ -42,7 +42,8 @@ class QUIRE_EXPORT StoreManager {
   /// 30 minutes old) or the configuration service, the stored session, the cart and the bought
   /// books, and logs in with the stored credentials.
   /// \return -1 when the configuration file cannot be opened, or the shop's configuration is
-  ///     neither cached nor available. A failed log-in is a success: see IsLoggedIn.
+  ///     neither cached nor available. A failed log-in is a success: see IsLoggedIn. Without stored
+  ///     credentials there is no log-in, which is no failure.
   int Init();
 
   /// Fetches the shop's configuration and caches it. On failure calls keep using the last good
@@ -116,8 +117,8 @@ class QUIRE_EXPORT StoreManager {
 
   /// Logs in again with the stored credentials, sends the local cart to the server and replaces it
   /// with the server's priced cart. The cart file is not written.
-  /// \return always kOk, and the books that the server's cart does not have: all of them when a
-  ///     request failed.
+  /// \return always kOk, and the books that the server's cart does not have: all of them when
+  ///     that cart could not be fetched.
   std::tuple<ServerApi::Result, std::vector<Book>> CheckOut();
 
   /// Commits the cart's order for payment and, for "PAYPAL" and "CCARD", shows the payment page and
@@ -183,8 +184,8 @@ class QUIRE_EXPORT StoreManager {
   const SwitchboardConfig& GetConfig() const;
 
   /// The full path of the last download's file, as its content type named it; empty before the
-  /// first one, and when the last one failed or its file was removed. Valid until the manager's
-  /// next call.
+  /// first one, after LogOut, and when the last one failed or its file was removed. Valid until
+  /// the manager's next call.
   const std::string& GetSavedPath() const;
 
   /// Why the last call failed; kNone after success. Of several failures within one call it is the

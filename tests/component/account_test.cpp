@@ -1,5 +1,7 @@
 #include <unistd.h>
 
+#include <thread>
+
 #include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
@@ -80,12 +82,17 @@ TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
   PrepareStart();
   manager().LogIn("anna", kPassword);
   manager().AddToCart(MakeBook("C1"));
+  manager().DownloadBookById("B1");
+  while (manager().CheckDownloadState() == 1) std::this_thread::yield();
+  EXPECT_NE(manager().GetSavedPath(), "");
+  unlink(manager().GetSavedPath().c_str());
   device.holds_downloads = true;
   manager().DownloadBookById("B1");
   device.ClearJournal();
   manager().LogOut();
   EXPECT_EQ(device.Journal({"config", "POST", "forget"}), Lines{"forget authorisation"});
   EXPECT_FALSE(manager().IsLoggedIn());
+  EXPECT_EQ(manager().GetSavedPath(), "");
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
   EXPECT_EQ(ParseJson(ReadFile(kCartPath))["orderItems"], ParseJson("[]"));
   EXPECT_TRUE(manager().GetPurchased().empty());

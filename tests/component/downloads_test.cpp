@@ -128,13 +128,19 @@ TEST_F(StoreManagerDownloads, ShowsFailureAndRemovesNothing) {
   EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
 }
 
-TEST_F(StoreManagerDownloads, SavedPathIsOldNameWhenRenameFails) {
+TEST_F(StoreManagerDownloads, FollowsFileThatCannotBeRenamed) {
   WriteFile(kDownloads + "M - A.pdf/file", "");
   device.download.content_type = "application/pdf";
   manager().DownloadBookById("A");
   EXPECT_EQ(Finish(), "");
   EXPECT_EQ(manager().GetSavedPath(), kDownloads + "M - A");
   EXPECT_TRUE(Exists(manager().GetSavedPath()));
+
+  WriteFile(kDownloads + "M - B.htm/file", "");
+  device.download.content_type = "text/html";
+  manager().DownloadBookById("B");
+  EXPECT_EQ(Finish(), "no book");
+  EXPECT_FALSE(Exists(kDownloads + "M - B"));
 }
 
 TEST_F(StoreManagerDownloads, RequestsBookLinkUnderFileName) {

@@ -33,6 +33,21 @@ TEST_F(StoreManagerFailure, IsFirstOfNestedCalls) {
   EXPECT_EQ(LastFailure(), "network 6");
 }
 
+TEST_F(StoreManagerFailure, IsNoneWithoutCredentialsExceptOfNewSession) {
+  device.AddAnswer("/getUserEbook", R"({"error":"true","response":{"errorMsg":"no session"}})");
+  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
+  device.AddAnswer("/addToCart", "{}");
+  device.AddAnswer("/getCart", "{}");
+  EXPECT_EQ(manager().Init(), 0);
+  EXPECT_EQ(LastFailure(), "");
+  manager().CheckOut();
+  EXPECT_EQ(LastFailure(), "");
+  manager().NewSession(nullptr);
+  EXPECT_EQ(LastFailure(), "credentials");
+  manager().LoadPurchased();
+  EXPECT_EQ(LastFailure(), "refused: no session");
+}
+
 TEST_F(StoreManagerFailure, SurvivesGettersAndIsClearedByCalls) {
   StoreManager& store = manager();
   const std::function<void()> getters[] = {

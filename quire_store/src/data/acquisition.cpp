@@ -36,6 +36,7 @@ std::string UpperCase(const std::string& text) {
 
 }  // namespace
 
+// Compatibility: the flag is never reset.
 void MakeFormat(std::stringstream& out, bool& has_acsm,
                 const boost::ptr_vector<OPDS::IndirectAcquisition>& items) {
   for (const OPDS::IndirectAcquisition& item : items) {

@@ -54,6 +54,7 @@ void Auth::SetFocus() {
 
 void Auth::UrlChanged(const std::string& url) {
   Log(kLogInfo, kUrlChanged, "Auth::UrlChanged. url_string = [" + url + "]");
+  // Compatibility: the marker counts anywhere in the URL.
   if (url.find(addresses::kReturnMarker) == std::string::npos) return;
 
   const auto fields = utilities::Url::ParseQuery(utilities::Url(url).GetQuery());

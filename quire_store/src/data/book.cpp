@@ -83,6 +83,7 @@ Book Book::FromJson(const Json::Value& json) {
     book.int_props[kPrice] = ParseCents(ToString(*price));
   }
 
+  // Compatibility: dates are stored in their form for display.
   std::string& date = book.string_props[kDate];
   date = FormatDate(date);
   std::string& format = book.string_props[kEbookFormat];

@@ -55,6 +55,7 @@ void Cart::AddToCart(const Book& book) {
   Save();
 }
 
+// Compatibility: two books without an EAN are the same book.
 bool Cart::IsContain(std::string ean) const {
   return FindByEan(orderItems, ean) != orderItems.end();
 }
@@ -128,7 +129,7 @@ std::string Cart::GetTotalPriceFormatted() const {
   if (orderItems.empty()) return "0";
   const std::int32_t cents = SumInCents(orderItems);
   std::ostringstream out;
-  out.imbue(std::locale::classic());
+  out.imbue(std::locale::classic());  // Compatibility: a comma in every locale.
   out << cents / 100 << ',' << std::setw(2) << std::setfill('0') << cents % 100 << ' '
       << GetString(orderItems.front(), Book::kCurrency);
   return out.str();

@@ -41,20 +41,18 @@ void NotifyScanner() {
   usleep(kScanPause_us);
 }
 
-std::string ExtensionOf(const std::string& path) {
+std::string GetExtension(const std::string& path) {
   return std::get<1>(ParseToNameExtention(path));
 }
 
-// The path with the extension that the content type calls for.
-std::string PathByContentType(const std::string& path, const std::string& content_type) {
-  if (content_type.rfind("application/force-download", 0) == 0) return path;
-  const std::string extension = ExtentionByMime(content_type);
-  if (extension.empty()) return path;
-  return std::get<0>(ParseToNameExtention(path)) + "." + extension;
+// The extension that the content type calls for; empty when the file keeps its name.
+std::string ExtensionByContentType(const std::string& content_type) {
+  if (content_type.rfind("application/force-download", 0) == 0) return {};
+  return ExtentionByMime(content_type);
 }
 
 bool IsOpenable(const std::string& path) {
-  const std::string extension = ExtensionOf(path);
+  const std::string extension = GetExtension(path);
   for (const tb_file_type* type = GetSupportedFileTypes(); type->extension != nullptr; ++type) {
     if (extension == type->extension) return true;
   }
@@ -67,16 +65,21 @@ bool IsOpenable(const std::string& path) {
 // \return the path of the book; empty when the file was removed.
 std::string FinishDownload(const std::string& saved, const std::string& content_type) {
   Log(kLogTrace, kFinishing, "filename [" + saved + "]");
-  const std::string path = PathByContentType(saved, content_type);
-  const bool renamed = std::rename(saved.c_str(), path.c_str()) == 0;
-  const std::string extension = ExtensionOf(path);
+  const std::string new_extension = ExtensionByContentType(content_type);
+  const std::string path = new_extension.empty()
+                               ? saved
+                               : std::get<0>(ParseToNameExtention(saved)) + "." + new_extension;
+  const bool rename_failed =
+      !new_extension.empty() && std::rename(saved.c_str(), path.c_str()) != 0;
+  const std::string extension = GetExtension(path);
   // Compatibility: a web page is no book, although the device opens it.
   if (IsOpenable(path) && extension != "htm" && extension != "html") {
     NotifyScanner();
-    return renamed ? path : saved;
+    return rename_failed ? saved : path;
   }
   ShowDownloadError();
   tb_unlink(path.c_str());
+  if (rename_failed) tb_unlink(saved.c_str());
   return {};
 }
 
@@ -113,6 +116,7 @@ bool DownloadQueue::Advance() {
 void DownloadQueue::Clear() {
   download_queue_.clear();
   downloading_book_ = Book();
+  saved_path_.clear();
 }
 
 int DownloadQueue::GetProgress() {

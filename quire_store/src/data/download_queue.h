@@ -25,7 +25,7 @@ class DownloadQueue {
   /// \return whether there was a download at the time of the call.
   bool Advance();
 
-  /// Removes all books. A running download goes on.
+  /// Removes all books and the saved path. A running download continues.
   void Clear();
 
   /// The book taken off the queue last; without properties when there is none.

@@ -31,9 +31,17 @@ class FirstFailure {
   }
   void Record(Failure::Kind kind) { Record(Failure{kind, 0, 0, {}}); }
 
+  /// Forgets a refusal that was to be expected.
+  void ForgetRefusal() {
+    if (failure_.kind == Failure::kRefused) failure_ = Failure();
+  }
+
+  /// Whether a call of the manager runs within another one.
+  bool IsNested() const { return depth_ > 1; }
+
   /// Records how a call of the server client ended and returns its answer.
   template <typename Answer>
-  Answer Check(Answer answer) {
+  Answer RecordCall(Answer answer) {
     Record(server_failure_);
     return answer;
   }

@@ -17,7 +17,7 @@ namespace saltmoor::quire {
 // throws for a value of another type and for deep nesting.
 
 /// Parses `text`.
-/// \param value  receives what the reader built, also when it gave up; null when nothing.
+/// \param value  receives what the reader built, also after an error; null when nothing.
 /// \return whether the text is JSON.
 bool ParseJson(std::string_view text, Json::Value& value);
 
@@ -35,7 +35,7 @@ const Json::Value* FindMember(const Json::Value& value, std::string_view key);
 const Json::Value& Member(const Json::Value& value, std::string_view key);
 
 /// The integer that a reader read; nothing for every other type, for a number above the signed
-/// 64-bit range, and for a small unsigned value, which only code makes.
+/// 64-bit range, and for a small unsigned value, which parsing never produces.
 std::optional<std::int64_t> SignedInteger(const Json::Value& value);
 
 /// The string that jsoncpp converts a value to, real numbers included; empty for an array or an

@@ -14,7 +14,8 @@ enum LogLevel {
   kLogTrace = 5,
 };
 
-/// Where a record comes from. The line is a fixed number that does not follow the source.
+/// Where a record comes from.
+// Compatibility: the line is a fixed number that does not follow the source.
 struct LogPlace {
   const char* source;
   int line;

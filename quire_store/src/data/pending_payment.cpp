@@ -57,7 +57,7 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
                                         const std::string& pay_method) {
   pay_method_ = pay_method;
   Log(kLogTrace, kPreparing, "Starting PrepareOrder");
-  const auto commit = failure_.Check(server_api_.commitOrderForPayment(order_id, pay_method));
+  const auto commit = failure_.RecordCall(server_api_.commitOrderForPayment(order_id, pay_method));
   if (commit.res.code_ != ServerApi::kOk) {
     LogFailedCondition(kCommitFailed, "ServerApi::kOk == commit_res.res.code_", "commit_res.res");
     return commit.res;
@@ -87,7 +87,7 @@ ServerApi::Result PendingPayment::Complete() {
   bool paid = !IsPaidInBrowser(pay_method_);
   while (!paid) {
     Connect();
-    const auto [result, check] = failure_.Check(server_api_.CheckOrder(order_id_));
+    const auto [result, check] = failure_.RecordCall(server_api_.CheckOrder(order_id_));
     if (result.code_ != ServerApi::kOk) {
       LogFailedCondition(kPollFailed, kNotOk, "result");
       return result;
@@ -101,7 +101,7 @@ ServerApi::Result PendingPayment::Complete() {
     paid = check.status == ChekResult::kSuccess;
   }
 
-  auto [result, order] = failure_.Check(server_api_.SubmitOrder(order_id_, pay_method_));
+  auto [result, order] = failure_.RecordCall(server_api_.SubmitOrder(order_id_, pay_method_));
   if (result.code_ != ServerApi::kOk) {
     LogFailedCondition(kSubmitFailed, kNotOk, "result");
     return result;
@@ -119,7 +119,7 @@ bool PendingPayment::Check() {
   }
   Connect();
   const auto result =
-      std::get<ServerApi::Result>(failure_.Check(server_api_.CheckOrder(order_id_)));
+      std::get<ServerApi::Result>(failure_.RecordCall(server_api_.CheckOrder(order_id_)));
   if (result.code_ != ServerApi::kOk) {
     LogFailedCondition(kCheckFailed, kNotOk, "-1");
     return false;

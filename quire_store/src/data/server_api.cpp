@@ -79,6 +79,7 @@ class StoreRequest {
     const auto json = Perform(request_, call_, failure_);
     if (!json) return {ServerApi::Result(ServerApi::kFailed), {}};
     const Json::Value& response = Member(*json, "response");
+    // Compatibility: only true, as a string or a boolean, is a refusal.
     if (ToString(Member(*json, "error")) == "true") {
       *failure_ = {Failure::kRefused, 0, 0, ToString(Member(response, call_.error_text_key))};
       return {{ServerApi::kFailed, failure_->message}, {}};
@@ -118,6 +119,7 @@ ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& p
                           .With("password", password)
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .Send();
+  // Compatibility: an answer without a session is a success.
   if (answer.ok()) session_id_ = ToString(Member(answer.response, "opdsSessionId"));
   return answer.result;
 }
@@ -210,6 +212,7 @@ ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string&
         .With("cancel_url", std::string(addresses::kPaymentCancel));
   }
   const auto answer = request.Send();
+  // Compatibility: the URL alone is converted by jsoncpp.
   return {answer.result, ToString(Member(answer.response, "status")),
           ConvertToString(Member(answer.response, "url"))};
 }
@@ -232,6 +235,7 @@ std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& o
   request.With("orderId", order_id)
       .With("storeId", config_[SwitchboardConfig::kStoreId])
       .With("opdsSessionId", session_id_);
+  // Compatibility: the pay method is sent for CCARD only.
   if (pay_method == pay_methods::kCreditCard) request.With("paymethod", pay_method);
   const auto answer = request.Send();
   Order order;

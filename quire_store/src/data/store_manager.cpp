@@ -105,9 +105,10 @@ int StoreManager::Init() {
 
   // Compatibility: a stored session counts as logged in, but is not sent to the shop.
   session_id_ = std::string(ReadString(config.get(), config_keys::kSessionId, ""));
-  NewSession(config.get());
+  const bool has_credentials = NewSession(config.get()) == 0 || failure_->Get();
   cart_.Load();
   LoadPurchased();
+  if (!has_credentials && !IsLoggedIn()) failure_->ForgetRefusal();
   return 0;
 }
 
@@ -116,7 +117,7 @@ int StoreManager::ConfigFromServer() {
   ServerApi::Result result;
   // Compatibility: a failed fetch leaves none here, while calls use the last good one.
   std::tie(result, switchboard_) =
-      failure_->Check(server_api_.CallSwitchboard(addresses::kSwitchboard));
+      failure_->RecordCall(server_api_.CallSwitchboard(addresses::kSwitchboard));
   if (result.code_ != ServerApi::kOk) return -1;
   server_api_.SetConfig(switchboard_);
   ReplaceFile(paths::kSwitchboard, SerializeJson(switchboard_.ToJson()));
@@ -133,10 +134,10 @@ int StoreManager::NewSession(iconfig_s* config) {
   const std::string user = ReadString(config, config_keys::kUserName, "");
   const std::string password = ReadSecret(config, config_keys::kPassword, "");
   if (user.empty() || password.empty()) {
-    failure_->Record(Failure::kNoCredentials);
+    if (!failure_->IsNested()) failure_->Record(Failure::kNoCredentials);
     return -1;
   }
-  if (failure_->Check(server_api_.LogIn(user, password)).code_ != ServerApi::kOk) return -1;
+  if (failure_->RecordCall(server_api_.LogIn(user, password)).code_ != ServerApi::kOk) return -1;
 
   session_id_ = server_api_.GetSessionId();
   WriteString(config, config_keys::kSessionId, session_id_.c_str());
@@ -168,7 +169,7 @@ std::string StoreManager::GetClientId() {
 
 std::tuple<ServerApi::Result, UserData> StoreManager::GetUserData() {
   const FirstFailure::Call call(*failure_);
-  return failure_->Check(server_api_.GetUserData());
+  return failure_->RecordCall(server_api_.GetUserData());
 }
 
 int StoreManager::RegisterPushNotification() {
@@ -181,7 +182,7 @@ ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string
   // Compatibility: without the configuration file nothing is done, and that is a success.
   if (!config) return ServerApi::Result(ServerApi::kOk);
 
-  ServerApi::Result result = failure_->Check(server_api_.LogIn(user, password));
+  ServerApi::Result result = failure_->RecordCall(server_api_.LogIn(user, password));
   if (result.code_ != ServerApi::kOk) return result;
   session_id_ = server_api_.GetSessionId();
   StoreCredentials(config.get(), session_id_, user, password);
@@ -198,7 +199,7 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
   if (!config) return ServerApi::Result(ServerApi::kOk);
 
   ServerApi::Result result =
-      failure_->Check(server_api_.Register(email, password, name, lastname, title));
+      failure_->RecordCall(server_api_.Register(email, password, name, lastname, title));
   if (result.code_ != ServerApi::kOk) return result;
   // Compatibility: registering opens no session; this is the one of an earlier log-in, if any.
   session_id_ = server_api_.GetSessionId();
@@ -222,7 +223,7 @@ void StoreManager::LogOut() {
 
 std::vector<Book> StoreManager::LoadPurchased() {
   const FirstFailure::Call call(*failure_);
-  std::tie(std::ignore, purchased_) = failure_->Check(server_api_.GetUserEbook());
+  std::tie(std::ignore, purchased_) = failure_->RecordCall(server_api_.GetUserEbook());
   purchased_known_ = !server_api_.GetLastFailure();
   return purchased_;
 }
@@ -255,10 +256,10 @@ std::tuple<ServerApi::Result, std::vector<Book>> StoreManager::CheckOut() {
   std::map<std::string, int> wanted;
   for (const Book& item : cart_.orderItems) wanted[GetString(item, Book::kEan)] = 1;
   const auto order_id =
-      std::get<std::string>(failure_->Check(server_api_.AddArrayToCart(std::move(wanted))));
+      std::get<std::string>(failure_->RecordCall(server_api_.AddArrayToCart(std::move(wanted))));
 
   const Cart old_cart = cart_;
-  cart_ = std::get<Cart>(failure_->Check(server_api_.GetCart(order_id)));
+  cart_ = std::get<Cart>(failure_->RecordCall(server_api_.GetCart(order_id)));
   cart_.SetItemsCurrency(GetString(old_cart.GetItem(0), Book::kCurrency));
 
   std::vector<Book> dropped;
