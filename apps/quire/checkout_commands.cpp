@@ -67,7 +67,10 @@ void RunBrowser(store::StoreManager& manager, const std::string& method) {
     throw ToCommandError("The payment was not started", manager.GetLastFailure(),
                          "Nothing was charged, and the cart is kept.");
   }
-  Screen::Out().PrintLine("The browser has closed.");
+  const bool failed = manager.GetLastFailure().kind == store::Failure::kBrowser;
+  Screen::Out().PrintLine(failed ? "The browser failed. Asking the shop whether you have paid …"
+                                 : "The browser has closed.",
+                          failed ? Style::kBad : Style::kPlain);
 }
 
 void WaitForPayment(store::StoreManager& manager) {
@@ -76,8 +79,9 @@ void WaitForPayment(store::StoreManager& manager) {
   const store::Failure& failure = manager.GetLastFailure();
   if (failure.kind == store::Failure::kPaymentFailed) {
     throw CommandError(kFailed,
-                       "The payment was cancelled or failed. Nothing was charged as far as the "
-                       "shop knows, and the cart is kept.");
+                       "The shop reports that the payment was cancelled, failed or is in progress. "
+                       "The cart is kept; before you pay again, check with \"quire books\" "
+                       "whether the books are yours.");
   }
   throw ToCommandError("The shop did not confirm the payment", failure,
                        "The cart is kept; before you pay again, check with \"quire orders check\" "

@@ -1,7 +1,8 @@
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include <memory>
+#include <cstdio>
 
 #include "commands.h"
 #include "json_output.h"
@@ -22,41 +23,29 @@ struct LibraryBook {
   long long modified_s = 0;
 };
 
-CommandError Unreadable(sqlite3* database) {
-  const int code = sqlite3_errcode(database);
+CommandError Unreadable(const SQLite::Exception& error) {
+  const int code = error.getErrorCode();
   if (code == SQLITE_BUSY || code == SQLITE_LOCKED) {
     return {kDevice, "The scanner is writing the device's library. Try again in a few seconds."};
   }
   return {kDevice, std::string("The device's library ") + kLibraryFile + " cannot be read (" +
-                       sqlite3_errmsg(database) +
+                       error.what() +
                        "). Delete it; the scanner creates a new one after the next download."};
 }
 
-std::vector<LibraryBook> ReadLibrary() {
+std::vector<LibraryBook> ReadLibrary() try {
   std::vector<LibraryBook> books;
   if (access(kLibraryFile, F_OK) != 0) return books;
-  sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(kLibraryFile, &opened, SQLITE_OPEN_READONLY, nullptr);
-  const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database(opened, &sqlite3_close);
-  if (result != SQLITE_OK) throw Unreadable(opened);
-  sqlite3_busy_timeout(opened, kBusyTimeout_ms);
-  sqlite3_stmt* prepared = nullptr;
-  if (sqlite3_prepare_v2(opened, kQuery, -1, &prepared, nullptr) != SQLITE_OK) {
-    throw Unreadable(opened);
+  const SQLite::Database database(kLibraryFile, SQLite::OPEN_READONLY, kBusyTimeout_ms);
+  SQLite::Statement query(database, kQuery);
+  const auto text = [&](int column) { return query.getColumn(column).getString(); };
+  while (query.executeStep()) {
+    books.push_back({text(0), text(1), text(4), text(5), query.getColumn(2).getInt64(),
+                     query.getColumn(3).getInt64()});
   }
-  const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> statement(prepared,
-                                                                             &sqlite3_finalize);
-  const auto text = [&](int column) {
-    const unsigned char* value = sqlite3_column_text(prepared, column);
-    return value == nullptr ? std::string() : reinterpret_cast<const char*>(value);
-  };
-  int step = SQLITE_ROW;
-  while ((step = sqlite3_step(prepared)) == SQLITE_ROW) {
-    books.push_back({text(0), text(1), text(4), text(5), sqlite3_column_int64(prepared, 2),
-                     sqlite3_column_int64(prepared, 3)});
-  }
-  if (step != SQLITE_DONE) throw Unreadable(opened);
   return books;
+} catch (const SQLite::Exception& error) {
+  throw Unreadable(error);
 }
 
 std::string FormatSize(long long bytes) {

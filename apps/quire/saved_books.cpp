@@ -20,16 +20,23 @@ bool IsFile(const std::string& path) {
   return std::filesystem::is_regular_file(path, error);
 }
 
+bool SyncDirectory(const std::string& path) {
+  const int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const bool is_synced = fd >= 0 && fsync(fd) == 0;
+  return close(fd) == 0 && is_synced;
+}
+
 bool ReplaceFile(const std::string& path, const std::string& content) {
   std::string temp_file = path + ".XXXXXX";
   const int fd = mkostemp(temp_file.data(), O_CLOEXEC);  // mode 0600
-  if (fd < 0) return false;
-  const auto size = static_cast<ssize_t>(content.size());
-  bool done = write(fd, content.data(), content.size()) == size && fsync(fd) == 0;
-  done = close(fd) == 0 && done;
+  FILE* const file = fd < 0 ? nullptr : fdopen(fd, "wb");
+  if (file == nullptr) return false;
+  bool done = std::fwrite(content.data(), 1, content.size(), file) == content.size() &&
+              std::fflush(file) == 0 && fsync(fd) == 0;
+  done = std::fclose(file) == 0 && done;
   done = done && std::rename(temp_file.c_str(), path.c_str()) == 0;
   if (!done) unlink(temp_file.c_str());
-  return done;
+  return done && SyncDirectory(std::filesystem::path(path).parent_path());
 }
 
 }  // namespace

@@ -165,11 +165,13 @@ TEST_F(QuireThatFails, ReportsAPaymentThatDidNotSucceed) {
                 "books\" shows whether an earlier one succeeded.",
                 {"orders", "check"});
   const std::string denied =
-      "The payment was cancelled or failed. Nothing was charged as far as the shop knows, and the "
-      "cart is kept.";
-  for (const char* decision : {"cancel", "crash"}) {
+      "The shop reports that the payment was cancelled, failed or is in progress. The cart is "
+      "kept; before you pay again, check with \"quire books\" whether the books are yours.";
+  for (const auto& [decision, closing] : {std::pair("cancel", "The browser has closed."),
+                                          std::pair("crash", "The browser failed.")}) {
     environment_ = {{"QUIRE_BROWSER_ANSWER", decision}};
     ExpectFailure(1, denied, {"pay", "paypal"});
+    ExpectContains(Run(1, {"pay", "paypal"}).out, closing);
   }
   environment_ = {{"QUIRE_BROWSER_ANSWER", "approve"}};
   ExpectFailure(4,
