@@ -42,9 +42,12 @@ void PrintFields(const Data& data, const std::vector<Field<typename Data::Fields
 }
 
 /// The library reports success when it could not store the credentials.
-void CheckStored(store::StoreManager& manager, const std::string& user) {
-  if (manager.getLogin() == user) return;
-  throw ToCommandError("User and password are not stored", {store::Failure::kConfigFile, 0, 0, {}});
+void CheckStored(store::StoreManager& manager, const std::string& user,
+                 const std::string& password) {
+  if (manager.getLogin() == user && manager.getPassword() == password) return;
+  throw CommandError(kDevice,
+                     "The shop accepted user and password, but the device did not store them. "
+                     "Check the permissions of its configuration file, then use \"quire login\".");
 }
 
 std::string ReadUser(const std::string& stored) {
@@ -124,7 +127,7 @@ void LogIn(Session& session, std::string user) {
   if (result.code_ != store::ServerApi::kOk || !manager.IsLoggedIn()) {
     throw ToCommandError("You are not logged in", manager.GetLastFailure());
   }
-  CheckStored(manager, user);
+  CheckStored(manager, user, password.value());
   const std::string shop = manager.GetShopName();
   Screen::Out().PrintLine("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
 }
@@ -145,7 +148,7 @@ void Register(Session& session, const Customer& customer) {
     throw ToCommandError("Whether you are registered is unknown", manager.GetLastFailure(),
                          "Try \"quire login\".");
   }
-  CheckStored(manager, customer.email);
+  CheckStored(manager, customer.email, password.value());
   Screen::Out().PrintLine(result.message_.empty() ? "Registered." : result.message_);
   if (manager.NewSession(nullptr) == 0) {
     Screen::Out().PrintLine("Logged in as " + customer.email + ".");

@@ -23,7 +23,7 @@ CommandError Unreadable(const std::string& url, const FeedError& error) {
 
 CommandError TooLarge(const std::string& what) {
   return {kFailed, "The catalogue has more than " + what +
-                       ", and the rest is left out. Ask the shop whether its pages form a loop."};
+                       ", and the rest is left out. Contact the shop: its pages may form a loop."};
 }
 
 }  // namespace

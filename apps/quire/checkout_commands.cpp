@@ -115,15 +115,15 @@ void CheckOrder(Session& session) {
     throw ToCommandError("The order cannot be checked", manager.GetLastFailure());
   }
   if (!manager.IsPurchasedKnown()) {
-    throw ToCommandError("The shop knows the order, but the list of your books is unknown",
+    throw ToCommandError("The shop has the order, but the list of your books is unknown",
                          manager.GetLastFailure());
   }
   const bool all_bought = std::all_of(ordered.begin(), ordered.end(), [&](const auto& book) {
     return FindByEan(manager.GetPurchased(), GetString(book, store::Book::kEan)) != nullptr;
   });
   Screen::Out().PrintLine(all_bought && !ordered.empty()
-                              ? "The shop knows the order, and its books are yours."
-                              : "The shop knows the order, but its books are not yours yet.");
+                              ? "The shop has the order, and its books are yours."
+                              : "The shop has the order, but its books are not yours yet.");
 }
 
 }  // namespace

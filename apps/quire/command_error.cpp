@@ -20,8 +20,8 @@ struct KindMessage {
 };
 
 constexpr KindMessage kKindMessages[] = {
-    {Failure::kNone, kFailed, "the shop's answer is incomplete", "Try again later."},
-    {Failure::kConfigFile, kDevice, "the device's configuration file cannot be opened or written",
+    {Failure::kNone, kFailed, "the command failed for an unknown reason", "Try again later."},
+    {Failure::kConfigFile, kDevice, "the device's configuration file cannot be opened",
      "On a PC, run quire through the launcher, as in \"quire-device quire shop\"; on a device, "
      "check the file's permissions."},
     {Failure::kNoCredentials, kNotLoggedIn, "no user and password are stored",

@@ -30,7 +30,8 @@ void AddProcessOptions(CLI::App& cli) {
   cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
   cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to LEVEL (1 to 5)")
       ->type_name("LEVEL")
-      ->check(CLI::Range(1, 5));
+      ->check(CLI::Range(1, 5))
+      ->trigger_on_parse();  // a wrong level is then an error of "quire", not of the command
   cli.add_flag_callback(
       "-v,--verbose", [] { ShowLog(5); }, "The same as --log 5");
 }
@@ -105,7 +106,7 @@ CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& 
 }
 
 ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
-  CLI::App cli("The book shop on your reader.", "quire");
+  CLI::App cli("Browse, buy and download e-books from your reader's shop.", "quire");
   cli.footer(kFooter);
   cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
   cli.require_subcommand(1);

@@ -57,7 +57,7 @@ void FinishBackgroundDownload(Session& session) {
 
 [[noreturn]] void ExitDuringDownload(const store::Book& book) {
   PrintError("Stopped. The part of " + QuoteTitle(DisplayTitle(book)) +
-             " that has arrived is kept; the next download continues it.");
+             " that was received is kept; the next download continues it.");
   Screen::Out().Write("");
   std::_Exit(kInterrupted);  // an ordinary exit waits for the download
 }
@@ -89,7 +89,7 @@ void ReportDownload(const store::Book& book, const std::string& path,
     return PrintError(title + " could not be downloaded (" + DescribeFailure(failure) +
                       "). Try again later.");
   }
-  Screen::Out().PrintLine(title + " has arrived:");
+  Screen::Out().PrintLine("Downloaded " + title + " to:");
   Screen::Out().PrintPath(path);
 }
 
@@ -108,7 +108,7 @@ void WaitForBackgroundDownload(Session& session) {
   const store::Book& book = session.background_download->book;
   const InterruptHandler interrupts;
   Screen::Err().PrintLine("Waiting for " + QuoteTitle(DisplayTitle(book)) +
-                          " to arrive. Ctrl-C stops at once and keeps what has arrived.");
+                          " to download. Ctrl-C stops at once and keeps what was received.");
   if (!WaitForDownload(session.Store(), book, &session.background_download->failure)) {
     ExitDuringDownload(book);
   }

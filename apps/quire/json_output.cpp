@@ -1,5 +1,7 @@
 #include "json_output.h"
 
+#include <cstdio>
+
 #include "screen.h"
 
 namespace app {

@@ -3,9 +3,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 
 #include "commands.h"
 #include "downloads.h"
@@ -67,7 +69,11 @@ std::optional<std::string> ReadLine(bool at_prompt) {
 /// Splits a line into words, which may be quoted; drops a leading "quire" and turns "help" into
 /// "--help".
 std::vector<std::string> SplitWords(const std::string& line) {
-  std::vector<std::string> words = CLI::detail::split_up(line);
+  std::istringstream in(line);
+  std::vector<std::string> words;
+  while (in >> std::ws && in.peek() != std::istringstream::traits_type::eof()) {
+    in >> std::quoted(words.emplace_back(), in.peek() == '\'' ? '\'' : '"');
+  }
   if (!words.empty() && words.front() == "quire") words.erase(words.begin());
   if (!words.empty() && words.front() == "help") {
     words.erase(words.begin());

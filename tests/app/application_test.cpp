@@ -158,7 +158,7 @@ TEST_F(QuireOnDevice, FindsBooksUnderOtherNamesAfterARestart) {
   Run(0, {"checkout"});
   environment_ = {{"QUIRE_BROWSER_ANSWER", "approve"}};
   Run(0, {"pay", "card"});
-  ExpectContains(Run(0, {"download", long_ean}).out, "has arrived");
+  ExpectContains(Run(0, {"download", long_ean}).out, "Downloaded “");
   EXPECT_EQ(RunJson({"status", long_ean})[0]["status"], "downloaded");
 
   LogIn();
@@ -181,7 +181,7 @@ TEST_F(QuireOnDevice, ContinuesADownloadAfterCtrlC) {
   LogIn();
   const std::string ean = FindBoughtEpub();
   shop_.Control("/_books", {{"ean", ean}, {"size_bytes", 1'000'000}, {"revision", 1}});
-  ExpectContains(Run(0, {"download", ean}).out, "has arrived:");
+  ExpectContains(Run(0, {"download", ean}).out, "Downloaded “");
   const Json present = RunJson({"download", ean})[0];
   EXPECT_EQ(present["status"], "present");
   const std::string path = HostPath(present.value("path", ""));
@@ -227,8 +227,9 @@ TEST_F(QuireOnDevice, DownloadsAllAndListsTheLibrary) {
 TEST_F(QuireOnDevice, RunsTheCommandsOfAScript) {
   const std::string script =
       "# a comment, and an empty line\n\nquire shop\nlogin anna@quire.example\nsecret\nhelp\n"
-      "catalogue \"no such words\"\naccount\n";
+      "catalogue 'no \"such\" words'\naccount\n";
   const ProcessResult stopped = Run(5, {"shell"}, script);
+  ExpectContains(stopped.err, "no \"such\" words");
   ExpectContains(stopped.out, "Logged in");
   ExpectContains(stopped.out, "Usage");
   ExpectLacks(stopped.out, "Möller");
@@ -273,6 +274,7 @@ TEST_F(QuireOnDevice, ExplainsTheCommandLine) {
   EXPECT_EQ(Run(0, {"--version"}).out, "quire " QUIRE_VERSION "\n");
   ExpectContains(Run(2, {"pay"}).err, "\"quire pay paypal\" or \"quire pay card\"");
   ExpectContains(Run(2, {"cart", "--frob"}).err, "--frob");
+  ExpectContains(Run(2, {"--log", "9", "shop"}).err, "See \"quire --help\"");
   environment_ = {{"COLUMNS", "40"}};
   const std::string help = Run(0, {"register", "--help"}).out;
   ExpectFits(help, 40);
