@@ -15,6 +15,9 @@ const std::array<std::string, 7> kKinds{"refuse", "hang", "slow", "truncate",
                                         "status", "body", "reset"};
 constexpr int kDefaultHang_ms = 60'000;
 constexpr int kDefaultSlow_ms = 100;
+// fnmatch backtracks: its time grows fast with both.
+constexpr std::size_t kMaxPatternBytes = 200;
+constexpr int kMaxPatternStars = 4;
 
 struct IntegerRange {
   const char* name;
@@ -28,6 +31,11 @@ constexpr std::array<IntegerRange, 5> kIntegers{{{"status", 200, 599},
                                                  {"delay_ms", 0, 3'600'000},
                                                  {"times", 1, kMost},
                                                  {"skip", 0, kMost}}};
+
+bool IsBounded(const std::string& pattern) {
+  return pattern.size() <= kMaxPatternBytes &&
+         std::count(pattern.begin(), pattern.end(), '*') <= kMaxPatternStars;
+}
 
 void CheckField(const std::string& name, const Json& value) {
   const auto range = std::find_if(kIntegers.begin(), kIntegers.end(),
@@ -48,6 +56,8 @@ void CheckField(const std::string& name, const Json& value) {
                              "delay_ms, times, skip.");
   } else if (!value.is_string()) {
     throw InvalidInstruction("\"" + name + "\" is a string.");
+  } else if (name == "path" && !IsBounded(value.get<std::string>())) {
+    throw InvalidInstruction("\"path\" must have at most 200 bytes and 4 asterisks.");
   } else if (name == "fault" && std::find(kKinds.begin(), kKinds.end(), value) == kKinds.end()) {
     throw InvalidInstruction("Unknown fault \"" + value.get<std::string>() + "\"; there are " +
                              boost::algorithm::join(kKinds, ", ") + ".");

@@ -89,6 +89,8 @@ TEST_F(DevshopFaults, RejectsInvalidFaultByFieldName) {
       {{{"path", "/login"}, {"fault", "hang"}, {"delay_ms", -1}}, "delay_ms"},
       {{{"fault", "hang"}}, "path"},
       {{{"path", "/login"}}, "fault"},
+      {{{"path", std::string(201, '[')}, {"fault", "hang"}}, "\"path\" must have"},
+      {{{"path", "*a*a*a*a*a"}, {"fault", "hang"}}, "\"path\" must have"},
       {"text", "object"}};
   for (const auto& [fault, named] : rows) {
     const std::string error = shop_->Control("/_faults", fault, 400)["error"];
