@@ -173,7 +173,7 @@ TEST_P(Launcher, LeavesNothingOutsideWhenKilledAtAnyMoment) {
   const std::string word = "quire-kill-" + std::to_string(getpid());
   std::map<std::string, bool> outside;
   for (const std::string path :
-       {"/mnt/ext1", "/ebrmain", "/tmp/tabulet-tasks", "/tmp/scanner.log"}) {
+       {"/mnt/ext1", "/ebrmain", "/tmp/tabulet-tasks", "/tmp/scanner.log", "/tmp/quire.log"}) {
     outside[path] = Exists(path);
   }
   outside["/tmp/" + word] = outside["/mnt/ext1/" + word] = false;
@@ -337,6 +337,7 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
       {"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", ""}};
   const std::tuple<Command, int, std::string> cases[] = {
       {{}, 2, "no program"},
+      {{"--device", device, "--", ""}, 127, "no program \"\""},
       {{"--nope", "true"}, 2, "unknown option --nope"},
       {{"--device"}, 2, "--device needs a value"},
       {{"--with", "magic", "true"}, 2, "--with magic"},
@@ -346,8 +347,8 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
       {{"--device", device, "--share", "/no/such", "true"}, 2, "--share /no/such"},
       {{"--device", device, "--browser", "agent", "true"}, 2, "browser.app is a file of yours"},
       {{"--device", device, "--browser", "chromium", "true"}, 2, "chromium needs a display"},
-      {{"--device", device, "no-such-program"}, 127, "no program no-such-program"},
-      {{"--device", device, "./no such"}, 127, "no program ./no such"},
+      {{"--device", device, "no-such-program"}, 127, "no program \"no-such-program\""},
+      {{"--device", device, "./no such"}, 127, "no program \"./no such\""},
       {{"--device", device, folder / "file"}, 126, "not executable"},
   };
   for (const auto& [arguments, exit_code, text] : cases) {

@@ -99,7 +99,7 @@ Request HttpClient::BuildSubmission(const std::string& page_url, const Form& for
     throw std::runtime_error("the page's form goes to " + form.action +
                              ", which is not a web address");
   }
-  if (page_url.starts_with("https:") && !request.url.starts_with("https:")) {
+  if (boost::istarts_with(page_url, "https:") && !boost::istarts_with(request.url, "https:")) {
     throw std::runtime_error("the page's form would go to " + request.url + " unencrypted");
   }
   if (!form.post) {

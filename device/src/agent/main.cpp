@@ -20,8 +20,8 @@ constexpr int kMaxRedirects = 20;
 
 agent::Request FollowRedirect(const agent::Request& request, const agent::Response& response) {
   if (response.status != 307 && response.status != 308) return {response.location, false, ""};
-  if (request.post && request.url.starts_with("https:") &&
-      !response.location.starts_with("https:")) {
+  if (request.post && boost::istarts_with(request.url, "https:") &&
+      !boost::istarts_with(response.location, "https:")) {
     throw std::runtime_error(request.url + " would send the form on unencrypted");
   }
   return {response.location, request.post, request.body};

@@ -170,7 +170,7 @@ std::string FindProgram(const std::string& name, const Programs& programs,
   const std::string host_path = HostPath(path, device);
   std::error_code ignored;
   if (!fs::is_regular_file(host_path, ignored)) {
-    throw Failure("no program " + name + "; give its path, or a name that lies in $PATH",
+    throw Failure("no program \"" + name + "\"; give its path, or a name that lies in $PATH",
                   kExitNotFound);
   }
   if (!IsProgram(host_path))

@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -231,12 +232,19 @@ Command InitOptions::Serialize() const {
 }
 
 int RunInit(const Command& arguments) {
-  return Init({.traced = arguments.at(1) == "traced",
+  InitOptions options;
+  try {
+    options = {.traced = arguments.at(1) == "traced",
                .scanner = arguments.at(2) == "scanner",
                .channel_fd = std::stoi(arguments.at(3)),
                .stderr_fd = std::stoi(arguments.at(4)),
-               .program = {arguments.begin() + 5, arguments.end()}})
-      .Run();
+               .program = {arguments.begin() + 5, arguments.end()}};
+  } catch (const std::logic_error&) {
+  }
+  if (options.program.empty()) {
+    throw Failure("--inside is the launcher's own option; see quire-device --help");
+  }
+  return Init(std::move(options)).Run();
 }
 
 }  // namespace launcher

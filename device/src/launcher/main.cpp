@@ -6,16 +6,23 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
+#include <system_error>
 
 #include "device.h"
 #include "options.h"
 #include "process.h"
 #include "sandbox.h"
 
+namespace fs = std::filesystem;
+
 namespace launcher {
 namespace {
 
 int Launch(const Options& options) {
+  if (std::error_code error; fs::current_path(error).empty()) {
+    throw Failure("cannot find the current directory: " + error.message() + "; change to another");
+  }
   const Programs programs = FindPrograms(options.build);
   const DeviceDirectory device(options.device);
   device.Prepare(programs.directory, options.browser);
@@ -44,7 +51,7 @@ int Launch(const Options& options) {
 }
 
 int Main(const Command& arguments) try {
-  if (arguments.size() > 5 && arguments[0] == kInitVerb) {
+  if (!arguments.empty() && arguments[0] == kInitVerb) {
     _exit(RunInit(arguments));  // no leak check: proot leaves it nothing to work with
   }
   const Options options = ParseOptions(arguments);
@@ -57,6 +64,10 @@ int Main(const Command& arguments) try {
 } catch (const Failure& failure) {
   std::fprintf(stderr, "quire-device: %s\n", failure.what());
   return failure.exit_code;
+} catch (const fs::filesystem_error& error) {
+  std::fprintf(stderr, "quire-device: cannot access %s: %s\n", error.path1().c_str(),
+               error.code().message().c_str());
+  return kExitBadSetup;
 } catch (const std::exception& error) {
   std::fprintf(stderr, "quire-device: %s\n", error.what());
   return kExitBadSetup;

@@ -67,7 +67,10 @@ std::vector<std::string> FindVisiblePaths(const Options& options, const Programs
     paths.push_back(fs::absolute(directory));
   }
   for (const std::string& path : options.shared_paths) {
-    if (!fs::exists(path)) throw Failure("--share " + path + ": there is no such path");
+    std::error_code error;
+    if (!fs::exists(path, error)) {
+      throw Failure("--share " + path + ": " + (error ? error.message() : "there is no such path"));
+    }
     paths.push_back(fs::absolute(path));
   }
   std::erase_if(paths, [](const std::string& path) { return !IsHidden(path); });
