@@ -66,7 +66,7 @@ std::string SearchPath(const std::string& name, const Programs& programs) {
     directories.push_back(directory.empty() ? "." : directory);
   }
   for (const std::string& directory : directories) {
-    const std::string program = fs::absolute(directory + "/" + name);
+    std::string program = fs::absolute(directory + "/" + name);
     if (IsProgram(program)) return program;
   }
   return "";
@@ -166,7 +166,7 @@ Programs FindPrograms(const std::string& build) {
 std::string FindProgram(const std::string& name, const Programs& programs,
                         const std::string& device) {
   const bool is_path = name.find('/') != std::string::npos;
-  const std::string path = is_path ? fs::absolute(name).string() : SearchPath(name, programs);
+  std::string path = is_path ? fs::absolute(name).string() : SearchPath(name, programs);
   const std::string host_path = HostPath(path, device);
   std::error_code ignored;
   if (!fs::is_regular_file(host_path, ignored)) {
