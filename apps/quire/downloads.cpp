@@ -97,8 +97,8 @@ void ReportEndedDownload(Session& session) {
   if (!session.background_download) return;
   store::StoreManager& manager = session.Store();
   store::Failure* const failure = &session.background_download->failure;
-  // The call that ends a download still counts as one during which it ran.
-  if (Poll(manager, failure) && Poll(manager, failure)) return;
+  Poll(manager, failure);  // returns true even if it ends the download
+  if (Poll(manager, failure)) return;
   FinishBackgroundDownload(session);
 }
 

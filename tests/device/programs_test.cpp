@@ -11,7 +11,8 @@ namespace {
 const std::string kPrograms = QUIRE_BUILD_DIR "/bin/";
 
 TEST(DevicePrograms, PrintVersion) {
-  for (const std::string name : {"browser-agent", "browser-chromium", "quire-device", "scanner.app"}) {
+  for (const std::string name :
+       {"browser-agent", "browser-chromium", "quire-device", "scanner.app"}) {
     const ProcessResult run = RunProgram({kPrograms + name, "--version"});
     EXPECT_EQ(run.out, name + " " QUIRE_VERSION "\n");
     EXPECT_EQ(run.exit_code, 0);

@@ -9,7 +9,7 @@ namespace chromium {
 namespace {
 
 using nlohmann::json;
-using nlohmann::literals::operator""_json_pointer;
+using JsonPointer = nlohmann::json::json_pointer;
 
 // A new page is held until this program watches it, too.
 const json kAttachToAll = {
@@ -46,9 +46,9 @@ void PaymentWindow::Handle(const json& message) {
 
 void PaymentWindow::OnAttached(const json& params) {
   const std::string session = params.value("sessionId", "");
-  if (params.value("/targetInfo/type"_json_pointer, "") == "page") {
+  if (params.value(JsonPointer("/targetInfo/type"), "") == "page") {
     page_sessions_.insert(session);
-    main_frames_.insert(params.value("/targetInfo/targetId"_json_pointer, ""));
+    main_frames_.insert(params.value(JsonPointer("/targetInfo/targetId"), ""));
     devtools_->Send("Fetch.enable", kHoldDocuments, session);
     devtools_->Send("Inspector.enable", json::object(), session);
     devtools_->Send("Page.enable", json::object(), session);
@@ -63,7 +63,7 @@ void PaymentWindow::OnAttached(const json& params) {
 }
 
 void PaymentWindow::OnRequestPaused(const json& params, const std::string& session) {
-  const std::string url = params.value("/request/url"_json_pointer, "");
+  const std::string url = params.value(JsonPointer("/request/url"), "");
   const bool top_level = main_frames_.contains(params.value("frameId", ""));
   if (top_level && IsWebUrl(url)) std::cout << url << std::endl;
   devtools_->Send("Fetch.continueRequest", {{"requestId", params.value("requestId", "")}}, session);
