@@ -6,7 +6,7 @@
 
 #include "saltmoor/utilities/http_request_runner.h"
 #include "text.h"
-#include "web_address.h"
+#include "url.h"
 
 namespace app {
 namespace {
@@ -30,7 +30,7 @@ CommandError TooLarge(const std::string& what) {
 
 std::optional<CommandError> Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
                                             std::size_t* skipped_count) const {
-  const std::string start = ResolveAddress("", start_url_);
+  const std::string start = ResolveUrl("", start_url_);
   if (start.empty()) {
     throw CommandError(kFailed, "The shop names no catalogue. Try again later.");
   }
@@ -40,7 +40,7 @@ std::optional<CommandError> Catalogue::Read(const std::function<bool(const Catal
   std::size_t title_count = 0;
   std::size_t size_bytes = 0;
   const auto add = [&](const std::string& url, bool first) {
-    if (url.empty() || !IsSameSite(start, url) || !seen_urls.insert(url).second) return;
+    if (url.empty() || !IsSameOrigin(start, url) || !seen_urls.insert(url).second) return;
     pending.insert(first ? pending.begin() : pending.end(), url);
   };
   for (std::size_t pages = 0; !pending.empty(); ++pages) {

@@ -17,14 +17,14 @@ std::string FetchPage(const std::string& url);
 /// The shop's catalogue, read page by page from its start page. Keeps no state between two calls.
 class Catalogue {
  public:
-  /// Returns the page at an absolute address. Throws CommandError on failure.
+  /// Returns the page at an absolute URL. Throws CommandError on failure.
   using Fetch = std::function<std::string(const std::string& url)>;
 
   explicit Catalogue(std::string start_url, Fetch fetch = FetchPage)
       : start_url_(std::move(start_url)), fetch_(std::move(fetch)) {}
 
   /// Reads until `visit` returns false, the catalogue ends or a limit on its size is reached. Each
-  /// title with an EAN is visited once. Only pages of the start page's site are read.
+  /// title with an EAN is visited once. Only pages of the start page's origin are read.
   /// \param skipped_count  receives the number of entries of unknown kinds; may be null.
   /// \return the error that ended the reading early, if any. Throws it when nothing was read.
   std::optional<CommandError> Read(const std::function<bool(const CatalogueEntry&)>& visit,

@@ -89,7 +89,7 @@ ExitCode ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
 void PrintError(const std::string& text) {
   const Screen& screen = Screen::Err();
   if (screen.IsInteractive()) {
-    screen.PrintLine(text, Style::kBad);
+    screen.PrintLine(text, Style::kError);
   } else {
     screen.PrintLine("quire: " + text);
   }

@@ -29,7 +29,7 @@ struct CatalogueEntry {
   bool needs_adobe = false;  ///< one format is a ticket for Adobe Digital Editions
 };
 
-/// One page of an OPDS catalogue. Addresses are absolute.
+/// One page of an OPDS catalogue. URLs are absolute.
 struct FeedPage {
   std::vector<CatalogueEntry> entries;
   std::vector<std::string> sections;  ///< other feeds that entries link to

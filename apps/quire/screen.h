@@ -8,7 +8,7 @@
 
 namespace app {
 
-enum class Style { kPlain, kBold, kDim, kGood, kBad };
+enum class Style { kPlain, kBold, kDim, kSuccess, kError };
 
 /// One of the process's two output streams. Not thread-safe.
 class Screen {

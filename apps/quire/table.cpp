@@ -120,9 +120,9 @@ std::string RenderDetails(int width, const std::vector<std::pair<std::string, Ce
     if (cell.text.empty()) continue;
     std::string head =
         Screen::Out().ApplyStyle(Style::kDim, name) + Spaces(names - DisplayWidth(name) + kGap);
-    const bool is_address =
+    const bool is_url =
         cell.text.find("://") != std::string::npos;  // not wrapped, so that it can be copied
-    const int available = width > 0 && !is_address ? std::max(width - names - kGap, 1) : 0;
+    const int available = width > 0 && !is_url ? std::max(width - names - kGap, 1) : 0;
     for (const std::string& line : Wrap(cell.text, available)) {
       out += boost::trim_right_copy(head + Screen::Out().ApplyStyle(cell.style, line)) + "\n";
       head = Spaces(names + kGap);

@@ -68,7 +68,7 @@ TEST_F(CataloguePages, FollowsPagesThenSectionsOnce) {
   EXPECT_FALSE(error_);
 }
 
-TEST_F(CataloguePages, ReadsOnlyTheShopsSite) {
+TEST_F(CataloguePages, ReadsOnlyTheShopsOrigin) {
   SetPage("start", Section("https://elsewhere.example/opds") + Title("11111111") +
                        Next("http://shop.example/opds/start?page=2"));
   EXPECT_EQ(Read(), Eans{"11111111"});

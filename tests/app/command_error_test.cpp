@@ -22,7 +22,7 @@ TEST(DescribeFailure, NamesTheErrorOrQuotesTheShop) {
   for (const auto& [failure, text] : cases) EXPECT_EQ(DescribeFailure(failure), text);
 }
 
-TEST(ToCommandError, KnowsEveryKindOfFailure) {
+TEST(ToCommandError, HandlesEveryKind) {
   const std::string unknown = ToCommandError("What", Failure()).what();
   for (int kind = Failure::kNone + 1; kind <= Failure::kNotABook; ++kind) {
     const CommandError error = ToCommandError("What", {static_cast<Failure::Kind>(kind), 0, 0, ""});

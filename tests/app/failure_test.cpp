@@ -7,7 +7,7 @@ namespace tests {
 namespace {
 
 /// The application with what makes it fail.
-class QuireThatFails : public QuireOnDevice {
+class QuireFailure : public QuireOnDevice {
  protected:
   /// Makes the next requests of a path meet a fault.
   struct Fault {
@@ -52,7 +52,7 @@ class QuireThatFails : public QuireOnDevice {
 constexpr char kNoConnection[] =
     "the server cannot be reached (the connection was refused). Check the network and try again.";
 
-TEST_F(QuireThatFails, ReportsWhyItCannotStart) {
+TEST_F(QuireFailure, ReportsWhyItCannotStart) {
   const std::string config_file = device_ + "/ext1/system/config/quire_config.cfg";
   std::filesystem::create_directories(config_file);
   ExpectFailure(6,
@@ -77,7 +77,7 @@ TEST_F(QuireThatFails, ReportsWhyItCannotStart) {
   ExpectContains(off_device.err, "quire-device");
 }
 
-TEST_F(QuireThatFails, NeverShowsAnUnknownListAsEmpty) {
+TEST_F(QuireFailure, NeverShowsAnUnknownListAsEmpty) {
   LogIn();
   const std::string list = "/getUserEbook";
   const std::string unknown = "The list of your books is unknown: ";
@@ -100,7 +100,7 @@ TEST_F(QuireThatFails, NeverShowsAnUnknownListAsEmpty) {
   Run(0, {"cart"});
 }
 
-TEST_F(QuireThatFails, ReportsWhyNobodyIsLoggedIn) {
+TEST_F(QuireFailure, ReportsWhyNobodyIsLoggedIn) {
   ExpectFailure(3, "You are not logged in. Log in with \"quire login\".", {"books"});
   Run(0, {"shop"});
   const Command login{"login", "anna@quire.example"};
@@ -120,7 +120,7 @@ TEST_F(QuireThatFails, ReportsWhyNobodyIsLoggedIn) {
   ExpectFailure(4, std::string("You are not registered: ") + kNoConnection, enrol, {}, "secret\n");
 }
 
-TEST_F(QuireThatFails, KeepsACartThatCannotBePriced) {
+TEST_F(QuireFailure, KeepsACartThatCannotBePriced) {
   LogIn();
   const std::string ean = FindUnboughtEans().at(0);
   Run(0, {"cart", "add", ean});
@@ -138,7 +138,7 @@ TEST_F(QuireThatFails, KeepsACartThatCannotBePriced) {
   EXPECT_EQ(RunJson({"cart"})["items"].size(), 1U);
 }
 
-TEST_F(QuireThatFails, ReportsWhyAPaymentDidNotStart) {
+TEST_F(QuireFailure, ReportsWhyAPaymentDidNotStart) {
   LogIn();
   Run(0, {"cart", "add", FindUnboughtEans().at(0)});
   const std::string commit = "/commitOrderForPayment";
@@ -163,7 +163,7 @@ TEST_F(QuireThatFails, ReportsWhyAPaymentDidNotStart) {
   EXPECT_EQ(RunJson({"cart"})["items"].size(), 1U);
 }
 
-TEST_F(QuireThatFails, ReportsAPaymentThatDidNotSucceed) {
+TEST_F(QuireFailure, ReportsAPaymentThatDidNotSucceed) {
   LogIn();
   Run(0, {"cart", "add", FindUnboughtEans().at(0)});
   ExpectFailure(5,
@@ -188,7 +188,7 @@ TEST_F(QuireThatFails, ReportsAPaymentThatDidNotSucceed) {
   EXPECT_EQ(RunJson({"cart"})["items"].size(), 1U);
 }
 
-TEST_F(QuireThatFails, ReportsWhyADownloadFailed) {
+TEST_F(QuireFailure, ReportsWhyADownloadFailed) {
   LogIn();
   const std::string ean = FindBoughtEpub();
   const std::string title = RunJson({"status", ean})[0]["title"];

@@ -2,7 +2,7 @@
 
 #include "opds_feed.h"
 #include "text.h"
-#include "web_address.h"
+#include "url.h"
 
 namespace app {
 namespace {
@@ -145,15 +145,15 @@ TEST(ParseFeed, ThrowsTheReasonForABrokenPage) {
   expect_reason(deep, "");
 }
 
-TEST(WebAddress, ResolvesHttpOnlyAndComparesSites) {
-  EXPECT_EQ(ResolveAddress("https://a.example/b/c?d", "../e?f#g"), "https://a.example/e?f");
-  EXPECT_EQ(ResolveAddress("https://a.example/b", "//c.example/d"), "https://c.example/d");
-  EXPECT_EQ(ResolveAddress("https://a.example/", "file:///etc/passwd"), "");
-  EXPECT_EQ(ResolveAddress("https://a.example/", "javascript:x"), "");
-  EXPECT_EQ(ResolveAddress("", "opds/start"), "");
-  EXPECT_TRUE(IsSameSite("https://a.example/x", "https://A.example:443/y"));
-  EXPECT_FALSE(IsSameSite("https://a.example/x", "http://a.example/x"));
-  EXPECT_FALSE(IsSameSite("https://a.example/x", "https://a.example:444/x"));
+TEST(Url, ResolvesHttpOnlyAndComparesOrigins) {
+  EXPECT_EQ(ResolveUrl("https://a.example/b/c?d", "../e?f#g"), "https://a.example/e?f");
+  EXPECT_EQ(ResolveUrl("https://a.example/b", "//c.example/d"), "https://c.example/d");
+  EXPECT_EQ(ResolveUrl("https://a.example/", "file:///etc/passwd"), "");
+  EXPECT_EQ(ResolveUrl("https://a.example/", "javascript:x"), "");
+  EXPECT_EQ(ResolveUrl("", "opds/start"), "");
+  EXPECT_TRUE(IsSameOrigin("https://a.example/x", "https://A.example:443/y"));
+  EXPECT_FALSE(IsSameOrigin("https://a.example/x", "http://a.example/x"));
+  EXPECT_FALSE(IsSameOrigin("https://a.example/x", "https://a.example:444/x"));
 }
 
 }  // namespace
