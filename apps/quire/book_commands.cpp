@@ -4,6 +4,7 @@
 #include "book_view.h"
 #include "commands.h"
 #include "downloads.h"
+#include "failure_text.h"
 #include "saved_books.h"
 #include "table.h"
 

@@ -4,6 +4,7 @@
 #include <deque>
 #include <set>
 
+#include "failure_text.h"
 #include "saltmoor/utilities/http_request_runner.h"
 #include "text.h"
 #include "url.h"
@@ -16,71 +17,80 @@ constexpr std::size_t kMaxTitles = 20'000;
 constexpr std::size_t kMaxCatalogue_bytes = std::size_t{256} << 20;
 constexpr unsigned kTimeout_s = 30;
 
-CommandError Unreadable(const std::string& url, const FeedError& error) {
-  return {kFailed, "The catalogue's page " + url + " cannot be read: " + error.what() +
-                       ". Try again later."};
+FeedPage Parse(const std::string& xml, const std::string& url) try {
+  return ParseFeed(xml, url);
+} catch (const FeedError& error) {
+  throw CatalogueError("The catalogue's page " + url + " cannot be read: " + error.what() +
+                       ". Try again later.");
 }
 
-CommandError TooLarge(const std::string& what) {
-  return {kFailed, "The catalogue has more than " + what +
-                       ", and the rest is left out. Contact the shop: its pages may form a loop."};
+CatalogueError TooLarge(const std::string& what) {
+  return CatalogueError("The catalogue has more than " + what +
+                        ", and the rest is left out. Contact the shop: its pages may form a loop.");
 }
+
+/// The pages that are still to be read: each URL once, and only those of the first page's origin.
+class PageQueue {
+ public:
+  explicit PageQueue(const std::string& start) : start_(start) { Push(start); }
+
+  /// Appends a page; one that continues the page read last precedes all others.
+  void Push(const std::string& url, bool is_continuation = false) {
+    if (url.empty() || !IsSameOrigin(start_, url) || !seen_.insert(url).second) return;
+    pending_.insert(is_continuation ? pending_.begin() : pending_.end(), url);
+  }
+
+  /// Removes the next page and returns its URL; empty when there is none.
+  std::string Pop() {
+    if (pending_.empty()) return {};
+    std::string url = std::move(pending_.front());
+    pending_.pop_front();
+    return url;
+  }
+
+ private:
+  std::string start_;
+  std::deque<std::string> pending_;
+  std::set<std::string> seen_;
+};
 
 }  // namespace
 
-std::optional<CommandError> Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
-                                            std::size_t* skipped_count) const {
+void Catalogue::Read(const std::function<bool(const CatalogueEntry&)>& visit,
+                     std::size_t* skipped_count) const {
   const std::string start = ResolveUrl("", start_url_);
-  if (start.empty()) {
-    throw CommandError(kFailed, "The shop names no catalogue. Try again later.");
-  }
-  std::deque<std::string> pending{start};
-  std::set<std::string> seen_urls{start};
+  if (start.empty()) throw CatalogueError("The shop names no catalogue. Try again later.");
+  PageQueue queue(start);
   std::set<std::string> seen_eans;
+  std::size_t page_count = 0;
   std::size_t title_count = 0;
   std::size_t size_bytes = 0;
-  const auto add = [&](const std::string& url, bool first) {
-    if (url.empty() || !IsSameOrigin(start, url) || !seen_urls.insert(url).second) return;
-    pending.insert(first ? pending.begin() : pending.end(), url);
-  };
-  for (std::size_t pages = 0; !pending.empty(); ++pages) {
-    if (pages == kMaxPages) return TooLarge(std::to_string(kMaxPages) + " pages");
-    if (size_bytes > kMaxCatalogue_bytes)
-      return TooLarge(std::to_string(kMaxCatalogue_bytes >> 20) + " MiB");
-    const std::string url = pending.front();
-    pending.pop_front();
-    FeedPage page;
-    try {
-      const std::string xml = fetch_(url);
-      size_bytes += xml.size();
-      page = ParseFeed(xml, url);
-    } catch (const FeedError& error) {
-      if (pages == 0) throw Unreadable(url, error);
-      return Unreadable(url, error);
-    } catch (const CommandError& error) {
-      if (pages == 0) throw;
-      return error;
+  for (std::string url = queue.Pop(); !url.empty(); url = queue.Pop()) {
+    if (++page_count > kMaxPages) throw TooLarge(std::to_string(kMaxPages) + " pages");
+    if (size_bytes > kMaxCatalogue_bytes) {
+      throw TooLarge(std::to_string(kMaxCatalogue_bytes >> 20) + " MiB");
     }
+    const std::string xml = fetch_(url);
+    size_bytes += xml.size();
+    const FeedPage page = Parse(xml, url);
     if (skipped_count != nullptr) *skipped_count += page.skipped_count;
     for (const CatalogueEntry& entry : page.entries) {
       if (!entry.ean.empty() && !seen_eans.insert(entry.ean).second) continue;
-      if (++title_count > kMaxTitles) return TooLarge(std::to_string(kMaxTitles) + " titles");
-      if (!visit(entry)) return std::nullopt;
+      if (++title_count > kMaxTitles) throw TooLarge(std::to_string(kMaxTitles) + " titles");
+      if (!visit(entry)) return;
     }
-    for (const std::string& section : page.sections) add(section, false);
-    add(page.next_url, true);
+    for (const std::string& section : page.sections) queue.Push(section);
+    queue.Push(page.next_url, true);
   }
-  return std::nullopt;
 }
 
 std::vector<CatalogueEntry> Catalogue::Find(const std::vector<std::string>& eans) const {
   const std::set<std::string> wanted(eans.begin(), eans.end());
   std::vector<CatalogueEntry> found;
-  const auto error = Read([&](const CatalogueEntry& entry) {
+  Read([&](const CatalogueEntry& entry) {
     if (wanted.contains(entry.ean)) found.push_back(entry);
     return found.size() < wanted.size();
   });
-  if (error && found.size() < wanted.size()) throw CommandError(*error);
   return found;
 }
 
@@ -92,12 +102,13 @@ std::string FetchPage(const std::string& url) {
   const int error =
       saltmoor::utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
   if (error != 0) {
-    throw ToCommandError("The catalogue cannot be read",
-                         {saltmoor::quire::Failure::kNetwork, error, 0, {}});
+    throw CatalogueError(ExplainFailure("The catalogue cannot be read",
+                                        {saltmoor::quire::Failure::kNetwork, error, 0, {}}),
+                         true);
   }
   if (status != 200) {
-    throw CommandError(kFailed, "The shop answered HTTP " + std::to_string(status) +
-                                    " for the catalogue's page " + url + ". Try again later.");
+    throw CatalogueError("The shop answered HTTP " + std::to_string(status) +
+                         " for the catalogue's page " + url + ". Try again later.");
   }
   return {body.begin(), body.end()};
 }

@@ -2,22 +2,31 @@
 #define QUIRE_APP_CATALOGUE_H_
 
 #include <functional>
-#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "command_error.h"
 #include "opds_feed.h"
 
 namespace app {
 
-/// Fetches a page of the catalogue from the shop. Throws CommandError on failure.
+/// Thrown when the catalogue cannot be read. The text is for the user: what happened, and what to
+/// do next.
+class CatalogueError : public std::runtime_error {
+ public:
+  explicit CatalogueError(const std::string& text, bool server_is_unreachable = false)
+      : std::runtime_error(text), is_unreachable(server_is_unreachable) {}
+
+  bool is_unreachable;
+};
+
+/// Fetches a page of the catalogue from the shop. Throws CatalogueError.
 std::string FetchPage(const std::string& url);
 
 /// The shop's catalogue, read page by page from its start page. Keeps no state between two calls.
 class Catalogue {
  public:
-  /// Returns the page at an absolute URL. Throws CommandError on failure.
+  /// Returns the page at an absolute URL. Throws CatalogueError.
   using Fetch = std::function<std::string(const std::string& url)>;
 
   explicit Catalogue(std::string start_url, Fetch fetch = FetchPage)
@@ -26,12 +35,12 @@ class Catalogue {
   /// Reads until `visit` returns false, the catalogue ends or a limit on its size is reached. Each
   /// title with an EAN is visited once. Only pages of the start page's origin are read.
   /// \param skipped_count  receives the number of entries of unknown kinds; may be null.
-  /// \return the error that ended the reading early, if any. Throws it when nothing was read.
-  std::optional<CommandError> Read(const std::function<bool(const CatalogueEntry&)>& visit,
-                                   std::size_t* skipped_count = nullptr) const;
+  /// Throws CatalogueError when it cannot read on; entries before that have been visited.
+  void Read(const std::function<bool(const CatalogueEntry&)>& visit,
+            std::size_t* skipped_count = nullptr) const;
 
-  /// Finds entries by their EANs, in no particular order. Throws CommandError when some are missing
-  /// and the catalogue could not be read to its end.
+  /// Finds entries by their EANs, in no particular order. Throws CatalogueError when some are
+  /// missing and the catalogue cannot be read to its end.
   std::vector<CatalogueEntry> Find(const std::vector<std::string>& eans) const;
 
  private:

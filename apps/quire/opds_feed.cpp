@@ -187,7 +187,7 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
   if (!entry.acquisitions.empty()) title.type = entry.acquisitions.front().type;
   std::stringstream formats;
   saltmoor::quire::MakeFormat(formats, title.needs_adobe, entry.acquisitions);
-  title.formats = formats.str();
+  for (std::string format; std::getline(formats, format, ',');) title.formats.push_back(format);
   return entry;
 }
 

@@ -24,9 +24,9 @@ struct CatalogueEntry {
   std::string thumbnail_url;
   std::string image_url;
   std::string page_url;
-  std::string type;          ///< MIME type of the first acquisition
-  std::string formats;       ///< for display, such as "EPUB,PDF"
-  bool needs_adobe = false;  ///< one format is a ticket for Adobe Digital Editions
+  std::string type;                  ///< MIME type of the first acquisition
+  std::vector<std::string> formats;  ///< in upper case, such as "EPUB"
+  bool needs_adobe = false;          ///< one format is a ticket for Adobe Digital Editions
 };
 
 /// One page of an OPDS catalogue. URLs are absolute.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "failure_text.h"
 #include "saltmoor/utilities/http_request_runner.h"
 
 namespace app {
