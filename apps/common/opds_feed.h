@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_OPDS_FEED_H_
-#define QUIRE_APP_OPDS_FEED_H_
+#ifndef QUIRE_APPS_COMMON_OPDS_FEED_H_
+#define QUIRE_APPS_COMMON_OPDS_FEED_H_
 
 #include <cstdint>
 #include <optional>
@@ -49,4 +49,4 @@ FeedPage ParseFeed(std::string_view xml, const std::string& url);
 
 }  // namespace app
 
-#endif  // QUIRE_APP_OPDS_FEED_H_
+#endif  // QUIRE_APPS_COMMON_OPDS_FEED_H_

@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_URL_H_
-#define QUIRE_APP_URL_H_
+#ifndef QUIRE_APPS_COMMON_URL_H_
+#define QUIRE_APPS_COMMON_URL_H_
 
 #include <string>
 
@@ -14,4 +14,4 @@ bool IsSameOrigin(const std::string& one, const std::string& other);
 
 }  // namespace app
 
-#endif  // QUIRE_APP_URL_H_
+#endif  // QUIRE_APPS_COMMON_URL_H_

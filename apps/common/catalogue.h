@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_CATALOGUE_H_
-#define QUIRE_APP_CATALOGUE_H_
+#ifndef QUIRE_APPS_COMMON_CATALOGUE_H_
+#define QUIRE_APPS_COMMON_CATALOGUE_H_
 
 #include <functional>
 #include <stdexcept>
@@ -54,4 +54,4 @@ bool Matches(const CatalogueEntry& entry, const std::string& folded_word);
 
 }  // namespace app
 
-#endif  // QUIRE_APP_CATALOGUE_H_
+#endif  // QUIRE_APPS_COMMON_CATALOGUE_H_

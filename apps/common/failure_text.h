@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_FAILURE_TEXT_H_
-#define QUIRE_APP_FAILURE_TEXT_H_
+#ifndef QUIRE_APPS_COMMON_FAILURE_TEXT_H_
+#define QUIRE_APPS_COMMON_FAILURE_TEXT_H_
 
 #include <string>
 
@@ -17,4 +17,4 @@ std::string ExplainFailure(const std::string& what, const saltmoor::quire::Failu
 
 }  // namespace app
 
-#endif  // QUIRE_APP_FAILURE_TEXT_H_
+#endif  // QUIRE_APPS_COMMON_FAILURE_TEXT_H_
