@@ -4,6 +4,7 @@
 #include "book_view.h"
 #include "commands.h"
 #include "downloads.h"
+#include "failure_text.h"
 #include "saved_books.h"
 #include "table.h"
 
@@ -26,7 +27,7 @@ constexpr std::array<StatusView, 5> kStatusViews{{
     {"in_cart", "in the cart", Style::kPlain},
     {"bought", "bought", Style::kPlain},
     {"downloading", "downloading", Style::kPlain},
-    {"downloaded", "on the device", Style::kGood},
+    {"downloaded", "on the device", Style::kSuccess},
 }};
 
 const StatusView& ViewOf(const store::BookStatus& status) {

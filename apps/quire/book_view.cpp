@@ -1,5 +1,6 @@
 #include "book_view.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "money.h"
@@ -18,6 +19,18 @@ std::string FormatBookPrice(const store::Book& book) {
 }
 
 }  // namespace
+
+std::string GetString(const store::Book& book, store::Book::StringProps property) {
+  const auto found = book.string_props.find(property);
+  return found == book.string_props.end() ? std::string() : found->second;
+}
+
+const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean) {
+  const auto found = std::find_if(books.begin(), books.end(), [&](const store::Book& book) {
+    return GetString(book, store::Book::kEan) == ean;
+  });
+  return found == books.end() ? nullptr : &*found;
+}
 
 std::string QuoteTitle(const std::string& title) {
   constexpr int kColumns = 60;

@@ -2,11 +2,18 @@
 #define QUIRE_APP_BOOK_VIEW_H_
 
 #include <string>
+#include <vector>
 
 #include "json_output.h"
 #include "session.h"
 
 namespace app {
+
+/// The book's property; empty when it is absent.
+std::string GetString(const store::Book& book, store::Book::StringProps property);
+
+/// The first of some books with that EAN; null when there is none.
+const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean);
 
 /// A title in quotation marks for a sentence, truncated to 60 columns.
 std::string QuoteTitle(const std::string& title);

@@ -1,5 +1,5 @@
+#include <boost/algorithm/string/join.hpp>
 #include <memory>
-#include <sstream>
 
 #include "catalogue.h"
 #include "commands.h"
@@ -13,8 +13,9 @@ namespace app {
 namespace {
 
 std::string FormatsCell(const CatalogueEntry& entry) {
-  if (!entry.needs_adobe) return entry.formats;
-  return (entry.formats.empty() ? "Adobe" : entry.formats) + " *";
+  const std::string formats = boost::algorithm::join(entry.formats, ",");
+  if (!entry.needs_adobe) return formats;
+  return (formats.empty() ? "Adobe" : formats) + " *";
 }
 
 void PrintEntries(const std::vector<CatalogueEntry>& entries) {
@@ -35,14 +36,12 @@ void PrintEntries(const std::vector<CatalogueEntry>& entries) {
 Json EntryToJson(const CatalogueEntry& entry) {
   Json json = {
       {"ean", StringOrNull(entry.ean)},           {"title", StringOrNull(entry.title)},
-      {"author", StringOrNull(entry.author)},     {"formats", Json::array()},
+      {"author", StringOrNull(entry.author)},     {"formats", entry.formats},
       {"needs_adobe", entry.needs_adobe},         {"price_hundredths", Json()},
       {"currency", StringOrNull(entry.currency)}, {"language", StringOrNull(entry.language)},
       {"subject", StringOrNull(entry.subject)},   {"published", StringOrNull(entry.published)},
       {"summary", StringOrNull(entry.summary)},   {"page_url", StringOrNull(entry.page_url)}};
   if (entry.price_hundredths) json["price_hundredths"] = *entry.price_hundredths;
-  std::istringstream formats(entry.formats);
-  for (std::string format; std::getline(formats, format, ',');) json["formats"].push_back(format);
   return json;
 }
 
@@ -50,7 +49,7 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
   const Catalogue catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage]);
   const std::string folded = FoldCase(word);
   std::vector<CatalogueEntry> entries;
-  std::optional<CommandError> error;
+  std::optional<CatalogueError> error;
   std::size_t skipped_count = 0;
   {
     const Spinner spinner("Reading the catalogue …");
@@ -58,7 +57,12 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
       if (Matches(entry, folded)) entries.push_back(entry);
       return true;
     };
-    error = catalogue.Read(keep, &skipped_count);
+    try {
+      catalogue.Read(keep, &skipped_count);
+    } catch (const CatalogueError& incomplete) {
+      if (entries.empty()) throw;
+      error = incomplete;
+    }
   }
   if (as_json) {
     Json json = Json::array();
@@ -72,7 +76,7 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
         (skipped_count == 1 ? "1 title is" : std::to_string(skipped_count) + " titles are") +
         " left out because quire cannot read their links.");
   }
-  if (error) throw CommandError(*error);
+  if (error) throw CatalogueError(*error);
   if (entries.empty()) {
     throw CommandError(kNotFound, word.empty() ? "The catalogue is empty. Try again later."
                                                : "Nothing in the catalogue contains \"" + word +

@@ -42,7 +42,7 @@ void PrintPricedCart(const store::Cart& cart, const std::vector<store::Book>& dr
   for (const store::Book& book : dropped) {
     Screen::Out().PrintLine("No longer sold, and left out: " + QuoteTitle(DisplayTitle(book)) +
                                 " (" + GetString(book, store::Book::kEan) + ").",
-                            Style::kBad);
+                            Style::kError);
   }
 }
 
@@ -70,7 +70,7 @@ void RunBrowser(store::StoreManager& manager, const std::string& method) {
   const bool failed = manager.GetLastFailure().kind == store::Failure::kBrowser;
   Screen::Out().PrintLine(failed ? "The browser failed. Asking the shop whether you have paid …"
                                  : "The browser has closed.",
-                          failed ? Style::kBad : Style::kPlain);
+                          failed ? Style::kError : Style::kPlain);
 }
 
 void WaitForPayment(store::StoreManager& manager) {
@@ -104,7 +104,7 @@ void Pay(Session& session, const std::string& method) {
   if (store::ConvertDateTime(manager.GetOrderDatePlaced(), date, time)) {
     when = " on " + date + " at " + time;
   }
-  Screen::Out().PrintLine("Paid. The order was placed" + when + ".", Style::kGood);
+  Screen::Out().PrintLine("Paid. The order was placed" + when + ".", Style::kSuccess);
   Screen::Out().PrintLine("Get the books with \"quire download --all\".");
 }
 

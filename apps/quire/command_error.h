@@ -30,11 +30,7 @@ class CommandError : public std::runtime_error {
   ExitCode code;
 };
 
-/// The reason of a failure as a clause, such as "the server answered HTTP 503".
-std::string DescribeFailure(const saltmoor::quire::Failure& failure);
-
-/// The error that ends a command after a failure: "WHAT: REASON. ADVICE".
-/// \param advice  what to do next; empty: the usual advice for the kind of failure.
+/// The error that ends a command after a failure, with the text of ExplainFailure.
 CommandError ToCommandError(const std::string& what, const saltmoor::quire::Failure& failure,
                             const std::string& advice = "");
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "catalogue.h"
 #include "screen.h"
 #include "text.h"
 
@@ -16,7 +17,8 @@ constexpr char kFooter[] =
     "are never part of the command line.\n"
     "\n"
     "Exit codes: 0 done; 1 the shop refused, or the command failed; 2 wrong command line; 3 not "
-    "logged in; 4 shop unreachable; 5 nothing found; 6 a file, folder or program of the device is "
+    "logged in; 4 shop unreachable; 5 nothing found; 6 a file, directory or program of the device "
+    "is "
     "missing or broken; 130 interrupted.";
 
 /// Shows the platform's log up to `level`. Before the first call of the library.
@@ -84,29 +86,7 @@ ExitCode ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
   return kUsage;
 }
 
-}  // namespace
-
-void PrintError(const std::string& text) {
-  const Screen& screen = Screen::Err();
-  if (screen.IsInteractive()) {
-    screen.PrintLine(text, Style::kBad);
-  } else {
-    screen.PrintLine("quire: " + text);
-  }
-}
-
-CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& description,
-                     std::function<void(bool as_json)> show) {
-  CLI::App* command = cli.add_subcommand(name, description);
-  const CLI::Option* json = command->add_flag("--json")->description("As JSON");
-  command->callback([command, json, show = std::move(show)] {
-    if (command->get_subcommands().empty()) show(!json->empty());
-  });
-  return command;
-}
-
-ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
-  CLI::App cli("Browse, buy and download e-books from your reader's shop.", "quire");
+void AddCommands(CLI::App& cli, Session& session) {
   cli.footer(kFooter);
   cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
   cli.require_subcommand(1);
@@ -120,35 +100,58 @@ ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
     AddShellCommand(cli);
     AddProcessOptions(cli);
   }
-  if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
-    PrintError("There is no command \"" + unknown + "\". See \"quire --help\".");
-    return kUsage;
-  }
+}
+
+/// Parses the arguments, which runs the command that they name, and reports its failure.
+ExitCode ParseAndRun(CLI::App& cli, std::vector<std::string> arguments) try {
+  std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
+  cli.parse(std::move(arguments));
+  return kOk;
+} catch (const CLI::CallForHelp&) {
+  PrintHelp(cli.help());
+  return kOk;
+} catch (const CLI::CallForVersion& version) {
+  Screen::Out().PrintLine(version.what());
+  return kOk;
+} catch (const CLI::ParseError& error) {
+  return ReportUsageError(cli, error);
+} catch (const CommandError& error) {
+  if (error.what()[0] != '\0') PrintError(error.what());
+  return error.code;
+} catch (const CatalogueError& error) {
+  PrintError(error.what());
+  return error.is_unreachable ? kUnreachable : kFailed;
+} catch (const std::exception& error) {
+  PrintError(std::string("The command failed unexpectedly: ") + error.what() + ".");
+  return kFailed;
+}
+
+}  // namespace
+
+CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& description,
+                     std::function<void(bool as_json)> show) {
+  CLI::App* command = cli.add_subcommand(name, description);
+  const CLI::Option* json = command->add_flag("--json")->description("As JSON");
+  command->callback([command, json, show = std::move(show)] {
+    if (command->get_subcommands().empty()) show(!json->empty());
+  });
+  return command;
+}
+
+ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
+  CLI::App cli("The shop of your e-reader: browse, buy and download e-books.", "quire");
+  AddCommands(cli, session);
   if (arguments.empty()) {
     PrintHelp(cli.help());
     PrintError("No command was given. Try \"quire catalogue\".");
     return kUsage;
   }
-  session.BeginCommand();
-  try {
-    std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
-    cli.parse(std::move(arguments));
-    return kOk;
-  } catch (const CLI::CallForHelp&) {
-    PrintHelp(cli.help());
-    return kOk;
-  } catch (const CLI::CallForVersion& version) {
-    Screen::Out().PrintLine(version.what());
-    return kOk;
-  } catch (const CLI::ParseError& error) {
-    return ReportUsageError(cli, error);
-  } catch (const CommandError& error) {
-    if (error.what()[0] != '\0') PrintError(error.what());
-    return error.code;
-  } catch (const std::exception& error) {
-    PrintError(std::string("The command failed unexpectedly: ") + error.what() + ".");
-    return kFailed;
+  if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
+    PrintError("There is no command \"" + unknown + "\". See \"quire --help\".");
+    return kUsage;
   }
+  session.BeginCommand();
+  return ParseAndRun(cli, std::move(arguments));
 }
 
 }  // namespace app

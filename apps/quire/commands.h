@@ -29,9 +29,6 @@ CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& 
 /// \param arguments  without the program's name.
 ExitCode RunCommand(std::vector<std::string> arguments, Session& session);
 
-/// Prints an error on the standard error.
-void PrintError(const std::string& text);
-
 }  // namespace app
 
 #endif  // QUIRE_APP_COMMANDS_H_

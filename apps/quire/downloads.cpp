@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "book_view.h"
-#include "commands.h"
+#include "failure_text.h"
 #include "interrupts.h"
 #include "saved_books.h"
 #include "screen.h"
@@ -16,12 +16,14 @@ namespace {
 
 constexpr std::chrono::milliseconds kPollInterval{100};
 
+enum class DownloadState { kRunning, kEnded };
+
 /// Advances the running download and keeps its failure.
-/// \return whether one ran at the time of the call: the call that ends it still returns true.
-bool Poll(store::StoreManager& manager, store::Failure* failure) {
-  const bool ran = manager.CheckDownloadState() == 1;
+/// \return the state before the call: the call that ends the download still returns kRunning.
+DownloadState Poll(store::StoreManager& manager, store::Failure* failure) {
+  const bool was_running = manager.CheckDownloadState() == 1;
   if (manager.GetLastFailure()) *failure = manager.GetLastFailure();
-  return ran;
+  return was_running ? DownloadState::kRunning : DownloadState::kEnded;
 }
 
 /// Shows the progress until the running download has ended. False on Ctrl-C, which the caller
@@ -33,7 +35,7 @@ bool WaitForDownload(store::StoreManager& manager, const store::Book& book,
   const std::string title = MakePrintable(DisplayTitle(book));
   while (true) {
     screen.ReplaceLine("");  // the device prints a message when a download fails
-    if (!Poll(manager, failure)) return true;
+    if (Poll(manager, failure) == DownloadState::kEnded) return true;
     if (InterruptHandler::Caught()) return false;
     const int percent = manager.GetBookStatus(ean).progress;
     screen.ReplaceLine(ProgressLine(title, percent, screen.Width() - 1));
@@ -45,8 +47,13 @@ bool WaitForDownload(store::StoreManager& manager, const store::Book& book,
 std::string FinishDownload(store::StoreManager& manager, const store::Book& book,
                            const store::Failure& failure) {
   if (failure) return {};
-  SavedBooks().Add(GetString(book, store::Book::kEan), manager.GetSavedPath());
-  return manager.GetSavedPath();
+  const std::string path = manager.GetSavedPath();
+  if (!SavedBooks().Add(GetString(book, store::Book::kEan), path)) {
+    PrintError("The path of " + QuoteTitle(DisplayTitle(book)) +
+               " could not be stored, so that quire may not find it again. Check whether the "
+               "device's storage is full.");
+  }
+  return path;
 }
 
 void FinishBackgroundDownload(Session& session) {
@@ -58,7 +65,6 @@ void FinishBackgroundDownload(Session& session) {
 [[noreturn]] void ExitDuringDownload(const store::Book& book) {
   PrintError("Stopped. The part of " + QuoteTitle(DisplayTitle(book)) +
              " that was received is kept; the next download continues it.");
-  Screen::Out().Write("");
   std::_Exit(kInterrupted);  // an ordinary exit waits for the download
 }
 
@@ -97,8 +103,8 @@ void ReportEndedDownload(Session& session) {
   if (!session.background_download) return;
   store::StoreManager& manager = session.Store();
   store::Failure* const failure = &session.background_download->failure;
-  Poll(manager, failure);  // returns true even if it ends the download
-  if (Poll(manager, failure)) return;
+  Poll(manager, failure);  // returns kRunning even if it ends the download
+  if (Poll(manager, failure) == DownloadState::kRunning) return;
   FinishBackgroundDownload(session);
 }
 

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "book_files.h"
+#include "book_view.h"
 #include "json_output.h"
 
 namespace app {

@@ -25,7 +25,7 @@ class SavedBooks {
 
   /// Adds a path, drops entries whose file is gone, and replaces the file atomically (mode 0600).
   /// \return false when the file could not be written; the entry then lasts as long as the object.
-  bool Add(const std::string& ean, const std::string& path);
+  [[nodiscard]] bool Add(const std::string& ean, const std::string& path);
 
  private:
   std::string file_;

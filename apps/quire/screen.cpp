@@ -119,8 +119,21 @@ void Screen::Write(std::string_view text) const {
   stream_ << text << std::flush;
 }
 
+bool Screen::Flush() const {
+  return static_cast<bool>(stream_.flush());
+}
+
 void Screen::ReplaceLine(std::string_view text) const {
   if (interactive_) stream_ << "\r\x1b[K" << text << std::flush;
+}
+
+void PrintError(const std::string& text) {
+  const Screen& screen = Screen::Err();
+  if (screen.IsInteractive()) {
+    screen.PrintLine(text, Style::kError);
+  } else {
+    screen.PrintLine("quire: " + text);
+  }
 }
 
 Spinner::Spinner(const char* text) {

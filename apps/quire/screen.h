@@ -8,7 +8,7 @@
 
 namespace app {
 
-enum class Style { kPlain, kBold, kDim, kGood, kBad };
+enum class Style { kPlain, kBold, kDim, kSuccess, kError };
 
 /// One of the process's two output streams. Not thread-safe.
 class Screen {
@@ -35,6 +35,10 @@ class Screen {
   /// Writes a string that is printable already.
   void Write(std::string_view text) const;
 
+  /// Writes what is buffered.
+  /// \return false when some output could not be written.
+  [[nodiscard]] bool Flush() const;
+
   /// Replaces the cursor's line on an interactive stream; does nothing on another.
   void ReplaceLine(std::string_view text) const;
 
@@ -46,6 +50,9 @@ class Screen {
   bool terminal_;
   bool interactive_;
 };
+
+/// Prints an error on the standard error.
+void PrintError(const std::string& text);
 
 /// Shows on an interactive error stream what the program waits for, from 300 ms after construction
 /// until destruction. Its thread only prints.

@@ -1,7 +1,5 @@
 #include "session.h"
 
-#include <algorithm>
-
 #include "screen.h"
 
 namespace app {
@@ -54,18 +52,6 @@ const store::SwitchboardConfig& Session::Config() {
   if (!is_known()) manager.ConfigFromServer();
   if (!is_known()) throw ToCommandError("The shop is unknown", manager.GetLastFailure());
   return manager.GetConfig();
-}
-
-std::string GetString(const store::Book& book, store::Book::StringProps property) {
-  const auto found = book.string_props.find(property);
-  return found == book.string_props.end() ? std::string() : found->second;
-}
-
-const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean) {
-  const auto found = std::find_if(books.begin(), books.end(), [&](const store::Book& book) {
-    return GetString(book, store::Book::kEan) == ean;
-  });
-  return found == books.end() ? nullptr : &*found;
 }
 
 }  // namespace app

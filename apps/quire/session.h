@@ -55,12 +55,6 @@ class Session {
   bool purchased_are_fresh_ = false;
 };
 
-/// The book's property; empty when it is absent.
-std::string GetString(const store::Book& book, store::Book::StringProps property);
-
-/// The first of some books with that EAN; null when there is none.
-const store::Book* FindByEan(const std::vector<store::Book>& books, const std::string& ean);
-
 }  // namespace app
 
 #endif  // QUIRE_APP_SESSION_H_

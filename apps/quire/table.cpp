@@ -22,7 +22,7 @@ bool ShrinkToFit(std::vector<int>& widths, const std::vector<Column>& columns, i
   while (excess > 0) {
     int widest = -1;
     for (int i = 0; i < static_cast<int>(columns.size()); ++i) {
-      const int least = columns[i].min_columns;
+      const int least = columns[i].min_width;
       if (least == 0 || widths[i] <= least) continue;
       if (widest < 0 || widths[i] > widths[widest]) widest = i;
     }
@@ -35,7 +35,7 @@ bool ShrinkToFit(std::vector<int>& widths, const std::vector<Column>& columns, i
 
 }  // namespace
 
-Cell::Cell(std::string value, Style shown_as) : text(MakePrintable(value)), style(shown_as) {}
+Cell::Cell(std::string value, Style shown_style) : text(MakePrintable(value)), style(shown_style) {}
 
 void Table::Print() const {
   Screen::Out().Write(Render(Screen::Out().Width()));
@@ -43,7 +43,7 @@ void Table::Print() const {
 
 std::string Table::Render(int width) const {
   std::vector<int> widths;
-  for (const Column& column : columns_) widths.push_back(DisplayWidth(column.title));
+  for (const Column& column : columns_) widths.push_back(DisplayWidth(column.heading));
   for (const auto& row : rows_) {
     for (std::size_t i = 0; i < row.size(); ++i) {
       widths[i] = std::max(widths[i], DisplayWidth(row[i].text));
@@ -62,25 +62,25 @@ std::string Table::RenderRows(const std::vector<int>& widths) const {
       const Cell& cell = cells[i];
       const std::string text = Truncate(cell.text, widths[i]);
       const int padding = widths[i] - DisplayWidth(text);
-      if (columns_[i].right) pending += padding;
+      if (columns_[i].is_right_aligned) pending += padding;
       if (!text.empty()) {
         line += Spaces(pending) + Screen::Out().ApplyStyle(cell.style, text);
         pending = 0;
       }
-      pending += (columns_[i].right ? 0 : padding) + kGap;
+      pending += (columns_[i].is_right_aligned ? 0 : padding) + kGap;
     }
     out += line + "\n";
   };
-  std::vector<Cell> heads;
-  for (const Column& column : columns_) heads.emplace_back(column.title, Style::kBold);
-  add_line(heads);
+  std::vector<Cell> headings;
+  for (const Column& column : columns_) headings.emplace_back(column.heading, Style::kBold);
+  add_line(headings);
   for (const auto& row : rows_) add_line(row);
   return out;
 }
 
 std::string Table::RenderCards(int width) const {
   std::size_t truncatable = 0;
-  while (columns_[truncatable].min_columns == 0) ++truncatable;
+  while (columns_[truncatable].min_width == 0) ++truncatable;
   std::string out;
   for (const auto& row : rows_) {
     const std::size_t head = row[truncatable].text.empty() ? 0 : truncatable;
@@ -120,9 +120,9 @@ std::string RenderDetails(int width, const std::vector<std::pair<std::string, Ce
     if (cell.text.empty()) continue;
     std::string head =
         Screen::Out().ApplyStyle(Style::kDim, name) + Spaces(names - DisplayWidth(name) + kGap);
-    const bool is_address =
+    const bool is_url =
         cell.text.find("://") != std::string::npos;  // not wrapped, so that it can be copied
-    const int available = width > 0 && !is_address ? std::max(width - names - kGap, 1) : 0;
+    const int available = width > 0 && !is_url ? std::max(width - names - kGap, 1) : 0;
     for (const std::string& line : Wrap(cell.text, available)) {
       out += boost::trim_right_copy(head + Screen::Out().ApplyStyle(cell.style, line)) + "\n";
       head = Spaces(names + kGap);

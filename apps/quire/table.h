@@ -10,14 +10,14 @@
 namespace app {
 
 struct Column {
-  std::string title;
-  int min_columns = 0;  ///< down to which width it may be truncated; 0: never
-  bool right = false;   ///< aligned to the right
+  std::string heading;
+  int min_width = 0;  ///< in terminal columns, down to which it may be truncated; 0: never
+  bool is_right_aligned = false;
 };
 
 struct Cell {
   // NOLINTBEGIN(google-explicit-constructor): a string is a cell
-  Cell(std::string value = {}, Style shown_as = Style::kPlain);
+  Cell(std::string value = {}, Style shown_style = Style::kPlain);
   Cell(const char* value) : Cell(std::string(value)) {}
   // NOLINTEND(google-explicit-constructor)
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "failure_text.h"
 #include "saltmoor/utilities/http_request_runner.h"
 
 namespace app {
@@ -22,7 +23,7 @@ TEST(DescribeFailure, NamesTheErrorOrQuotesTheShop) {
   for (const auto& [failure, text] : cases) EXPECT_EQ(DescribeFailure(failure), text);
 }
 
-TEST(ToCommandError, KnowsEveryKindOfFailure) {
+TEST(ToCommandError, HandlesEveryKind) {
   const std::string unknown = ToCommandError("What", Failure()).what();
   for (int kind = Failure::kNone + 1; kind <= Failure::kNotABook; ++kind) {
     const CommandError error = ToCommandError("What", {static_cast<Failure::Kind>(kind), 0, 0, ""});

@@ -68,7 +68,7 @@ TEST_F(SavedBooksDirectory, StartsEmptyWhenTheFileIsDamaged) {
   EXPECT_EQ(Find("1"), path);
 }
 
-TEST_F(SavedBooksDirectory, LeavesNoTempFileWhenItCannotBeReplaced) {
+TEST_F(SavedBooksDirectory, LeavesNoTempFileOnFailure) {
   std::filesystem::create_directories(file_);
   EXPECT_FALSE(Read().Add("1", directory_ / "a.txt"));
   const std::filesystem::directory_iterator entries(directory_.path());

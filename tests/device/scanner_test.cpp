@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "epub_metadata.h"
@@ -208,6 +209,26 @@ TEST_F(LibraryScan, RunsAsCommand) {
   EXPECT_EQ(scan.exit_code, 0);
   EXPECT_EQ(RunProgram({scanner, "--library", library_, "--scan", directory_ / "none"}).exit_code,
             1);
+}
+
+TEST_F(LibraryScan, ListsRecordedBooksAsJson) {
+  const Command list{QUIRE_BUILD_DIR "/bin/scanner.app", "--list", "--library", library_};
+  EXPECT_EQ(RunProgram(list).out, "[]\n");
+  WriteFile(directory_ / "Downloads/b\xFF.pdf", "12345");
+  WriteEpub(directory_ / "Downloads/a.epub",
+            Package("<dc:title>\"A\"</dc:title><dc:creator>D</dc:creator>"));
+  RunScan();
+  const auto books = nlohmann::json::parse(RunProgram(list).out, nullptr, false);
+  ASSERT_EQ(books.size(), 2U) << books;
+  EXPECT_EQ(books[0]["path"], directory_ / "Downloads/a.epub");
+  EXPECT_EQ(books[0]["title"], "\"A\"");
+  EXPECT_EQ(books[0]["author"], "D");
+  EXPECT_EQ(books[1]["format"], "pdf");
+  EXPECT_EQ(books[1]["size_bytes"], 5);
+  EXPECT_GT(books[1]["modified_s"], 1'600'000'000);
+  EXPECT_TRUE(books[1]["title"].is_null());
+  WriteFile(library_, "no library");
+  EXPECT_EQ(RunProgram(list).exit_code, 1);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // The library scanner of the device. As a task it scans directories on request;
-// `scanner.app --scan DIR` scans one and exits.
+// `scanner.app --scan DIR` scans one and exits; `--list` prints the library.
 
 #include <signal.h>
 #include <sys/prctl.h>
@@ -11,6 +11,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -29,23 +30,30 @@ constexpr int kScanRequest = 84;
 constexpr std::string_view kScanPrefix = "-scan:";
 
 constexpr char kUsage[] =
-    "usage: scanner.app [--library FILE] [--scan DIR | --ready-fd N] | --version\n"
-    "Without --scan, serves requests as the task /ebrmain/bin/scanner.app until SIGTERM.\n"
+    "usage: scanner.app [--library FILE] [--scan DIR | --list | --ready-fd N] | --version\n"
+    "Without --scan and --list, serves requests as the task /ebrmain/bin/scanner.app until "
+    "SIGTERM.\n"
     "  --library FILE  the library, /mnt/ext1/system/library.sqlite by default\n"
     "  --scan DIR      scan one directory and exit\n"
+    "  --list          print the recorded books as a JSON array and exit\n"
     "  --ready-fd N    write a byte to this descriptor when requests are served, and exit with\n"
     "                  the parent process\n";
 
 struct Options {
   std::string library = kLibraryFile;
   std::string directory;
+  bool list = false;
   int ready_fd = -1;
 };
 
 bool ParseOptions(int argc, char** argv, Options* options) {
-  for (int i = 1; i < argc; i += 2) {
+  for (int i = 1; i < argc; ++i) {
     const std::string_view name = argv[i];
-    const std::string_view value = i + 1 < argc ? argv[i + 1] : "";
+    if (name == "--list") {
+      options->list = true;
+      continue;
+    }
+    const std::string_view value = ++i < argc ? argv[i] : "";
     if (value.empty()) return false;
     if (name == "--library") {
       options->library = value;
@@ -67,6 +75,28 @@ int Scan(const std::string& directory, const std::string& library) try {
   std::cout << "scanned " << directory << ": " << result.books << " books, " << result.new_books
             << " new, " << result.gone << " gone" << std::endl;
   return 0;
+} catch (const std::exception& error) {
+  std::cerr << "scanner: " << error.what() << std::endl;
+  return 1;
+}
+
+nlohmann::ordered_json StringOrNull(const std::string& text) {
+  return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+}
+
+int List(const std::string& library) try {
+  auto books = nlohmann::ordered_json::array();
+  for (const scanner::LibraryBook& book : scanner::ReadLibrary(library)) {
+    books.push_back({{"path", book.path},
+                     {"title", StringOrNull(book.title)},
+                     {"author", StringOrNull(book.author)},
+                     {"format", book.format},
+                     {"size_bytes", book.size_bytes},
+                     {"modified_s", book.modified_s}});
+  }
+  std::cout << books.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+            << std::endl;
+  return std::cout ? 0 : 1;
 } catch (const std::exception& error) {
   std::cerr << "scanner: " << error.what() << std::endl;
   return 1;
@@ -135,5 +165,6 @@ int main(int argc, char** argv) {
     std::cerr << kUsage;
     return 2;
   }
+  if (options.list) return List(options.library);
   return options.directory.empty() ? Serve(options) : Scan(options.directory, options.library);
 }

@@ -195,4 +195,16 @@ ScanResult Scan(const fs::path& directory, const fs::path& library_file) {
   }
 }
 
+std::vector<LibraryBook> ReadLibrary(const fs::path& library_file) try {
+  std::vector<LibraryBook> books;
+  if (!fs::exists(library_file)) return books;
+  const SQLite::Database library(library_file.string(), SQLite::OPEN_READONLY, kBusyTimeout_ms);
+  SQLite::Statement query(
+      library, "SELECT path, format, size, modified, title, author FROM books ORDER BY path");
+  while (query.executeStep()) books.push_back(query.getColumns<LibraryBook, 6>());
+  return books;
+} catch (const SQLite::Exception& error) {
+  throw std::runtime_error(library_file.string() + ": " + error.what());
+}
+
 }  // namespace scanner

@@ -4,7 +4,10 @@
 #ifndef DEVICE_SCANNER_SCAN_H_
 #define DEVICE_SCANNER_SCAN_H_
 
+#include <cstdint>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace scanner {
 
@@ -20,6 +23,20 @@ struct ScanResult {
 /// \throws std::runtime_error with a message for the user when the directory cannot be read or the
 ///     library cannot be written; the library is then unchanged.
 ScanResult Scan(const std::filesystem::path& directory, const std::filesystem::path& library_file);
+
+/// A book as the library records it. An unknown title or author is empty.
+struct LibraryBook {
+  std::string path;
+  std::string format;  ///< the lower-case extension, without the dot
+  std::int64_t size_bytes = 0;
+  std::int64_t modified_s = 0;  ///< since the epoch
+  std::string title;
+  std::string author;
+};
+
+/// Reads all recorded books, ordered by path; none if the library does not exist.
+/// \throws std::runtime_error with a message for the user when the library cannot be read.
+std::vector<LibraryBook> ReadLibrary(const std::filesystem::path& library_file);
 
 }  // namespace scanner
 

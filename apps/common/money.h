@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_MONEY_H_
-#define QUIRE_APP_MONEY_H_
+#ifndef QUIRE_APPS_COMMON_MONEY_H_
+#define QUIRE_APPS_COMMON_MONEY_H_
 
 #include <cstdint>
 #include <optional>
@@ -17,4 +17,4 @@ std::optional<std::int64_t> ParsePrice(std::string_view text);
 
 }  // namespace app
 
-#endif  // QUIRE_APP_MONEY_H_
+#endif  // QUIRE_APPS_COMMON_MONEY_H_

@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_OPDS_FEED_H_
-#define QUIRE_APP_OPDS_FEED_H_
+#ifndef QUIRE_APPS_COMMON_OPDS_FEED_H_
+#define QUIRE_APPS_COMMON_OPDS_FEED_H_
 
 #include <cstdint>
 #include <optional>
@@ -24,12 +24,12 @@ struct CatalogueEntry {
   std::string thumbnail_url;
   std::string image_url;
   std::string page_url;
-  std::string type;          ///< MIME type of the first acquisition
-  std::string formats;       ///< for display, such as "EPUB,PDF"
-  bool needs_adobe = false;  ///< one format is a ticket for Adobe Digital Editions
+  std::string type;                  ///< MIME type of the first acquisition
+  std::vector<std::string> formats;  ///< in upper case, such as "EPUB"
+  bool needs_adobe = false;          ///< one format is a ticket for Adobe Digital Editions
 };
 
-/// One page of an OPDS catalogue. Addresses are absolute.
+/// One page of an OPDS catalogue. URLs are absolute.
 struct FeedPage {
   std::vector<CatalogueEntry> entries;
   std::vector<std::string> sections;  ///< other feeds that entries link to
@@ -49,4 +49,4 @@ FeedPage ParseFeed(std::string_view xml, const std::string& url);
 
 }  // namespace app
 
-#endif  // QUIRE_APP_OPDS_FEED_H_
+#endif  // QUIRE_APPS_COMMON_OPDS_FEED_H_

@@ -7,7 +7,7 @@
 #include "acquisition.h"
 #include "money.h"
 #include "text.h"
-#include "web_address.h"
+#include "url.h"
 
 namespace app {
 namespace {
@@ -109,10 +109,10 @@ void ReadSubject(const pugi::xml_node& category, CatalogueEntry& entry) {
   if (!text.empty()) entry.subject += (entry.subject.empty() ? "" : ", ") + text;
 }
 
-/// The base address of what `node` contains.
+/// The base URL of what `node` contains.
 std::string ResolveBase(const pugi::xml_node& node, const std::string& outer) {
   const auto attribute = node.attribute("xml:base");
-  return attribute ? ResolveAddress(outer, attribute.value()) : outer;
+  return attribute ? ResolveUrl(outer, attribute.value()) : outer;
 }
 
 void SetIfEmpty(std::string& field, const std::string& value) {
@@ -130,7 +130,7 @@ struct Entry {
 void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry) {
   const std::string_view relation = link.attribute("rel").value();
   const std::string_view type = link.attribute("type").value();
-  const std::string address = ResolveAddress(base, link.attribute("href").value());
+  const std::string url = ResolveUrl(base, link.attribute("href").value());
   entry.has_links = true;
   if (IsAcquisition(relation)) {
     entry.is_title = true;
@@ -144,15 +144,15 @@ void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry)
     }
     ReadPrice(link, entry.title);
   } else if (relation == kThumbnail) {
-    SetIfEmpty(entry.title.thumbnail_url, address);
+    SetIfEmpty(entry.title.thumbnail_url, url);
   } else if (relation == kImage) {
-    SetIfEmpty(entry.title.image_url, address);
+    SetIfEmpty(entry.title.image_url, url);
   } else if (relation == "alternate" && type.starts_with("text/html")) {
-    SetIfEmpty(entry.title.page_url, address);
+    SetIfEmpty(entry.title.page_url, url);
   } else if (type.starts_with(kFeedType) && type.find("type=entry") == type.npos &&
              (relation.empty() || relation == "subsection" || relation == "collection" ||
               relation.find("/sort/") != relation.npos)) {
-    SetIfEmpty(entry.section, address);
+    SetIfEmpty(entry.section, url);
   }
 }
 
@@ -187,7 +187,7 @@ Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
   if (!entry.acquisitions.empty()) title.type = entry.acquisitions.front().type;
   std::stringstream formats;
   saltmoor::quire::MakeFormat(formats, title.needs_adobe, entry.acquisitions);
-  title.formats = formats.str();
+  for (std::string format; std::getline(formats, format, ',');) title.formats.push_back(format);
   return entry;
 }
 
@@ -225,7 +225,7 @@ FeedPage ParseFeed(std::string_view xml, const std::string& url) {
       add_entry(ReadEntry(node, base));
     } else if (IsElement(node, kAtom, "link") && page.next_url.empty() &&
                std::string_view(node.attribute("rel").value()) == "next") {
-      page.next_url = ResolveAddress(base, node.attribute("href").value());
+      page.next_url = ResolveUrl(base, node.attribute("href").value());
     }
   }
   return page;

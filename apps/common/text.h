@@ -1,5 +1,5 @@
-#ifndef QUIRE_APP_TEXT_H_
-#define QUIRE_APP_TEXT_H_
+#ifndef QUIRE_APPS_COMMON_TEXT_H_
+#define QUIRE_APPS_COMMON_TEXT_H_
 
 #include <string>
 #include <string_view>
@@ -33,4 +33,4 @@ std::string FoldCase(std::string_view text);
 
 }  // namespace app
 
-#endif  // QUIRE_APP_TEXT_H_
+#endif  // QUIRE_APPS_COMMON_TEXT_H_
