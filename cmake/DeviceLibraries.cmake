@@ -1,5 +1,5 @@
-# The device contract as a device implements it: where QUIRE_DEVICE_LIBRARIES is set, the targets tabulet,
-# saltmoor_utilities and saltmoor_opds are the libraries in that directory.
+# Imports a device's implementation of the device contract: if QUIRE_DEVICE_LIBRARIES is set, the targets
+# tabulet, saltmoor_utilities and saltmoor_opds are the libraries in that directory.
 set(QUIRE_DEVICE_LIBRARIES "" CACHE PATH
     "Directory of a device's libtabulet.so, libsaltmoor_utilities.so and libsaltmoor_opds.so; empty for Linux")
 if(QUIRE_DEVICE_LIBRARIES)
@@ -8,10 +8,8 @@ if(QUIRE_DEVICE_LIBRARIES)
     if(NOT EXISTS ${file})
       message(FATAL_ERROR "There is no ${file}; QUIRE_DEVICE_LIBRARIES names its directory")
     endif()
-    # The name that an installed project gives them, too.
-    add_library(quire_store::${library} SHARED IMPORTED GLOBAL)
-    add_library(${library} ALIAS quire_store::${library})
-    # Linked by -l: of a library without a soname the linker would note the path on this machine.
-    set_target_properties(quire_store::${library} PROPERTIES IMPORTED_LOCATION ${file} IMPORTED_NO_SONAME TRUE)
+    add_library(${library} SHARED IMPORTED GLOBAL)
+    # Linked by -l, since the linker would record the path of a library without a soname.
+    set_target_properties(${library} PROPERTIES IMPORTED_LOCATION ${file} IMPORTED_NO_SONAME TRUE)
   endforeach()
 endif()

@@ -11,9 +11,7 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/quire_store-config-
 install(FILES ${PACKAGING}/quire_store-config.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/quire_store-config-version.cmake
         DESTINATION ${config_dir} COMPONENT development)
-install(EXPORT quire_contract NAMESPACE quire_store:: FILE quire_store-contract.cmake
-        DESTINATION ${config_dir} COMPONENT development)
-install(EXPORT quire_library NAMESPACE quire_store:: FILE quire_store-library.cmake
+install(EXPORT quire_store NAMESPACE quire_store:: FILE quire_store-targets.cmake
         DESTINATION ${config_dir} COMPONENT development)
 if(NOT QUIRE_DEVICE_LIBRARIES)
   install(EXPORT quire_platform NAMESPACE quire_store:: FILE quire_store-platform.cmake
@@ -84,6 +82,6 @@ set(CPACK_DEBIAN_PC-DEVICE_PACKAGE_PROVIDES saltmoor-platform)
 set(CPACK_DEBIAN_PC-DEVICE_PACKAGE_CONTROL_EXTRA ${PACKAGING}/triggers)
 set(CPACK_COMPONENT_PC-DEVICE_DESCRIPTION "e-reader on a PC, with a book shop for development
 The device's libraries on Linux, its browser and scanner programs, a launcher
-that gives a program the device's file system, a shop on loopback, and quire,
+that runs a program on the device's file system, a shop on loopback, and quire,
 the shop application for the terminal.")
 include(CPack)

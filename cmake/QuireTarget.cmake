@@ -20,7 +20,7 @@ function(quire_target target)
   if(type STREQUAL EXECUTABLE)
     target_compile_definitions(${target} PRIVATE QUIRE_VERSION="${quire_VERSION}")
   endif()
-  # Books above 2 GiB, also where a long has 32 bits.
+  # Books above 2 GiB, also if a long has 32 bits.
   target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor

@@ -15,6 +15,9 @@ die() {
   exit 1
 }
 
+# asks_for_tests [TARGET…]: whether one of the targets builds tests.
+asks_for_tests() { [[ "$* " == *tests\ * ]]; }
+
 # become_root MESSAGE: sets as_root to the prefix that runs a command as root; without one, dies with MESSAGE.
 become_root() {
   as_root=()
