@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "crypto.h"
+#include "fold_case.h"
 #include "start_error.h"
 
 namespace devshop {
@@ -43,19 +44,19 @@ void Account::AddBook(const BoughtBook& book) {
 }
 
 void Accounts::Load(const Json& json, const Catalogue& catalogue, const std::string& where) {
-  const auto wrong = [&](const std::string& what) {
+  const auto invalid = [&](const std::string& what) {
     return StartError(where + " " + what + "; correct it, or name another with --accounts.");
   };
   const auto list = json.is_object() ? json.find("accounts") : json.end();
-  if (list == json.end() || !list->is_array()) throw wrong("has no array \"accounts\"");
+  if (list == json.end() || !list->is_array()) throw invalid("has no array \"accounts\"");
   for (const Json& entry : *list) {
     const std::string number = "has in account " + std::to_string(accounts_.size() + 1);
     if (!entry.is_object() || GetString(entry, "email").empty())
-      throw wrong(number + " no \"email\"");
+      throw invalid(number + " no \"email\"");
     const Json profile = entry.value("profile", Json::object());
     const Json books = entry.value("books", Json::array());
-    if (!profile.is_object()) throw wrong(number + " a \"profile\" that is not an object");
-    if (!books.is_array()) throw wrong(number + " \"books\" that are not an array");
+    if (!profile.is_object()) throw invalid(number + " a \"profile\" that is not an object");
+    if (!books.is_array()) throw invalid(number + " \"books\" that are not an array");
     Account& account = Add(GetString(entry, "email"), GetString(entry, "password"));
     account.profile.update(profile);
     account.books = ReadBooks(books, catalogue);

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "catalogue.h"
-#include "text.h"
+#include "json.h"
 
 namespace devshop {
 

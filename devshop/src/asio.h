@@ -4,12 +4,6 @@
 // Boost.Asio with coroutines. Only the server and its connections include it: it is slow to
 // compile.
 
-#if defined(__clang__) && \
-    __clang_major__ < 16  // Boost 1.74 asks these for another macro of coroutines
-#define BOOST_ASIO_HAS_CO_AWAIT 1
-#define BOOST_ASIO_HAS_STD_COROUTINE 1
-#endif
-
 #include <utility>  // Boost 1.74 uses std::exchange without it
 
 #include <boost/asio/awaitable.hpp>
@@ -26,7 +20,7 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 using boost::system::error_code;
 
-/// Makes an operation awaitable; stores its error instead of throwing it.
+/// Completion token of an awaitable operation that stores its error instead of throwing it.
 inline auto StoreError(error_code& error) {
   return asio::redirect_error(asio::use_awaitable, error);
 }

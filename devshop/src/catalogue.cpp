@@ -10,8 +10,11 @@
 
 #include "crypto.h"
 #include "epub_metadata.h"
+#include "fold_case.h"
+#include "json.h"
+#include "money.h"
 #include "start_error.h"
-#include "text.h"
+#include "timestamp.h"
 
 namespace devshop {
 namespace {
@@ -36,15 +39,15 @@ bool IsPlainName(const std::string& file) {
 
 Title ReadTitle(const Json& json, const std::filesystem::path& directory,
                 const std::string& where) {
-  const auto wrong = [&](const std::string& what) {
+  const auto invalid = [&](const std::string& what) {
     return StartError(where + " " + what + "; correct the catalogue or build it again.");
   };
-  if (!json.is_object()) throw wrong("is not an object");
+  if (!json.is_object()) throw invalid("is not an object");
   const auto text = [&](const char* name, const std::string& fallback) {
     const auto found = json.find(name);
     if (found == json.end() || found->is_null()) return fallback;
     if (!found->is_string())
-      throw wrong("has a \"" + std::string(name) + "\" that is not a string");
+      throw invalid("has a \"" + std::string(name) + "\" that is not a string");
     return found->get<std::string>();
   };
   Title title;
@@ -60,13 +63,13 @@ Title ReadTitle(const Json& json, const std::filesystem::path& directory,
   title.type = text("type", MimeType(title.file));
   title.cover = text("cover", "");
   title.out_of_sale = json.value("out_of_sale", Json(false)) == Json(true);
-  const auto cents = ParseCents(text("price", ""));
-  if (title.ean.empty() || title.title.empty()) throw wrong("lacks \"ean\" or \"title\"");
-  if (!cents) throw wrong("needs a \"price\" such as \"4.99\"");
-  title.price_cents = *cents;
+  const auto price = ParseAmount(text("price", ""));
+  if (title.ean.empty() || title.title.empty()) throw invalid("lacks \"ean\" or \"title\"");
+  if (!price) throw invalid("needs a \"price\" such as \"4.99\"");
+  title.price_hundredths = *price;
   for (const auto& file : {title.file, title.cover.empty() ? title.file : title.cover}) {
     if (!IsPlainName(file) || !std::filesystem::is_regular_file(directory / file)) {
-      throw wrong("names the file \"" + file + "\", which is not in the directory");
+      throw invalid("names the file \"" + file + "\", which is not in the directory");
     }
   }
   return title;

@@ -15,7 +15,7 @@ struct Title {
   std::string language;
   std::string summary;
   std::string subject;
-  long price_cents = 100;
+  long price_hundredths = 100;
   std::string currency = "EUR";
   std::string published;     ///< "YYYY-MM-DD HH:MM:SS", UTC
   std::string file;          ///< name in the books directory

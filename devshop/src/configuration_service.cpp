@@ -2,6 +2,8 @@
 
 #include "crypto.h"
 #include "hosts.h"
+#include "json.h"
+#include "url_encoding.h"
 
 namespace devshop {
 namespace {
@@ -35,13 +37,13 @@ Json Configuration() {
 const std::string ConfigurationService::kPath = "/api/config/v1/get-device-opds-config";
 
 void ConfigurationService::Handle(const Request& request, Response& response) {
-  const std::string fault = FindMistake(request);
-  response.status = fault.empty() ? 200 : 403;
-  response.SetContent(ToString(fault.empty() ? Configuration() : Json{{"error", fault}}),
+  const std::string refusal = CheckRequest(request);
+  response.status = refusal.empty() ? 200 : 403;
+  response.SetContent(ToString(refusal.empty() ? Configuration() : Json{{"error", refusal}}),
                       "application/json");
 }
 
-std::string ConfigurationService::FindMistake(const Request& request) {
+std::string ConfigurationService::CheckRequest(const Request& request) {
   for (const char* name : {"device_sn", "nonce", "client_signature"}) {
     if (GetField(request.query, name).empty())
       return "The parameter " + std::string(name) + " is missing.";

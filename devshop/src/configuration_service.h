@@ -19,8 +19,8 @@ class ConfigurationService {
   void Handle(const Request& request, Response& response);
 
  private:
-  /// The reason to refuse the request; empty: granted.
-  std::string FindMistake(const Request& request);
+  /// The reason to refuse the request; empty when it is granted.
+  std::string CheckRequest(const Request& request);
   /// False when the nonce was used before.
   bool UseNonce(const std::string& nonce);
 

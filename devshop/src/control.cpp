@@ -6,9 +6,9 @@ namespace devshop {
 namespace {
 
 constexpr int kMaxPendingChecks = 1'000'000;
-
-/// The path or method does not exist.
-struct Unknown {};
+constexpr char kEndpoints[] =
+    "Available are GET, POST and DELETE /_faults, GET and DELETE /_requests, GET and POST "
+    "/_orders, GET, POST and DELETE /_books.";
 
 }  // namespace
 
@@ -31,28 +31,25 @@ std::string Control::CheckAccess(const Request& request, Response& response) con
 }
 
 void Control::Handle(const Request& request, Response& response) {
-  Json json;
+  const auto set_error = [&](int status, const std::string& sentence) {
+    response.status = status;
+    response.SetContent(ToString({{"error", sentence}}), "application/json");
+  };
   if (const std::string reason = CheckAccess(request, response); !reason.empty()) {
-    return response.SetContent(ToString({{"error", reason}}), "application/json");
+    return set_error(response.status, reason);
   }
   try {
-    json = Dispatch(request);
-  } catch (const InvalidInstruction& bad) {
-    response.status = 400;
-    json = {{"error", bad.what()}};
-  } catch (const Json::exception& bad) {
-    response.status = 400;
-    json = {{"error", std::string("A value has the wrong type: ") + bad.what()}};
-  } catch (const Unknown&) {
-    response.status = 404;
-    json = {{"error",
-             "Available are GET, POST and DELETE /_faults, GET and DELETE /_requests, GET and POST "
-             "/_orders, GET, POST and DELETE /_books."}};
+    const auto json = Dispatch(request);
+    if (!json) return set_error(404, kEndpoints);
+    response.SetContent(ToString(*json), "application/json");
+  } catch (const InvalidControlRequest& error) {
+    set_error(400, error.what());
+  } catch (const Json::exception& error) {
+    set_error(400, std::string("A value has the wrong type: ") + error.what());
   }
-  response.SetContent(ToString(json), "application/json");
 }
 
-Json Control::Dispatch(const Request& request) {
+std::optional<Json> Control::Dispatch(const Request& request) {
   const std::string call = request.method + " " + request.path;
   if (call == "DELETE /_faults") faults_.Clear();
   if (call == "DELETE /_requests") log_.Clear();
@@ -60,41 +57,41 @@ Json Control::Dispatch(const Request& request) {
   if (call == "GET /_faults" || call == "DELETE /_faults") return faults_.ToJson();
   if (call == "GET /_requests" || call == "DELETE /_requests") return log_.ToJson();
   if (call == "GET /_books" || call == "DELETE /_books") return files_.ToJson();
-  if (call == "GET /_orders") return OrdersJson();
-  if (request.method != "POST") throw Unknown{};
-  const Json instruction = Json::parse(request.body, nullptr, false);
-  if (instruction.is_discarded()) throw InvalidInstruction("The request's body is not JSON.");
-  if (request.path == "/_faults") return faults_.Arm(instruction);
-  if (request.path == "/_orders") return SetOrders(instruction);
-  if (request.path == "/_books") return files_.Replace(instruction);
-  throw Unknown{};
+  if (call == "GET /_orders") return OrdersToJson();
+  if (request.method != "POST") return std::nullopt;
+  const Json fields = Json::parse(request.body, nullptr, false);
+  if (fields.is_discarded()) throw InvalidControlRequest("The request's body is not JSON.");
+  if (request.path == "/_faults") return faults_.Arm(fields);
+  if (request.path == "/_orders") return SetOrders(fields);
+  if (request.path == "/_books") return files_.Replace(fields);
+  return std::nullopt;
 }
 
-Json Control::SetOrders(const Json& instruction) {
-  if (!instruction.is_object()) throw InvalidInstruction("An instruction is a JSON object.");
+Json Control::SetOrders(const Json& fields) {
+  if (!fields.is_object()) throw InvalidControlRequest("The request's body is not a JSON object.");
   {
     const std::lock_guard lock(shop_.mutex);
-    for (const auto& [name, value] : instruction.items()) {
+    for (const auto& [name, value] : fields.items()) {
       if (name == "pending_checks") {
         if (!value.is_number_integer() || value < 0 || value > kMaxPendingChecks) {
-          throw InvalidInstruction("\"pending_checks\" is an integer, 0 or more.");
+          throw InvalidControlRequest("\"pending_checks\" is an integer, 0 or more.");
         }
         shop_.orders.pending_checks = value.get<int>();
       } else if (name == "next_status") {
         if (value != "In Progress" && value != "Failure") {
-          throw InvalidInstruction("\"next_status\" is \"In Progress\" or \"Failure\".");
+          throw InvalidControlRequest("\"next_status\" is \"In Progress\" or \"Failure\".");
         }
         shop_.orders.next_status = value.get<std::string>();
       } else {
-        throw InvalidInstruction("Unknown field \"" + name +
-                                 "\"; there are pending_checks and next_status.");
+        throw InvalidControlRequest("Unknown field \"" + name +
+                                    "\"; there are pending_checks and next_status.");
       }
     }
   }
-  return OrdersJson();
+  return OrdersToJson();
 }
 
-Json Control::OrdersJson() {
+Json Control::OrdersToJson() {
   const std::lock_guard lock(shop_.mutex);
   Json json{{"pending_checks", shop_.orders.pending_checks}, {"orders", shop_.orders.ToJson()}};
   if (shop_.orders.next_status) json["next_status"] = *shop_.orders.next_status;

@@ -1,10 +1,12 @@
 #ifndef DEVSHOP_CONTROL_H_
 #define DEVSHOP_CONTROL_H_
 
+#include <optional>
 #include <string>
 
 #include "fault_injector.h"
 #include "file_server.h"
+#include "json.h"
 #include "request_log.h"
 #include "shop.h"
 
@@ -25,11 +27,12 @@ class Control {
   void Handle(const Request& request, Response& response);
 
  private:
-  /// The reason to refuse the request, with the response's status set; empty: granted.
+  /// The reason to refuse the request, with the response's status set; empty when it is granted.
   std::string CheckAccess(const Request& request, Response& response) const;
-  Json Dispatch(const Request& request);
-  Json SetOrders(const Json& instruction);
-  Json OrdersJson();
+  /// Empty when the path does not exist or does not have the method.
+  std::optional<Json> Dispatch(const Request& request);
+  Json SetOrders(const Json& fields);
+  Json OrdersToJson();
 
   Shop& shop_;
   FileServer& files_;

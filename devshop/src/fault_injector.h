@@ -8,15 +8,19 @@
 #include <string>
 
 #include "http_server.h"
+#include "json.h"
 #include "request_log.h"
 
 namespace devshop {
 
 /// A request to the control port is invalid. The message is one sentence that names the field.
-class InvalidInstruction : public std::runtime_error {
+class InvalidControlRequest : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+/// What a fault does to a request; README.md describes each.
+enum class FaultKind { kRefuse, kStatus, kBody, kHang, kSlow, kTruncate, kReset };
 
 /// Stands between the ports and their sites: logs each request and applies the first armed fault
 /// that matches its path. Thread-safe.
@@ -28,15 +32,16 @@ class FaultInjector {
   void Handle(const std::string& port, const HttpServer::Handler& site, const Request& request,
               Response& response);
 
-  /// Arms a fault, as README.md describes it; returns it as stored. Throws InvalidInstruction.
-  Json Arm(const Json& instruction);
+  /// Arms a fault, as README.md describes it; returns it as stored. Throws InvalidControlRequest.
+  Json Arm(const Json& fields);
   Json ToJson() const;
   void Clear();
 
  private:
   struct Fault {
     int id;
-    Json fields;  // of the instruction
+    FaultKind kind;
+    Json fields;  // as they were sent
     int left;     // how many more requests it applies to
     int skip;     // how many requests pass before that
     int delivered = 0;
@@ -44,8 +49,8 @@ class FaultInjector {
     Json ToJson() const;
   };
 
-  /// Counts one use of the fault that matches the path.
-  std::optional<Fault> Take(const std::string& path);
+  /// The fault to apply to a request for the path; counts it as used.
+  std::optional<Fault> UseMatching(const std::string& path);
   void CountDelivered(int id);
   void Apply(const Fault& fault, const HttpServer::Handler& site, const Request& request,
              Response& response);

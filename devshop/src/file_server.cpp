@@ -11,6 +11,9 @@
 
 #include "crypto.h"
 #include "fault_injector.h"
+#include "number.h"
+#include "timestamp.h"
+#include "url_encoding.h"
 
 namespace devshop {
 namespace {
@@ -165,14 +168,14 @@ void FileServer::ServeCover(const Request& request, Response& response) {
   Serve(*content, {}, ImageType(title->cover), request, response);
 }
 
-Json FileServer::Replace(const Json& instruction) {
-  if (!instruction.is_object()) throw InvalidInstruction("An instruction is a JSON object.");
-  const std::string ean = instruction.value("ean", "");
+Json FileServer::Replace(const Json& fields) {
+  if (!fields.is_object()) throw InvalidControlRequest("The request's body is not a JSON object.");
+  const std::string ean = fields.value("ean", "");
   const Title* title = shop_.catalogue().Find(ean);
-  if (title == nullptr) throw InvalidInstruction("No book has the \"ean\" \"" + ean + "\".");
+  if (title == nullptr) throw InvalidControlRequest("No book has the \"ean\" \"" + ean + "\".");
   ServeOptions options = OptionsFor(ean);
-  const unsigned revision = instruction.value("revision", 1U);
-  for (const auto& [name, value] : instruction.items()) {
+  const unsigned revision = fields.value("revision", 1U);
+  for (const auto& [name, value] : fields.items()) {
     if (name == "text") {
       options.bytes = std::make_shared<std::string>(value.get<std::string>());
       options.revision = Sha256Hex(*options.bytes).substr(0, 16);
@@ -189,19 +192,19 @@ Json FileServer::Replace(const Json& instruction) {
       options.validators = value.get<std::string>();
       if (options.validators != "strong" && options.validators != "date" &&
           options.validators != "none") {
-        throw InvalidInstruction("validators is strong, date or none.");
+        throw InvalidControlRequest("validators is strong, date or none.");
       }
     } else if (name != "ean" && name != "revision") {
-      throw InvalidInstruction("Unknown field \"" + name +
-                               "\"; there are ean, text, size_bytes, revision, ranges, chunked, "
-                               "validators (strong, date, none).");
+      throw InvalidControlRequest("Unknown field \"" + name +
+                                  "\"; there are ean, text, size_bytes, revision, ranges, chunked, "
+                                  "validators (strong, date, none).");
     }
   }
   {
     const std::lock_guard lock(mutex_);
     options_by_ean_[ean] = options;
   }
-  return BookJson(*title);
+  return BookToJson(*title);
 }
 
 void FileServer::Restore() {
@@ -209,7 +212,7 @@ void FileServer::Restore() {
   options_by_ean_.clear();
 }
 
-Json FileServer::BookJson(const Title& title) const {
+Json FileServer::BookToJson(const Title& title) const {
   Json json{{"ean", title.ean}, {"title", title.title}, {"file", title.file}, {"type", title.type}};
   const ServeOptions options = OptionsFor(title.ean);
   std::string bytes;
@@ -224,7 +227,7 @@ Json FileServer::BookJson(const Title& title) const {
 
 Json FileServer::ToJson() const {
   Json books = Json::array();
-  for (const Title& title : shop_.catalogue().titles()) books.push_back(BookJson(title));
+  for (const Title& title : shop_.catalogue().titles()) books.push_back(BookToJson(title));
   return {{"books", std::move(books)}};
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "http_message.h"
+#include "json.h"
 #include "shop.h"
 
 namespace devshop {
@@ -26,8 +27,8 @@ class FileServer {
 
   /// Replaces a book's bytes or changes how they are served:
   /// `{"ean", "text" | "size_bytes" and "revision", "ranges", "validators", "chunked"}`. Returns
-  /// what is served from then on. Throws InvalidInstruction.
-  Json Replace(const Json& instruction);
+  /// what is served from then on. Throws InvalidControlRequest.
+  Json Replace(const Json& fields);
   /// Undoes all of Replace.
   void Restore();
   /// Each title with its size, digest and entity tag, as served.
@@ -58,7 +59,7 @@ class FileServer {
   ServeOptions OptionsFor(const std::string& ean) const;
   std::optional<Content> OpenBook(const Title& title, const ServeOptions& options) const;
   bool IsCustomer(const std::string& ean, const std::string& token);
-  Json BookJson(const Title& title) const;
+  Json BookToJson(const Title& title) const;
 
   Shop& shop_;
   mutable std::mutex mutex_;

@@ -1,7 +1,8 @@
 #include "html.h"
 
+#include <boost/algorithm/string/replace.hpp>
+
 #include "hosts.h"
-#include "text.h"
 
 namespace devshop {
 namespace {
@@ -18,10 +19,20 @@ label { display: block; margin-top: 12px; font-weight: 600; }
 input, button { box-sizing: border-box; padding: 10px; font: inherit; }
 button { margin-top: 12px; }
 button.main { background: #23527c; color: #fff; }
-.wrong { color: #b3261e; margin: 4px 0 0; }
+.error { color: #b3261e; margin: 4px 0 0; }
 )";
 
 }  // namespace
+
+std::string EscapeHtml(std::string_view text) {
+  std::string escaped(text);
+  boost::algorithm::replace_all(escaped, "&", "&amp;");
+  boost::algorithm::replace_all(escaped, "<", "&lt;");
+  boost::algorithm::replace_all(escaped, ">", "&gt;");
+  boost::algorithm::replace_all(escaped, "\"", "&quot;");
+  boost::algorithm::replace_all(escaped, "'", "&#39;");
+  return escaped;
+}
 
 void ServePage(Response& response, const std::string& title, const std::string& content) {
   const std::string name = EscapeHtml(title);

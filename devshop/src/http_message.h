@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "text.h"
+#include "url_encoding.h"
 
 namespace devshop {
 

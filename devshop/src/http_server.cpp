@@ -14,6 +14,7 @@
 #include "asio.h"
 #include "connection.h"
 #include "start_error.h"
+#include "url_encoding.h"
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
@@ -300,9 +301,9 @@ int HttpServer::Listen(int port, const std::string& option, SSL_CTX* tls, Handle
     SSL_CTX_up_ref(tls);
     served.tls.emplace(tls);
   }
-  const int bound = acceptor.local_endpoint().port();
+  const int listening_port = acceptor.local_endpoint().port();
   asio::co_spawn(impl_->io, Accept(impl_->io, std::move(acceptor), served), asio::detached);
-  return bound;
+  return listening_port;
 }
 
 void HttpServer::Run() {

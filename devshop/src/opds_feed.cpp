@@ -7,6 +7,10 @@
 #include <utility>
 
 #include "hosts.h"
+#include "money.h"
+#include "number.h"
+#include "timestamp.h"
+#include "url_encoding.h"
 
 namespace devshop {
 namespace {
@@ -47,7 +51,7 @@ void AddAcquisition(pugi::xml_node entry, const Title& title) {
                          {{"rel", kOpds + "acquisition/buy"},
                           {"href", kShopUrl + kProductPath + PercentEncode(title.ean)},
                           {"type", "text/html"}});
-  AddElement(link, "opds:price", FormatCents(title.price_cents),
+  AddElement(link, "opds:price", FormatAmount(title.price_hundredths),
              {{"currencycode", title.currency}});
   auto got = AddElement(link, "opds:indirectAcquisition", "", {{"type", title.BareType()}});
   if (title.type == kTicketType) {

@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <map>
 #include <string>
 
@@ -12,6 +13,10 @@ std::filesystem::path ShareDirectory() {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
   return (program.parent_path() / ".." / "share" / "quire").lexically_normal();
+}
+
+void PrintUsageError(const std::string& error) {
+  std::cerr << "quire-devshop: " + error + "; quire-devshop --help lists the options.\n";
 }
 
 }  // namespace
@@ -55,8 +60,13 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
 
   try {
     app.parse(argc, argv);
+  } catch (const CLI::ExtrasError&) {
+    *exit_code = 2;
+    PrintUsageError("There is no option or argument " + app.remaining().front());
+    return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    *exit_code = app.exit(error) == 0 ? 0 : 2;
+    *exit_code = error.get_exit_code() == 0 ? app.exit(error) : 2;
+    if (*exit_code != 0) PrintUsageError(error.what());
     return std::nullopt;
   }
   return options;

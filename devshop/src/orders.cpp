@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "crypto.h"
+#include "timestamp.h"
 
 namespace devshop {
 namespace {
@@ -18,10 +19,10 @@ NLOHMANN_JSON_SERIALIZE_ENUM(Order::Payment, {{Order::Payment::kNone, "none"},
                                               {Order::Payment::kApproved, "approved"},
                                               {Order::Payment::kCancelled, "cancelled"}})
 
-long Order::AmountCents(const Catalogue& catalogue) const {
+long Order::AmountHundredths(const Catalogue& catalogue) const {
   long amount = 0;
   for (const auto& ean : eans) {
-    if (const Title* title = catalogue.Find(ean)) amount += title->price_cents;
+    if (const Title* title = catalogue.Find(ean)) amount += title->price_hundredths;
   }
   return amount;
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "catalogue.h"
-#include "text.h"
+#include "json.h"
 
 namespace devshop {
 
@@ -32,7 +32,7 @@ struct Order {
   int checks = 0;             ///< of the payment's state, since the commit
   std::string placed;         ///< when it was submitted; empty before
 
-  long AmountCents(const Catalogue& catalogue) const;
+  long AmountHundredths(const Catalogue& catalogue) const;
 };
 
 /// All orders. Not thread-safe: the caller locks Shop::mutex.

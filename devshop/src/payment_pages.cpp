@@ -7,11 +7,14 @@
 #include <string>
 
 #include "html.h"
+#include "money.h"
+#include "timestamp.h"
+#include "url_encoding.h"
 
 namespace devshop {
 namespace {
 
-using Wrong = std::map<std::string, std::string>;  // the mistakes by field name
+using FieldErrors = std::map<std::string, std::string>;  // messages by field name
 
 constexpr std::size_t kMaxExpiry_characters = 40;
 
@@ -21,8 +24,8 @@ std::string StripGrouping(std::string text) {
   return text;
 }
 
-bool IsDigits(const std::string& text, std::size_t least, std::size_t most) {
-  return text.size() >= least && text.size() <= most &&
+bool IsDigits(const std::string& text, std::size_t min, std::size_t max) {
+  return text.size() >= min && text.size() <= max &&
          text.find_first_not_of("0123456789") == std::string::npos;
 }
 
@@ -36,7 +39,8 @@ bool PassesLuhn(const std::string& digits) {
   return sum % 10 == 0;
 }
 
-/// The mistake in `M/YY`, `MM/YY` or with a year of four digits, blanks around each; empty: none.
+/// The error in `M/YY`, `MM/YY` or with a year of four digits, with blanks allowed around each
+/// part; empty when there is none.
 std::string CheckExpiry(const std::string& text) {
   static const std::regex pattern(R"(\s*(0?[1-9]|1[0-2])\s*/\s*(?:20)?([0-9]{2})\s*)");
   std::smatch parts;
@@ -49,21 +53,21 @@ std::string CheckExpiry(const std::string& text) {
   return expired ? "This card has expired." : "";
 }
 
-Wrong CheckCard(const Fields& form) {
-  Wrong wrong;
+FieldErrors CheckCard(const Fields& form) {
+  FieldErrors errors;
   const auto number = StripGrouping(GetField(form, "card_number"));
   if (GetField(form, "card_holder").find_first_not_of(' ') == std::string::npos) {
-    wrong["card_holder"] = "Enter the name on the card.";
+    errors["card_holder"] = "Enter the name on the card.";
   }
   if (!IsDigits(number, 12, 19)) {
-    wrong["card_number"] = "Enter the 12 to 19 digits of the card number.";
+    errors["card_number"] = "Enter the 12 to 19 digits of the card number.";
   } else if (!PassesLuhn(number)) {
-    wrong["card_number"] = "This is not a card number; please check the digits.";
+    errors["card_number"] = "This is not a card number; please check the digits.";
   }
   const auto expiry = CheckExpiry(GetField(form, "card_expiry"));
-  if (!expiry.empty()) wrong["card_expiry"] = expiry;
-  if (!IsDigits(GetField(form, "card_cvc"), 3, 4)) wrong["card_cvc"] = "Enter the 3 or 4 digits.";
-  return wrong;
+  if (!expiry.empty()) errors["card_expiry"] = expiry;
+  if (!IsDigits(GetField(form, "card_cvc"), 3, 4)) errors["card_cvc"] = "Enter the 3 or 4 digits.";
+  return errors;
 }
 
 /// An input of the card form.
@@ -80,15 +84,15 @@ const Input kInputs[] = {
     {"card_expiry", "Valid until", R"(autocomplete="cc-exp" placeholder="MM/YY" maxlength="9")"},
     {"card_cvc", "CVC", R"(autocomplete="cc-csc" inputmode="numeric" maxlength="4")"}};
 
-std::string InputHtml(const Input& input, const Fields& typed, const Wrong& wrong) {
+std::string InputHtml(const Input& input, const Fields& typed, const FieldErrors& errors) {
   const auto& name = input.name;
-  const auto found = wrong.find(name);
+  const auto found = errors.find(name);
   const std::string value = name == "card_cvc" ? "" : EscapeHtml(GetField(typed, name));
   std::string html = "<label for=\"" + name + "\">" + input.label + "</label>\n<input id=\"" +
                      name + "\" name=\"" + name + "\" value=\"" + value + "\" " + input.attributes;
-  if (found == wrong.end()) return html + ">\n";
+  if (found == errors.end()) return html + ">\n";
   return html + " aria-invalid=\"true\" aria-describedby=\"" + name +
-         "_wrong\">\n<p class=\"wrong\" id=\"" + name + "_wrong\">" + found->second + "</p>\n";
+         "_error\">\n<p class=\"error\" id=\"" + name + "_error\">" + found->second + "</p>\n";
 }
 
 void ServeSettled(const Order& order, Response& response) {
@@ -101,7 +105,7 @@ void ServeSettled(const Order& order, Response& response) {
 }
 
 void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typed,
-               const Wrong& wrong, Response& response) {
+               const FieldErrors& errors, Response& response) {
   const bool by_card = order.pay_method == "CCARD";
   std::string rows, currency, inputs;
   for (const auto& ean : order.eans) {
@@ -109,12 +113,12 @@ void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typ
     if (book == nullptr) continue;
     currency = book->currency;
     rows += "<tr><td>" + EscapeHtml(book->title) + " <small>" + EscapeHtml(book->author) +
-            "</small></td><td>" + EscapeHtml(FormatPrice(book->price_cents, currency)) +
+            "</small></td><td>" + EscapeHtml(FormatPrice(book->price_hundredths, currency)) +
             "</td></tr>\n";
   }
-  const std::string amount = EscapeHtml(FormatPrice(order.AmountCents(catalogue), currency));
+  const std::string amount = EscapeHtml(FormatPrice(order.AmountHundredths(catalogue), currency));
   if (by_card) {
-    for (const Input& input : kInputs) inputs += InputHtml(input, typed, wrong);
+    for (const Input& input : kInputs) inputs += InputHtml(input, typed, errors);
   } else {
     inputs = "<p>Your wallet account<br>\n" + EscapeHtml(order.email) +
              "<br>\nApprove in your wallet account, and the shop gets " + amount +
@@ -129,14 +133,15 @@ void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typ
                 "<p><small>Development shop: no money moves.</small></p>\n");
 }
 
-void Decide(Shop& shop, Order& order, const Request& request, Response& response) {
+void SettlePayment(Shop& shop, Order& order, const Request& request, Response& response) {
   const std::string decision = GetField(request.form, "decision");
   if (order.payment == Order::Payment::kOpen) {
     const bool approved = decision == "approve";
-    const Wrong wrong = approved && order.pay_method == "CCARD" ? CheckCard(request.form) : Wrong{};
-    if ((!approved && decision != "cancel") || !wrong.empty()) {
+    const FieldErrors errors =
+        approved && order.pay_method == "CCARD" ? CheckCard(request.form) : FieldErrors{};
+    if ((!approved && decision != "cancel") || !errors.empty()) {
       response.status = 422;
-      return ServeForm(shop.catalogue(), order, request.form, wrong, response);
+      return ServeForm(shop.catalogue(), order, request.form, errors, response);
     }
     order.payment = approved ? Order::Payment::kApproved : Order::Payment::kCancelled;
     shop.Save();
@@ -157,7 +162,7 @@ void ServePayment(Shop& shop, const Request& request, Response& response) {
               "<p>This payment does not exist, or was started again. Please return to the shop's "
               "application.</p>\n");
   } else if (request.method == "POST") {
-    Decide(shop, *order, request, response);
+    SettlePayment(shop, *order, request, response);
   } else if (order->payment != Order::Payment::kOpen) {
     ServeSettled(*order, response);
   } else {

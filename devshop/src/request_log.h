@@ -6,6 +6,7 @@
 #include <string>
 
 #include "http_message.h"
+#include "json.h"
 
 namespace devshop {
 

@@ -1,13 +1,13 @@
 #include "shop.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 
+#include "atomic_file.h"
 #include "crypto.h"
+#include "json.h"
 #include "start_error.h"
 
 namespace devshop {
@@ -20,16 +20,6 @@ Json ReadJson(const std::filesystem::path& path) {
                      "); name a readable file with --accounts.");
   }
   return Json::parse(file, nullptr, false);
-}
-
-/// Replaces the file atomically.
-bool ReplaceFile(const std::filesystem::path& path, const std::string& text) {
-  const auto temp_file = path.string() + ".new";
-  const int fd = open(temp_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (fd < 0) return false;
-  const bool written =
-      write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()) && fsync(fd) == 0;
-  return close(fd) == 0 && written && rename(temp_file.c_str(), path.c_str()) == 0;
 }
 
 }  // namespace
@@ -56,9 +46,9 @@ void Shop::Save() const {
   if (state_file_.empty()) return;
   const Json state{
       {"accounts", accounts.ToJson()}, {"orders", orders.ToJson()}, {"linkSecret", link_secret_}};
-  if (!ReplaceFile(state_file_, ToString(state))) {
-    std::cerr << "Cannot save the shop's state in " + state_file_.string() + " (" +
-                     std::strerror(errno) + "); it is lost when the shop closes.\n";
+  if (const auto error = WriteFileAtomically(state_file_, ToString(state))) {
+    std::cerr << "quire-devshop: Cannot save the shop's state in " + state_file_.string() + " (" +
+                     error.message() + "); it is lost when the shop closes.\n";
   }
 }
 

@@ -2,9 +2,11 @@
 
 #include "hosts.h"
 #include "html.h"
+#include "money.h"
 #include "opds_feed.h"
 #include "payment_pages.h"
 #include "store_api.h"
+#include "url_encoding.h"
 
 namespace devshop {
 namespace {
@@ -21,7 +23,7 @@ void ServeHome(const Catalogue& catalogue, Response& response) {
 void ServeProduct(const Title& title, Response& response) {
   ServePage(response, title.title,
             "<p>" + EscapeHtml(title.author) + "</p>\n<p>" + EscapeHtml(title.summary) +
-                "</p>\n<p>" + EscapeHtml(FormatPrice(title.price_cents, title.currency)) +
+                "</p>\n<p>" + EscapeHtml(FormatPrice(title.price_hundredths, title.currency)) +
                 (title.out_of_sale ? ", no longer for sale" : "") + "</p>\n");
 }
 

@@ -9,6 +9,9 @@
 
 #include "crypto.h"
 #include "hosts.h"
+#include "money.h"
+#include "timestamp.h"
+#include "url_encoding.h"
 
 namespace devshop {
 namespace {
@@ -23,12 +26,12 @@ class Refusal : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-Json ItemJson(const Title& title) {
+Json ItemToJson(const Title& title) {
   Json json{
       {"orderItemEAN", title.ean},
       {"orderItemTitle", title.title},
       {"orderItemAuthor", title.author},
-      {"orderItemPrice", FormatCents(title.price_cents)},
+      {"orderItemPrice", FormatAmount(title.price_hundredths)},
       {"currency", title.currency},
       {"orderItemQuantity", "1"},
       {"orderItemIsEbook", "true"},
@@ -116,10 +119,10 @@ Json GetUserData(Shop& shop, const Fields& form) {
   return Customer(shop, form).profile;
 }
 
-Json BoughtItemJson(const Shop& shop, const Account& account, const BoughtBook& book) {
+Json BoughtItemToJson(const Shop& shop, const Account& account, const BoughtBook& book) {
   const Title* title = shop.catalogue().Find(book.ean);
   if (title == nullptr) return {{"orderItemEAN", book.ean}};
-  Json json = ItemJson(*title);
+  Json json = ItemToJson(*title);
   json["orderItemDate"] = book.date;
   json["orderId"] = book.order_id;
   json["orderItemEbookLink"] = kShopUrl + "/files/" + shop.LinkToken(account, book.ean) + "/" +
@@ -130,7 +133,8 @@ Json BoughtItemJson(const Shop& shop, const Account& account, const BoughtBook& 
 Json GetUserEbook(Shop& shop, const Fields& form) {
   const Account& account = Customer(shop, form);
   Json books = Json::array();
-  for (const BoughtBook& book : account.books) books.push_back(BoughtItemJson(shop, account, book));
+  for (const BoughtBook& book : account.books)
+    books.push_back(BoughtItemToJson(shop, account, book));
   return books;
 }
 
@@ -159,7 +163,7 @@ Json GetCart(Shop& shop, const Fields& form) {
   for (const auto& ean : cart.eans) {
     const Title* title = shop.catalogue().Find(ean);
     if (title == nullptr) continue;
-    items.push_back(ItemJson(*title));
+    items.push_back(ItemToJson(*title));
     items.back()["orderItemId"] = cart.id + "-" + std::to_string(items.size());
   }
   return {{"orderItems", std::move(items)},
@@ -168,7 +172,7 @@ Json GetCart(Shop& shop, const Fields& form) {
            {{"orderId", cart.id},
             {"userID", account.profile.value("userId", "")},
             {"lastUpdated", cart.last_updated},
-            {"orderAmount", FormatCents(cart.AmountCents(shop.catalogue()))}}}};
+            {"orderAmount", FormatAmount(cart.AmountHundredths(shop.catalogue()))}}}};
 }
 
 Json CommitOrder(Shop& shop, const Fields& form) {
@@ -214,13 +218,13 @@ Json SubmitOrder(Shop& shop, const Fields& form) {
   }
   Json positions = Json::array();
   for (const auto& ean : order.eans) {
-    positions.push_back(BoughtItemJson(shop, account, {ean, order.placed, order.id}));
+    positions.push_back(BoughtItemToJson(shop, account, {ean, order.placed, order.id}));
   }
   return {{"order",
            {{"orderId", order.id},
             {"orderDatePlaced", order.placed},
             {"userID", account.profile.value("userId", "")},
-            {"orderAmount", FormatCents(order.AmountCents(shop.catalogue()))},
+            {"orderAmount", FormatAmount(order.AmountHundredths(shop.catalogue()))},
             {"paymethod", order.pay_method}}},
           {"positions", std::move(positions)}};
 }
@@ -250,7 +254,7 @@ Json Answer(Shop& shop, Call call, const Fields& form) {
 
 }  // namespace
 
-Json RefusalJson(const std::string& path, const std::string& text) {
+Json RefusalToJson(const std::string& path, const std::string& text) {
   // Compatibility: clients of this call expect another spelling of the key.
   const bool other_key = path == kApiPath + "/getUserEbook";
   return {{"error", "true"}, {"response", {{other_key ? "errorMsg" : "ErrorMsg", text}}}};
@@ -266,7 +270,7 @@ void ServeStoreApi(Shop& shop, const Request& request, Response& response) {
   try {
     json = Answer(shop, call->second, request.form);
   } catch (const Refusal& refused) {
-    json = RefusalJson(request.path, refused.what());
+    json = RefusalToJson(request.path, refused.what());
   }
   response.SetHeader("Cache-Control", "no-store");
   response.SetContent(ToString(json), "application/json");

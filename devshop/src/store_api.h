@@ -4,6 +4,7 @@
 #include <string>
 
 #include "http_message.h"
+#include "json.h"
 #include "shop.h"
 
 namespace devshop {
@@ -12,7 +13,7 @@ namespace devshop {
 void ServeStoreApi(Shop& shop, const Request& request, Response& response);
 
 /// The body of a refused call, sent with status 200; `text` is for the customer.
-Json RefusalJson(const std::string& path, const std::string& text);
+Json RefusalToJson(const std::string& path, const std::string& text);
 
 }  // namespace devshop
 

@@ -50,7 +50,7 @@ TEST_F(DevshopFiles, ServesExactRanges) {
 
 TEST_F(DevshopFiles, SendsWholeBookWhenIfRangeDiffers) {
   const std::string etag = whole_.get_header_value("ETag");
-  ASSERT_EQ(etag.front(), '"') << "a weak tag would be no use for ranges";
+  ASSERT_EQ(etag.front(), '"') << "ranges need a strong tag";
   const auto tail = [&](const std::string& condition) {
     return Get({{"Range", "bytes=7-"}, {"If-Range", condition}}).status;
   };

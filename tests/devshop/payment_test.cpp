@@ -31,7 +31,7 @@ class DevshopPayment : public RunningShop {
   std::string Check() { return Call("/checkOrder", Ids())["response"]["paymentStatus"]; }
   Json Submit() { return Call("/submitOrder", Ids()); }
   httplib::Response Post(const Fields& fields) {
-    return *ShopClient().Post(page_, Encode(fields), "application/x-www-form-urlencoded");
+    return *ShopClient().Post(page_, ToParams(fields));
   }
   std::size_t BoughtBooks() {
     return Call("/getUserEbook", {{"opdsSessionId", session_}})["response"].size();
@@ -120,7 +120,7 @@ TEST_F(DevshopPayment, RefusesIncompleteOrder) {
 
 TEST_F(DevshopPayment, ReportsCardErrorsBesideTheirFields) {
   CommitOrder(kByCard);
-  const auto ExpectWrong = [&](const std::string& name, const std::string& value) {
+  const auto ExpectError = [&](const std::string& name, const std::string& value) {
     Fields fields = GoodCard();
     for (auto& field : fields) {
       if (field.first == name) field.second = value;
@@ -128,23 +128,23 @@ TEST_F(DevshopPayment, ReportsCardErrorsBesideTheirFields) {
     const auto page = Post(fields);
     EXPECT_EQ(page.status, 422) << name << " " << value;
     for (const auto& [other, typed] : fields) {
-      EXPECT_EQ(page.body.find("id=\"" + other + "_wrong\"") != std::string::npos, other == name)
+      EXPECT_EQ(page.body.find("id=\"" + other + "_error\"") != std::string::npos, other == name)
           << name << "=" << value << " reported at " << other;
     }
     return page.body;
   };
   for (const char* number : {"", "4111111111111112", "41111111112", "4111x11111111111"}) {
-    ExpectWrong("card_number", number);
+    ExpectError("card_number", number);
   }
   for (const char* expiry : {"", "13/99", "00/99", "1299", "01/20", "12/2020"}) {
-    ExpectWrong("card_expiry", expiry);
+    ExpectError("card_expiry", expiry);
   }
-  ExpectWrong("card_expiry", std::string(60'000, ' '));
-  ExpectWrong("card_expiry", std::string(60'000, '1') + "/99");
-  for (const char* cvc : {"", "12", "12a", "12345"}) ExpectWrong("card_cvc", cvc);
-  ExpectWrong("card_holder", "  ");
+  ExpectError("card_expiry", std::string(60'000, ' '));
+  ExpectError("card_expiry", std::string(60'000, '1') + "/99");
+  for (const char* cvc : {"", "12", "12a", "12345"}) ExpectError("card_cvc", cvc);
+  ExpectError("card_holder", "  ");
 
-  const std::string page = ExpectWrong("card_number", "\"><script>alert(1)</script>");
+  const std::string page = ExpectError("card_number", "\"><script>alert(1)</script>");
   EXPECT_EQ(page.find("<script>"), std::string::npos);
   EXPECT_NE(page.find("value=\"Anna Möller\""), std::string::npos) << "what was typed is kept";
   EXPECT_EQ(page.find("value=\"123\""), std::string::npos) << "but the CVC";

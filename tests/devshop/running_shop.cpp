@@ -37,13 +37,8 @@ void WriteBooks(const TemporaryDirectory& directory) {
 
 }  // namespace
 
-std::string Encode(const Fields& fields) {
-  std::string text;
-  for (const auto& [name, value] : fields) {
-    text += (text.empty() ? "" : "&") + httplib::detail::encode_query_param(name) + "=" +
-            httplib::detail::encode_query_param(value);
-  }
-  return text;
+httplib::Params ToParams(const Fields& fields) {
+  return {fields.begin(), fields.end()};
 }
 
 Fields CartForm(const std::string& session, const Fields& quantities) {
@@ -83,10 +78,11 @@ httplib::Response RunningShop::Get(const std::string& path, const httplib::Heade
   return answer ? *answer : httplib::Response();
 }
 
-Json RunningShop::Call(const std::string& name, Fields form) {
-  if (Encode(form).find("storeId=") == std::string::npos) form.emplace_back("storeId", "4711");
-  const auto answer =
-      ShopClient().Post(kApi + name, Encode(form), "application/x-www-form-urlencoded");
+Json RunningShop::Call(const std::string& name, const Fields& form) {
+  httplib::Params params = ToParams(form);
+  if (!params.contains("storeId") && !params.contains(" storeId"))
+    params.emplace("storeId", "4711");
+  const auto answer = ShopClient().Post(kApi + name, params);
   if (!answer || answer->status != 200) throw std::runtime_error(name + " was not answered");
   return Json::parse(answer->body);
 }

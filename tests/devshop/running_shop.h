@@ -18,8 +18,8 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 inline const std::string kApi = "/webapp/wcs/stores/servlet";
 inline const std::string kAnna = "anna@quire.example";
 
-/// `name=value` pairs, percent-encoded and joined by `&`.
-std::string Encode(const Fields& fields);
+/// The fields as the client takes them.
+httplib::Params ToParams(const Fields& fields);
 
 /// The form that puts these EANs, with their quantities, into the session's cart.
 Fields CartForm(const std::string& session, const Fields& quantities);
@@ -40,7 +40,7 @@ class RunningShop : public testing::Test {
   httplib::Response Get(const std::string& path, const httplib::Headers& headers = {}) const;
 
   /// Calls the store API; adds "storeId" unless given. Throws std::runtime_error.
-  Json Call(const std::string& name, Fields form);
+  Json Call(const std::string& name, const Fields& form);
   /// The message of a refused call; empty when the call succeeds.
   std::string Refusal(const std::string& name, const Fields& form);
   std::string LogIn(const std::string& user = kAnna);

@@ -12,7 +12,7 @@ TEST_F(DevshopStoreApi, RefusesWithStatus200AndText) {
   EXPECT_FALSE(wrong_password.empty());
   EXPECT_EQ(Refusal("/login", {{"username", "nobody@quire.example"}, {"password", "secret"}}),
             wrong_password)
-      << "who has an account is nobody's business";
+      << "a stranger must not learn who has an account";
   const Fields other_store{{"username", kAnna}, {"password", "secret"}, {"storeId", "1"}};
   EXPECT_NE(Refusal("/login", other_store), "");
 

@@ -50,7 +50,7 @@ epubs() { # <books>
     expect "$file's author" "$(element creator <<<"$package")" "$author"
     expect "$file's language" "$(element language <<<"$package")" "$language"
   done
-  # Only the quick compiler: the machine lives for seconds.
+  # The options shorten the start of the Java machine.
   java -XX:TieredStopAtLevel=1 -XX:+UseSerialGC -cp /usr/share/java/bsh.jar:/usr/share/java/epubcheck.jar \
     bsh.Interpreter "$here/check_epubs.bsh" "$books"/*.epub || fail "not every EPUB is valid"
 }
