@@ -32,11 +32,11 @@ std::string SerializeStyledJson(const Json::Value& value);
 const Json::Value* FindMember(const Json::Value& value, std::string_view key);
 
 /// The member `key`; a null value when there is none. Valid as long as `value` is.
-const Json::Value& Member(const Json::Value& value, std::string_view key);
+const Json::Value& GetMember(const Json::Value& value, std::string_view key);
 
 /// The integer that a reader read; nothing for every other type, for a number above the signed
 /// 64-bit range, and for a small unsigned value, which parsing never produces.
-std::optional<std::int64_t> SignedInteger(const Json::Value& value);
+std::optional<std::int64_t> GetInt64(const Json::Value& value);
 
 /// The string that jsoncpp converts a value to, real numbers included; empty for an array or an
 /// object.

@@ -25,8 +25,8 @@ constexpr char kSigningData[] = "Tw3kH-pL";
 void LogTransportError(const ServerCall& call) {
   const std::string function =
       std::string(call.return_type) + " saltmoor::quire::ServerApi::" + call.signature;
-  LogFailedCondition({"quire_store/src/data/server_api", call.log_line, function.c_str()},
-                     "0 == err", call.returned);
+  LogEarlyReturn({"quire_store/src/data/server_api", call.log_line, function.c_str()}, "0 == err",
+                 call.returned);
 }
 
 // Performs a request and reads its answer; nothing when there is none with status 200.
@@ -78,10 +78,10 @@ class StoreRequest {
   Answer Send() {
     const auto json = Perform(request_, call_, failure_);
     if (!json) return {ServerApi::Result(ServerApi::kFailed), {}};
-    const Json::Value& response = Member(*json, "response");
+    const Json::Value& response = GetMember(*json, "response");
     // Compatibility: only true, as a string or a boolean, is a refusal.
-    if (ToString(Member(*json, "error")) == "true") {
-      *failure_ = {Failure::kRefused, 0, 0, ToString(Member(response, call_.error_text_key))};
+    if (ToString(GetMember(*json, "error")) == "true") {
+      *failure_ = {Failure::kRefused, 0, 0, ToString(GetMember(response, call_.error_text_key))};
       return {{ServerApi::kFailed, failure_->message}, {}};
     }
     if (call_.answers_with_list && !response.isArray()) failure_->kind = Failure::kUnreadableAnswer;
@@ -120,7 +120,7 @@ ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& p
                           .With("storeId", config_[SwitchboardConfig::kStoreId])
                           .Send();
   // Compatibility: an answer without a session is a success.
-  if (answer.ok()) session_id_ = ToString(Member(answer.response, "opdsSessionId"));
+  if (answer.ok()) session_id_ = ToString(GetMember(answer.response, "opdsSessionId"));
   return answer.result;
 }
 
@@ -150,7 +150,7 @@ ServerApi::Result ServerApi::Register(const std::string& email, const std::strin
                     .With("lastname", lastname)
                     .With("title", title)
                     .Send();
-  if (answer.ok()) answer.result.message_ = ToString(Member(answer.response, "successMsg"));
+  if (answer.ok()) answer.result.message_ = ToString(GetMember(answer.response, "successMsg"));
   return answer.result;
 }
 
@@ -173,7 +173,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddToCart(const std::strin
                           .With("ean_0", ean)
                           .With("quantity_0", quantity)
                           .Send();
-  return {answer.result, ToString(Member(answer.response, "orderId"))};
+  return {answer.result, ToString(GetMember(answer.response, "orderId"))};
 }
 
 std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
@@ -186,7 +186,7 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
     request.With("ean_" + number, ean).With("quantity_" + number, quantity);
   }
   const auto answer = request.Send();
-  return {answer.result, ToString(Member(answer.response, "orderId"))};
+  return {answer.result, ToString(GetMember(answer.response, "orderId"))};
 }
 
 std::tuple<ServerApi::Result, ChekResult> ServerApi::CheckOrder(const std::string& order_id) {
@@ -213,8 +213,8 @@ ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string&
   }
   const auto answer = request.Send();
   // Compatibility: the URL alone is converted by jsoncpp.
-  return {answer.result, ToString(Member(answer.response, "status")),
-          ConvertToString(Member(answer.response, "url"))};
+  return {answer.result, ToString(GetMember(answer.response, "status")),
+          ConvertToString(GetMember(answer.response, "url"))};
 }
 
 std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
