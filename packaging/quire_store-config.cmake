@@ -1,7 +1,7 @@
 # quire_store: the store library as the imported target quire_store::quire_store_lib.
 include(CMakeFindDependencyMacro)
-find_dependency(jsoncpp)
-find_dependency(Boost)
+find_dependency(jsoncpp 1.9)
+find_dependency(Boost 1.74)
 
 include(${CMAKE_CURRENT_LIST_DIR}/quire_store-contract.cmake)
 
