@@ -29,7 +29,7 @@ constexpr KindMessage kKindMessages[] = {
     {Failure::kNetwork, kUnreachable, "the server cannot be reached",
      "Check the network and try again."},
     {Failure::kHttpStatus, kUnreachable, "", "Try again later."},
-    {Failure::kUnreadableAnswer, kUnreachable, "the server's answer is unreadable",
+    {Failure::kUnreadableResponse, kUnreachable, "the server's answer is unreadable",
      "Try again later."},
     {Failure::kRefused, kFailed, "the shop refused", ""},
     {Failure::kNoPaymentPage, kFailed, "the shop named no payment page", "Try again later."},

@@ -13,7 +13,7 @@ namespace saltmoor::quire {
 
 /// The shopping cart: the books to buy, in the order added, and the header that the server
 /// assigned. It is stored in "/mnt/ext1/system/config/quire_cart", in the JSON form of the server's
-/// answers.
+/// responses.
 ///
 /// A value type, not thread-safe. Books are identified by their EAN; a missing EAN counts as the
 /// empty one. No operation reports failure or throws for any content.

@@ -19,7 +19,7 @@ class QUIRE_EXPORT ChekResult {
     kSuccess = 3,     ///< paid: the order can be submitted
   };
 
-  /// Reads the state from the shop's answer. A missing or unknown state is kFailure.
+  /// Reads the state from the shop's response. A missing or unknown state is kFailure.
   void FromJson(const Json::Value& json);
 
   Status status;  ///< unspecified before FromJson and after a failed call
