@@ -20,9 +20,9 @@ std::string Visited(const std::string& url) {
          url + "]";
 }
 
-class AuthSession : public FakeDeviceFixture {};
+class AuthTest : public FakeDeviceFixture {};
 
-TEST_F(AuthSession, SelectsBrowserArgumentsByPayMethod) {
+TEST_F(AuthTest, SelectsBrowserArgumentsByPayMethod) {
   const std::tuple<const char*, bool, std::string> rows[] = {
       {"PAYPAL", true, " --paypal -img /tmp/quire_browser_logo.bmp"},
       {"PAYPAL", false, " --paypal"},
@@ -32,29 +32,29 @@ TEST_F(AuthSession, SelectsBrowserArgumentsByPayMethod) {
       {"", true, ""}};
   for (const auto& [method, has_logo, arguments] : rows) {
     device.has_logo = has_logo;
-    device.ClearJournal();
+    device.ClearCalls();
     Auth().Run("https://pay/", method);
     const bool saved = has_logo && method == std::string("PAYPAL");
-    EXPECT_EQ(device.Journal({"browser", "resource", "bitmap"}),
+    EXPECT_EQ(device.Calls({"browser", "resource", "bitmap"}),
               (Lines{"browser session quire", "resource browser_quire"} +
                (saved ? Lines{"bitmap /tmp/quire_browser_logo.bmp"} : Lines()) +
                Lines{"browser run /ebrmain/bin/browser.app" + arguments + " https://pay/"}));
   }
 }
 
-TEST_F(AuthSession, LogsEveryResultExceptMinusOne) {
+TEST_F(AuthTest, LogsEveryResultExceptMinusOne) {
   for (const int result : {0, 1, -2}) {
-    device.ClearJournal();
+    device.ClearCalls();
     device.browser.result = result;
     EXPECT_EQ(Auth().Run("https://pay/", "CCARD"), result);
-    EXPECT_EQ(device.Journal({"log"}),
+    EXPECT_EQ(device.Calls({"log"}),
               Lines{"log 2 quire_store/src/data/auth:40" + kRunLog + "err:[" +
                     std::to_string(result) + "] Authorize - failed"});
   }
 }
 
 // With a result of -1 the log shows whether the payment counted as a success.
-TEST_F(AuthSession, EndsAtReturnMarkerAndReadsStatus) {
+TEST_F(AuthTest, EndsAtReturnMarkerAndReadsStatus) {
   const std::string other = "https://pay/next?%s%n=100%";
   const std::tuple<std::string, bool, bool> rows[] = {
       {kReturnPage + "success", true, true},
@@ -72,27 +72,27 @@ TEST_F(AuthSession, EndsAtReturnMarkerAndReadsStatus) {
   device.browser.result = -1;
   for (const auto& [url, ends, success] : rows) {
     SCOPED_TRACE(url);
-    device.ClearJournal();
+    device.ClearCalls();
     device.browser.visits = {other, url, other};
     EXPECT_EQ(Auth().Run("https://pay/", "PAYPAL"), -1);
-    EXPECT_EQ(device.Journal({"log"}),
+    EXPECT_EQ(device.Calls({"log"}),
               (Lines{Visited(other), Visited(url)} + (ends ? Lines() : Lines{Visited(other)}) +
                (success ? Lines() : Lines{kFailedToLogIn})));
   }
 }
 
-TEST_F(AuthSession, ResetsSuccessOnSecondRun) {
+TEST_F(AuthTest, ResetsSuccessOnSecondRun) {
   Auth auth;
   device.browser.result = -1;
   device.browser.visits = {kReturnPage + "success"};
   auth.Run("https://pay/", "PAYPAL");
-  EXPECT_EQ(device.Journal({"log 2"}), Lines());
+  EXPECT_EQ(device.Calls({"log 2"}), Lines());
   device.browser.visits = {};
   auth.Run("https://pay/", "PAYPAL");
-  EXPECT_EQ(device.Journal({"log 2"}), Lines{kFailedToLogIn});
+  EXPECT_EQ(device.Calls({"log 2"}), Lines{kFailedToLogIn});
 }
 
-TEST_F(AuthSession, RunsUntilEndedFromAnotherThread) {
+TEST_F(AuthTest, RunsUntilEndedFromAnotherThread) {
   Auth auth;
   EXPECT_FALSE(auth.IsRunning());
   device.browser.stays_open = true;
@@ -104,10 +104,10 @@ TEST_F(AuthSession, RunsUntilEndedFromAnotherThread) {
   auth.UrlChanged(kReturnPage + "cancel");
   EXPECT_FALSE(auth.IsRunning());
   payment.join();
-  EXPECT_EQ(device.Journal({"browser focus"}).size(), 1u);
+  EXPECT_EQ(device.Calls({"browser focus"}).size(), 1u);
 }
 
-TEST_F(AuthSession, HasContractVtableLayout) {
+TEST_F(AuthTest, HasContractVtableLayout) {
   Auth auth;
   utilities::BrowserAuthorization::IEventHandler* handler = &auth;
   void* const* slots = *reinterpret_cast<void* const* const*>(handler);

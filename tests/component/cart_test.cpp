@@ -7,7 +7,7 @@
 namespace saltmoor::quire {
 namespace {
 
-class LocalCart : public FakeDeviceFixture {
+class CartTest : public FakeDeviceFixture {
  protected:
   Cart cart;
 
@@ -22,7 +22,7 @@ class LocalCart : public FakeDeviceFixture {
   }
 };
 
-TEST_F(LocalCart, SavesOnlyAfterChanges) {
+TEST_F(CartTest, SavesOnlyAfterChanges) {
   cart.AddToCart(MakeBook("1"));
   EXPECT_TRUE(WasSaved());
   cart.AddToCart(MakeBook("1", "another author"));
@@ -56,13 +56,13 @@ TEST_F(LocalCart, SavesOnlyAfterChanges) {
   EXPECT_EQ(cart.GetSize(), 0u);
 }
 
-TEST_F(LocalCart, ReturnsEmptyBookWhenOutOfRange) {
+TEST_F(CartTest, ReturnsEmptyBookWhenOutOfRange) {
   EXPECT_EQ(&cart.GetItem(0), &cart.GetItem(7));
   EXPECT_EQ(cart.GetItem(7).ToJson(), ParseJson(R"({"orderItemPrice":"0"})"));
   EXPECT_FALSE(cart.IsContain(""));
 }
 
-TEST_F(LocalCart, ReloadsItemsAndPartOfHeader) {
+TEST_F(CartTest, ReloadsItemsAndPartOfHeader) {
   cart.orderId = "O-1";
   cart.opdsSessionId = kSession;
   cart.userID = "U-1";
@@ -88,7 +88,7 @@ TEST_F(LocalCart, ReloadsItemsAndPartOfHeader) {
   EXPECT_EQ(loaded.GetItem(0).int_props.at(Book::kPrice), 1299);
 }
 
-TEST_F(LocalCart, ReadsHeaderFromAnswer) {
+TEST_F(CartTest, ReadsHeaderFromResponse) {
   const std::pair<const char*, double> amounts[] = {
       {R"("20.50")", 20.5}, {"20", 20.0},        {"20.5", 0.0},    {R"("x")", 0.0},
       {"null", 0.0},        {R"("1e400")", 0.0}, {R"("nan")", 0.0}};
@@ -112,7 +112,7 @@ TEST_F(LocalCart, ReadsHeaderFromAnswer) {
   EXPECT_EQ(cart.GetSize(), 2u);
 }
 
-TEST_F(LocalCart, KeepsHeaderWhenFileIsUnreadable) {
+TEST_F(CartTest, KeepsHeaderWhenFileIsUnreadable) {
   for (const char* content : {"", "not json", "[]", "\"text\""}) {
     cart.orderId = "O-1";
     AddPriced(1);
@@ -123,7 +123,7 @@ TEST_F(LocalCart, KeepsHeaderWhenFileIsUnreadable) {
   }
 }
 
-TEST_F(LocalCart, SumsIn32BitsAndFormatsWithComma) {
+TEST_F(CartTest, SumsIn32BitsAndFormatsWithComma) {
   EXPECT_EQ(cart.GetTotalPrice(), 0.0);
   EXPECT_EQ(cart.GetTotalPriceFormatted(), "0");
   const std::tuple<std::vector<std::int64_t>, double, const char*> rows[] = {

@@ -26,10 +26,10 @@ class StoreManagerDownloads : public FakeDeviceFixture {
              "orderItemEbookLink":"https://shop/b"},
             {"orderItemEAN":"C","orderItemAuthor":"M","orderItemTitle":"C",
              "orderItemEbookFormat":"application/pdf","orderItemEbookLink":"https://shop/c"}])");
-    device.ClearJournal();
+    device.ClearCalls();
   }
 
-  int StatusOf(const std::string& ean) { return manager().GetBookStatus(ean).status; }
+  int GetStatus(const std::string& ean) { return manager().GetBookStatus(ean).status; }
 
   /// Polls as an application does, until no download runs.
   /// \return the failure of the call that finished it.
@@ -44,9 +44,9 @@ class StoreManagerDownloads : public FakeDeviceFixture {
 };
 
 TEST_F(StoreManagerDownloads, DecidesStatusInOrder) {
-  EXPECT_EQ(StatusOf("X"), BookStatus::kNotPurchased);
-  EXPECT_EQ(StatusOf("a"), BookStatus::kNotPurchased);
-  EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+  EXPECT_EQ(GetStatus("X"), BookStatus::kNotPurchased);
+  EXPECT_EQ(GetStatus("a"), BookStatus::kNotPurchased);
+  EXPECT_EQ(GetStatus("A"), BookStatus::kPurchased);
   WriteFile("/mnt/ext1/Digital Editions/A.epub", "");
   BookStatus status = manager().GetBookStatusById("catalogue/items/A");
   EXPECT_EQ(status.status, BookStatus::kDownloaded);
@@ -79,28 +79,28 @@ TEST_F(StoreManagerDownloads, RenamesByContentTypeAndScansOrRemoves) {
     SCOPED_TRACE(std::string(content_type) + " " + saved_name);
     device.download.content_type = content_type;
     device.download.saved_name = saved_name;
-    device.ClearJournal();
+    device.ClearCalls();
     EXPECT_EQ(manager().DownloadBookById("A"), 0);
     EXPECT_EQ(Finish(), kept ? "" : "no book");
     const std::string file = kDownloads + name;
     EXPECT_EQ(manager().GetSavedPath(), kept ? file : "");
-    EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink"}),
+    EXPECT_EQ(device.Calls({"task", "sleep", "message", "unlink"}),
               kept ? kScan : (Lines{kError, "unlink " + file}));
     EXPECT_EQ(ListFiles(kDownloads), kept ? Lines{name} : Lines());
     unlink(file.c_str());
-    const Lines log = device.Journal({"log"});
+    const Lines log = device.Calls({"log"});
     ASSERT_EQ(log.size(), 1u);
     EXPECT_TRUE(log[0].starts_with("log 5 quire_store/src/data/store_manager:") &&
                 log[0].ends_with(kFinishing + saved_name + "]"))
         << log[0];
-    EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+    EXPECT_EQ(GetStatus("A"), BookStatus::kPurchased);
   }
 }
 
 // A current book without properties has the empty EAN too.
 TEST_F(StoreManagerDownloads, TreatsBookWithoutEanAsDownloading) {
   SetPurchased(R"([{"orderItemTitle":"no EAN"}])");
-  EXPECT_EQ(StatusOf(""), BookStatus::kDownloading);
+  EXPECT_EQ(GetStatus(""), BookStatus::kDownloading);
 }
 
 TEST_F(StoreManagerDownloads, SendsNothingWithoutScanner) {
@@ -108,7 +108,7 @@ TEST_F(StoreManagerDownloads, SendsNothingWithoutScanner) {
   device.download.content_type = "application/epub+zip";
   manager().DownloadBookById("A");
   Finish();
-  EXPECT_EQ(device.Journal({"task", "sleep", "message"}), Lines{kScan[0]});
+  EXPECT_EQ(device.Calls({"task", "sleep", "message"}), Lines{kScan[0]});
   EXPECT_EQ(manager().GetBookStatus("A").path, kDownloads + "M - A.epub");
 }
 
@@ -119,13 +119,13 @@ TEST_F(StoreManagerDownloads, ShowsFailureAndRemovesNothing) {
   device.download.result = 3;
   device.download.transport_error = 28;
   device.download.http_status = 404;
-  device.ClearJournal();
+  device.ClearCalls();
   manager().DownloadBookById("A");
   EXPECT_EQ(Finish(), "download 28 404: no book came");
   EXPECT_EQ(LastFailure() + manager().GetSavedPath(), "");
-  EXPECT_EQ(device.Journal({"status of download"}).size(), 1u);
-  EXPECT_EQ(device.Journal({"task", "sleep", "message", "unlink", "log"}), Lines{kError});
-  EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+  EXPECT_EQ(device.Calls({"status of download"}).size(), 1u);
+  EXPECT_EQ(device.Calls({"task", "sleep", "message", "unlink", "log"}), Lines{kError});
+  EXPECT_EQ(GetStatus("A"), BookStatus::kPurchased);
 }
 
 TEST_F(StoreManagerDownloads, FollowsFileThatCannotBeRenamed) {
@@ -147,15 +147,15 @@ TEST_F(StoreManagerDownloads, RequestsBookLinkUnderFileName) {
   EXPECT_EQ(manager().DownloadBookById("X"), 0);
   EXPECT_EQ(manager().DownloadBookById("items/C"), 0);
   Finish();
-  EXPECT_EQ(device.Journal({"download"}), Lines{"download https://shop/c as M - C.pdf"});
+  EXPECT_EQ(device.Calls({"download"}), Lines{"download https://shop/c as M - C.pdf"});
 }
 
 TEST_F(StoreManagerDownloads, DropsBookQueuedWhileAnotherDownloads) {
   device.holds_downloads = true;
   EXPECT_EQ(manager().DownloadBookById("A"), 0);
-  EXPECT_EQ(StatusOf("A"), BookStatus::kDownloading);
+  EXPECT_EQ(GetStatus("A"), BookStatus::kDownloading);
   EXPECT_EQ(manager().DownloadBookById("B"), 1);
-  EXPECT_EQ(StatusOf("A"), BookStatus::kPurchased);
+  EXPECT_EQ(GetStatus("A"), BookStatus::kPurchased);
   const std::tuple<bool, int, int, int> rows[] = {{true, 100, 50, 50},
                                                   {true, 3, 2, 66},
                                                   {true, 2000000000, 1900000000, 95},
@@ -173,9 +173,9 @@ TEST_F(StoreManagerDownloads, DropsBookQueuedWhileAnotherDownloads) {
   EXPECT_EQ(manager().CheckDownloadState(), 1);
   device.ReleaseDownloads();
   Finish();
-  EXPECT_EQ(StatusOf("A"), BookStatus::kDownloaded);
-  EXPECT_EQ(StatusOf("B"), BookStatus::kPurchased);
-  EXPECT_EQ(device.Journal({"download"}), Lines{"download https://shop/a as M - A"});
+  EXPECT_EQ(GetStatus("A"), BookStatus::kDownloaded);
+  EXPECT_EQ(GetStatus("B"), BookStatus::kPurchased);
+  EXPECT_EQ(device.Calls({"download"}), Lines{"download https://shop/a as M - A"});
   EXPECT_EQ(manager().CheckDownloadState(), 0);
 }
 
@@ -186,9 +186,9 @@ TEST_F(StoreManagerDownloads, StartsNextWhenPreviousHasEnded) {
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   EXPECT_EQ(manager().DownloadBookById("C"), 1);
   Finish();
-  EXPECT_EQ(device.Journal({"download"}).size(), 2u);
-  EXPECT_EQ(StatusOf("A"), BookStatus::kDownloaded);
-  EXPECT_EQ(StatusOf("C"), BookStatus::kDownloaded);
+  EXPECT_EQ(device.Calls({"download"}).size(), 2u);
+  EXPECT_EQ(GetStatus("A"), BookStatus::kDownloaded);
+  EXPECT_EQ(GetStatus("C"), BookStatus::kDownloaded);
 }
 
 }  // namespace

@@ -15,13 +15,13 @@ const std::string kLogIn = "POST /login username=anna&password=" + kPassword + "
 
 class StoreManagerInit : public FakeDeviceFixture {
  protected:
-  bool HasFetched() { return !device.Journal({"GET"}).empty(); }
+  bool HasFetched() { return !device.Calls({"GET"}).empty(); }
 };
 
 TEST_F(StoreManagerInit, ConstructorSendsNoRequest) {
   StoreManager& one = StoreManager::Instance();
   EXPECT_EQ(&one, &StoreManager::Instance());
-  EXPECT_EQ(device.Journal(), Lines{"downloader /mnt/ext1/Downloads"});
+  EXPECT_EQ(device.Calls(), Lines{"downloader /mnt/ext1/Downloads"});
   EXPECT_FALSE(one.IsLoggedIn());
   EXPECT_EQ(one.GetShopName() + one.GetClientId() + one.GetOrderDatePlaced(), "");
   EXPECT_EQ(one.GetCart().GetSize(), 0u);
@@ -36,10 +36,10 @@ TEST_F(StoreManagerInit, FetchesLogsInAndLoadsInOrder) {
   device.clock_s = {1700000000, 1700000099};
   WriteFile(kCartPath, R"({"orderItems":[{"orderItemEAN":"C1"}]})");
   manager();
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_EQ(
-      device.Journal(),
+      device.Calls(),
       (Lines{kOpen, "config read " + kTimeKey, "key Tw3kH-pL",
              "sign device_sn=SN-1&nonce=NONCE salt= key=KEY", kAsk,
              "config write " + kTimeKey + "=1700000000", "config save", "config read session_id",
@@ -52,7 +52,7 @@ TEST_F(StoreManagerInit, FetchesLogsInAndLoadsInOrder) {
   EXPECT_TRUE(manager().GetCart().IsContain("C1"));
   ASSERT_EQ(manager().GetPurchased().size(), 1u);
   std::ostringstream cache;
-  cache << ParseJson(kSwitchboardAnswer);
+  cache << ParseJson(kSwitchboardResponse);
   EXPECT_EQ(ReadFile(kSwitchboardPath), cache.str());
 }
 
@@ -78,14 +78,14 @@ TEST_F(StoreManagerInit, UsesCacheUpTo1800Seconds) {
                                 R"("opdsUrl":{"OPDSStartPage":"https://shop/5/opds/"}})");
     device.config[kTimeKey] = std::to_string(stored);
     device.clock_s = {now};
-    device.ClearJournal();
+    device.ClearCalls();
     EXPECT_EQ(manager().Init(), 0);
     EXPECT_EQ(HasFetched(), asked);
     EXPECT_EQ(manager().GetShopName(), asked ? "The Shop" : "Cached");
-    EXPECT_EQ(device.Journal({"POST /login"}),
+    EXPECT_EQ(device.Calls({"POST /login"}),
               Lines{"POST /login username=anna&password=" + kPassword +
                     "&storeId=" + (asked ? "4711" : "5")});
-    EXPECT_EQ(!device.Journal({"config write int"}).empty(), asked);
+    EXPECT_EQ(!device.Calls({"config write int"}).empty(), asked);
   }
 }
 
@@ -96,9 +96,9 @@ TEST_F(StoreManagerInit, FetchesAgainWhenFreshCacheIsUnreadable) {
     if (*cache != 0) WriteFile(kSwitchboardPath, cache);
     device.config[kTimeKey] = "1000";
     device.clock_s = {1001, 1031};
-    device.ClearJournal();
+    device.ClearCalls();
     EXPECT_EQ(manager().Init(), 0);
-    EXPECT_EQ(device.Journal({"GET", "config write int"}),
+    EXPECT_EQ(device.Calls({"GET", "config write int"}),
               (Lines{kAsk, "config write " + kTimeKey + "=1031"}));
     EXPECT_EQ(device.config[kTimeKey], "1031");
     EXPECT_EQ(manager().GetShopName(), "The Shop");
@@ -110,14 +110,14 @@ TEST_F(StoreManagerInit, FailedFetchKeepsLastGoodConfigurationForCalls) {
   ASSERT_EQ(manager().Init(), 0);
   const std::string cache = ReadFile(kSwitchboardPath);
   for (const bool fresh : {false, true}) {
-    device.SetOnlyAnswer(kSwitchboardUrl, "{}", 503);
-    if (fresh) device.ClearAnswers();  // a lost answer then
+    device.SetOnlyResponse(kSwitchboardUrl, "{}", 503);
+    if (fresh) device.ClearResponses();  // a lost response then
     device.clock_s = {1000};
     device.config[kTimeKey] = fresh ? "1000" : "2000";
     if (fresh) unlink(kSwitchboardPath.c_str());
     const auto saved = device.config;
     EXPECT_EQ(manager().Init(), -1);
-    EXPECT_EQ(device.Journal({"config", "POST"}),
+    EXPECT_EQ(device.Calls({"config", "POST"}),
               (Lines{kOpen, "config read " + kTimeKey, "config close"}));
     EXPECT_EQ(device.config, saved);
     EXPECT_EQ(LastFailure(), fresh ? "network 6" : "status 503");
@@ -127,7 +127,7 @@ TEST_F(StoreManagerInit, FailedFetchKeepsLastGoodConfigurationForCalls) {
       EXPECT_EQ(ReadFile(kSwitchboardPath), cache);
     }
     manager().GetUserData();
-    EXPECT_EQ(device.Journal({"POST"}),
+    EXPECT_EQ(device.Calls({"POST"}),
               Lines{"POST /getUserData storeId=4711&opdsSessionId=" + kSession});
   }
 }
@@ -135,27 +135,27 @@ TEST_F(StoreManagerInit, FailedFetchKeepsLastGoodConfigurationForCalls) {
 TEST_F(StoreManagerInit, DoesNothingWithoutConfigFile) {
   PrepareStart();
   manager();
-  device.ClearJournal();
+  device.ClearCalls();
   device.config_opens = false;
   EXPECT_EQ(manager().Init(), -1);
   EXPECT_EQ(LastFailure(), "config file");
-  EXPECT_EQ(device.Journal(), Lines{kOpen});
+  EXPECT_EQ(device.Calls(), Lines{kOpen});
   manager().LogOut();
   EXPECT_EQ(manager().NewSession(nullptr), -1);
   EXPECT_EQ(LastFailure(), "config file");
   EXPECT_EQ(manager().getLogin() + manager().getPassword(), "");
-  EXPECT_EQ(device.Journal({"POST"}), Lines());
+  EXPECT_EQ(device.Calls({"POST"}), Lines());
 }
 
 TEST_F(StoreManagerInit, HoldsStoredSessionButDoesNotSendIt) {
   PrepareStart();
   device.config["session_id"] = "old";
-  device.SetOnlyAnswer(kSwitchboardUrl, kSwitchboardAnswer);
-  device.AddAnswer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  device.SetOnlyResponse(kSwitchboardUrl, kSwitchboardResponse);
+  device.AddResponse("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_TRUE(manager().IsLoggedIn());
   EXPECT_EQ(device.config["session_id"], "old");
-  EXPECT_EQ(device.Journal({"POST /getUserEbook"}),
+  EXPECT_EQ(device.Calls({"POST /getUserEbook"}),
             Lines{"POST /getUserEbook opdsSessionId=&storeId=4711"});
 }
 
@@ -163,10 +163,10 @@ TEST_F(StoreManagerInit, NewSessionSendsNothingWithoutCredentials) {
   for (const char* missing : {"user_name", "secret password"}) {
     PrepareStart();
     device.config[missing] = "";
-    device.ClearJournal();
+    device.ClearCalls();
     EXPECT_EQ(manager().NewSession(nullptr), -1);
     EXPECT_EQ(LastFailure(), "credentials");
-    EXPECT_EQ(device.Journal({"POST", "config write", "config save"}), Lines());
+    EXPECT_EQ(device.Calls({"POST", "config write", "config save"}), Lines());
   }
 }
 
@@ -176,9 +176,9 @@ TEST_F(StoreManagerInit, NewSessionClosesOnlyItsOwnHandle) {
   EXPECT_EQ(device.OpenHandles(), 0);
   EXPECT_EQ(device.config["session_id"], kSession);
   iconfig_s* config = OpenConfig("mine", nullptr);
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(manager().NewSession(config), 0);
-  EXPECT_EQ(device.Journal({"config open", "config close", "config drop"}), Lines());
+  EXPECT_EQ(device.Calls({"config open", "config close", "config discard"}), Lines());
   EXPECT_EQ(device.OpenHandles(), 1);
   CloseConfigNoSave(config);
 }
@@ -211,11 +211,11 @@ TEST_F(StoreManagerInit, ThrowsLogicErrorWhenPlatformReturnsNull) {
 TEST_F(StoreManagerInit, ReadsCredentialsWithoutSaving) {
   PrepareStart();
   manager();
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(manager().getLogin(), "anna");
   EXPECT_EQ(manager().getPassword(), kPassword);
-  EXPECT_EQ(device.Journal(), (Lines{kOpen, "config read user_name", "config drop"} +
-                               Lines{kOpen, "config read secret password", "config drop"}));
+  EXPECT_EQ(device.Calls(), (Lines{kOpen, "config read user_name", "config discard"} +
+                             Lines{kOpen, "config read secret password", "config discard"}));
 }
 
 }  // namespace

@@ -117,26 +117,26 @@ TEST_F(NumericLocale, WritesReadableCartFile) {
 
 TEST_F(NumericLocale, WritesReadableConfigurationCache) {
   device.clock_s = {1000};
-  device.AddAnswer(kSwitchboardUrl, R"({"version":1234.5,"shopName":"S","year":2026})");
+  device.AddResponse(kSwitchboardUrl, R"({"version":1234.5,"shopName":"S","year":2026})");
   ASSERT_EQ(manager().Init(), 0);
   const std::string file = ReadFile(kSwitchboardPath);
   EXPECT_EQ(ParseJson(file)["version"].asDouble(), 1234.5);
   InEach([&] {
     ASSERT_EQ(manager().ConfigFromServer(), 0);
     ASSERT_EQ(ReadFile(kSwitchboardPath), file);
-    device.ClearJournal();
+    device.ClearCalls();
     ASSERT_EQ(manager().Init(), 0);
-    EXPECT_EQ(device.Journal({"GET"}), Lines());
+    EXPECT_EQ(device.Calls({"GET"}), Lines());
     EXPECT_EQ(manager().GetConfig().ToJson()["version"].asDouble(), 1234.5);
   });
 }
 
-TEST_F(NumericLocale, ReadsAnswersAlike) {
+TEST_F(NumericLocale, ReadsResponsesAlike) {
   ServerApi api;
-  device.AddAnswer(
+  device.AddResponse(
       "/getUserEbook",
       R"({"rate":12345.678,/* 1.5 " */"response":[{"x":0.5,"orderItemPrice":"9.99"}]})");
-  device.AddAnswer("/commitOrderForPayment", R"({"response":{"url":12.5}})");
+  device.AddResponse("/commitOrderForPayment", R"({"response":{"url":12.5}})");
   const std::pair<const char*, double> numbers[] = {
       {"1.5", 1.5},       {"-0.25", -0.25},   {"1.5e3", 1500.0},
       {"1.5E+3", 1500.0}, {"25.0e-1", 2.5},   {"123456789.0625", 123456789.0625},
@@ -146,11 +146,11 @@ TEST_F(NumericLocale, ReadsAnswersAlike) {
     ASSERT_EQ(books.size(), 1u);
     EXPECT_EQ(books[0].int_props.at(Book::kPrice), 999);
     EXPECT_EQ(api.commitOrderForPayment("O", "PAYPAL").url, "12.5");
-    for (const auto& [json, number] : numbers) {
-      device.AddAnswer(kSwitchboardUrl, R"({"a.5":"1.5\"2.5\\","n":)" + std::string(json) + "}");
-      const Json::Value answer = std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson();
-      EXPECT_EQ(answer["n"].asDouble(), number) << json;
-      EXPECT_EQ(answer["a.5"], "1.5\"2.5\\");
+    for (const auto& [text, number] : numbers) {
+      device.AddResponse(kSwitchboardUrl, R"({"a.5":"1.5\"2.5\\","n":)" + std::string(text) + "}");
+      const Json::Value json = std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson();
+      EXPECT_EQ(json["n"].asDouble(), number) << text;
+      EXPECT_EQ(json["a.5"], "1.5\"2.5\\");
     }
     std::string date, time;
     EXPECT_TRUE(ConvertDateTime("2021-03-05 07:08:09", date, time));

@@ -1,4 +1,4 @@
-// No answer and no file makes the library throw or crash.
+// No response and no file makes the library throw or crash.
 
 #include "fake_device_fixture.h"
 #include "store_calls.h"
@@ -54,19 +54,19 @@ void AddPrefixes(const std::string& whole, Lines* texts) {
 
 class MalformedInput : public FakeDeviceFixture {};
 
-TEST_F(MalformedInput, AnswerMakesNoCallThrow) {
+TEST_F(MalformedInput, NoResponseMakesCallThrow) {
   ServerApi api;
-  api.SetConfig(SwitchboardConfig::Parse(ParseJson(kSwitchboardAnswer)));
+  api.SetConfig(SwitchboardConfig::Parse(ParseJson(kSwitchboardResponse)));
   Book::s_book_int_map["orderItemId"] = static_cast<Book::IntProps>(1);
   for (const StoreCall& call : kStoreCalls) {
     Lines bodies = HostileBodies();
-    AddPrefixes(call.answer, &bodies);
+    AddPrefixes(call.response, &bodies);
     for (const std::string& body : bodies) {
-      device.SetOnlyAnswer(call.path, body);
+      device.SetOnlyResponse(call.path, body);
       api.SetSessionId(kSession);
-      Answer answer;
-      EXPECT_NO_THROW(answer = call.make(api)) << call.name << " " << body;
-      const int code = answer.first.code_;
+      CallResult result;
+      EXPECT_NO_THROW(result = call.make(api)) << call.name << " " << body;
+      const int code = result.first.code_;
       EXPECT_TRUE(code == ServerApi::kOk || code == ServerApi::kFailed);
     }
   }
@@ -97,10 +97,10 @@ TEST_F(MalformedInput, ConfigurationCacheNeverFailsInit) {
   PrepareStart();
   device.clock_s = {100};
   Lines contents = HostileBodies();
-  AddPrefixes(kSwitchboardAnswer, &contents);
+  AddPrefixes(kSwitchboardResponse, &contents);
   for (const std::string& content : contents) {
     WriteFile(kSwitchboardPath, content);
-    device.ClearJournal();
+    device.ClearCalls();
     EXPECT_NO_THROW(EXPECT_EQ(manager().Init(), 0)) << content;
     EXPECT_NO_THROW(manager().GetShopName()) << content;
   }

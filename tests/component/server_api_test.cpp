@@ -16,17 +16,17 @@ class ServerApiCall : public FakeDeviceFixture {
 
   void SetUp() override {
     FakeDeviceFixture::SetUp();
-    api.SetConfig(SwitchboardConfig::Parse(ParseJson(kSwitchboardAnswer)));
+    api.SetConfig(SwitchboardConfig::Parse(ParseJson(kSwitchboardResponse)));
   }
 
-  /// Makes one call in a session, with one answer to it.
+  /// Makes one call in a session, with one response to it.
   ServerApi::Result Make(const StoreCall& call, const std::string& body, long status = 200) {
     SCOPED_TRACE(call.name);
-    device.SetOnlyAnswer(call.path, body, status);
+    device.SetOnlyResponse(call.path, body, status);
     return Make(call);
   }
   ServerApi::Result Make(const StoreCall& call) {
-    device.ClearJournal();
+    device.ClearCalls();
     api.SetSessionId(kSession);
     ServerApi::Result result;
     std::tie(result, record) = call.make(api);
@@ -35,33 +35,33 @@ class ServerApiCall : public FakeDeviceFixture {
 
   /// The parameters that the last call sent.
   std::string SentParameters() {
-    const std::string line = device.Journal({"POST"}).back();
+    const std::string line = device.Calls({"POST"}).back();
     return line.substr(line.find(' ', 5) + 1);
   }
 };
 
-TEST_F(ServerApiCall, SendsParametersInOrderAndReadsAnswer) {
+TEST_F(ServerApiCall, SendsParametersInOrderAndReadsResponse) {
   for (const StoreCall& call : kStoreCalls) {
     SCOPED_TRACE(call.name);
-    EXPECT_EQ(Describe(Make(call, call.answer)),
+    EXPECT_EQ(Describe(Make(call, call.response)),
               std::string(call.name) == "Register" ? "ok: welcome" : "ok");
     EXPECT_EQ(record, call.record);
     EXPECT_EQ(Describe(api.GetLastFailure()), "");
-    EXPECT_EQ(device.Journal({"GET", "POST"}),
+    EXPECT_EQ(device.Calls({"GET", "POST"}),
               Lines{(call.path[0] == '/' ? "POST " : "GET ") + call.path + call.parameters});
-    EXPECT_EQ(device.Journal({"log"}), Lines());
+    EXPECT_EQ(device.Calls({"log"}), Lines());
   }
 }
 
 TEST_F(ServerApiCall, LogsTransportError) {
   for (const StoreCall& call : kStoreCalls) {
     SCOPED_TRACE(call.name);
-    device.ClearAnswers();
+    device.ClearResponses();
     EXPECT_EQ(Describe(Make(call)) + record, "failed");
     EXPECT_EQ(Describe(api.GetLastFailure()), "network 6");
     EXPECT_EQ(api.GetSessionId(), kSession);
     EXPECT_EQ(
-        device.Journal({"log"}),
+        device.Calls({"log"}),
         Lines{"log 2 quire_store/src/data/server_api:" + std::to_string(call.log_line) + " " +
               call.function + ": Condition: \"0 == err\", return(\"" + call.returned + "\")]"});
   }
@@ -72,12 +72,12 @@ TEST_F(ServerApiCall, FailsSilentlyWhenStatusIsNot200) {
     for (const long status : {0, 201, 204, 302, 404, 500}) {
       SCOPED_TRACE(std::string(call.name) + " " + std::to_string(status));
       for (const std::string& body :
-           {call.answer, std::string(R"({"error":"true","response":{"ErrorMsg":"x"}})")}) {
+           {call.response, std::string(R"({"error":"true","response":{"ErrorMsg":"x"}})")}) {
         EXPECT_EQ(Describe(Make(call, body, status)) + record, "failed");
         EXPECT_EQ(Describe(api.GetLastFailure()),
                   status == 0 ? "status" : "status " + std::to_string(status));
         EXPECT_EQ(api.GetSessionId(), kSession);
-        EXPECT_EQ(device.Journal({"log"}), Lines());
+        EXPECT_EQ(device.Calls({"log"}), Lines());
       }
     }
   }
@@ -87,7 +87,7 @@ TEST_F(ServerApiCall, IsRefusedOnlyWhenErrorIsTrue) {
   const std::string content = R"("response":{"ErrorMsg":"E","errorMsg":"e","opdsSessionId":"S-2",)"
                               R"("orderId":"O","url":"u","order":{},"userId":"U"}})";
   for (const StoreCall& call : kStoreCalls) {
-    if (call.path == kSwitchboardUrl) continue;  // whose answers have no such member
+    if (call.path == kSwitchboardUrl) continue;  // whose responses have no such member
     SCOPED_TRACE(call.name);
     const bool list = call.path == "/getUserEbook";
     for (const std::string error : {R"({"error":"true",)", R"({"error":true,)"}) {
@@ -126,7 +126,7 @@ TEST_F(ServerApiCall, SucceedsWithEmptyRecordWithoutJson) {
 
 TEST_F(ServerApiCall, LogInSetsAndLogOutClearsSession) {
   const auto log_in = [this](const std::string& body) {
-    device.SetOnlyAnswer("/login", body);
+    device.SetOnlyResponse("/login", body);
     EXPECT_EQ(api.LogIn("a", "b").code_, ServerApi::kOk);
     return api.GetSessionId();
   };
@@ -136,18 +136,18 @@ TEST_F(ServerApiCall, LogInSetsAndLogOutClearsSession) {
 
   api.GetUserData();
   EXPECT_EQ(Describe(api.GetLastFailure()), "network 6");
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(api.LogOut().code_, ServerApi::kOk);
   EXPECT_EQ(Describe(api.GetLastFailure()), "");
-  EXPECT_EQ(device.Journal(), Lines());
+  EXPECT_EQ(device.Calls(), Lines());
   api.SetSessionId("S-3");
-  device.AddAnswer("/logout", "{}");
+  device.AddResponse("/logout", "{}");
   EXPECT_EQ(api.LogOut().code_, ServerApi::kOk);
   EXPECT_EQ(api.GetSessionId(), "");
 }
 
 TEST_F(ServerApiCall, CallSwitchboardAcceptsAnyJsonAndNeedsKey) {
-  device.AddAnswer(kSwitchboardUrl, "[1]");
+  device.AddResponse(kSwitchboardUrl, "[1]");
   EXPECT_EQ(std::get<1>(api.CallSwitchboard(kSwitchboardUrl)).ToJson(), ParseJson("[1]"));
   for (const char** text : {&device.serial_number, &device.signing_key}) {
     const char* const given = std::exchange(*text, nullptr);
@@ -188,7 +188,7 @@ TEST_F(ServerApiCall, SendsParametersByArgument) {
 
 TEST_F(ServerApiCall, TreatsUnknownPaymentStateAsFailure) {
   const auto status_of = [this](const std::string& json) {
-    device.SetOnlyAnswer("/checkOrder", R"({"response":{"paymentStatus":)" + json + "}}");
+    device.SetOnlyResponse("/checkOrder", R"({"response":{"paymentStatus":)" + json + "}}");
     return std::get<1>(api.CheckOrder("O")).status;
   };
   EXPECT_EQ(status_of(R"("In Progress")"), 0);
@@ -202,8 +202,8 @@ TEST_F(ServerApiCall, TreatsUnknownPaymentStateAsFailure) {
 
 TEST_F(ServerApiCall, ReadsPaymentPageByJsonConversion) {
   const auto expect_url = [this](const std::string& json, const std::string& url) {
-    device.SetOnlyAnswer("/commitOrderForPayment",
-                         R"({"response":{"status":12.5,"url":)" + json + "}}");
+    device.SetOnlyResponse("/commitOrderForPayment",
+                           R"({"response":{"status":12.5,"url":)" + json + "}}");
     const auto commit = api.commitOrderForPayment("O", "PAYPAL");
     EXPECT_EQ(commit.res.code_, ServerApi::kOk);
     EXPECT_EQ(commit.url, url);
@@ -217,7 +217,7 @@ TEST_F(ServerApiCall, ReadsPaymentPageByJsonConversion) {
 }
 
 TEST_F(ServerApiCall, ReadsOrderPositionsBesideHeader) {
-  device.AddAnswer("/submitOrder", R"({"response":{"positions":[{},{}]}})");
+  device.AddResponse("/submitOrder", R"({"response":{"positions":[{},{}]}})");
   Order order = std::get<1>(api.SubmitOrder("O", "PAYPAL"));
   EXPECT_EQ(order.positions.size(), 2u);
   EXPECT_EQ(order.order_date_placed, "");
