@@ -23,7 +23,7 @@ class QUIRE_EXPORT Cart {
   /// `orderAmount`. Without a readable file the cart has no items and keeps its header.
   void Load();
 
-  /// Replaces the cart file atomically where the file system allows. Silent on failure.
+  /// Replaces the cart file, atomically if the file system allows it. Silent on failure.
   void Save();
 
   /// Removes all items and saves.

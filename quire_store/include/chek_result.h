@@ -7,8 +7,8 @@
 
 namespace saltmoor::quire {
 
-/// The state of an order's payment. (The name's spelling is part of the interface.) A value type,
-/// not thread-safe.
+/// The state of an order's payment. A value type, not thread-safe.
+// Compatibility: applications are compiled against this spelling.
 class QUIRE_EXPORT ChekResult {
  public:
   /// The states of a payment.

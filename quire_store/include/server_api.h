@@ -83,8 +83,9 @@ class QUIRE_EXPORT ServerApi {
   /// Fetches the state of an order's payment.
   std::tuple<Result, ChekResult> CheckOrder(const std::string& order_id);
 
-  /// Commits an order for payment. (The name's spelling is part of the interface.)
+  /// Commits an order for payment.
   /// \param pay_method  "PAYPAL" or "CCARD"; any other string is sent unchanged.
+  // Compatibility: applications are compiled against this spelling.
   CommitOrderResult commitOrderForPayment(const std::string& order_id,
                                           const std::string& pay_method);
 

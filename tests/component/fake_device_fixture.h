@@ -40,6 +40,9 @@ inline const std::string kStoreApi = "https://" QUIRE_SHOP_HOST "/webapp/wcs/sto
 inline const std::string kPassword = "pass-w0rd";
 inline const std::string kSession = "SESSION-71";
 
+inline const std::string kRefusal =
+    R"({"error":"true","response":{"ErrorMsg":"no","errorMsg":"no"}})";
+
 /// A configuration with the store id 4711.
 inline const std::string kSwitchboardResponse =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"

@@ -31,7 +31,7 @@ class FirstFailure {
   }
   void Record(Failure::Kind kind) { Record(Failure{kind, 0, 0, {}}); }
 
-  /// Forgets a refusal that was to be expected.
+  /// Forgets the shop's refusal of a request for which nobody was logged in.
   void ForgetRefusal() {
     if (failure_.kind == Failure::kRefused) failure_ = Failure();
   }

@@ -109,6 +109,7 @@ std::string SerializeJson(const Json::Value& value) {
 
 std::string SerializeStyledJson(const Json::Value& value) {
   const ScopedCNumericLocale c_locale;
+  // Compatibility: the form of the cart files on devices.
   return Json::StyledWriter().write(value);
 }
 

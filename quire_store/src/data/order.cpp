@@ -4,7 +4,7 @@
 
 namespace saltmoor::quire {
 
-// Compatibility: the date is inside "order", the positions are beside it.
+// Compatibility: the date is inside "order", the positions are next to it.
 void Order::FromJson(const Json::Value& json) {
   positions.clear();
   order = GetMember(json, "order");
