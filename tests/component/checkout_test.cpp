@@ -11,8 +11,6 @@ const std::string kCheck = "POST /checkOrder orderId=O-1&storeId=&opdsSessionId=
 const std::string kSubmit = "POST /submitOrder orderId=O-1&storeId=&opdsSessionId=" + kSession;
 const std::string kList = "POST /getUserEbook opdsSessionId=" + kSession + "&storeId=";
 
-const std::string kBrowser = "browser run /ebrmain/bin/browser.app";
-
 std::string Condition(const char* condition, const char* returned) {
   return std::string(": Condition: \"") + condition + "\", return(\"" + returned + "\")]";
 }
@@ -88,12 +86,8 @@ TEST_F(StoreManagerCheckout, SendsEachBookOnceAndListsDroppedBooks) {
 
 TEST_F(StoreManagerCheckout, ClearsCurrencyWhenCartWasEmpty) {
   device.AddResponse("/getCart", R"({"response":{"orderItems":[{"currency":"EUR"}]}})");
-  const auto [result, dropped] = manager().CheckOut();
-  EXPECT_TRUE(dropped.empty());
+  EXPECT_TRUE(std::get<1>(manager().CheckOut()).empty());
   EXPECT_EQ(manager().GetCart().GetTotalPriceFormatted(), "0,00 ");
-  EXPECT_EQ(device.Calls({"POST /addToCart", "POST /getCart"}),
-            (Lines{"POST /addToCart opdsSessionId=" + kSession + "&storeId=",
-                   "POST /getCart opdsSessionId=" + kSession + "&storeId=&orderId="}));
 }
 
 TEST_F(StoreManagerCheckout, SucceedsWithAllBooksDroppedWhenServerFails) {
@@ -107,61 +101,60 @@ TEST_F(StoreManagerCheckout, SucceedsWithAllBooksDroppedWhenServerFails) {
 
 TEST_F(StoreManagerCheckout, ShowsPaymentPageForTwoMethodsOnly) {
   StartOrder("PAYPAL");
-  const std::string started = "log 5 quire_store/src/data/store_manager:591" + kFunction +
-                              "StartPayment(const std::string &): Starting PrepareOrder";
-  const std::string browsing = "log 5 quire_store/src/data/store_manager:601" + kFunction +
-                               "StartPayment(const std::string &): Starting browser auth";
-  for (const std::string method : {"PAYPAL", "CCARD", "paypal", "INVOICE", ""}) {
-    SCOPED_TRACE(method);
+  const auto trace = [](const char* line, const char* text) {
+    return std::string("log 5 quire_store/src/data/store_manager:") + line + kFunction +
+           "StartPayment(const std::string &): " + text;
+  };
+  const std::tuple<std::string, std::string, const char*> rows[] = {
+      {"PAYPAL", "", " --paypal"},
+      {"CCARD", kReturnPages, " -wirecard"},
+      {"paypal", "", nullptr},
+      {"", "", nullptr}};
+  for (const auto& [method, pages, arguments] : rows) {
     device.ClearCalls();
     EXPECT_EQ(manager().StartPayment(method).code_, ServerApi::kOk);
-    const std::string pages = method == "CCARD" ? kReturnPages : "";
-    Lines expected = {started, "POST /commitOrderForPayment opdsSessionId=" + kSession +
-                                   "&orderId=O-1&storeId=&paymethod=" + method + pages};
-    const char* arguments = method == "PAYPAL"  ? " --paypal"
-                            : method == "CCARD" ? " -wirecard"
-                                                : nullptr;
+    Lines expected = {trace("591", "Starting PrepareOrder"),
+                      "POST /commitOrderForPayment opdsSessionId=" + kSession +
+                          "&orderId=O-1&storeId=&paymethod=" + method + pages};
     if (arguments != nullptr) {
-      expected = expected + Lines{browsing, kBrowser + arguments + " https://pay/"};
+      expected = expected + Lines{trace("601", "Starting browser auth"),
+                                  "browser run /ebrmain/bin/browser.app" + std::string(arguments) +
+                                      " https://pay/"};
     }
     EXPECT_EQ(device.Calls({"log 5", "POST", "browser run"}), expected);
   }
 }
 
 TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
-  const std::string start = kFunction + "StartPayment(const std::string &)";
+  const auto log = [](const char* line, const char* condition, const char* returned) {
+    return kManagerLog + line + kFunction + "StartPayment(const std::string &)" +
+           Condition(condition, returned);
+  };
+  const char* const failed = "ServerApi::Result(ServerApi::kFailed)";
   // Refused: no order becomes pending.
-  device.AddResponse("/commitOrderForPayment", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  device.AddResponse("/commitOrderForPayment", kRefusal);
   EXPECT_EQ(Describe(manager().StartPayment("PAYPAL")), "failed: no");
   EXPECT_EQ(LastFailure(), "refused: no");
   EXPECT_EQ(device.Calls({"log 2", "browser"}),
-            Lines{kManagerLog + "593" + start +
-                  Condition("ServerApi::kOk == commit_res.res.code_", "commit_res.res")});
+            Lines{log("593", "ServerApi::kOk == commit_res.res.code_", "commit_res.res")});
   EXPECT_EQ(PendingOrder(), "");
 
   // No address, then no browser: the order stays pending.
   device.ClearResponses();
   StartOrder("INVOICE");
-  device.SetOnlyResponse("/commitOrderForPayment", "no JSON");
-  EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
-  EXPECT_EQ(LastFailure(), "unreadable");
-  device.SetOnlyResponse("/commitOrderForPayment", "{}");
-  EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
-  EXPECT_EQ(LastFailure(), "no payment page");
-  EXPECT_EQ(device.Calls({"log 2", "browser"}),
-            Lines{kManagerLog + "599" + start +
-                  Condition("url.empty()", "ServerApi::Result(ServerApi::kFailed)")});
-  EXPECT_EQ(PendingOrder(), "O-1");
-
-  for (const int browser_result : {-1, 5}) {
-    device.SetOnlyResponse("/commitOrderForPayment", R"({"response":{"url":"https://pay/"}})");
+  const std::string page = R"({"response":{"url":"https://pay/"}})";
+  const std::tuple<std::string, int, const char*, std::string> rows[] = {
+      {"no JSON", 0, "unreadable", log("599", "url.empty()", failed)},
+      {"{}", 0, "no payment page", log("599", "url.empty()", failed)},
+      {page, -1, "browser", log("605", "SM_OK == err", failed)},
+      {page, 5, "browser", log("605", "SM_OK == err", failed)}};
+  for (const auto& [response, browser_result, failure, line] : rows) {
+    device.SetOnlyResponse("/commitOrderForPayment", response);
     device.browser.result = browser_result;
-    EXPECT_EQ(manager().StartPayment("PAYPAL").code_, ServerApi::kFailed);
-    EXPECT_EQ(LastFailure(), "browser");
-    EXPECT_EQ(device.Calls({kManagerLog.c_str()}),
-              Lines{kManagerLog + "605" + start +
-                    Condition("SM_OK == err", "ServerApi::Result(ServerApi::kFailed)")});
-    EXPECT_EQ(device.Calls({"log 2"}).size(), 2u);
+    EXPECT_EQ(Describe(manager().StartPayment("CCARD")), "failed");
+    EXPECT_EQ(LastFailure(), failure);
+    EXPECT_EQ(device.Calls({kManagerLog.c_str()}), Lines{line});
+    EXPECT_EQ(device.Calls({"browser run"}).size(), browser_result == 0 ? 0u : 1u);
     EXPECT_EQ(PendingOrder(), "O-1");
   }
 }
@@ -205,7 +198,6 @@ TEST_F(StoreManagerCheckout, SubmitsAtOnceWithoutBrowserMethod) {
 TEST_F(StoreManagerCheckout, KeepsCartAndOrderWhenPaymentFails) {
   const std::string lost =
       kFunction + "CheckPaymentResult()" + Condition("ServerApi::kOk == result.code_", "result");
-  const std::string refusal = R"({"error":"true","response":{"ErrorMsg":"no"}})";
   StartOrder("CCARD");
   for (const char* state : {"In Progress", "Failure", "pending", ""}) {
     device.ClearResponses();
@@ -215,13 +207,13 @@ TEST_F(StoreManagerCheckout, KeepsCartAndOrderWhenPaymentFails) {
     EXPECT_EQ(LastFailure(), "payment failed");
     EXPECT_EQ(device.Calls(), (Lines{"network query", kCheck}));
   }
-  device.SetOnlyResponse("/checkOrder", refusal);
+  device.SetOnlyResponse("/checkOrder", kRefusal);
   EXPECT_EQ(Describe(manager().CheckPaymentResult()), "failed: no");
   EXPECT_EQ(device.Calls({"log", "sleep", "POST /submit"}), Lines{kManagerLog + "624" + lost});
 
   device.ClearResponses();
   RespondWithStates({"Success"});
-  device.AddResponse("/submitOrder", refusal);
+  device.AddResponse("/submitOrder", kRefusal);
   device.ClearCalls();
   EXPECT_EQ(Describe(manager().CheckPaymentResult()), "failed: no");
   EXPECT_EQ(device.Calls({"log", "sleep", "POST /submit", "POST /getUser"}),
@@ -254,16 +246,14 @@ TEST_F(StoreManagerCheckout, ChecksPendingOrderOnceInAnyState) {
 TEST_F(StoreManagerCheckout, ConnectsWhenNoNetworkBitIsSet) {
   StartOrder("PAYPAL");
   RespondWithStates({"Failure"});
-  for (const int state : {0, 0xFF, 0x1000, 0x100, 0x200, 0x400, 0x800, 0xF00}) {
+  for (const int state : {0, 0x10FF, 0x100, 0x200, 0x400, 0x800}) {
     device.network_state = state;
     const Lines expected = (state & 0xF00) != 0 ? Lines{"network query"}
                                                 : Lines{"network query", "network connect default"};
     device.ClearCalls();
     manager().CheckPaymentResult();
-    EXPECT_EQ(device.Calls({"network"}), expected) << state;
-    device.ClearCalls();
     manager().CheckOrderIfNeeded();
-    EXPECT_EQ(device.Calls({"network"}), expected) << state;
+    EXPECT_EQ(device.Calls({"network"}), expected + expected) << state;
   }
 }
 

@@ -1,4 +1,4 @@
-// Which failure the manager keeps; each kind is tested beside the call that it belongs to.
+// Which failure the manager keeps; each kind is tested next to the call that it belongs to.
 
 #include <functional>
 
