@@ -11,6 +11,7 @@ namespace {
 
 const std::string kRunLog =
     " int saltmoor::quire::Auth::Run(const std::string &, const std::string &): ";
+
 std::string Visited(const std::string& url) {
   return "log 4 quire_store/src/data/auth:66 virtual void saltmoor::quire::Auth::UrlChanged("
          "const std::string &): Auth::UrlChanged. url_string = [" +
