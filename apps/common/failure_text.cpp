@@ -37,7 +37,7 @@ std::string Reason(Failure::Kind kind) {
       return "no user and password are stored";
     case Failure::kNetwork:
       return "the server cannot be reached";
-    case Failure::kUnreadableAnswer:
+    case Failure::kUnreadableResponse:
       return "the server's answer is unreadable";
     case Failure::kRefused:
       return "the shop refused";

@@ -144,7 +144,7 @@ void Register(Session& session, const Customer& customer) {
   if (result.code_ != store::ServerApi::kOk) {
     throw ToCommandError("You are not registered", manager.GetLastFailure());
   }
-  if (manager.GetLastFailure().kind == store::Failure::kUnreadableAnswer) {
+  if (manager.GetLastFailure().kind == store::Failure::kUnreadableResponse) {
     throw ToCommandError("Whether you are registered is unknown", manager.GetLastFailure(),
                          "Try \"quire login\".");
   }

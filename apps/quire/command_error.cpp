@@ -16,7 +16,7 @@ ExitCode ExitCodeOf(Failure::Kind kind) {
       return kNotLoggedIn;
     case Failure::kNetwork:
     case Failure::kHttpStatus:
-    case Failure::kUnreadableAnswer:
+    case Failure::kUnreadableResponse:
       return kUnreachable;
     case Failure::kNoPendingOrder:
       return kNotFound;

@@ -57,7 +57,7 @@ class QUIRE_EXPORT Book {
   Book& operator=(Book&& other) noexcept;
   ~Book() = default;
 
-  /// Reads an item of the server's answers or of the cart file; without properties if it is no
+  /// Reads an item of the server's responses or of the cart file; without properties if it is no
   /// object. Dates are rewritten for display and MIME types to file extensions; kDate and
   /// kEbookFormat are always present. A price is a string or an integer in currency units; a string
   /// that is no number counts as 0.

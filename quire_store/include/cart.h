@@ -13,7 +13,7 @@ namespace saltmoor::quire {
 
 /// The shopping cart: the books to buy, in the order added, and the header that the server
 /// assigned. It is stored in "/mnt/ext1/system/config/quire_cart", in the JSON form of the server's
-/// answers.
+/// responses.
 ///
 /// A value type, not thread-safe. Books are identified by their EAN; a missing EAN counts as the
 /// empty one. No operation reports failure or throws for any content.
@@ -23,7 +23,7 @@ class QUIRE_EXPORT Cart {
   /// `orderAmount`. Without a readable file the cart has no items and keeps its header.
   void Load();
 
-  /// Replaces the cart file atomically where the file system allows. Silent on failure.
+  /// Replaces the cart file, atomically if the file system allows it. Silent on failure.
   void Save();
 
   /// Removes all items and saves.

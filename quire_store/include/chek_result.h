@@ -7,8 +7,8 @@
 
 namespace saltmoor::quire {
 
-/// The state of an order's payment. (The name's spelling is part of the interface.) A value type,
-/// not thread-safe.
+/// The state of an order's payment. A value type, not thread-safe.
+// Compatibility: applications are compiled against this spelling.
 class QUIRE_EXPORT ChekResult {
  public:
   /// The states of a payment.
@@ -19,7 +19,7 @@ class QUIRE_EXPORT ChekResult {
     kSuccess = 3,     ///< paid: the order can be submitted
   };
 
-  /// Reads the state from the shop's answer. A missing or unknown state is kFailure.
+  /// Reads the state from the shop's response. A missing or unknown state is kFailure.
   void FromJson(const Json::Value& json);
 
   Status status;  ///< unspecified before FromJson and after a failed call

@@ -9,19 +9,19 @@ namespace saltmoor::quire {
 struct Failure {
   /// What failed.
   enum Kind : int {
-    kNone = 0,          ///< nothing failed
-    kConfigFile,        ///< the device's configuration file cannot be opened
-    kNoCredentials,     ///< no credentials are stored: StoreManager::NewSession
-    kNetwork,           ///< no answer came: see transport_error
-    kHttpStatus,        ///< the server answered http_status instead of 200
-    kUnreadableAnswer,  ///< status 200, but not the JSON that the call answers with
-    kRefused,           ///< the shop refused; its message may be empty
-    kNoPaymentPage,     ///< the shop named no payment page
-    kBrowser,           ///< the device's browser could not be run, or failed
-    kPaymentFailed,     ///< the shop reports that the payment failed or is in progress
-    kNoPendingOrder,    ///< StoreManager::CheckOrderIfNeeded without an order
-    kDownload,          ///< a download failed: see the other members, where they are known
-    kNotABook,          ///< the downloaded file is no book and was removed
+    kNone = 0,            ///< nothing failed
+    kConfigFile,          ///< the device's configuration file cannot be opened
+    kNoCredentials,       ///< no credentials are stored: StoreManager::NewSession
+    kNetwork,             ///< no response came: see transport_error
+    kHttpStatus,          ///< the server answered http_status instead of 200
+    kUnreadableResponse,  ///< status 200, but not the JSON that the call answers with
+    kRefused,             ///< the shop refused; its message may be empty
+    kNoPaymentPage,       ///< the shop named no payment page
+    kBrowser,             ///< the device's browser could not be run, or failed
+    kPaymentFailed,       ///< the shop reports that the payment failed or is in progress
+    kNoPendingOrder,      ///< StoreManager::CheckOrderIfNeeded without an order
+    kDownload,            ///< a download failed: see the other members, where they are known
+    kNotABook,            ///< the downloaded file is no book and was removed
   };
 
   Kind kind = kNone;        ///< what failed

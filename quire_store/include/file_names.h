@@ -19,12 +19,13 @@ namespace saltmoor::quire {
 QUIRE_EXPORT std::string VerifyFilename(const char* name, unsigned max_chars, bool drop_hash);
 
 /// Splits a path into the part before its last dot and the extension after it; the extension is
-/// empty when there is no dot, only a leading one, or the last dot belongs to a directory. (The
-/// name's spelling is part of the interface.)
+/// empty when there is no dot, only a leading one, or the last dot belongs to a directory.
+// Compatibility: applications are compiled against this spelling.
 QUIRE_EXPORT std::tuple<std::string, std::string> ParseToNameExtention(const std::string& path);
 
 /// The file extension, without a dot, for a MIME type; empty for an unknown one. Parameters after
-/// the type are ignored; case matters. (The name's spelling is part of the interface.)
+/// the type are ignored; case matters.
+// Compatibility: applications are compiled against this spelling.
 QUIRE_EXPORT std::string ExtentionByMime(const std::string& mime);
 
 }  // namespace saltmoor::quire

@@ -9,7 +9,7 @@
 
 namespace saltmoor::quire {
 
-/// Converts a JSON value to a string, as all answers are read: a string unchanged, a boolean as
+/// Converts a JSON value to a string, as all responses are read: a string unchanged, a boolean as
 /// "true" or "false", an integer as its decimal digits (signed 64-bit), everything else (null, a
 /// real number, an array, an object) as the empty string. An integer that a JSON reader typed as
 /// unsigned counts as signed if it fits; a small unsigned value, which parsing never produces, is

@@ -14,7 +14,8 @@ namespace saltmoor::quire {
 /// A submitted order. A value type, not thread-safe.
 class QUIRE_EXPORT Order {
  public:
-  /// Reads the order from the shop's answer. A member that is missing or of another type is empty.
+  /// Reads the order from the shop's response. A member that is missing or of another type is
+  /// empty.
   void FromJson(const Json::Value& json);
 
   std::vector<Book> positions;    ///< the ordered items

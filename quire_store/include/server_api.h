@@ -20,11 +20,11 @@ namespace saltmoor::quire {
 
 /// The client of the shop's server. StoreManager uses one; an application may use another.
 ///
-/// Each call sends one request, never repeated, and waits up to 30 seconds for the answer. Not
-/// thread-safe. A call fails with an empty message when no answer came or its status is not 200,
+/// Each call sends one request, never repeated, and waits up to 30 seconds for the response. Not
+/// thread-safe. A call fails with an empty message when no response came or its status is not 200,
 /// and with the server's message when the server refused; the returned record is then a default
-/// one. A 200 answer that is no JSON is a success with an empty record. GetLastFailure has the
-/// reason in every case. No answer makes a call throw.
+/// one. A 200 response that is no JSON is a success with an empty record. GetLastFailure has the
+/// reason in every case. No response makes a call throw.
 class QUIRE_EXPORT ServerApi {
  public:
   /// Result codes.
@@ -83,8 +83,9 @@ class QUIRE_EXPORT ServerApi {
   /// Fetches the state of an order's payment.
   std::tuple<Result, ChekResult> CheckOrder(const std::string& order_id);
 
-  /// Commits an order for payment. (The name's spelling is part of the interface.)
+  /// Commits an order for payment.
   /// \param pay_method  "PAYPAL" or "CCARD"; any other string is sent unchanged.
+  // Compatibility: applications are compiled against this spelling.
   CommitOrderResult commitOrderForPayment(const std::string& order_id,
                                           const std::string& pay_method);
 

@@ -57,12 +57,12 @@ class QUIRE_EXPORT StoreManager {
   /// Whether there is a session. The server is not asked and may have ended it.
   bool IsLoggedIn();
 
-  /// The stored user name; empty when there is none. (The name's spelling is part of the
-  /// interface.)
+  /// The stored user name; empty when there is none.
+  // Compatibility: applications are compiled against this spelling.
   std::string getLogin();
 
-  /// The stored password; empty when there is none. (The name's spelling is part of the
-  /// interface.)
+  /// The stored password; empty when there is none.
+  // Compatibility: applications are compiled against this spelling.
   std::string getPassword();
 
   /// The shop's display name; empty without a configuration.
@@ -85,7 +85,8 @@ class QUIRE_EXPORT StoreManager {
   ServerApi::Result LogIn(const std::string& user, const std::string& password);
 
   /// Registers a new customer and, on success, stores the credentials and loads the bought books of
-  /// the present session. It does not log in; the next Init or NewSession does.
+  /// the present session. It does not log in; the next Init or NewSession does. Without a session
+  /// the shop refuses to list the books, which is no failure.
   /// \return as ServerApi::Register; kOk without a request when the device's configuration file
   ///     cannot be opened.
   ServerApi::Result Register(const std::string& email, const std::string& password,

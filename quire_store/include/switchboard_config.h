@@ -25,7 +25,7 @@ class QUIRE_EXPORT SwitchboardConfig {
     kDatenschutzUrl = 7,     ///< privacy
     kWiderrufsrechtUrl = 8,  ///< right of withdrawal
     kHilfeUrl = 9,           ///< help
-    kStoreApiUrl = 10,       ///< the base of every store call; does not depend on the answer
+    kStoreApiUrl = 10,       ///< the base of every store call; does not depend on the response
     kStoreId = 11,           ///< the path segment before "/opds/" in the start page
   };
 

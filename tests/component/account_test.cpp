@@ -14,7 +14,7 @@ class StoreManagerAccount : public FakeDeviceFixture {
   void SetUp() override {
     FakeDeviceFixture::SetUp();
     manager();
-    device.ClearJournal();
+    device.ClearCalls();
   }
 };
 
@@ -22,47 +22,49 @@ TEST_F(StoreManagerAccount, StoresSessionAndCredentialsOnLogIn) {
   PrepareStart();
   device.config.clear();
   EXPECT_EQ(Describe(manager().LogIn("anna", kPassword)), "ok");
-  EXPECT_EQ(device.Journal(),
-            (Lines{kOpen, "POST /login username=anna&password=" + kPassword + "&storeId=",
-                   "config write session_id=" + kSession, "config write user_name=anna",
-                   "config write secret password=" + kPassword, "config save",
-                   "POST /getUserEbook opdsSessionId=" + kSession + "&storeId=", "config drop"}));
+  EXPECT_EQ(
+      device.Calls(),
+      (Lines{kOpen, "POST /login username=anna&password=" + kPassword + "&storeId=",
+             "config write session_id=" + kSession, "config write user_name=anna",
+             "config write secret password=" + kPassword, "config save",
+             "POST /getUserEbook opdsSessionId=" + kSession + "&storeId=", "config discard"}));
   EXPECT_TRUE(manager().IsLoggedIn());
   EXPECT_EQ(manager().GetPurchased().size(), 1u);
 }
 
 TEST_F(StoreManagerAccount, StoresNothingWhenLogInOrRegisterFails) {
-  const std::string refusal = R"({"error":"true","response":{"ErrorMsg":"no"}})";
-  device.AddAnswer("/login", refusal);
-  device.AddAnswer("/registerUser", refusal);
-  device.config["user_name"] = "old";
+  device.AddResponse("/login", kRefusal);
+  device.AddResponse("/registerUser", kRefusal);
   for (const char* words : {"failed: no", "failed"}) {
     EXPECT_EQ(Describe(manager().LogIn("anna", kPassword)), words);
     EXPECT_EQ(Describe(manager().Register("e@x", kPassword, "N", "L", "T")), words);
     EXPECT_EQ(device.OpenHandles(), 0);
-    device.ClearAnswers();
+    device.ClearResponses();
   }
-  EXPECT_EQ(device.Journal({"config write", "config save", "config close", "POST /getUserEbook"}),
+  EXPECT_EQ(device.Calls({"config write", "config save", "config close", "POST /getUserEbook"}),
             Lines());
-  EXPECT_EQ(device.Journal({"config drop"}).size(), 4u);
+  EXPECT_EQ(device.Calls({"config discard"}).size(), 4u);
   EXPECT_FALSE(manager().IsLoggedIn());
 }
 
 TEST_F(StoreManagerAccount, RegisterStoresCredentialsWithoutLoggingIn) {
-  device.AddAnswer("/registerUser", R"({"response":{"successMsg":"welcome"}})");
+  device.AddResponse("/registerUser", R"({"response":{"successMsg":"welcome"}})");
+  device.AddResponse("/getUserEbook", kRefusal);
   EXPECT_EQ(Describe(manager().Register("e@x", kPassword, "N", "L", "T")), "ok: welcome");
+  EXPECT_EQ(LastFailure(), "");
   EXPECT_FALSE(manager().IsLoggedIn());
-  EXPECT_EQ(device.Journal({"config", "POST"}),
+  EXPECT_EQ(device.Calls({"config", "POST"}),
             (Lines{kOpen,
                    "POST /registerUser email=e@x&password=" + kPassword +
                        "&storeId=&name=N&lastname=L&title=T",
                    "config write session_id=", "config write user_name=e@x",
                    "config write secret password=" + kPassword, "config save",
-                   "POST /getUserEbook opdsSessionId=&storeId=", "config drop"}));
+                   "POST /getUserEbook opdsSessionId=&storeId=", "config discard"}));
 
-  device.AddAnswer("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
+  device.AddResponse("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
   manager().LogIn("anna", kPassword);
   manager().Register("f@x", kPassword, "N", "L", "T");
+  EXPECT_EQ(LastFailure(), "refused: no");
   EXPECT_TRUE(manager().IsLoggedIn());
   EXPECT_EQ(device.config["session_id"], kSession);
 }
@@ -72,10 +74,10 @@ TEST_F(StoreManagerAccount, SucceedsWithoutRequestWhenConfigCannotOpen) {
   EXPECT_EQ(Describe(manager().LogIn("anna", kPassword)), "ok");
   EXPECT_EQ(LastFailure(), "config file");
   manager().LogOut();
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(Describe(manager().Register("e@x", kPassword, "N", "L", "T")), "ok");
   EXPECT_EQ(LastFailure(), "config file");
-  EXPECT_EQ(device.Journal(), Lines{kOpen});
+  EXPECT_EQ(device.Calls(), Lines{kOpen});
 }
 
 TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
@@ -88,9 +90,9 @@ TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
   unlink(manager().GetSavedPath().c_str());
   device.holds_downloads = true;
   manager().DownloadBookById("B1");
-  device.ClearJournal();
+  device.ClearCalls();
   manager().LogOut();
-  EXPECT_EQ(device.Journal({"config", "POST", "forget"}), Lines{"forget authorisation"});
+  EXPECT_EQ(device.Calls({"config", "POST", "forget"}), Lines{"forget authorisation"});
   EXPECT_FALSE(manager().IsLoggedIn());
   EXPECT_EQ(manager().GetSavedPath(), "");
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
@@ -100,42 +102,32 @@ TEST_F(StoreManagerAccount, LogsOutLocallyAndKeepsCredentials) {
   EXPECT_EQ(device.config["user_name"], "anna");
   EXPECT_EQ(device.config["session_id"], kSession);
   SetPurchased(R"([{"orderItemEAN":"B1"}])");
-  EXPECT_EQ(device.Journal({"POST"}), Lines{"POST /getUserEbook opdsSessionId=&storeId="});
+  EXPECT_EQ(device.Calls({"POST"}), Lines{"POST /getUserEbook opdsSessionId=&storeId="});
   EXPECT_EQ(manager().GetBookStatus("B1").status, BookStatus::kPurchased);
 }
 
 TEST_F(StoreManagerAccount, EmptiesPurchasedWhenFetchFails) {
   SetPurchased(R"([{"orderItemEAN":"B1"},{"orderItemEAN":"B1"}])");
   EXPECT_EQ(manager().GetPurchased().size(), 2u);
-  const std::tuple<const char*, long, const char*> rows[] = {
-      {"[]", 500, "status 500"},
-      {"<html>", 200, "unreadable"},
-      {R"({"error":true})", 200, "refused"},
-      {R"({"response":{}})", 200, "unreadable"},
-      {R"({"response":[]})", 200, ""}};
-  for (const auto& [body, status, failure] : rows) {
-    device.SetOnlyAnswer("/getUserEbook", body, status);
-    EXPECT_TRUE(manager().LoadPurchased().empty());
-    EXPECT_TRUE(manager().GetPurchased().empty());
+  for (const auto& [body, failure] : std::map<std::string, std::string>{
+           {"<html>", "unreadable"}, {kRefusal, "refused: no"}, {R"({"response":[]})", ""}}) {
+    device.SetOnlyResponse("/getUserEbook", body);
+    EXPECT_TRUE(manager().LoadPurchased().empty() && manager().GetPurchased().empty());
     EXPECT_EQ(LastFailure(), failure);
-    EXPECT_EQ(manager().IsPurchasedKnown(), LastFailure().empty());
+    EXPECT_EQ(manager().IsPurchasedKnown(), failure.empty());
   }
 }
 
 TEST_F(StoreManagerAccount, SavesCartUnlessBookToRemoveIsMissing) {
   const auto saved = [] { return unlink(kCartPath.c_str()) == 0; };
   for (int times = 0; times < 2; ++times) {
-    EXPECT_EQ(Describe(manager().AddToCart(MakeBook("1"))), "ok");
-    EXPECT_TRUE(saved());
+    EXPECT_TRUE(Describe(manager().AddToCart(MakeBook("1"))) == "ok" && saved());
   }
-  EXPECT_EQ(manager().RemoveFromCart(7u), 0);
-  EXPECT_TRUE(saved());
-  EXPECT_EQ(manager().RemoveFromCart(MakeBook("2")), 0);
-  EXPECT_FALSE(saved());
-  EXPECT_EQ(manager().RemoveFromCart(MakeBook("1")), 0);
-  EXPECT_TRUE(saved());
+  EXPECT_TRUE(manager().RemoveFromCart(7u) == 0 && saved());
+  EXPECT_TRUE(manager().RemoveFromCart(MakeBook("2")) == 0 && !saved());
+  EXPECT_TRUE(manager().RemoveFromCart(MakeBook("1")) == 0 && saved());
   EXPECT_EQ(manager().GetCart().GetSize(), 0u);
-  EXPECT_EQ(device.Journal(), Lines());
+  EXPECT_EQ(device.Calls(), Lines());
 }
 
 }  // namespace

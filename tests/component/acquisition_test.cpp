@@ -52,18 +52,13 @@ TEST(IndirectAcquisition, HasContractVtableLayout) {
 
 TEST(MakeFormat, ListsFormatsParentsFirstAndReportsTicket) {
   const std::string acsm = "application/vnd.adobe.adept+xml", epub = "application/epub+zip";
-  const std::tuple<std::vector<Object*>, bool, bool, const char*, const char*> rows[] = {
-      {{Make(acsm, {Make(epub)}), Make("application/pdf")}, false, true, "", "EPUB,PDF"},
-      {{Make(epub, {Make(epub, {Make(acsm)})})}, false, true, "", "EPUB,EPUB"},
-      {{Make(acsm), Make(acsm)}, false, true, "", ""},
-      {{Make("text/html"), Make("application/octet-stream", {Make(epub)}), Make("")},
-       true,
-       true,
-       "",
-       "HTM,EPUB"},
-      {{Make(epub)}, false, false, "X", "X,EPUB"}};
-  for (const auto& [items, flag_before, flag, before, formats] : rows) {
-    const std::unique_ptr<IndirectAcquisition> root(Make("", items));
+  const std::tuple<Object*, bool, bool, const char*, const char*> rows[] = {
+      {Make("application/pdf", {Make(acsm, {Make(epub)})}), false, true, "", "PDF,EPUB"},
+      {Make(epub, {Make(epub), Make("text/html")}), true, true, "", "EPUB,EPUB,HTM"},
+      {Make("", {Make("application/octet-stream", {Make(acsm)})}), false, true, "", ""},
+      {Make(epub), false, false, "X", "X,EPUB"}};
+  for (const auto& [item, flag_before, flag, before, formats] : rows) {
+    const std::unique_ptr<IndirectAcquisition> root(Make("", {item}));
     std::stringstream out(before);
     bool has_acsm = flag_before;
     MakeFormat(out, has_acsm, root->children);

@@ -15,21 +15,14 @@ namespace {
 class AtomicFile : public FakeDeviceFixture {
  protected:
   Cart cart;
-
-  /// Limits the size of files, as a full disk does.
-  static void LimitFiles(rlim_t size_bytes) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{size_bytes, size_bytes};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-  }
 };
 
 TEST_F(AtomicFile, ReplacesContentAndLeavesNoOtherFile) {
-  cart.orderItems.resize(1000);
-  cart.Save();
-  cart.orderItems.clear();
-  cart.Save();
-  EXPECT_EQ(ParseJson(ReadFile(kCartPath))["orderItems"].size(), 0u);
+  for (const std::size_t size : {1000, 0}) {
+    cart.orderItems.resize(size);
+    cart.Save();
+    EXPECT_EQ(ParseJson(ReadFile(kCartPath)), cart.ToJson());
+  }
   EXPECT_EQ(ListFiles(kConfigDirectory), Lines{"quire_cart"});
 }
 
@@ -38,7 +31,10 @@ TEST_F(AtomicFile, KeepsOldContentWhenDiskIsFull) {
   ASSERT_EQ(manager().Init(), 0);
   manager().AddToCart(MakeBook("1"));
   const std::string old_cart = ReadFile(kCartPath), old_cache = ReadFile(kSwitchboardPath);
-  LimitFiles(20);
+  // A limit of the size of files, which fails as a full disk does.
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{20, 20};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
   manager().AddToCart(MakeBook("2"));
   EXPECT_EQ(manager().ConfigFromServer(), 0);
   EXPECT_EQ(ReadFile(kCartPath), old_cart);
@@ -52,9 +48,6 @@ TEST_F(AtomicFile, IsWrittenInPlaceWithoutTempFile) {
   ASSERT_EQ(chmod(kConfigDirectory.c_str(), 0555), 0);
   DropPrivileges();
   cart.orderItems = {MakeBook("1")};
-  cart.Save();
-  EXPECT_EQ(ParseJson(ReadFile(kCartPath)), cart.ToJson());
-  cart.orderItems.clear();
   cart.Save();
   EXPECT_EQ(ParseJson(ReadFile(kCartPath)), cart.ToJson());
   EXPECT_EQ(chmod(kConfigDirectory.c_str(), 0755), 0);
@@ -76,9 +69,9 @@ TEST_F(AtomicFile, FailsSilentlyWithoutDirectory) {
   std::filesystem::create_directory(kSwitchboardPath);
   PrepareStart();
   device.clock_s = {0};
-  EXPECT_NO_THROW(EXPECT_EQ(manager().Init(), 0));
-  EXPECT_NO_THROW(cart.AddToCart(MakeBook("1")));
-  EXPECT_NO_THROW(cart.Load());
+  EXPECT_EQ(manager().Init(), 0);
+  cart.AddToCart(MakeBook("1"));
+  cart.Load();
   EXPECT_EQ(cart.GetSize(), 0u);
   EXPECT_TRUE(ListFiles(kCartPath).empty() && ListFiles(kSwitchboardPath).empty());
   std::filesystem::remove_all(kConfigDirectory);

@@ -12,6 +12,12 @@ std::string GetProperty(const Book& book, Book::StringProps prop) {
   return entry == book.string_props.end() ? "(absent)" : entry->second;
 }
 
+std::string ReadProperty(const char* key, const std::string& sent, Book::StringProps prop) {
+  Json::Value json;
+  json[key] = sent;
+  return GetProperty(Book::FromJson(json), prop);
+}
+
 std::int64_t ReadPrice(const std::string& json) {
   return Book::FromJson(ParseJson(R"({"orderItemPrice":)" + json + "}")).int_props.at(Book::kPrice);
 }
@@ -50,21 +56,12 @@ TEST(Book, LaterKeyOfOnePropertyWins) {
           "orderItemEbookCover":"cover","orderItemEbookType":"type","orderItemEbookFormat":"form",
           "orderItemQuantity":2,"orderItemIsEbook":true,"orderItemId":9781234567897,
           "orderItemTitle":1.5,"orderItemAuthor":null,"currency":["EUR"]})"));
-  EXPECT_EQ(GetProperty(book, Book::kEan), "low");
-  EXPECT_EQ(GetProperty(book, Book::kThumbnail), "small");
-  EXPECT_EQ(GetProperty(book, Book::kEbookFormat), "type");
-  EXPECT_EQ(GetProperty(book, Book::kQuantity), "2");
-  EXPECT_EQ(GetProperty(book, Book::kIsEbook), "true");
-  EXPECT_EQ(GetProperty(book, Book::kItemId), "9781234567897");
-  EXPECT_EQ(GetProperty(book, Book::kTitle) + GetProperty(book, Book::kAuthor) +
-                GetProperty(book, Book::kCurrency),
-            "");
-  EXPECT_EQ(GetProperty(book, Book::kOrderId), "(absent)");
-  const Json::Value json = book.ToJson();
-  EXPECT_EQ(json["orderItemEAN"], "low");
-  EXPECT_EQ(json["orderItemEan"], "low");
-  EXPECT_EQ(json["orderItemQuantity"], "2");
-  EXPECT_FALSE(json.isMember("orderId"));
+  EXPECT_EQ(book.string_props.count(Book::kOrderId), 0u);
+  EXPECT_EQ(book.ToJson(), ParseJson(R"({"orderItemEan":"low","orderItemEAN":"low",
+      "orderItemThumbnail":"small","orderItemEbookCover":"small","orderItemEbookType":"type",
+      "orderItemEbookFormat":"type","orderItemQuantity":"2","orderItemIsEbook":"true",
+      "orderItemId":"9781234567897","orderItemTitle":"","orderItemAuthor":"","currency":"",
+      "orderItemDate":"","orderItemPrice":"0"})"));
 }
 
 TEST(Book, ReadsPriceInCentsAndWritesSixDigits) {
@@ -86,55 +83,39 @@ TEST(Book, ReadsPriceInCentsAndWritesSixDigits) {
   EXPECT_EQ(ReadPrice(R"("12345.7")"), 1234570);
 }
 
-std::string ReadProperty(const char* key, const std::string& sent, Book::StringProps prop) {
-  Json::Value json;
-  json[key] = sent;
-  return GetProperty(Book::FromJson(json), prop);
-}
-
 TEST(Book, RewritesDateForDisplay) {
   const std::pair<const char*, const char*> rows[] = {
       {"2021-03-15 14:30:00", "2021-03-15\n14:30:00"},
       {"2021-03-15\n14:30:00", "2021-03-15\n14:30:00"},
       {"on 15.03.2021 at 14:30", "on 15.03.2021 at\n14:30"},
       {"14:30 15.03.2021", "14:30 | 15.03.2021"},
-      {"15. March 2021", "15. | March 2021"},
       {"Mon 15.03.2021", "Mon | 15.03.2021"},
       {" :", "\n:"},
-      {" ", " | "}};
-  for (const auto& [sent, date] : rows)
+      {" ", " | "},
+      {"14:30", "14:30"},
+      {"15.03.2021", "15.03.2021"}};
+  for (const auto& [sent, date] : rows) {
     EXPECT_EQ(ReadProperty("orderItemDate", sent, Book::kDate), date);
-  for (const char* itself : {"14:30", "15.03.2021", ""}) {
-    EXPECT_EQ(ReadProperty("orderItemDate", itself, Book::kDate), itself);
   }
 }
 
 TEST(Book, ConvertsKnownMimeTypeToExtension) {
-  const auto format_of = [](const char* sent) {
-    return ReadProperty("orderItemEbookFormat", sent, Book::kEbookFormat);
-  };
-  EXPECT_EQ(format_of("text/html; charset=utf-8"), "htm");
-  for (const char* itself : {"EPUB", "application/x"}) EXPECT_EQ(format_of(itself), itself);
+  for (const auto& [sent, format] : {std::pair("text/html; x", "htm"), {"EPUB", "EPUB"}}) {
+    EXPECT_EQ(ReadProperty("orderItemEbookFormat", sent, Book::kEbookFormat), format);
+  }
 }
 
 TEST(Book, ReadsIntegerRowsAddedByApplication) {
   const auto pages = static_cast<Book::IntProps>(1);
   Book::s_book_int_map["pages"] = pages;
-  const std::pair<Json::Value, std::int64_t> rows[] = {
-      {ParseJson("320"), 320},
-      {ParseJson("-1"), -1},
-      {ParseJson("2147483648"), 2147483648},
-      {ParseJson("9223372036854775807"), INT64_MAX},
-      {ParseJson("9223372036854775808"), 0},
-      {ParseJson("1.5"), 0},
-      {"320", 0},
-      {true, 0},
-      {Json::Value(7u), 0},
-      {Json::arrayValue, 0}};
+  const std::pair<std::string, std::int64_t> rows[] = {{"-1", -1},
+                                                       {"9223372036854775807", INT64_MAX},
+                                                       {"9223372036854775808", 0},
+                                                       {"1.5", 0},
+                                                       {R"("320")", 0},
+                                                       {"true", 0}};
   for (const auto& [value, expected] : rows) {
-    Json::Value json;
-    json["pages"] = value;
-    const Book book = Book::FromJson(json);
+    const Book book = Book::FromJson(ParseJson(R"({"pages":)" + value + "}"));
     EXPECT_EQ(book.int_props.at(pages), expected) << value;
     EXPECT_EQ(book.ToJson()["pages"].asInt64(), expected);
   }
@@ -150,11 +131,10 @@ TEST(Book, CopiesAndMovesAllMembers) {
   Book moved;
   moved = std::move(book);
   for (const Book& other : {copy, moved}) {
-    EXPECT_EQ(other.ToJson(), copy.ToJson());
+    EXPECT_EQ(other.int_props.at(Book::kPrice), 5);
     EXPECT_EQ(GetProperty(other, Book::kEan), "1");
     EXPECT_EQ(other.aux_word, 7);
   }
-  EXPECT_EQ(Book().aux_word, 0);
 }
 
 }  // namespace

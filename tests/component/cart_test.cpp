@@ -7,7 +7,7 @@
 namespace saltmoor::quire {
 namespace {
 
-class LocalCart : public FakeDeviceFixture {
+class CartTest : public FakeDeviceFixture {
  protected:
   Cart cart;
 
@@ -22,47 +22,40 @@ class LocalCart : public FakeDeviceFixture {
   }
 };
 
-TEST_F(LocalCart, SavesOnlyAfterChanges) {
+TEST_F(CartTest, SavesOnlyAfterChanges) {
+  const auto expect = [&](bool saved, unsigned size) {
+    EXPECT_EQ(WasSaved(), saved);
+    EXPECT_EQ(cart.GetSize(), size);
+  };
   cart.AddToCart(MakeBook("1"));
-  EXPECT_TRUE(WasSaved());
+  expect(true, 1);
   cart.AddToCart(MakeBook("1", "another author"));
-  EXPECT_FALSE(WasSaved());
+  expect(false, 1);
+  EXPECT_FALSE(cart.IsContain("") || cart.IsContain("1 ") || cart.IsContain("11"));
   cart.AddToCart(Book());
-  EXPECT_TRUE(WasSaved());
+  expect(true, 2);
   cart.AddToCart(Book());
-  EXPECT_FALSE(WasSaved());
-  ASSERT_EQ(cart.GetSize(), 2u);
-  EXPECT_TRUE(cart.IsContain("1"));
-  EXPECT_TRUE(cart.IsContain(""));
-  EXPECT_FALSE(cart.IsContain("1 "));
-  EXPECT_FALSE(cart.IsContain("11"));
+  expect(false, 2);
+  EXPECT_TRUE(cart.IsContain("1") && cart.IsContain(""));
 
   cart.RemoveFromCart(2);
   cart.RemoveFromCart(MakeBook("2"));
   cart.SetItemsCurrency("EUR");
-  EXPECT_FALSE(WasSaved());
+  expect(false, 2);
   EXPECT_EQ(cart.GetItem(1).string_props.at(Book::kCurrency), "EUR");
 
   cart.orderItems.insert(cart.orderItems.begin(), MakeBook("1", "first"));
   cart.RemoveFromCart(MakeBook("1"));
-  EXPECT_TRUE(WasSaved());
-  ASSERT_EQ(cart.GetSize(), 2u);
+  expect(true, 2);
   EXPECT_EQ(cart.GetItem(0).string_props.at(Book::kAuthor), "");
-  cart.RemoveFromCart(0u);
-  EXPECT_TRUE(WasSaved());
-  EXPECT_EQ(cart.GetSize(), 1u);
-  cart.Clear();
-  EXPECT_TRUE(WasSaved());
-  EXPECT_EQ(cart.GetSize(), 0u);
-}
-
-TEST_F(LocalCart, ReturnsEmptyBookWhenOutOfRange) {
-  EXPECT_EQ(&cart.GetItem(0), &cart.GetItem(7));
   EXPECT_EQ(cart.GetItem(7).ToJson(), ParseJson(R"({"orderItemPrice":"0"})"));
-  EXPECT_FALSE(cart.IsContain(""));
+  cart.RemoveFromCart(0u);
+  expect(true, 1);
+  cart.Clear();
+  expect(true, 0);
 }
 
-TEST_F(LocalCart, ReloadsItemsAndPartOfHeader) {
+TEST_F(CartTest, ReloadsItemsAndPartOfHeader) {
   cart.orderId = "O-1";
   cart.opdsSessionId = kSession;
   cart.userID = "U-1";
@@ -75,44 +68,35 @@ TEST_F(LocalCart, ReloadsItemsAndPartOfHeader) {
       "order":{"cartLastChange":"2021-03-15 10:00:00","orderAmount":20.0,"orderId":"O-1",
                "userID":"U-1"},
       "orderItems":[{"currency":"EUR","orderItemPrice":"12.99"}]})"));
-  EXPECT_EQ(Cart().ToJson()["orderItems"], ParseJson("[]"));
-
   Cart loaded;
   loaded.Load();
-  EXPECT_EQ(loaded.orderId, "O-1");
-  EXPECT_EQ(loaded.opdsSessionId, kSession);
-  EXPECT_EQ(loaded.userID, "U-1");
-  EXPECT_EQ(loaded.cartLastChange, "");
+  EXPECT_EQ(loaded.orderId + loaded.opdsSessionId + loaded.userID + loaded.cartLastChange,
+            "O-1" + kSession + "U-1");
   EXPECT_EQ(loaded.orderAmount, 0.0);
   ASSERT_EQ(loaded.GetSize(), 1u);
   EXPECT_EQ(loaded.GetItem(0).int_props.at(Book::kPrice), 1299);
 }
 
-TEST_F(LocalCart, ReadsHeaderFromAnswer) {
-  const std::pair<const char*, double> amounts[] = {
-      {R"("20.50")", 20.5}, {"20", 20.0},        {"20.5", 0.0},    {R"("x")", 0.0},
-      {"null", 0.0},        {R"("1e400")", 0.0}, {R"("nan")", 0.0}};
+TEST_F(CartTest, ReadsHeaderFromResponse) {
+  const std::map<std::string, double> amounts = {{R"("20.50")", 20.5}, {"20", 20.0},
+                                                 {"20.5", 0.0},        {R"("x")", 0.0},
+                                                 {R"("1e400")", 0.0},  {R"("nan")", 0.0}};
   for (const auto& [json, amount] : amounts) {
-    cart.FromJson(ParseJson(std::string(R"({"opdsSessionId":5,"order":{"orderId":9781234567897,
-        "userID":"U","lastUpdated":"now","cartLastChange":"no","orderAmount":)") +
+    cart.FromJson(ParseJson(R"({"opdsSessionId":5,"order":{"orderId":9781234567897,"userID":"U",
+        "lastUpdated":"now","cartLastChange":"no","orderAmount":)" +
                             json + "}}"));
     EXPECT_EQ(cart.orderAmount, amount) << json;
   }
-  EXPECT_EQ(cart.opdsSessionId, "5");
-  EXPECT_EQ(cart.orderId, "9781234567897");
-  EXPECT_EQ(cart.cartLastChange, "now");
+  EXPECT_EQ(cart.opdsSessionId + cart.orderId + cart.cartLastChange, "59781234567897now");
 
   AddPriced(1);
   cart.FromJson(ParseJson("[1]"));
-  EXPECT_EQ(cart.GetSize(), 0u);
-  EXPECT_EQ(cart.opdsSessionId, "5");
+  EXPECT_EQ(std::to_string(cart.GetSize()) + cart.opdsSessionId, "05");
   cart.FromJson(ParseJson(R"({"order":[1],"orderItems":[1,{}]})"));
-  EXPECT_EQ(cart.opdsSessionId, "");
-  EXPECT_EQ(cart.userID, "U");
-  EXPECT_EQ(cart.GetSize(), 2u);
+  EXPECT_EQ(std::to_string(cart.GetSize()) + cart.opdsSessionId + cart.userID, "2U");
 }
 
-TEST_F(LocalCart, KeepsHeaderWhenFileIsUnreadable) {
+TEST_F(CartTest, KeepsHeaderWhenFileIsUnreadable) {
   for (const char* content : {"", "not json", "[]", "\"text\""}) {
     cart.orderId = "O-1";
     AddPriced(1);
@@ -123,15 +107,12 @@ TEST_F(LocalCart, KeepsHeaderWhenFileIsUnreadable) {
   }
 }
 
-TEST_F(LocalCart, SumsIn32BitsAndFormatsWithComma) {
-  EXPECT_EQ(cart.GetTotalPrice(), 0.0);
+TEST_F(CartTest, SumsIn32BitsAndFormatsWithComma) {
   EXPECT_EQ(cart.GetTotalPriceFormatted(), "0");
   const std::tuple<std::vector<std::int64_t>, double, const char*> rows[] = {
       {{1299}, 12.99, "12,99 EUR"},
-      {{500}, 5.0, "5,00 EUR"},
       {{5}, 0.05, "0,05 EUR"},
       {{1299, 701}, 20.0, "20,00 EUR"},
-      {{123456789}, 1234567.89, "1234567,89 EUR"},
       {{4294967296 + 1299}, 12.99, "12,99 EUR"},
       {{2147483647, 1}, -21474836.48, "-21474836,-48 EUR"},
       {{-5}, -0.05, "0,-5 EUR"}};

@@ -1,4 +1,4 @@
-// Which failure the manager keeps; each kind is tested beside the call that it belongs to.
+// Which failure the manager keeps; each kind is tested next to the call that it belongs to.
 
 #include <functional>
 
@@ -10,9 +10,9 @@ namespace {
 class StoreManagerFailure : public FakeDeviceFixture {};
 
 TEST_F(StoreManagerFailure, IsFirstOfNestedCalls) {
-  device.AddAnswer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
-  device.AddAnswer("/getUserEbook", "", 500);
-  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
+  device.AddResponse("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  device.AddResponse("/getUserEbook", "", 500);
+  device.AddResponse(kSwitchboardUrl, kSwitchboardResponse);
   device.config["user_name"] = "anna";
   device.config["secret password"] = kPassword;
   EXPECT_EQ(manager().Init(), 0);
@@ -25,19 +25,19 @@ TEST_F(StoreManagerFailure, IsFirstOfNestedCalls) {
   PrepareStart();
   manager().LogIn("anna", kPassword);
   EXPECT_EQ(LastFailure(), "");
-  device.AddAnswer("/addToCart", "", 404);
+  device.AddResponse("/addToCart", "", 404);
   manager().CheckOut();
   EXPECT_EQ(LastFailure(), "status 404");
-  device.AddAnswer("/addToCart", "{}");
+  device.AddResponse("/addToCart", "{}");
   manager().CheckOut();
   EXPECT_EQ(LastFailure(), "network 6");
 }
 
 TEST_F(StoreManagerFailure, IsNoneWithoutCredentialsExceptOfNewSession) {
-  device.AddAnswer("/getUserEbook", R"({"error":"true","response":{"errorMsg":"no session"}})");
-  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
-  device.AddAnswer("/addToCart", "{}");
-  device.AddAnswer("/getCart", "{}");
+  device.AddResponse("/getUserEbook", R"({"error":"true","response":{"errorMsg":"no session"}})");
+  device.AddResponse(kSwitchboardUrl, kSwitchboardResponse);
+  device.AddResponse("/addToCart", "{}");
+  device.AddResponse("/getCart", "{}");
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_EQ(LastFailure(), "");
   manager().CheckOut();

@@ -72,7 +72,7 @@ void FakeDeviceFixture::TearDown() {
   device.ReleaseDownloads();
   EXPECT_EQ(device.OpenHandles(), 0);
   EXPECT_EQ(device.Misuse(), Lines());
-  for (const std::string& line : device.Journal({"log", "message"})) {
+  for (const std::string& line : device.Calls({"log", "message"})) {
     EXPECT_EQ(line.find(kPassword), std::string::npos) << line;
     EXPECT_EQ(line.find(kSession), std::string::npos) << line;
   }
@@ -81,13 +81,13 @@ void FakeDeviceFixture::TearDown() {
 void FakeDeviceFixture::PrepareStart() {
   device.config["user_name"] = "anna";
   device.config["secret password"] = kPassword;
-  device.AddAnswer(kSwitchboardUrl, kSwitchboardAnswer);
-  device.AddAnswer("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
-  device.AddAnswer("/getUserEbook", R"({"response":[{"orderItemEAN":"B1"}]})");
+  device.AddResponse(kSwitchboardUrl, kSwitchboardResponse);
+  device.AddResponse("/login", R"({"response":{"opdsSessionId":")" + kSession + R"("}})");
+  device.AddResponse("/getUserEbook", R"({"response":[{"orderItemEAN":"B1"}]})");
 }
 
 void FakeDeviceFixture::SetPurchased(const std::string& books_json) {
-  device.AddAnswer("/getUserEbook", R"({"response":)" + books_json + "}");
+  device.AddResponse("/getUserEbook", R"({"response":)" + books_json + "}");
   manager().LoadPurchased();
 }
 

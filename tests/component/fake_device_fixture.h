@@ -36,12 +36,15 @@ inline const std::string kReturnPages =
 
 inline const std::string kStoreApi = "https://" QUIRE_SHOP_HOST "/webapp/wcs/stores/servlet";
 
-// Distinct, so that the journal can be searched for them.
+// Distinct, so that the calls can be searched for them.
 inline const std::string kPassword = "pass-w0rd";
 inline const std::string kSession = "SESSION-71";
 
+inline const std::string kRefusal =
+    R"({"error":"true","response":{"ErrorMsg":"no","errorMsg":"no"}})";
+
 /// A configuration with the store id 4711.
-inline const std::string kSwitchboardAnswer =
+inline const std::string kSwitchboardResponse =
     R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
 
@@ -65,7 +68,7 @@ class FakeDeviceFixture : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  /// Sets answers for every request of Init, and stored credentials.
+  /// Sets responses to every request of Init, and stored credentials.
   void PrepareStart();
   /// Loads these books ("response" of "/getUserEbook") as the bought ones.
   void SetPurchased(const std::string& books_json);

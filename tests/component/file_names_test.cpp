@@ -11,22 +11,17 @@ namespace saltmoor::quire {
 namespace {
 
 TEST(VerifyFilename, RemovesCharactersAndTruncates) {
-  for (const char* itself : {"", " \t}~\x7f\x01 A", "a.b", "abc"}) {
-    EXPECT_EQ(VerifyFilename(itself, 255, true), itself);
-  }
   const std::tuple<const char*, unsigned, bool, const char*> rows[] = {
       {"a\"'*/:<>?\\`|b", 255, true, "ab"},
       {"../../etc/passwd", 255, true, "_....etcpasswd"},
-      {"/.x", 255, true, "_.x"},
       {"#1", 255, false, "_#1"},
       {"#1", 255, true, "1"},
       {"a#1", 255, false, "a#1"},
       {"#.a", 255, true, "_.a"},
-      {"abc", 3, true, "abc"},
+      {" \t}~\x7f\x01 A", 255, true, " \t}~\x7f\x01 A"},
       {"abc", 2, true, "ab"},
       {"abc", 0, true, ""},
       {".abc", 2, true, "_.a"},
-      {"a/b/c", 2, true, "ab"},
       {"a\u20ac\U0001d11ez", 3, true, "a\u20ac\U0001d11e"},
       {"ab\x7f\x80\x80z", 2, true, "ab\x7f\x80\x80"}};
   for (const auto& [name, max_chars, drop_hash, clean] : rows) {
@@ -35,15 +30,13 @@ TEST(VerifyFilename, RemovesCharactersAndTruncates) {
 }
 
 TEST(ParseToNameExtention, SplitsAtLastDot) {
-  for (const char* whole : {"", "a", ".a", "./a", "/d.d/a"}) {
-    EXPECT_EQ(ParseToNameExtention(whole), std::make_tuple(whole, "")) << whole;
-  }
-  const std::tuple<const char*, const char*, const char*> rows[] = {
-      {"a.", "a", ""},
-      {"a.b.EPUB", "a.b", "EPUB"},
-      {"/d.d/a.b", "/d.d/a", "b"},
-      {"/d/.a", "/d/", "a"},
-      {"/mnt/ext1/Downloads/J. Smith - Title", "/mnt/ext1/Downloads/J", " Smith - Title"}};
+  const std::tuple<const char*, const char*, const char*> rows[] = {{"", "", ""},
+                                                                    {".a", ".a", ""},
+                                                                    {"/d.d/a", "/d.d/a", ""},
+                                                                    {"a.", "a", ""},
+                                                                    {"a.b.EPUB", "a.b", "EPUB"},
+                                                                    {"/d.d/a.b", "/d.d/a", "b"},
+                                                                    {"/d/.a", "/d/", "a"}};
   for (const auto& [path, name, extension] : rows) {
     EXPECT_EQ(ParseToNameExtention(path), std::make_tuple(name, extension)) << path;
   }
@@ -63,8 +56,7 @@ TEST(ExtentionByMime, MatchesFirstPrefix) {
                                                    {"application/epub+zip", "epub"},
                                                    {"application/vnd.adobe.adept+xml", "acsm"}};
   for (const auto& [mime, extension] : rows) EXPECT_EQ(ExtentionByMime(mime), extension) << mime;
-  for (const char* unknown :
-       {"APPLICATION/PDF", " application/pdf", "application/pd", "epub", ""}) {
+  for (const char* unknown : {"APPLICATION/PDF", " application/pdf", "application/pd", ""}) {
     EXPECT_EQ(ExtentionByMime(unknown), "") << unknown;
   }
 }
@@ -72,10 +64,8 @@ TEST(ExtentionByMime, MatchesFirstPrefix) {
 TEST(GenerateBookFileName, JoinsAuthorTitleAndFormat) {
   Book book = MakeBook("1", "Anna Muster", "Mein Buch: Teil 2?");
   book.string_props[Book::kEbookFormat] = "EPUB";
-  EXPECT_EQ(GenerateBookShortFileName(book), "Anna Muster - Mein Buch Teil 2.epub");
   EXPECT_EQ(GenerateBookFileName(book), "/mnt/ext1/Downloads/Anna Muster - Mein Buch Teil 2.epub");
   EXPECT_EQ(GenerateBookShortFileName(MakeBook("1", "A#1", "T")), "A1 - T");
-  EXPECT_EQ(GenerateBookShortFileName(MakeBook("1", "", "T")), " - T");
   EXPECT_EQ(GenerateBookShortFileName(Book()), " - ");
   const Book long_title = MakeBook("1", "A", Repeat("ß", 300));
   EXPECT_EQ(GenerateBookShortFileName(long_title), "A - " + Repeat("ß", 251));

@@ -11,65 +11,58 @@ const std::string kOpen = "config open " + kConfigPath;
 const std::string kTimeKey = "int switchboard_update_time";
 const std::string kAsk =
     "GET " + kSwitchboardUrl + "?device_sn=SN-1&nonce=NONCE&client_signature=SIGNATURE";
-const std::string kLogIn = "POST /login username=anna&password=" + kPassword + "&storeId=4711";
+const std::string kLogIn = "POST /login username=anna&password=" + kPassword + "&storeId=";
 
 class StoreManagerInit : public FakeDeviceFixture {
  protected:
-  bool HasFetched() { return !device.Journal({"GET"}).empty(); }
+  void SetUp() override {
+    FakeDeviceFixture::SetUp();
+    PrepareStart();
+  }
 };
 
 TEST_F(StoreManagerInit, ConstructorSendsNoRequest) {
-  StoreManager& one = StoreManager::Instance();
-  EXPECT_EQ(&one, &StoreManager::Instance());
-  EXPECT_EQ(device.Journal(), Lines{"downloader /mnt/ext1/Downloads"});
-  EXPECT_FALSE(one.IsLoggedIn());
-  EXPECT_EQ(one.GetShopName() + one.GetClientId() + one.GetOrderDatePlaced(), "");
-  EXPECT_EQ(one.GetCart().GetSize(), 0u);
-  EXPECT_TRUE(one.GetPurchased().empty());
-  EXPECT_FALSE(one.IsPurchasedKnown());
-  EXPECT_EQ(one.GetSavedPath() + LastFailure() + one.GetConfig()[SwitchboardConfig::kShopName], "");
-  EXPECT_EQ(one.RegisterPushNotification(), 0);
+  EXPECT_EQ(&manager(), &StoreManager::Instance());
+  EXPECT_EQ(device.Calls(), Lines{"downloader /mnt/ext1/Downloads"});
+  EXPECT_FALSE(manager().IsLoggedIn() || manager().IsPurchasedKnown());
+  EXPECT_EQ(manager().GetSavedPath() + LastFailure() + manager().GetShopName(), "");
+  EXPECT_EQ(manager().RegisterPushNotification(), 0);
 }
 
 TEST_F(StoreManagerInit, FetchesLogsInAndLoadsInOrder) {
-  PrepareStart();
   device.clock_s = {1700000000, 1700000099};
   WriteFile(kCartPath, R"({"orderItems":[{"orderItemEAN":"C1"}]})");
   manager();
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_EQ(
-      device.Journal(),
+      device.Calls(),
       (Lines{kOpen, "config read " + kTimeKey, "key Tw3kH-pL",
              "sign device_sn=SN-1&nonce=NONCE salt= key=KEY", kAsk,
              "config write " + kTimeKey + "=1700000000", "config save", "config read session_id",
-             "config read user_name", "config read secret password", kLogIn,
+             "config read user_name", "config read secret password", kLogIn + "4711",
              "config write session_id=" + kSession, "config save",
              "POST /getUserEbook opdsSessionId=" + kSession + "&storeId=4711", "config close"}));
   EXPECT_TRUE(manager().IsLoggedIn());
-  EXPECT_EQ(manager().GetShopName(), "The Shop");
-  EXPECT_EQ(manager().GetClientId(), "C-9");
+  EXPECT_EQ(manager().GetShopName() + manager().GetClientId(), "The ShopC-9");
   EXPECT_TRUE(manager().GetCart().IsContain("C1"));
-  ASSERT_EQ(manager().GetPurchased().size(), 1u);
+  EXPECT_EQ(manager().GetPurchased().size(), 1u);
   std::ostringstream cache;
-  cache << ParseJson(kSwitchboardAnswer);
+  cache << ParseJson(kSwitchboardResponse);
   EXPECT_EQ(ReadFile(kSwitchboardPath), cache.str());
 }
 
 TEST_F(StoreManagerInit, UsesCacheUpTo1800Seconds) {
-  PrepareStart();
   const std::tuple<std::int64_t, std::int64_t, bool> rows[] = {
       {1700000000, 1700000000, false},
       {1700000000, 1700001800, false},
       {1700000000, 1700001801, true},
       {1700000000, 1699999999, true},
       {0, 1800, false},
-      {0, 1801, true},
       {0, 1700000000, true},
       // The difference has 32 bits: across the end of the range, and of a time beyond it.
       {-100, 4294967196 + 1800, false},
       {-100, 4294967196 + 1801, true},
-      {-100, 1700, false},
       {1700000000, 4294967296 + 1700000000 + 1800, false},
       {1700000000, 4294967296 + 1700000000 - 1, true}};
   for (const auto& [stored, now, asked] : rows) {
@@ -78,144 +71,121 @@ TEST_F(StoreManagerInit, UsesCacheUpTo1800Seconds) {
                                 R"("opdsUrl":{"OPDSStartPage":"https://shop/5/opds/"}})");
     device.config[kTimeKey] = std::to_string(stored);
     device.clock_s = {now};
-    device.ClearJournal();
+    device.ClearCalls();
     EXPECT_EQ(manager().Init(), 0);
-    EXPECT_EQ(HasFetched(), asked);
+    EXPECT_EQ(device.Calls({"GET", "config write int"}).size(), asked ? 2u : 0u);
     EXPECT_EQ(manager().GetShopName(), asked ? "The Shop" : "Cached");
-    EXPECT_EQ(device.Journal({"POST /login"}),
-              Lines{"POST /login username=anna&password=" + kPassword +
-                    "&storeId=" + (asked ? "4711" : "5")});
-    EXPECT_EQ(!device.Journal({"config write int"}).empty(), asked);
+    EXPECT_EQ(device.Calls({"POST /login"}), Lines{kLogIn + (asked ? "4711" : "5")});
   }
 }
 
 TEST_F(StoreManagerInit, FetchesAgainWhenFreshCacheIsUnreadable) {
-  PrepareStart();
   for (const char* cache : {"", "not json", "{\"shopName\":"}) {
     unlink(kSwitchboardPath.c_str());
     if (*cache != 0) WriteFile(kSwitchboardPath, cache);
     device.config[kTimeKey] = "1000";
     device.clock_s = {1001, 1031};
-    device.ClearJournal();
+    device.ClearCalls();
     EXPECT_EQ(manager().Init(), 0);
-    EXPECT_EQ(device.Journal({"GET", "config write int"}),
+    EXPECT_EQ(device.Calls({"GET", "config write int"}),
               (Lines{kAsk, "config write " + kTimeKey + "=1031"}));
-    EXPECT_EQ(device.config[kTimeKey], "1031");
     EXPECT_EQ(manager().GetShopName(), "The Shop");
   }
 }
 
 TEST_F(StoreManagerInit, FailedFetchKeepsLastGoodConfigurationForCalls) {
-  PrepareStart();
   ASSERT_EQ(manager().Init(), 0);
   const std::string cache = ReadFile(kSwitchboardPath);
   for (const bool fresh : {false, true}) {
-    device.SetOnlyAnswer(kSwitchboardUrl, "{}", 503);
-    if (fresh) device.ClearAnswers();  // a lost answer then
+    device.SetOnlyResponse(kSwitchboardUrl, "{}", 503);
     device.clock_s = {1000};
     device.config[kTimeKey] = fresh ? "1000" : "2000";
     if (fresh) unlink(kSwitchboardPath.c_str());
     const auto saved = device.config;
     EXPECT_EQ(manager().Init(), -1);
-    EXPECT_EQ(device.Journal({"config", "POST"}),
+    EXPECT_EQ(device.Calls({"config", "POST"}),
               (Lines{kOpen, "config read " + kTimeKey, "config close"}));
     EXPECT_EQ(device.config, saved);
-    EXPECT_EQ(LastFailure(), fresh ? "network 6" : "status 503");
+    EXPECT_EQ(LastFailure(), "status 503");
     EXPECT_EQ(manager().GetShopName(), "");
     EXPECT_EQ(manager().GetConfig()[SwitchboardConfig::kShopName], "The Shop");
-    if (!fresh) {
-      EXPECT_EQ(ReadFile(kSwitchboardPath), cache);
-    }
+    EXPECT_TRUE(fresh || ReadFile(kSwitchboardPath) == cache);
     manager().GetUserData();
-    EXPECT_EQ(device.Journal({"POST"}),
+    EXPECT_EQ(device.Calls({"POST"}),
               Lines{"POST /getUserData storeId=4711&opdsSessionId=" + kSession});
   }
 }
 
 TEST_F(StoreManagerInit, DoesNothingWithoutConfigFile) {
-  PrepareStart();
   manager();
-  device.ClearJournal();
+  device.ClearCalls();
   device.config_opens = false;
   EXPECT_EQ(manager().Init(), -1);
   EXPECT_EQ(LastFailure(), "config file");
-  EXPECT_EQ(device.Journal(), Lines{kOpen});
+  EXPECT_EQ(device.Calls(), Lines{kOpen});
   manager().LogOut();
   EXPECT_EQ(manager().NewSession(nullptr), -1);
   EXPECT_EQ(LastFailure(), "config file");
   EXPECT_EQ(manager().getLogin() + manager().getPassword(), "");
-  EXPECT_EQ(device.Journal({"POST"}), Lines());
+  EXPECT_EQ(device.Calls({"POST"}), Lines());
 }
 
 TEST_F(StoreManagerInit, HoldsStoredSessionButDoesNotSendIt) {
-  PrepareStart();
   device.config["session_id"] = "old";
-  device.SetOnlyAnswer(kSwitchboardUrl, kSwitchboardAnswer);
-  device.AddAnswer("/login", R"({"error":"true","response":{"ErrorMsg":"no"}})");
+  device.SetOnlyResponse(kSwitchboardUrl, kSwitchboardResponse);
+  device.AddResponse("/login", kRefusal);
   EXPECT_EQ(manager().Init(), 0);
   EXPECT_TRUE(manager().IsLoggedIn());
   EXPECT_EQ(device.config["session_id"], "old");
-  EXPECT_EQ(device.Journal({"POST /getUserEbook"}),
+  EXPECT_EQ(device.Calls({"POST /getUserEbook"}),
             Lines{"POST /getUserEbook opdsSessionId=&storeId=4711"});
 }
 
 TEST_F(StoreManagerInit, NewSessionSendsNothingWithoutCredentials) {
   for (const char* missing : {"user_name", "secret password"}) {
-    PrepareStart();
     device.config[missing] = "";
-    device.ClearJournal();
     EXPECT_EQ(manager().NewSession(nullptr), -1);
     EXPECT_EQ(LastFailure(), "credentials");
-    EXPECT_EQ(device.Journal({"POST", "config write", "config save"}), Lines());
+    EXPECT_EQ(device.Calls({"POST", "config write", "config save"}), Lines());
   }
 }
 
 TEST_F(StoreManagerInit, NewSessionClosesOnlyItsOwnHandle) {
-  PrepareStart();
   EXPECT_EQ(manager().NewSession(nullptr), 0);
   EXPECT_EQ(device.OpenHandles(), 0);
   EXPECT_EQ(device.config["session_id"], kSession);
   iconfig_s* config = OpenConfig("mine", nullptr);
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(manager().NewSession(config), 0);
-  EXPECT_EQ(device.Journal({"config open", "config close", "config drop"}), Lines());
+  EXPECT_EQ(device.Calls({"config open", "config close", "config discard"}), Lines());
   EXPECT_EQ(device.OpenHandles(), 1);
   CloseConfigNoSave(config);
 }
 
 TEST_F(StoreManagerInit, ThrowsLogicErrorWhenPlatformReturnsNull) {
-  PrepareStart();
-  for (const char* key : {"user_name", "secret password"}) {
+  for (const char* key : {"user_name", "secret password", "session_id"}) {
     device.null_reads = {key};
-    EXPECT_THROW(manager().NewSession(nullptr), std::logic_error) << key;
-    EXPECT_EQ(device.OpenHandles(), 0);
     EXPECT_THROW(manager().Init(), std::logic_error) << key;
     EXPECT_EQ(device.OpenHandles(), 0);
-    iconfig_s* config = OpenConfig("mine", nullptr);
-    EXPECT_THROW(manager().NewSession(config), std::logic_error) << key;
-    EXPECT_EQ(device.OpenHandles(), 1);
-    CloseConfigNoSave(config);
   }
-  device.null_reads = {"user_name"};
+  device.null_reads = {"user_name", "secret password"};
+  EXPECT_THROW(manager().NewSession(nullptr), std::logic_error);
   EXPECT_THROW(manager().getLogin(), std::logic_error);
-  device.null_reads = {"secret password"};
   EXPECT_THROW(manager().getPassword(), std::logic_error);
-  device.null_reads = {"session_id"};
-  EXPECT_THROW(manager().Init(), std::logic_error);
-  device.null_reads = {};
-  device.serial_number = nullptr;
-  device.config.erase(kTimeKey);
-  EXPECT_THROW(manager().Init(), std::logic_error);
+  EXPECT_EQ(device.OpenHandles(), 0);
+  iconfig_s* config = OpenConfig("mine", nullptr);
+  EXPECT_THROW(manager().NewSession(config), std::logic_error);
+  EXPECT_EQ(device.OpenHandles(), 1);
+  CloseConfigNoSave(config);
 }
 
 TEST_F(StoreManagerInit, ReadsCredentialsWithoutSaving) {
-  PrepareStart();
   manager();
-  device.ClearJournal();
+  device.ClearCalls();
   EXPECT_EQ(manager().getLogin(), "anna");
   EXPECT_EQ(manager().getPassword(), kPassword);
-  EXPECT_EQ(device.Journal(), (Lines{kOpen, "config read user_name", "config drop"} +
-                               Lines{kOpen, "config read secret password", "config drop"}));
+  EXPECT_EQ(device.Calls(), (Lines{kOpen, "config read user_name", "config discard", kOpen,
+                                   "config read secret password", "config discard"}));
 }
 
 }  // namespace

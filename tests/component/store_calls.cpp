@@ -32,7 +32,7 @@ std::string Describe(const Order& order) {
          (order.order.isNull() ? "" : "+order");
 }
 
-// An empty answer is a failed payment.
+// An empty response is a failed payment.
 std::string Describe(const ChekResult& check) {
   return check.status == ChekResult::kFailure ? "" : std::to_string(check.status);
 }
@@ -52,8 +52,8 @@ std::string Describe(const std::string& text) {
 }
 
 template <typename Record>
-Answer Describe(const std::tuple<Result, Record>& answer) {
-  const auto& [result, record] = answer;
+CallResult Describe(const std::tuple<Result, Record>& returned) {
+  const auto& [result, record] = returned;
   // After a failed call the state of a payment is unspecified.
   const bool readable = result.code_ == ServerApi::kOk || !std::is_same_v<Record, ChekResult>;
   return {result, readable ? Describe(record) : ""};
@@ -73,16 +73,16 @@ const std::vector<StoreCall> kStoreCalls = {
     {"LogIn", "/login", " username=anna&password=" + kPassword + "&storeId=4711", 163,
      "Result saltmoor::quire::ServerApi::LogIn(const std::string &, const std::string &)",
      "Result(kFailed)", R"({"response":{"opdsSessionId":"S-2"}})", "",
-     [](ServerApi& api) { return Answer(api.LogIn("anna", kPassword), ""); }},
+     [](ServerApi& api) { return CallResult(api.LogIn("anna", kPassword), ""); }},
     {"LogOut", "/logout", " opdsSessionId=" + kSession + "& storeId=4711", 196,
      "Result saltmoor::quire::ServerApi::LogOut()", "Result(kFailed)", R"({"response":{}})", "",
-     [](ServerApi& api) { return Answer(api.LogOut(), ""); }},
+     [](ServerApi& api) { return CallResult(api.LogOut(), ""); }},
     {"Register", "/registerUser",
      " email=e@x&password=" + kPassword + "&storeId=4711&name=N&lastname=L&title=T", 227,
      "Result saltmoor::quire::ServerApi::Register(const std::string &, const std::string &, "
      "const std::string &, const std::string &, const std::string &)",
      "Result(kFailed)", R"({"response":{"successMsg":"welcome"}})", "",
-     [](ServerApi& api) { return Answer(api.Register("e@x", kPassword, "N", "L", "T"), ""); }},
+     [](ServerApi& api) { return CallResult(api.Register("e@x", kPassword, "N", "L", "T"), ""); }},
     {"GetCart", "/getCart", " " + kIds + "&orderId=O 1/&", 256,
      "std::tuple<Result, Cart> saltmoor::quire::ServerApi::GetCart(const std::string &)",
      "make_tuple(Result(kFailed), cart)",
@@ -113,7 +113,7 @@ const std::vector<StoreCall> kStoreCalls = {
      "result", R"({"response":{"status":"S","url":"https://pay/"}})", "Shttps://pay/",
      [](ServerApi& api) {
        const auto commit = api.commitOrderForPayment("O", "PAYPAL");
-       return Answer(commit.res, commit.status + commit.url);
+       return CallResult(commit.res, commit.status + commit.url);
      }},
     {"GetUserEbook", "/getUserEbook", " " + kIds, 458,
      "std::tuple<Result, std::vector<Book>> saltmoor::quire::ServerApi::GetUserEbook()",

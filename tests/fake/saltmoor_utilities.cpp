@@ -39,10 +39,10 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   if (timeout_s != 30) device.RecordMisuse(line + ": time-out " + std::to_string(timeout_s));
   if (*status != 0 || !body->empty()) device.RecordMisuse(line + ": status or body not empty");
 
-  const fake::Device::Reply reply = device.NextReply(path);
-  *status = reply.status;
-  body->assign(reply.body.begin(), reply.body.end());
-  return reply.error;
+  const fake::Device::Response response = device.NextResponse(path);
+  *status = response.status;
+  body->assign(response.body.begin(), response.body.end());
+  return response.error;
 }
 
 std::string Signature::GenerateNonce() {

@@ -19,19 +19,19 @@ Device device;
 
 static std::set<iconfig_s*> open_handles;
 
-Lines Device::Journal(std::initializer_list<const char*> beginnings) const {
+Lines Device::Calls(std::initializer_list<const char*> beginnings) const {
   const std::lock_guard<std::mutex> lock(mutex_);
   Lines lines;
-  std::ranges::copy_if(journal_, std::back_inserter(lines), [&](const std::string& line) {
+  std::ranges::copy_if(calls_, std::back_inserter(lines), [&](const std::string& line) {
     return std::ranges::any_of(beginnings,
                                [&](const char* text) { return line.starts_with(text); });
   });
   return lines;
 }
 
-void Device::ClearJournal() {
+void Device::ClearCalls() {
   const std::lock_guard<std::mutex> lock(mutex_);
-  journal_.clear();
+  calls_.clear();
 }
 
 Lines Device::Misuse() const {
@@ -43,20 +43,20 @@ int Device::OpenHandles() const {
   return static_cast<int>(open_handles.size());
 }
 
-void Device::AddAnswer(const std::string& path, const std::string& body, long status) {
-  std::deque<Reply>& replies = replies_[path];
-  if (!replies.empty() && replies.front().taken) replies.pop_front();
-  replies.push_back({0, status, body});
+void Device::AddResponse(const std::string& path, const std::string& body, long status) {
+  std::deque<Response>& responses = responses_[path];
+  if (!responses.empty() && responses.front().taken) responses.pop_front();
+  responses.push_back({0, status, body});
 }
 
-void Device::SetOnlyAnswer(const std::string& path, const std::string& body, long status) {
-  ClearAnswers();
-  ClearJournal();
-  AddAnswer(path, body, status);
+void Device::SetOnlyResponse(const std::string& path, const std::string& body, long status) {
+  ClearResponses();
+  ClearCalls();
+  AddResponse(path, body, status);
 }
 
-void Device::ClearAnswers() {
-  replies_.clear();
+void Device::ClearResponses() {
+  responses_.clear();
 }
 
 void Device::ReleaseDownloads() {
@@ -66,7 +66,7 @@ void Device::ReleaseDownloads() {
 
 void Device::Record(const std::string& line) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  journal_.push_back(line);
+  calls_.push_back(line);
 }
 
 void Device::RecordMisuse(const std::string& what) {
@@ -74,13 +74,13 @@ void Device::RecordMisuse(const std::string& what) {
   misuse_.push_back(what);
 }
 
-Device::Reply Device::NextReply(const std::string& path) {
-  std::deque<Reply>& replies = replies_[path];
-  if (replies.empty()) return {};
-  const Reply reply = replies.front();
-  replies.front().taken = true;
-  if (replies.size() > 1) replies.pop_front();
-  return reply;
+Device::Response Device::NextResponse(const std::string& path) {
+  std::deque<Response>& responses = responses_[path];
+  if (responses.empty()) return {};
+  const Response response = responses.front();
+  responses.front().taken = true;
+  if (responses.size() > 1) responses.pop_front();
+  return response;
 }
 
 std::int64_t Device::Now() {
@@ -124,7 +124,7 @@ void Write(iconfig_s* config, const std::string& key, const std::string& value) 
 }
 
 void Release(iconfig_s* config, bool save) {
-  device.Record(save ? "config close" : "config drop");
+  device.Record(save ? "config close" : "config discard");
   if (!Usable(config, "config close")) return;
   if (save && config->changed) device.config = config->values;
   fake::open_handles.erase(config);

@@ -10,8 +10,8 @@ namespace saltmoor::quire {
 std::optional<std::string> ReadFile(const char* path);
 
 /// Replaces a file's content so that a crash, a power cut or a full disk leaves either the old
-/// content or the new one, complete: writes a temporary file beside it, syncs it and renames it.
-/// Writes in place only where no temporary file can replace the file. Silent on failure.
+/// content or the new one, complete: writes a temporary file next to it, syncs it and renames it.
+/// Writes in place only if no temporary file can replace the file. Silent on failure.
 void ReplaceFile(const char* path, const std::string& content);
 
 }  // namespace saltmoor::quire

@@ -70,7 +70,7 @@ Book Book::FromJson(const Json::Value& json) {
 
   for (const auto& [key, property] : s_book_int_map) {
     if (const Json::Value* const value = FindMember(json, key)) {
-      book.int_props[property] = SignedInteger(*value).value_or(0);
+      book.int_props[property] = GetInt64(*value).value_or(0);
     }
   }
   // Compatibility: of two keys of one property the later one in byte order wins.

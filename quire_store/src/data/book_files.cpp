@@ -40,9 +40,9 @@ std::string GetBookFile(const Book& book) {
   }
 
   // Compatibility: a ticket does not count here.
-  const std::string title = GetString(book, Book::kTitle);
-  const std::string edition = std::string(paths::kDigitalEditions) + "/" +
-                              VerifyFilename(title.c_str(), kMaxNameChars, true);
+  const std::string title =
+      VerifyFilename(GetString(book, Book::kTitle).c_str(), kMaxNameChars, true);
+  const std::string edition = std::string(paths::kDigitalEditions) + "/" + title;
   for (const char* const extension : {".epub", ".pdf"}) {
     if (Exists(edition + extension)) return edition + extension;
   }

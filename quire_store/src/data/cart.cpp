@@ -90,18 +90,18 @@ void Cart::FromJson(const Json::Value& json) {
   orderItems.clear();
   if (!json.isObject()) return;
 
-  const Json::Value& items = Member(json, "orderItems");
+  const Json::Value& items = GetMember(json, "orderItems");
   if (items.isArray()) {
     for (const Json::Value& item : items) orderItems.push_back(Book::FromJson(item));
   }
-  opdsSessionId = ToString(Member(json, "opdsSessionId"));
-  const Json::Value& order = Member(json, "order");
+  opdsSessionId = ToString(GetMember(json, "opdsSessionId"));
+  const Json::Value& order = GetMember(json, "order");
   if (!order.isObject()) return;
-  orderId = ToString(Member(order, "orderId"));
-  userID = ToString(Member(order, "userID"));
+  orderId = ToString(GetMember(order, "orderId"));
+  userID = ToString(GetMember(order, "userID"));
   // Compatibility: the cart file has another key than the server, so the time is not read back.
-  cartLastChange = ToString(Member(order, "lastUpdated"));
-  orderAmount = ParseNumber(ToString(Member(order, "orderAmount")));
+  cartLastChange = ToString(GetMember(order, "lastUpdated"));
+  orderAmount = ParseNumber(ToString(GetMember(order, "orderAmount")));
 }
 
 Json::Value Cart::ToJson() const {

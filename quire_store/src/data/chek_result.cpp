@@ -11,7 +11,7 @@ void ChekResult::FromJson(const Json::Value& json) {
   // By the value of Status.
   constexpr const char* kTexts[] = {"In Progress", "Pending", "Failure", "Success"};
   const auto* const known =
-      std::find(std::begin(kTexts), std::end(kTexts), ToString(Member(json, "paymentStatus")));
+      std::find(std::begin(kTexts), std::end(kTexts), ToString(GetMember(json, "paymentStatus")));
   // Compatibility: an unknown state is a failure.
   status = known != std::end(kTexts) ? static_cast<Status>(known - kTexts) : kFailure;
 }

@@ -31,7 +31,7 @@ class FirstFailure {
   }
   void Record(Failure::Kind kind) { Record(Failure{kind, 0, 0, {}}); }
 
-  /// Forgets a refusal that was to be expected.
+  /// Forgets the shop's refusal of a request for which nobody was logged in.
   void ForgetRefusal() {
     if (failure_.kind == Failure::kRefused) failure_ = Failure();
   }
@@ -39,11 +39,11 @@ class FirstFailure {
   /// Whether a call of the manager runs within another one.
   bool IsNested() const { return depth_ > 1; }
 
-  /// Records how a call of the server client ended and returns its answer.
-  template <typename Answer>
-  Answer RecordCall(Answer answer) {
+  /// Records how a call of the server client ended and returns its result.
+  template <typename Result>
+  Result RecordCall(Result result) {
     Record(server_failure_);
-    return answer;
+    return result;
   }
 
   const Failure& Get() const { return failure_; }

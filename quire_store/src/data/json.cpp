@@ -109,6 +109,7 @@ std::string SerializeJson(const Json::Value& value) {
 
 std::string SerializeStyledJson(const Json::Value& value) {
   const ScopedCNumericLocale c_locale;
+  // Compatibility: the form of the cart files on devices.
   return Json::StyledWriter().write(value);
 }
 
@@ -116,12 +117,12 @@ const Json::Value* FindMember(const Json::Value& value, std::string_view key) {
   return value.isObject() ? value.find(key.data(), key.data() + key.size()) : nullptr;
 }
 
-const Json::Value& Member(const Json::Value& value, std::string_view key) {
+const Json::Value& GetMember(const Json::Value& value, std::string_view key) {
   const Json::Value* const member = FindMember(value, key);
   return member != nullptr ? *member : Json::Value::nullSingleton();
 }
 
-std::optional<std::int64_t> SignedInteger(const Json::Value& value) {
+std::optional<std::int64_t> GetInt64(const Json::Value& value) {
   if (value.type() == Json::intValue) return value.asInt64();
   // The reader types every integer above this as unsigned.
   constexpr auto kMaxReadAsSigned = static_cast<Json::LargestUInt>(Json::Value::maxInt);
@@ -135,7 +136,7 @@ std::optional<std::int64_t> SignedInteger(const Json::Value& value) {
 std::string ToString(const Json::Value& value) {
   if (value.isString()) return value.asString();
   if (value.isBool()) return value.asBool() ? "true" : "false";
-  if (const auto integer = SignedInteger(value)) return std::to_string(*integer);
+  if (const auto integer = GetInt64(value)) return std::to_string(*integer);
   return {};  // Compatibility: prices and ids come as strings or integers, never as real numbers.
 }
 

@@ -13,11 +13,11 @@
 namespace saltmoor::quire {
 
 // The one module that reads and writes JSON and the numbers in it, with a decimal point and ASCII
-// digits in every locale of the application. Nothing here throws for any content, where jsoncpp
-// throws for a value of another type and for deep nesting.
+// digits in every locale of the application. Nothing here throws for any content, although
+// jsoncpp throws for a value of another type and for deep nesting.
 
 /// Parses `text`.
-/// \param value  receives what the reader built, also after an error; null when nothing.
+/// \param value  receives what the reader built, also after an error; null when it built nothing.
 /// \return whether the text is JSON.
 bool ParseJson(std::string_view text, Json::Value& value);
 
@@ -32,11 +32,11 @@ std::string SerializeStyledJson(const Json::Value& value);
 const Json::Value* FindMember(const Json::Value& value, std::string_view key);
 
 /// The member `key`; a null value when there is none. Valid as long as `value` is.
-const Json::Value& Member(const Json::Value& value, std::string_view key);
+const Json::Value& GetMember(const Json::Value& value, std::string_view key);
 
-/// The integer that a reader read; nothing for every other type, for a number above the signed
-/// 64-bit range, and for a small unsigned value, which parsing never produces.
-std::optional<std::int64_t> SignedInteger(const Json::Value& value);
+/// The signed integer that a reader read; nothing for every other type, for a number above the
+/// signed 64-bit range, and for a small unsigned value, which parsing never produces.
+std::optional<std::int64_t> GetInt64(const Json::Value& value);
 
 /// The string that jsoncpp converts a value to, real numbers included; empty for an array or an
 /// object.
@@ -46,7 +46,7 @@ std::string ConvertToString(const Json::Value& value);
 /// finite.
 double ParseNumber(const std::string& text);
 
-/// Six significant digits without trailing zeros, an exponent where the number is large: "12.99",
+/// Six significant digits without trailing zeros, an exponent when the number is large: "12.99",
 /// "12345.7", "1e+06".
 std::string FormatNumber(double number);
 

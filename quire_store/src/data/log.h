@@ -26,9 +26,10 @@ inline void Log(LogLevel level, const LogPlace& place, const std::string& text) 
   sm_print_log2(level, place.source, place.line, place.function, "%s", text.c_str());
 }
 
-/// Logs a precondition that does not hold, and what its function returns.
-inline void LogFailedCondition(const LogPlace& place, const std::string& condition,
-                               const std::string& returned) {
+/// Logs that a function returns early, because of a condition that does not hold.
+/// \param returned  the expression that it returns.
+inline void LogEarlyReturn(const LogPlace& place, const std::string& condition,
+                           const std::string& returned) {
   // Compatibility: logs are searched for the closing bracket, which is never opened.
   Log(kLogError, place, "Condition: \"" + condition + "\", return(\"" + returned + "\")]");
 }

@@ -4,12 +4,12 @@
 
 namespace saltmoor::quire {
 
-// Compatibility: the date is inside "order", the positions are beside it.
+// Compatibility: the date is inside "order", the positions are next to it.
 void Order::FromJson(const Json::Value& json) {
   positions.clear();
-  order = Member(json, "order");
-  order_date_placed = ToString(Member(order, "orderDatePlaced"));
-  const Json::Value& items = Member(json, "positions");
+  order = GetMember(json, "order");
+  order_date_placed = ToString(GetMember(order, "orderDatePlaced"));
+  const Json::Value& items = GetMember(json, "positions");
   if (!items.isArray()) return;
   for (const Json::Value& item : items) positions.push_back(Book::FromJson(item));
 }

@@ -59,7 +59,7 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
   Log(kLogTrace, kPreparing, "Starting PrepareOrder");
   const auto commit = failure_.RecordCall(server_api_.commitOrderForPayment(order_id, pay_method));
   if (commit.res.code_ != ServerApi::kOk) {
-    LogFailedCondition(kCommitFailed, "ServerApi::kOk == commit_res.res.code_", "commit_res.res");
+    LogEarlyReturn(kCommitFailed, "ServerApi::kOk == commit_res.res.code_", "commit_res.res");
     return commit.res;
   }
 
@@ -68,7 +68,7 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
 
   if (commit.url.empty()) {
     failure_.Record(Failure::kNoPaymentPage);
-    LogFailedCondition(kNoPaymentPage, "url.empty()", "ServerApi::Result(ServerApi::kFailed)");
+    LogEarlyReturn(kNoPaymentPage, "url.empty()", "ServerApi::Result(ServerApi::kFailed)");
     return ServerApi::Result(ServerApi::kFailed);
   }
   Log(kLogTrace, kStartingBrowser, "Starting browser auth");
@@ -76,7 +76,7 @@ ServerApi::Result PendingPayment::Start(const std::string& order_id,
   const int err = page.Run(commit.url, pay_method);
   if (err != 0 || page.failed()) failure_.Record(Failure::kBrowser);
   if (err != 0) {
-    LogFailedCondition(kBrowserFailed, "SM_OK == err", "ServerApi::Result(ServerApi::kFailed)");
+    LogEarlyReturn(kBrowserFailed, "SM_OK == err", "ServerApi::Result(ServerApi::kFailed)");
     return ServerApi::Result(ServerApi::kFailed);
   }
   // Compatibility: only the shop knows whether the order was paid, whatever the browser showed.
@@ -89,7 +89,7 @@ ServerApi::Result PendingPayment::Complete() {
     Connect();
     const auto [result, check] = failure_.RecordCall(server_api_.CheckOrder(order_id_));
     if (result.code_ != ServerApi::kOk) {
-      LogFailedCondition(kPollFailed, kNotOk, "result");
+      LogEarlyReturn(kPollFailed, kNotOk, "result");
       return result;
     }
     // Compatibility: "In Progress" fails at once, while even a success waits.
@@ -103,7 +103,7 @@ ServerApi::Result PendingPayment::Complete() {
 
   auto [result, order] = failure_.RecordCall(server_api_.SubmitOrder(order_id_, pay_method_));
   if (result.code_ != ServerApi::kOk) {
-    LogFailedCondition(kSubmitFailed, kNotOk, "result");
+    LogEarlyReturn(kSubmitFailed, kNotOk, "result");
     return result;
   }
   order_date_placed_ = std::move(order.order_date_placed);
@@ -121,7 +121,7 @@ bool PendingPayment::Check() {
   const auto result =
       std::get<ServerApi::Result>(failure_.RecordCall(server_api_.CheckOrder(order_id_)));
   if (result.code_ != ServerApi::kOk) {
-    LogFailedCondition(kCheckFailed, kNotOk, "-1");
+    LogEarlyReturn(kCheckFailed, kNotOk, "-1");
     return false;
   }
   return true;

@@ -25,12 +25,12 @@ constexpr char kSigningData[] = "Tw3kH-pL";
 void LogTransportError(const ServerCall& call) {
   const std::string function =
       std::string(call.return_type) + " saltmoor::quire::ServerApi::" + call.signature;
-  LogFailedCondition({"quire_store/src/data/server_api", call.log_line, function.c_str()},
-                     "0 == err", call.returned);
+  LogEarlyReturn({"quire_store/src/data/server_api", call.log_line, function.c_str()}, "0 == err",
+                 call.returned);
 }
 
-// Performs a request and reads its answer; nothing when there is none with status 200.
-// \param failure  receives why there is no readable answer; empty when there is one.
+// Performs a request and parses its response; nothing when there is none with status 200.
+// \param failure  receives why there is no readable response; empty when there is one.
 std::optional<Json::Value> Perform(HttpRequest& request, const ServerCall& call, Failure* failure) {
   *failure = Failure();
   request.SetFollowRedirects(true);
@@ -47,19 +47,19 @@ std::optional<Json::Value> Perform(HttpRequest& request, const ServerCall& call,
     *failure = {Failure::kHttpStatus, 0, static_cast<int>(status), {}};
     return std::nullopt;
   }
-  Json::Value answer;
-  // Compatibility: an unreadable answer is a success with nothing in it.
-  const bool is_json = ParseJson({body.data(), body.size()}, answer);
-  if (!is_json || !answer.isObject()) failure->kind = Failure::kUnreadableAnswer;
-  return answer;
+  Json::Value json;
+  // Compatibility: an unreadable response is a success with nothing in it.
+  const bool is_json = ParseJson({body.data(), body.size()}, json);
+  if (!is_json || !json.isObject()) failure->kind = Failure::kUnreadableResponse;
+  return json;
 }
 
-// One call of the shop: its parameters in the order sent, then its answer.
+// One call of the shop: its parameters in the order sent, then its response.
 class StoreRequest {
  public:
-  struct Answer {
+  struct Response {
     ServerApi::Result result;
-    Json::Value response;  // null after a failure
+    Json::Value content;  // its member "response"; null after a failure
 
     bool ok() const { return result.code_ == ServerApi::kOk; }
   };
@@ -75,17 +75,17 @@ class StoreRequest {
     return *this;
   }
 
-  Answer Send() {
+  Response Send() {
     const auto json = Perform(request_, call_, failure_);
     if (!json) return {ServerApi::Result(ServerApi::kFailed), {}};
-    const Json::Value& response = Member(*json, "response");
+    const Json::Value& content = GetMember(*json, "response");
     // Compatibility: only true, as a string or a boolean, is a refusal.
-    if (ToString(Member(*json, "error")) == "true") {
-      *failure_ = {Failure::kRefused, 0, 0, ToString(Member(response, call_.error_text_key))};
+    if (ToString(GetMember(*json, "error")) == "true") {
+      *failure_ = {Failure::kRefused, 0, 0, ToString(GetMember(content, call_.error_text_key))};
       return {{ServerApi::kFailed, failure_->message}, {}};
     }
-    if (call_.answers_with_list && !response.isArray()) failure_->kind = Failure::kUnreadableAnswer;
-    return {ServerApi::Result(ServerApi::kOk), response};
+    if (call_.returns_list && !content.isArray()) failure_->kind = Failure::kUnreadableResponse;
+    return {ServerApi::Result(ServerApi::kOk), content};
   }
 
  private:
@@ -108,20 +108,20 @@ std::tuple<ServerApi::Result, SwitchboardConfig> ServerApi::CallSwitchboard(
   request.AddGetParam("nonce", utilities::Signature::GenerateNonce());
   request.AddGetParam("client_signature",
                       utilities::Signature::CreateSignature(request, "", SigningKey()));
-  const auto answer = Perform(request, server_calls::kCallSwitchboard, &last_failure_);
-  if (!answer) return {Result(kFailed), SwitchboardConfig()};
-  return {Result(kOk), SwitchboardConfig::Parse(*answer)};
+  const auto response = Perform(request, server_calls::kCallSwitchboard, &last_failure_);
+  if (!response) return {Result(kFailed), SwitchboardConfig()};
+  return {Result(kOk), SwitchboardConfig::Parse(*response)};
 }
 
 ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& password) {
-  const auto answer = StoreRequest(server_calls::kLogIn, &last_failure_)
-                          .With("username", user)
-                          .With("password", password)
-                          .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .Send();
-  // Compatibility: an answer without a session is a success.
-  if (answer.ok()) session_id_ = ToString(Member(answer.response, "opdsSessionId"));
-  return answer.result;
+  const auto response = StoreRequest(server_calls::kLogIn, &last_failure_)
+                            .With("username", user)
+                            .With("password", password)
+                            .With("storeId", config_[SwitchboardConfig::kStoreId])
+                            .Send();
+  // Compatibility: a response without a session is a success.
+  if (response.ok()) session_id_ = ToString(GetMember(response.content, "opdsSessionId"));
+  return response.result;
 }
 
 ServerApi::Result ServerApi::LogOut() {
@@ -131,49 +131,49 @@ ServerApi::Result ServerApi::LogOut() {
   }
   // Compatibility: the shop's log-out reads the key with the leading blank.
   constexpr char kStoreIdKey[] = " storeId";
-  const auto answer = StoreRequest(server_calls::kLogOut, &last_failure_)
-                          .With("opdsSessionId", session_id_)
-                          .With(kStoreIdKey, config_[SwitchboardConfig::kStoreId])
-                          .Send();
-  if (answer.ok()) session_id_.clear();
-  return answer.result;
+  const auto response = StoreRequest(server_calls::kLogOut, &last_failure_)
+                            .With("opdsSessionId", session_id_)
+                            .With(kStoreIdKey, config_[SwitchboardConfig::kStoreId])
+                            .Send();
+  if (response.ok()) session_id_.clear();
+  return response.result;
 }
 
 ServerApi::Result ServerApi::Register(const std::string& email, const std::string& password,
                                       const std::string& name, const std::string& lastname,
                                       const std::string& title) {
-  auto answer = StoreRequest(server_calls::kRegister, &last_failure_)
-                    .With("email", email)
-                    .With("password", password)
-                    .With("storeId", config_[SwitchboardConfig::kStoreId])
-                    .With("name", name)
-                    .With("lastname", lastname)
-                    .With("title", title)
-                    .Send();
-  if (answer.ok()) answer.result.message_ = ToString(Member(answer.response, "successMsg"));
-  return answer.result;
+  auto response = StoreRequest(server_calls::kRegister, &last_failure_)
+                      .With("email", email)
+                      .With("password", password)
+                      .With("storeId", config_[SwitchboardConfig::kStoreId])
+                      .With("name", name)
+                      .With("lastname", lastname)
+                      .With("title", title)
+                      .Send();
+  if (response.ok()) response.result.message_ = ToString(GetMember(response.content, "successMsg"));
+  return response.result;
 }
 
 std::tuple<ServerApi::Result, Cart> ServerApi::GetCart(const std::string& orderId) {
-  const auto answer = StoreRequest(server_calls::kGetCart, &last_failure_)
-                          .With("opdsSessionId", session_id_)
-                          .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .With("orderId", orderId)
-                          .Send();
+  const auto response = StoreRequest(server_calls::kGetCart, &last_failure_)
+                            .With("opdsSessionId", session_id_)
+                            .With("storeId", config_[SwitchboardConfig::kStoreId])
+                            .With("orderId", orderId)
+                            .Send();
   Cart cart;
-  if (answer.ok()) cart.FromJson(answer.response);
-  return {answer.result, std::move(cart)};
+  if (response.ok()) cart.FromJson(response.content);
+  return {response.result, std::move(cart)};
 }
 
 std::tuple<ServerApi::Result, std::string> ServerApi::AddToCart(const std::string& ean,
                                                                 int quantity) {
-  const auto answer = StoreRequest(server_calls::kAddToCart, &last_failure_)
-                          .With("opdsSessionId", session_id_)
-                          .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .With("ean_0", ean)
-                          .With("quantity_0", quantity)
-                          .Send();
-  return {answer.result, ToString(Member(answer.response, "orderId"))};
+  const auto response = StoreRequest(server_calls::kAddToCart, &last_failure_)
+                            .With("opdsSessionId", session_id_)
+                            .With("storeId", config_[SwitchboardConfig::kStoreId])
+                            .With("ean_0", ean)
+                            .With("quantity_0", quantity)
+                            .Send();
+  return {response.result, ToString(GetMember(response.content, "orderId"))};
 }
 
 std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
@@ -185,19 +185,19 @@ std::tuple<ServerApi::Result, std::string> ServerApi::AddArrayToCart(
     const std::string number = int_to_string(i++);
     request.With("ean_" + number, ean).With("quantity_" + number, quantity);
   }
-  const auto answer = request.Send();
-  return {answer.result, ToString(Member(answer.response, "orderId"))};
+  const auto response = request.Send();
+  return {response.result, ToString(GetMember(response.content, "orderId"))};
 }
 
 std::tuple<ServerApi::Result, ChekResult> ServerApi::CheckOrder(const std::string& order_id) {
-  const auto answer = StoreRequest(server_calls::kCheckOrder, &last_failure_)
-                          .With("orderId", order_id)
-                          .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .With("opdsSessionId", session_id_)
-                          .Send();
+  const auto response = StoreRequest(server_calls::kCheckOrder, &last_failure_)
+                            .With("orderId", order_id)
+                            .With("storeId", config_[SwitchboardConfig::kStoreId])
+                            .With("opdsSessionId", session_id_)
+                            .Send();
   ChekResult check{};
-  if (answer.ok()) check.FromJson(answer.response);
-  return {answer.result, check};
+  if (response.ok()) check.FromJson(response.content);
+  return {response.result, check};
 }
 
 ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string& order_id,
@@ -211,22 +211,22 @@ ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string&
     request.With("success_url", std::string(addresses::kPaymentSuccess))
         .With("cancel_url", std::string(addresses::kPaymentCancel));
   }
-  const auto answer = request.Send();
+  const auto response = request.Send();
   // Compatibility: the URL alone is converted by jsoncpp.
-  return {answer.result, ToString(Member(answer.response, "status")),
-          ConvertToString(Member(answer.response, "url"))};
+  return {response.result, ToString(GetMember(response.content, "status")),
+          ConvertToString(GetMember(response.content, "url"))};
 }
 
 std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
-  const auto answer = StoreRequest(server_calls::kGetUserEbook, &last_failure_)
-                          .With("opdsSessionId", session_id_)
-                          .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .Send();
+  const auto response = StoreRequest(server_calls::kGetUserEbook, &last_failure_)
+                            .With("opdsSessionId", session_id_)
+                            .With("storeId", config_[SwitchboardConfig::kStoreId])
+                            .Send();
   std::vector<Book> books;
-  if (answer.response.isArray()) {
-    for (const Json::Value& item : answer.response) books.push_back(Book::FromJson(item));
+  if (response.content.isArray()) {
+    for (const Json::Value& item : response.content) books.push_back(Book::FromJson(item));
   }
-  return {answer.result, std::move(books)};
+  return {response.result, std::move(books)};
 }
 
 std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& order_id,
@@ -237,18 +237,18 @@ std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& o
       .With("opdsSessionId", session_id_);
   // Compatibility: the pay method is sent for CCARD only.
   if (pay_method == pay_methods::kCreditCard) request.With("paymethod", pay_method);
-  const auto answer = request.Send();
+  const auto response = request.Send();
   Order order;
-  if (answer.ok()) order.FromJson(answer.response);
-  return {answer.result, std::move(order)};
+  if (response.ok()) order.FromJson(response.content);
+  return {response.result, std::move(order)};
 }
 
 std::tuple<ServerApi::Result, UserData> ServerApi::GetUserData() {
-  const auto answer = StoreRequest(server_calls::kGetUserData, &last_failure_)
-                          .With("storeId", config_[SwitchboardConfig::kStoreId])
-                          .With("opdsSessionId", session_id_)
-                          .Send();
-  return {answer.result, UserData::FromJson(answer.response)};
+  const auto response = StoreRequest(server_calls::kGetUserData, &last_failure_)
+                            .With("storeId", config_[SwitchboardConfig::kStoreId])
+                            .With("opdsSessionId", session_id_)
+                            .Send();
+  return {response.result, UserData::FromJson(response.content)};
 }
 
 void ServerApi::SetConfig(const SwitchboardConfig& config) {

@@ -11,7 +11,7 @@ struct ServerCall {
   const char* signature;    ///< its name and parameters
   const char* returned;     ///< the expression that it returns after a failure
   const char* error_text_key = "ErrorMsg";
-  bool answers_with_list = false;
+  bool returns_list = false;
 };
 
 namespace server_calls {

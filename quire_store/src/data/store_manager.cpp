@@ -40,6 +40,12 @@ DeviceConfig OpenDeviceConfig(decltype(&CloseConfig) close) {
   return {OpenConfig(paths::kConfig, nullptr), close};
 }
 
+DeviceConfig OpenConfigOrRecord(decltype(&CloseConfig) close, FirstFailure& failure) {
+  DeviceConfig config = OpenDeviceConfig(close);
+  if (!config) failure.Record(Failure::kConfigFile);
+  return config;
+}
+
 int NowInSeconds() {
   timeval now{};
   gettimeofday(&now, nullptr);
@@ -50,12 +56,6 @@ int NowInSeconds() {
 bool IsFresh(int update_time_s, int now_s) {
   return static_cast<std::uint32_t>(now_s) - static_cast<std::uint32_t>(update_time_s) <=
          kMaxConfigurationAge_s;
-}
-
-DeviceConfig OpenConfigOrRecord(decltype(&CloseConfig) close, FirstFailure& failure) {
-  DeviceConfig config = OpenDeviceConfig(close);
-  if (!config) failure.Record(Failure::kConfigFile);
-  return config;
 }
 
 std::string BaseName(const std::string& path) {
@@ -105,10 +105,12 @@ int StoreManager::Init() {
 
   // Compatibility: a stored session counts as logged in, but is not sent to the shop.
   session_id_ = std::string(ReadString(config.get(), config_keys::kSessionId, ""));
-  const bool has_credentials = NewSession(config.get()) == 0 || failure_->Get();
+  const bool log_in_succeeded = NewSession(config.get()) == 0;
+  const bool log_in_failed = static_cast<bool>(failure_->Get());
   cart_.Load();
   LoadPurchased();
-  if (!has_credentials && !IsLoggedIn()) failure_->ForgetRefusal();
+  const bool without_credentials = !log_in_succeeded && !log_in_failed;
+  if (without_credentials && !IsLoggedIn()) failure_->ForgetRefusal();
   return 0;
 }
 
@@ -205,6 +207,7 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
   session_id_ = server_api_.GetSessionId();
   StoreCredentials(config.get(), session_id_, email, password);
   LoadPurchased();
+  if (!IsLoggedIn()) failure_->ForgetRefusal();
   return result;
 }
 

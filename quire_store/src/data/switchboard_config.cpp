@@ -40,13 +40,14 @@ Json::Value SwitchboardConfig::ToJson() const {
 }
 
 std::string SwitchboardConfig::operator[](Fields field) const {
-  const Json::Value& opds = Member(json_, "opdsUrl");
+  const Json::Value& opds = GetMember(json_, "opdsUrl");
   const auto index = static_cast<unsigned>(field);
   if (index < std::size(kKeys)) {
-    return Trimmed(Member(index < kOpdsStartPage ? json_ : opds, kKeys[index]));
+    return Trimmed(GetMember(index < kOpdsStartPage ? json_ : opds, kKeys[index]));
   }
   if (field == kStoreApiUrl) return addresses::kStoreApi;
-  return field == kStoreId ? ParseStoreId(ToString(Member(opds, "OPDSStartPage"))) : std::string();
+  return field == kStoreId ? ParseStoreId(ToString(GetMember(opds, "OPDSStartPage")))
+                           : std::string();
 }
 
 }  // namespace saltmoor::quire

@@ -23,7 +23,7 @@ UserData UserData::FromJson(const Json::Value& json) {
 
 std::string UserData::operator[](Fields field) const {
   const auto index = static_cast<unsigned>(field);
-  return index < std::size(kKeys) ? ToString(Member(json_, kKeys[index])) : std::string();
+  return index < std::size(kKeys) ? ToString(GetMember(json_, kKeys[index])) : std::string();
 }
 
 }  // namespace saltmoor::quire
