@@ -22,7 +22,7 @@ namespace tests {
 namespace {
 
 const Command kLauncher = {QUIRE_DEVICE, "--build", QUIRE_BUILD_DIR};
-const Command kQuiet = kLauncher + Command{"--no-scanner"};
+const Command kWithoutScanner = kLauncher + Command{"--no-scanner"};
 
 /// How many processes have that word in their command line or their environment.
 int CountProcesses(const std::string& word) {
@@ -52,23 +52,25 @@ class Launcher : public testing::TestWithParam<const char*> {
     const Command probe{"bwrap", "--unshare-pid", "--dev-bind", "/",
                         "/",     "--proc",        "/proc",      "true"};
     if (GetParam() != std::string("bwrap") || RunProgram(probe).exit_code == 0) return;
-    const ProcessResult refusal = RunProgram(On("true"));
+    const ProcessResult refusal = RunProgram(CommandOnDevice("true"));
     EXPECT_EQ(refusal.exit_code, 2) << "no namespaces here, so bwrap must be refused";
     EXPECT_EQ(refusal.err.find("quire-device: bwrap cannot run here: "), 0U) << refusal.err;
     GTEST_SKIP() << "bwrap cannot run here";
   }
 
-  Command On(const std::string& program) const {
-    return kWithScanner + Command{"--no-scanner", "--", program};
+  Command CommandOnDevice(const std::string& program) const {
+    return kLaunch + Command{"--no-scanner", "--", program};
   }
-  Command OnBash(const std::string& script) const { return On("bash") + Command{"-c", script}; }
+  Command BashOnDevice(const std::string& script) const {
+    return CommandOnDevice("bash") + Command{"-c", script};
+  }
 
   const TemporaryDirectory device_;
   const std::string kDevice = device_ / "my device";
-  const Command kWithScanner = kLauncher + Command{"--device", kDevice, "--with", GetParam()};
+  const Command kLaunch = kLauncher + Command{"--device", kDevice, "--with", GetParam()};
 };
 
-TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
+TEST_P(Launcher, MapsDevicePathsOnly) {
   const TemporaryDirectory elsewhere;  // under the host's /tmp
   WriteFile(elsewhere / "ca/ca.pem", "authority");
   WriteFile(elsewhere / "shared/file", "shared");
@@ -84,9 +86,9 @@ TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
       "Editions' /mnt/ext1/system/config /ebrmain/bin && stat -c %F /mnt/ext1/system/new && pwd && "
       "cat \"$TABULET_CA_FILE\" \"$1\" && echo \"<$2>\"; exit 7";
   const ProcessResult run =
-      RunProgram(kWithScanner + Command{"--no-scanner", "--share", elsewhere / "shared",
-                                        elsewhere / "programs/my shell", "-c", script, "0",
-                                        elsewhere / "shared/file", "two  words"},
+      RunProgram(kLaunch + Command{"--no-scanner", "--share", elsewhere / "shared",
+                                   elsewhere / "programs/my shell", "-c", script, "0",
+                                   elsewhere / "shared/file", "two  words"},
                  {{"TABULET_CA_FILE", elsewhere / "ca/ca.pem"}});
   EXPECT_EQ(run.out,
             "/ebrmain/bin\n/mnt/ext1/Digital Editions\n/mnt/ext1/system/config\ndirectory\n" +
@@ -102,9 +104,9 @@ TEST_P(Launcher, MapsTheDevicesPathsAndNothingElse) {
 
 // The programs that get signals start no others while they wait: bash forgets a SIGINT that comes
 // then.
-TEST_P(Launcher, PassesSignalsOnAndGivesTheProgramsExitCode) {
-  EXPECT_EQ(RunProgram(OnBash("kill -SEGV $$")).exit_code, 128 + SIGSEGV);
-  const Command program_with_trap = OnBash(
+TEST_P(Launcher, ForwardsSignalsAndReturnsExitCode) {
+  EXPECT_EQ(RunProgram(BashOnDevice("kill -SEGV $$")).exit_code, 128 + SIGSEGV);
+  const Command program_with_trap = BashOnDevice(
       "trap 'sleep 0.1; echo told; exit 5' TERM INT HUP QUIT USR1 USR2; echo ready;"
       "while :; do :; done");
   for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2}) {
@@ -119,16 +121,16 @@ TEST_P(Launcher, PassesSignalsOnAndGivesTheProgramsExitCode) {
   ASSERT_TRUE(on_terminal.WaitForOutput("ready"));
   on_terminal.Kill(SIGINT);
   EXPECT_EQ(on_terminal.Wait().exit_code, 5) << "not from the terminal, so it has to be passed on";
-  Process early(On("sleep") + Command{"31"});
+  Process early(CommandOnDevice("sleep") + Command{"31"});
   early.Kill(SIGTERM);
   EXPECT_NE(early.Wait().exit_code, 0);
 }
 
-TEST_P(Launcher, LeavesTheTerminalToTheProgram) {
-  Process program(OnBash("trap 'echo interrupted; told=yes' INT;"
-                         "stty -echo </dev/tty; read -r -p 'Password: ' word </dev/tty;"
-                         "stty echo </dev/tty; echo; echo \"got $word\";"
-                         "until [[ $told ]]; do :; done; sleep 0.2; echo end"),
+TEST_P(Launcher, LeavesTerminalToProgram) {
+  Process program(BashOnDevice("trap 'echo interrupted; told=yes' INT;"
+                               "stty -echo </dev/tty; read -r -p 'Password: ' word </dev/tty;"
+                               "stty echo </dev/tty; echo; echo \"got $word\";"
+                               "until [[ $told ]]; do :; done; sleep 0.2; echo end"),
                   {}, Process::On::kTerminal);
   ASSERT_TRUE(program.WaitForOutput("Password: "));
   program.Type("geheim\n");
@@ -143,9 +145,9 @@ TEST_P(Launcher, LeavesTheTerminalToTheProgram) {
   EXPECT_EQ(finished.exit_code, 0);
 }
 
-TEST_P(Launcher, EndsWhenItsTerminalIsClosed) {
+TEST_P(Launcher, ExitsWhenTerminalCloses) {
   std::string script = "#!/bin/sh\nexec";
-  for (const std::string& word : On("sleep")) script += " '" + word + "'";
+  for (const std::string& word : CommandOnDevice("sleep")) script += " '" + word + "'";
   WriteProgram(device_ / "session leader", script + " 1732050\n");
   Process terminal({"script", "-qc", "'" + (device_ / "session leader") + "'", "/dev/null"});
   std::this_thread::sleep_for(std::chrono::milliseconds(700));
@@ -153,21 +155,22 @@ TEST_P(Launcher, EndsWhenItsTerminalIsClosed) {
   EXPECT_FALSE(StillRuns("1732050"));
 }
 
-TEST_P(Launcher, LeavesNoProcessBehind) {
-  EXPECT_EQ(RunProgram(OnBash("(sleep 3141592 >/dev/null 2>&1 &); exit 3")).exit_code, 3);
+TEST_P(Launcher, LeavesNoProcess) {
+  EXPECT_EQ(RunProgram(BashOnDevice("(sleep 3141592 >/dev/null 2>&1 &); exit 3")).exit_code, 3);
   EXPECT_FALSE(StillRuns("3141592"));
 
-  RunProgram(OnBash("setsid sleep 1618033 >/dev/null 2>&1 & kill -KILL $PPID; exit 3"));
+  RunProgram(BashOnDevice("setsid sleep 1618033 >/dev/null 2>&1 & kill -KILL $PPID; exit 3"));
   EXPECT_FALSE(StillRuns("1618033"));
 
-  Process killed(OnBash("setsid sleep 2718281 >/dev/null 2>&1 & echo ready; exec sleep 2718281"));
+  Process killed(
+      BashOnDevice("setsid sleep 2718281 >/dev/null 2>&1 & echo ready; exec sleep 2718281"));
   ASSERT_TRUE(killed.WaitForOutput("ready"));
   killed.Kill(SIGKILL);
   EXPECT_FALSE(StillRuns("2718281"));
 }
 
 /// QUIRE_LAUNCHER_KILLS is the number of kills, at random moments of the start.
-TEST_P(Launcher, LeavesNothingOutsideWhenKilledAtAnyMoment) {
+TEST_P(Launcher, LeavesNothingWhenKilledAtAnyMoment) {
   const char* const setting = std::getenv("QUIRE_LAUNCHER_KILLS");
   const int kills = setting ? std::stoi(setting) : 60;
   const std::string word = "quire-kill-" + std::to_string(getpid());
@@ -181,7 +184,7 @@ TEST_P(Launcher, LeavesNothingOutsideWhenKilledAtAnyMoment) {
   const std::string script =
       "setsid bash -c 'while :; do echo >>/tmp/$0; echo >>/mnt/ext1/$0; sleep 0.002; done' " +
       word + " >/dev/null 2>&1 & echo ready; exec sleep 60";
-  const Command command = kWithScanner + Command{"bash", "-c", script};
+  const Command command = kLaunch + Command{"bash", "-c", script};
   const Environment marked = {{"QUIRE_KILL_TEST", word}};
 
   const auto start = Clock::now();
@@ -207,32 +210,34 @@ TEST_P(Launcher, LeavesNothingOutsideWhenKilledAtAnyMoment) {
             << " of them after the program began: no process is left\n";
 }
 
-TEST_P(Launcher, RemovesAScratchDevice) {
+TEST_P(Launcher, RemovesScratchDevice) {
   const ProcessResult run = RunProgram(
-      kQuiet + Command{"--device", "scratch", "--with", GetParam(), "bash", "-c",
-                       "mkdir /mnt/ext1/a; touch /mnt/ext1/a/b; chmod 500 /mnt/ext1/a; exit 4"},
+      kWithoutScanner +
+          Command{"--device", "scratch", "--with", GetParam(), "bash", "-c",
+                  "mkdir /mnt/ext1/a; touch /mnt/ext1/a/b; chmod 500 /mnt/ext1/a; exit 4"},
       {{"TMPDIR", device_.path()}});
   EXPECT_EQ(run.exit_code, 4);
   EXPECT_TRUE(fs::is_empty(device_.path()));
 }
 
-TEST_P(Launcher, RunsAProgramWhosePathHasAnEqualsSign) {
+TEST_P(Launcher, RunsProgramWhosePathHasEqualsSign) {
   const std::string program = device_ / "a=b/my=program";
   WriteProgram(program, "#!/bin/sh\necho \"mine $1\"\n");
-  EXPECT_EQ(RunProgram(On(program) + Command{"echo"}).out, "mine echo\n");
+  EXPECT_EQ(RunProgram(CommandOnDevice(program) + Command{"echo"}).out, "mine echo\n");
 }
 
-TEST_P(Launcher, MakesDirectoriesForTheUserAlone) {
-  EXPECT_EQ(RunProgram(On("true")).exit_code, 0);
+TEST_P(Launcher, CreatesPrivateDirectories) {
+  EXPECT_EQ(RunProgram(CommandOnDevice("true")).exit_code, 0);
   for (const auto& entry : fs::recursive_directory_iterator(device_.path())) {
     if (!entry.is_directory() || entry.is_symlink()) continue;
     EXPECT_EQ(entry.status().permissions(), fs::perms::owner_all) << entry.path();
   }
 }
 
-TEST_P(Launcher, StartsSeveralTimesAtOnceOnANewDevice) {
+TEST_P(Launcher, StartsSeveralTimesAtOnceOnNewDevice) {
   std::vector<std::unique_ptr<Process>> launchers;
-  for (int i = 0; i < 8; ++i) launchers.push_back(std::make_unique<Process>(On("true")));
+  for (int i = 0; i < 8; ++i)
+    launchers.push_back(std::make_unique<Process>(CommandOnDevice("true")));
   for (const auto& launcher : launchers) {
     const ProcessResult finished = launcher->Wait();
     EXPECT_EQ(finished.exit_code, 0);
@@ -240,10 +245,10 @@ TEST_P(Launcher, StartsSeveralTimesAtOnceOnANewDevice) {
   }
 }
 
-TEST_P(Launcher, EndsBySignalWhileItWaitsForTheScanner) {
+TEST_P(Launcher, ExitsOnSignalWhileScannerStarts) {
   WriteProgram(kDevice + "/ebrmain/bin/scanner.app",
                "#!/bin/sh\necho started\nexec sleep 1414213\n");
-  Process launcher(kWithScanner + Command{"echo", "never printed"});
+  Process launcher(kLaunch + Command{"echo", "never printed"});
   while (ReadFile(kDevice + "/tmp/scanner.log").empty()) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
@@ -254,12 +259,12 @@ TEST_P(Launcher, EndsBySignalWhileItWaitsForTheScanner) {
   EXPECT_FALSE(StillRuns("1414213"));
 }
 
-TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
+TEST_P(Launcher, RunsScannerWithProgram) {
   WriteFile(kDevice + "/ext1/Downloads/book.pdf", "a book");
-  const ProcessResult run = RunProgram(
-      kWithScanner + Command{"bash", "-c",
-                             "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
-                             QUIRE_SCAN_REQUEST});
+  const ProcessResult run =
+      RunProgram(kLaunch + Command{"bash", "-c",
+                                   "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
+                                   QUIRE_SCAN_REQUEST});
   EXPECT_EQ(run.out, "answer 0\nanswer -1\nanswer -1\n");
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(ReadFile(kDevice + "/tmp/scanner.log"),
@@ -273,7 +278,7 @@ TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
   fs::remove(scanner);
   WriteProgram(scanner, "#!/bin/sh\nexit 1\n");
   for (const char* line : {"the scanner does not serve", "no scanner.app"}) {
-    const ProcessResult without = RunProgram(kWithScanner + Command{"bash", "-c", "exit 6"});
+    const ProcessResult without = RunProgram(kLaunch + Command{"bash", "-c", "exit 6"});
     EXPECT_EQ(without.exit_code, 6);
     EXPECT_NE(without.err.find(line), std::string::npos) << without.err;
     chmod(scanner.c_str(), 0644);
@@ -281,7 +286,7 @@ TEST_P(Launcher, RunsTheScannerBesideTheProgram) {
 }
 
 /// Installed elsewhere, and run by somebody who is not root.
-TEST_P(Launcher, WorksForAnOrdinaryUserWhereItIsInstalled) {
+TEST_P(Launcher, RunsInstalledForOrdinaryUser) {
   const std::string prefix = device_ / "prefix";
   fs::create_directories(prefix + "/bin");
   fs::create_directories(prefix + "/libexec/quire");
@@ -309,17 +314,17 @@ TEST_P(Launcher, WorksForAnOrdinaryUserWhereItIsInstalled) {
 INSTANTIATE_TEST_SUITE_P(With, Launcher, testing::Values("bwrap", "proot"),
                          [](const auto& with) { return std::string(with.param); });
 
-TEST(LauncherFallback, TakesProotWhereNamespacesAreForbidden) {
-  const TemporaryDirectory folder;
+TEST(LauncherFallback, UsesProotWhenNamespacesAreForbidden) {
+  const TemporaryDirectory directory;
   const std::string forbidden = "#!/bin/sh\necho no permission >&2; exit 1\n";
-  const Environment path = {{"PATH", folder / "bin:" + std::getenv("PATH")}};
-  const Command command =
-      kQuiet + Command{"--device", folder / "d", "bash", "-c", "[[ -d /mnt/ext1/Downloads ]]"};
-  WriteProgram(folder / "bin/bwrap", forbidden);
+  const Environment path = {{"PATH", directory / "bin:" + std::getenv("PATH")}};
+  const Command command = kWithoutScanner + Command{"--device", directory / "d", "bash", "-c",
+                                                    "[[ -d /mnt/ext1/Downloads ]]"};
+  WriteProgram(directory / "bin/bwrap", forbidden);
   const ProcessResult fallback = RunProgram(command, path);
   EXPECT_EQ(fallback.exit_code, 0);
   EXPECT_EQ(fallback.err, "");
-  WriteProgram(folder / "bin/proot", forbidden);
+  WriteProgram(directory / "bin/proot", forbidden);
   const ProcessResult refusal = RunProgram(command, path);
   EXPECT_EQ(refusal.exit_code, 2);
   EXPECT_EQ(
@@ -328,11 +333,11 @@ TEST(LauncherFallback, TakesProotWhereNamespacesAreForbidden) {
       "namespaces or ptrace\n");
 }
 
-TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
-  const TemporaryDirectory folder;
-  const std::string device = folder / "d";
-  WriteFile(folder / "file", "not a program");
-  WriteFile(folder / "d/ebrmain/bin/browser.app", "the user's own");
+TEST(LauncherErrors, FitOneLine) {
+  const TemporaryDirectory directory;
+  const std::string device = directory / "d";
+  WriteFile(directory / "file", "not a program");
+  WriteFile(directory / "d/ebrmain/bin/browser.app", "the user's own");
   const Environment no_display = {
       {"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", ""}};
   const std::tuple<Command, int, std::string> cases[] = {
@@ -342,30 +347,30 @@ TEST(LauncherRefusals, SayWhatIsWrongInOneLine) {
       {{"--device"}, 2, "--device needs a value"},
       {{"--with", "magic", "true"}, 2, "--with magic"},
       {{"--browser", "lynx", "true"}, 2, "--browser lynx"},
-      {{"--build", folder / "none", "true"}, 2, "no build at " + folder / "none"},
-      {{"--device", folder / "file", "true"}, 2, folder / "file: Not a directory"},
+      {{"--build", directory / "none", "true"}, 2, "no build at " + directory / "none"},
+      {{"--device", directory / "file", "true"}, 2, directory / "file: Not a directory"},
       {{"--device", device, "--share", "/no/such", "true"}, 2, "--share /no/such"},
       {{"--device", device, "--browser", "agent", "true"}, 2, "browser.app is a file of yours"},
       {{"--device", device, "--browser", "chromium", "true"}, 2, "chromium needs a display"},
       {{"--device", device, "no-such-program"}, 127, "no program \"no-such-program\""},
       {{"--device", device, "./no such"}, 127, "no program \"./no such\""},
-      {{"--device", device, folder / "file"}, 126, "not executable"},
+      {{"--device", device, directory / "file"}, 126, "not executable"},
   };
   for (const auto& [arguments, exit_code, text] : cases) {
-    const ProcessResult run = RunProgram(kQuiet + arguments, no_display);
+    const ProcessResult run = RunProgram(kWithoutScanner + arguments, no_display);
     EXPECT_EQ(run.exit_code, exit_code) << text;
     EXPECT_EQ(run.err.find("quire-device: "), 0U) << run.err;
     EXPECT_NE(run.err.find(text), std::string::npos) << run.err;
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
   }
-  EXPECT_EQ(ReadFile(folder / "d/ebrmain/bin/browser.app"), "the user's own");
+  EXPECT_EQ(ReadFile(directory / "d/ebrmain/bin/browser.app"), "the user's own");
 }
 
-TEST(LauncherOptions, TakesChromiumWithoutADisplayWhenHeadless) {
+TEST(LauncherOptions, AcceptsChromiumWithoutDisplayWhenHeadless) {
   const TemporaryDirectory device;
-  const ProcessResult run =
-      RunProgram(kQuiet + Command{"--device", device / "d", "--browser", "chromium", "true"},
-                 {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", "1"}});
+  const ProcessResult run = RunProgram(
+      kWithoutScanner + Command{"--device", device / "d", "--browser", "chromium", "true"},
+      {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", "1"}});
   EXPECT_EQ(run.exit_code, 0) << run.err;
 }
 

@@ -123,7 +123,7 @@ std::vector<std::string> BuildCommand(const chromium::Profile& profile,
 int Browse(const Options& options, int signals) {
   chromium::Profile profile;
   if (const std::string ca_file = GetEnvironment("TABULET_CA_FILE"); !ca_file.empty()) {
-    profile.Trust(ca_file);
+    profile.AddTrustedAuthorities(ca_file);
   }
   const fs::path start_page = WriteStartPage(profile.directory(), options);
   setenv("HOME", profile.directory().c_str(), 1);  // Chromium finds its trusted authorities there

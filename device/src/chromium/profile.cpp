@@ -64,7 +64,7 @@ Profile::~Profile() {
   }
 }
 
-void Profile::Trust(const fs::path& ca_file) {
+void Profile::AddTrustedAuthorities(const fs::path& ca_file) {
   std::ifstream file(ca_file);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   const std::vector<std::string> certificates = SplitPem(text);

@@ -21,7 +21,7 @@ class Profile {
 
   /// Makes a Chromium whose HOME is the directory trust further authorities.
   /// \param ca_file  certificates in PEM.
-  void Trust(const std::filesystem::path& ca_file);
+  void AddTrustedAuthorities(const std::filesystem::path& ca_file);
 
  private:
   std::filesystem::path directory_;

@@ -10,7 +10,7 @@ namespace launcher {
 /// object.
 class DeviceDirectory {
  public:
-  /// `name` is a path, "scratch", or empty for the user's own device. Throws Failure.
+  /// `name` is a path, "scratch", or empty for the user's own device. Throws LaunchError.
   explicit DeviceDirectory(const std::string& name);
   ~DeviceDirectory();
   DeviceDirectory(const DeviceDirectory&) = delete;
@@ -20,11 +20,11 @@ class DeviceDirectory {
 
   /// Makes what is missing, for the user alone, and links the device's programs to those in
   /// `programs`. `browser` is empty where none was asked for. Several launchers may do so at once.
-  /// Throws Failure.
+  /// Throws LaunchError.
   void Prepare(const std::string& programs, const std::string& browser) const;
 
  private:
-  void MakeDirectories() const;
+  void CreateDirectories() const;
   void LinkProgram(const std::string& name, const std::string& target) const;
 
   std::string path_;
@@ -32,7 +32,7 @@ class DeviceDirectory {
 };
 
 /// Makes a directory for the user alone; one that is there stays. Throws std::system_error.
-void MakePrivateDirectory(const std::string& path);
+void CreatePrivateDirectory(const std::string& path);
 
 /// Where the launcher and the device's programs lie, as absolute paths.
 struct Programs {
@@ -42,12 +42,12 @@ struct Programs {
 };
 
 /// `build` is empty where none was named: what is installed with the launcher is taken then, or the
-/// build that the launcher belongs to. Throws Failure.
+/// build that the launcher belongs to. Throws LaunchError.
 Programs FindPrograms(const std::string& build);
 
 /// \return the path of the program to run, as it is on the device `device`: `name` if that is a
 /// path, else where it lies among the device's programs, beside the launcher or in $PATH.
-/// Throws Failure.
+/// Throws LaunchError.
 std::string FindProgram(const std::string& name, const Programs& programs,
                         const std::string& device);
 

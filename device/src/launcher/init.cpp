@@ -67,7 +67,7 @@ bool DenyNewerCalls() {
 /// Makes this process, and what it starts, one that proot can serve: it ends with proot, adopts
 /// what its descendants leave running, and gets ENOSYS from the system calls that proot does not
 /// translate. \return false where proot is gone, so that nothing must run.
-bool BecomeProotGuest() {
+bool PrepareForProot() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (!IsTraced()) return false;
   prctl(PR_SET_CHILD_SUBREAPER, 1);
@@ -90,17 +90,17 @@ class Init {
   }
 
   int Run() {
-    int order;
-    if (options_.traced && !BecomeProotGuest()) return 1;
+    int command;
+    if (options_.under_proot && !PrepareForProot()) return 1;
     Send(options_.channel_fd, pid_);
-    if (!Receive(options_.channel_fd, &order) || order != kStartProgram) return 1;
+    if (!Receive(options_.channel_fd, &command) || command != kStartProgram) return 1;
     StartProgram();
     if (options_.scanner) {
       StartScanner();
     } else {
       ReleaseProgram(true);
     }
-    while (!exit_code_ && !abandoned_) {
+    while (!exit_code_ && !supervisor_exited_) {
       pollfd polled[] = {{options_.channel_fd, POLLIN, 0},
                          {child_signals_fd_, POLLIN, 0},
                          {scanner_fd_, POLLIN, 0}};
@@ -109,8 +109,8 @@ class Init {
       if (polled[1].revents != 0) ReapChildren();
       if (polled[2].revents != 0) HandleScanner();
     }
-    if (!abandoned_) StopScanner();
-    EndChildren();
+    if (!supervisor_exited_) StopScanner();
+    KillChildrenExcept();
     Send(options_.channel_fd, exit_code_.value_or(1));
     return exit_code_.value_or(1);
   }
@@ -195,8 +195,8 @@ class Init {
 
   void HandleSupervisor() {
     int signal_number;
-    abandoned_ = !Receive(options_.channel_fd, &signal_number);
-    if (!abandoned_) kill(program_, signal_number);
+    supervisor_exited_ = !Receive(options_.channel_fd, &signal_number);
+    if (!supervisor_exited_) kill(program_, signal_number);
   }
 
   void ReapChildren() {
@@ -205,7 +205,7 @@ class Init {
     }
     int status;
     for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;) {
-      if (child == program_) exit_code_ = ExitCode(status);
+      if (child == program_) exit_code_ = ToExitCode(status);
       if (child == scanner_) scanner_ = -1;
     }
   }
@@ -219,13 +219,13 @@ class Init {
   pid_t program_ = -1;
   pid_t scanner_ = -1;
   std::optional<int> exit_code_;
-  bool abandoned_ = false;  ///< the supervisor is gone
+  bool supervisor_exited_ = false;  ///< the supervisor is gone
 };
 
 }  // namespace
 
 Command InitOptions::Serialize() const {
-  Command arguments = {kInitVerb, traced ? "traced" : "-", scanner ? "scanner" : "-",
+  Command arguments = {kInitOption, under_proot ? "under_proot" : "-", scanner ? "scanner" : "-",
                        std::to_string(channel_fd), std::to_string(stderr_fd)};
   arguments.insert(arguments.end(), program.begin(), program.end());
   return arguments;
@@ -234,7 +234,7 @@ Command InitOptions::Serialize() const {
 int RunInit(const Command& arguments) {
   InitOptions options;
   try {
-    options = {.traced = arguments.at(1) == "traced",
+    options = {.under_proot = arguments.at(1) == "under_proot",
                .scanner = arguments.at(2) == "scanner",
                .channel_fd = std::stoi(arguments.at(3)),
                .stderr_fd = std::stoi(arguments.at(4)),
@@ -242,7 +242,7 @@ int RunInit(const Command& arguments) {
   } catch (const std::logic_error&) {
   }
   if (options.program.empty()) {
-    throw Failure("--inside is the launcher's own option; see quire-device --help");
+    throw LaunchError("--inside is the launcher's own option; see quire-device --help");
   }
   return Init(std::move(options)).Run();
 }

@@ -21,7 +21,8 @@ namespace {
 
 int Launch(const Options& options) {
   if (std::error_code error; fs::current_path(error).empty()) {
-    throw Failure("cannot find the current directory: " + error.message() + "; change to another");
+    throw LaunchError("cannot find the current directory: " + error.message() +
+                      "; change to another");
   }
   const Programs programs = FindPrograms(options.build);
   const DeviceDirectory device(options.device);
@@ -38,20 +39,21 @@ int Launch(const Options& options) {
   }
   for (const std::string sandbox : {"bwrap", "proot"}) {
     if (!options.sandbox.empty() && options.sandbox != sandbox) continue;
-    init.traced = sandbox == "proot";
-    Command command = (init.traced ? ProotCommand : BwrapCommand)(device.path(), visible);
+    init.under_proot = sandbox == "proot";
+    Command command =
+        (init.under_proot ? BuildProotCommand : BuildBwrapCommand)(device.path(), visible);
     command.push_back(programs.launcher);
     const SandboxRun run = RunInSandbox(command, init);
-    if (run.began) return run.exit_code;
-    if (!options.sandbox.empty()) throw Failure(sandbox + " cannot run here: " + run.error);
+    if (run.started) return run.exit_code;
+    if (!options.sandbox.empty()) throw LaunchError(sandbox + " cannot run here: " + run.error);
   }
-  throw Failure(
+  throw LaunchError(
       "neither bwrap nor proot can run here; install bubblewrap, and allow user namespaces or "
       "ptrace");
 }
 
 int Main(const Command& arguments) try {
-  if (!arguments.empty() && arguments[0] == kInitVerb) {
+  if (!arguments.empty() && arguments[0] == kInitOption) {
     _exit(RunInit(arguments));  // no leak check: proot leaves it nothing to work with
   }
   const Options options = ParseOptions(arguments);
@@ -59,11 +61,11 @@ int Main(const Command& arguments) try {
     std::fputs(options.notice.c_str(), stdout);
     return 0;
   }
-  PrepareToSupervise();
+  BlockSignalsAndAdoptOrphans();
   return Launch(options);
-} catch (const Failure& failure) {
-  std::fprintf(stderr, "quire-device: %s\n", failure.what());
-  return failure.exit_code;
+} catch (const LaunchError& error) {
+  std::fprintf(stderr, "quire-device: %s\n", error.what());
+  return error.exit_code;
 } catch (const fs::filesystem_error& error) {
   std::fprintf(stderr, "quire-device: cannot access %s: %s\n", error.path1().c_str(),
                error.code().message().c_str());

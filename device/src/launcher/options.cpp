@@ -24,17 +24,17 @@ Runs PROGRAM with DIR/ext1 as /mnt/ext1, DIR/ebrmain as /ebrmain and DIR/tmp as 
 )";
 
 void Validate(const Options& options) {
-  if (options.program.empty()) throw Failure("no program to run; see quire-device --help");
+  if (options.program.empty()) throw LaunchError("no program to run; see quire-device --help");
   if (!options.sandbox.empty() && options.sandbox != "bwrap" && options.sandbox != "proot") {
-    throw Failure("--with " + options.sandbox + " is unknown; use bwrap or proot");
+    throw LaunchError("--with " + options.sandbox + " is unknown; use bwrap or proot");
   }
   if (!options.browser.empty() && options.browser != "agent" && options.browser != "chromium") {
-    throw Failure("--browser " + options.browser + " is unknown; use agent or chromium");
+    throw LaunchError("--browser " + options.browser + " is unknown; use agent or chromium");
   }
   if (options.browser == "chromium" && GetEnvironment("DISPLAY").empty() &&
       GetEnvironment("WAYLAND_DISPLAY").empty() &&
       GetEnvironment("QUIRE_BROWSER_HEADLESS") != "1") {
-    throw Failure(
+    throw LaunchError(
         "--browser chromium needs a display, and neither $DISPLAY nor $WAYLAND_DISPLAY names one; "
         "use --browser agent");
   }
@@ -57,7 +57,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     const std::string& name = *next;
     if (const auto option = with_value.find(name); option != with_value.end()) {
       if (++next == arguments.end() || next->empty()) {
-        throw Failure(name + " needs a value; see quire-device --help");
+        throw LaunchError(name + " needs a value; see quire-device --help");
       }
       *option->second = *next;
       if (name == "--share") options.shared_paths.push_back(share);
@@ -73,7 +73,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
       ++next;
       break;
     } else {
-      throw Failure("unknown option " + name + "; see quire-device --help");
+      throw LaunchError("unknown option " + name + "; see quire-device --help");
     }
   }
   options.program.assign(next, arguments.end());

@@ -29,13 +29,13 @@ sigset_t ForwardedSignals() {
   return signals;
 }
 
-void EndChildren(pid_t spared) {
+void KillChildrenExcept(pid_t survivor) {
   const std::string self = std::to_string(getpid());
   for (bool found = true; found;) {
     found = false;
     std::ifstream children("/proc/" + self + "/task/" + self + "/children");
     for (pid_t child; children >> child;) {
-      if (child == spared) continue;
+      if (child == survivor) continue;
       found = true;
       kill(child, SIGKILL);
       waitpid(child, nullptr, 0);
@@ -43,7 +43,7 @@ void EndChildren(pid_t spared) {
   }
 }
 
-int ExitCode(int status) {
+int ToExitCode(int status) {
   return WIFSIGNALED(status) ? kExitSignalBase + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
@@ -76,23 +76,23 @@ class Supervisor {
 
   SandboxRun Run(const Command& command, const InitOptions& init) {
     Start(command, init);
-    while (!ended_) {
+    while (!finished_) {
       pollfd polled[] = {{channel_fd_, POLLIN, 0},
                          {signals_fd_, POLLIN, 0},
                          {init_pidfd_, POLLIN, 0},
                          {sandbox_pidfd_, POLLIN, 0}};
       poll(polled, 4, -1);
-      if (polled[0].revents != 0) HandleReports(init.traced);
+      if (polled[0].revents != 0) ReadReports(init.under_proot);
       if (polled[1].revents != 0) HandleSignal();
       if (polled[2].revents != 0) {
-        EndChildren(sandbox_);  // what an init that was killed has left: proot waits for it
+        KillChildrenExcept(sandbox_);  // what an init that was killed has left: proot waits for it
         init_pidfd_ = -1;
       }
       if (polled[3].revents != 0) HandleSandboxEnd();
     }
-    EndChildren();
-    run_.error = Errors();
-    if (run_.began && !run_.error.empty()) std::fprintf(stderr, "%s\n", run_.error.c_str());
+    KillChildrenExcept();
+    run_.error = ReadErrors();
+    if (run_.started && !run_.error.empty()) std::fprintf(stderr, "%s\n", run_.error.c_str());
     return run_;
   }
 
@@ -123,13 +123,13 @@ class Supervisor {
     _exit(1);
   }
 
-  void HandleReports(bool traced) {
+  void ReadReports(bool under_proot) {
     for (int report; Receive(channel_fd_, &report, MSG_DONTWAIT);) {
-      if (run_.began) {
+      if (run_.started) {
         run_.exit_code = report;
       } else {
-        run_.began = true;
-        if (traced) init_pidfd_ = OpenPidfd(report);
+        run_.started = true;
+        if (under_proot) init_pidfd_ = OpenPidfd(report);
         Send(channel_fd_, kStartProgram);
       }
     }
@@ -140,8 +140,8 @@ class Supervisor {
     signalfd_siginfo info;
     if (read(signals_fd_, &info, sizeof info) != sizeof info) return;
     const int number = static_cast<int>(info.ssi_signo);
-    if (!run_.began) {
-      run_.began = ended_ = true;
+    if (!run_.started) {
+      run_.started = finished_ = true;
       run_.exit_code = kExitSignalBase + number;
     } else if (info.ssi_code != SI_KERNEL || (number == SIGHUP && getsid(0) == getpid())) {
       // The terminal sends its signals to all of its foreground, but a hangup to the session
@@ -153,12 +153,12 @@ class Supervisor {
   void HandleSandboxEnd() {
     int status = 0;
     waitpid(sandbox_, &status, 0);
-    HandleReports(false);
-    if (run_.exit_code < 0) run_.exit_code = ExitCode(status);
-    ended_ = true;
+    ReadReports(false);
+    if (run_.exit_code < 0) run_.exit_code = ToExitCode(status);
+    finished_ = true;
   }
 
-  std::string Errors() const {
+  std::string ReadErrors() const {
     char errors[4096];
     const ssize_t size = pread(errors_fd_, errors, sizeof errors, 0);
     const std::string text(errors, size > 0 ? static_cast<std::size_t>(size) : 0);
@@ -171,13 +171,13 @@ class Supervisor {
   pid_t sandbox_ = -1;
   int sandbox_pidfd_ = -1;
   int init_pidfd_ = -1;  ///< where the init has a process id on this side
-  bool ended_ = false;
+  bool finished_ = false;
   SandboxRun run_;
 };
 
 }  // namespace
 
-void PrepareToSupervise() {
+void BlockSignalsAndAdoptOrphans() {
   signal(SIGCHLD, SIG_DFL);
   const sigset_t signals = ForwardedSignals();
   sigprocmask(SIG_BLOCK, &signals, nullptr);

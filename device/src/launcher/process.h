@@ -21,8 +21,8 @@ namespace launcher {
 /// each signal that the program is to get. The end of the stream says that the supervisor is gone:
 /// then the init ends with all that runs below it.
 struct InitOptions {
-  bool traced = false;   ///< proot serves the file system, and there is no process namespace
-  bool scanner = false;  ///< the scanner runs beside the program
+  bool under_proot = false;  ///< proot serves the file system, and there is no process namespace
+  bool scanner = false;      ///< the scanner runs beside the program
   int channel_fd = -1;
   int stderr_fd = -1;  ///< what the program gets as standard error
   Command program;
@@ -31,21 +31,21 @@ struct InitOptions {
   Command Serialize() const;
 };
 
-inline constexpr char kInitVerb[] = "--inside";
+inline constexpr char kInitOption[] = "--inside";
 inline constexpr int kStartProgram = 0;
 
 /// Runs the program that the serialized options name, and returns its exit code.
 int RunInit(const Command& arguments);
 
 struct SandboxRun {
-  bool began = false;  ///< false: the sandbox failed before the program started
-  int exit_code = -1;  ///< the program's; 128 + N after a death by signal N
-  std::string error;   ///< what the sandbox wrote to standard error before the program started
+  bool started = false;  ///< false: the sandbox failed before the program started
+  int exit_code = -1;    ///< the program's; 128 + N after a death by signal N
+  std::string error;     ///< what the sandbox wrote to standard error before the program started
 };
 
 /// Signals that come from now on are kept for the program. Orphans below this process become its
 /// children.
-void PrepareToSupervise();
+void BlockSignalsAndAdoptOrphans();
 
 /// Starts the init by `command`, the sandbox and this program in it; passes signals on to the
 /// program, and returns when nothing of it runs any more. Should this process be killed, the same
@@ -57,12 +57,12 @@ SandboxRun RunInSandbox(const Command& command, const InitOptions& init);
 sigset_t ForwardedSignals();
 
 /// Kills all children, those that are inherited meanwhile too, and waits until they are gone.
-/// \param spared a child that stays.
-void EndChildren(pid_t spared = -1);
+/// \param survivor a child that stays.
+void KillChildrenExcept(pid_t survivor = -1);
 
 /// \param status as wait returns it.
 /// \return as a shell has it: 128 + N for a death by signal N.
-int ExitCode(int status);
+int ToExitCode(int status);
 
 /// Sends a value over a stream socket whose other side may be gone.
 void Send(int socket, int value);

@@ -34,7 +34,7 @@ void AddFile(const std::string& file, std::vector<std::string>* paths) {
 
 /// The entries of the host's root and of its /mnt that the device sees as they are. The root itself
 /// is never the host's: the device's directories would have to be made in it.
-std::vector<fs::directory_entry> HostEntries() {
+std::vector<fs::directory_entry> FindHostEntries() {
   const std::set<std::string> own = {"/tmp", "/mnt", "/ebrmain", "/mnt/ext1", "/dev", "/proc"};
   std::vector<fs::directory_entry> entries;
   for (const char* parent : {"/", "/mnt"}) {
@@ -69,7 +69,8 @@ std::vector<std::string> FindVisiblePaths(const Options& options, const Programs
   for (const std::string& path : options.shared_paths) {
     std::error_code error;
     if (!fs::exists(path, error)) {
-      throw Failure("--share " + path + ": " + (error ? error.message() : "there is no such path"));
+      throw LaunchError("--share " + path + ": " +
+                        (error ? error.message() : "there is no such path"));
     }
     paths.push_back(fs::absolute(path));
   }
@@ -77,12 +78,12 @@ std::vector<std::string> FindVisiblePaths(const Options& options, const Programs
   return paths;
 }
 
-Command BwrapCommand(const std::string& device, const std::vector<std::string>& visible) {
+Command BuildBwrapCommand(const std::string& device, const std::vector<std::string>& visible) {
   // Not --die-with-parent: killed too early, bwrap leaves a child behind that waits for it for
   // ever.
   Command command = {"bwrap", "--as-pid-1", "--unshare-pid", "--perms", "0755", "--tmpfs",
                      "/",     "--perms",    "0755",          "--dir",   "/mnt"};
-  for (const fs::directory_entry& entry : HostEntries()) {
+  for (const fs::directory_entry& entry : FindHostEntries()) {
     const std::string path = entry.path();
     if (entry.is_symlink()) {
       Append(&command, {"--symlink", fs::read_symlink(path), path});
@@ -98,24 +99,24 @@ Command BwrapCommand(const std::string& device, const std::vector<std::string>& 
   return command;
 }
 
-Command ProotCommand(const std::string& device, const std::vector<std::string>& visible) {
+Command BuildProotCommand(const std::string& device, const std::vector<std::string>& visible) {
   const std::string here = fs::current_path();
   std::string paths = device + here;
   for (const std::string& path : visible) paths += path;
   if (paths.find(':') != std::string::npos) {
-    throw Failure("proot takes no path with a colon, as " + device + " or " + here +
-                  "; use another, or install bubblewrap");
+    throw LaunchError("proot takes no path with a colon, as " + device + " or " + here +
+                      "; use another, or install bubblewrap");
   }
   // Its tmp holds what proot leaves when it is killed.
   const std::string root = device + "/root";
   try {
-    for (const char* name : {"", "/mnt", "/tmp", "/ebrmain"}) MakePrivateDirectory(root + name);
+    for (const char* name : {"", "/mnt", "/tmp", "/ebrmain"}) CreatePrivateDirectory(root + name);
   } catch (const std::system_error& error) {
-    throw Failure("cannot make " + root + ": " + error.code().message());
+    throw LaunchError("cannot make " + root + ": " + error.code().message());
   }
   setenv("PROOT_TMP_DIR", (root + "/tmp").c_str(), 1);
   Command command = {"proot", "-v", "-1", "-r", root, "-w", here, "-b", "/dev", "-b", "/proc"};
-  for (const fs::directory_entry& entry : HostEntries()) Append(&command, {"-b", entry.path()});
+  for (const fs::directory_entry& entry : FindHostEntries()) Append(&command, {"-b", entry.path()});
   Append(&command, {"-b", device + "/ext1:/mnt/ext1", "-b", device + "/ebrmain:/ebrmain"});
   Append(&command, {"-b", device + "/tmp:/tmp"});
   for (const std::string& path : visible) Append(&command, {"-b", path});

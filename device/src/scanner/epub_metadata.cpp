@@ -68,8 +68,8 @@ std::string Truncate(std::string text) {
   return text;
 }
 
-Metadata ReadPackage(const xmlDoc* package) {
-  Metadata metadata;
+EpubMetadata ReadPackage(const xmlDoc* package) {
+  EpubMetadata metadata;
   const xmlNode* section = FindChild(xmlDocGetRootElement(package), "metadata");
   // The first version of the format has one more level.
   if (const xmlNode* inner = section ? FindChild(section, "dc-metadata") : nullptr) section = inner;
@@ -87,7 +87,7 @@ Metadata ReadPackage(const xmlDoc* package) {
 
 }  // namespace
 
-Metadata ReadEpubMetadata(const std::filesystem::path& file) {
+EpubMetadata ReadEpubMetadata(const std::filesystem::path& file) {
   const Owned<zip_t> zip(zip_open(file.c_str(), ZIP_RDONLY, nullptr));
   if (!zip) return {};
   const Owned<xmlDoc> container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainer_bytes);
@@ -97,7 +97,7 @@ Metadata ReadEpubMetadata(const std::filesystem::path& file) {
   if (!root_file) return {};
   const Owned<xmlDoc> package =
       ReadXml(zip.get(), GetAttribute(root_file, "full-path"), kMaxPackage_bytes);
-  return package ? ReadPackage(package.get()) : Metadata();
+  return package ? ReadPackage(package.get()) : EpubMetadata();
 }
 
 }  // namespace scanner

@@ -65,7 +65,7 @@ bool ParseOptions(int argc, char** argv, Options* options) {
 int Scan(const std::string& directory, const std::string& library) try {
   const scanner::ScanResult result = scanner::Scan(directory, library);
   std::cout << "scanned " << directory << ": " << result.books << " books, " << result.new_books
-            << " new, " << result.gone << " gone" << std::endl;
+            << " new, " << result.deleted_books << " gone" << std::endl;
   return 0;
 } catch (const std::exception& error) {
   std::cerr << "scanner: " << error.what() << std::endl;
