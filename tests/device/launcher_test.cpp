@@ -7,9 +7,9 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <random>
+#include <set>
 #include <thread>
 
 #include "support/files.h"
@@ -35,14 +35,8 @@ int CountProcesses(const std::string& word) {
   return count;
 }
 
-/// Whether such a process is there, after up to three seconds' grace.
 bool StillRuns(const std::string& word) {
-  const auto deadline = Clock::now() + std::chrono::seconds(3);
-  while (CountProcesses(word) > 0) {
-    if (Clock::now() > deadline) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return false;
+  return !WaitUntil([&] { return CountProcesses(word) == 0; }, 3);
 }
 
 /// Both ways to run a program on the device must behave the same.
@@ -65,6 +59,9 @@ class Launcher : public testing::TestWithParam<const char*> {
     return CommandOnDevice("bash") + Command{"-c", script};
   }
 
+  /// Bash: waits until the program is the only child of the device's init.
+  const std::string kWaitForScannerExit =
+      "until [[ $(</proc/$PPID/task/$PPID/children) == \"$$ \" ]]; do :; done";
   const TemporaryDirectory device_;
   const std::string kDevice = device_ / "my device";
   const Command kLaunch = kLauncher + Command{"--device", kDevice, "--with", GetParam()};
@@ -75,7 +72,7 @@ TEST_P(Launcher, MapsDevicePathsOnly) {
   WriteFile(elsewhere / "ca/ca.pem", "authority");
   WriteFile(elsewhere / "shared/file", "shared");
   fs::create_directory(elsewhere / "programs");
-  fs::copy_file("/bin/bash", elsewhere / "programs/my shell");
+  fs::copy_file("/bin/bash", elsewhere / "programs/my=shell");
   const bool had_storage = fs::exists("/mnt/ext1");
   const bool had_system = fs::exists("/ebrmain");
 
@@ -87,7 +84,7 @@ TEST_P(Launcher, MapsDevicePathsOnly) {
       "cat \"$TABULET_CA_FILE\" \"$1\" && echo \"<$2>\"; exit 7";
   const ProcessResult run =
       RunProgram(kLaunch + Command{"--no-scanner", "--share", elsewhere / "shared",
-                                   elsewhere / "programs/my shell", "-c", script, "0",
+                                   elsewhere / "programs/my=shell", "-c", script, "0",
                                    elsewhere / "shared/file", "two  words"},
                  {{"TABULET_CA_FILE", elsewhere / "ca/ca.pem"}});
   EXPECT_EQ(run.out,
@@ -147,10 +144,10 @@ TEST_P(Launcher, LeavesTerminalToProgram) {
 
 TEST_P(Launcher, ExitsWhenTerminalCloses) {
   std::string script = "#!/bin/sh\nexec";
-  for (const std::string& word : CommandOnDevice("sleep")) script += " '" + word + "'";
-  WriteProgram(device_ / "session leader", script + " 1732050\n");
+  for (const std::string& word : BashOnDevice("")) script += " '" + word + "'";
+  WriteProgram(device_ / "session leader", script + "'>/mnt/ext1/started; exec sleep 1732050'\n");
   Process terminal({"script", "-qc", "'" + (device_ / "session leader") + "'", "/dev/null"});
-  std::this_thread::sleep_for(std::chrono::milliseconds(700));
+  ASSERT_TRUE(WaitUntil([&] { return Exists(kDevice + "/ext1/started"); }));
   terminal.Kill(SIGKILL);
   EXPECT_FALSE(StillRuns("1732050"));
 }
@@ -169,45 +166,46 @@ TEST_P(Launcher, LeavesNoProcess) {
   EXPECT_FALSE(StillRuns("2718281"));
 }
 
-/// QUIRE_LAUNCHER_KILLS is the number of kills, at random moments of the start.
+/// QUIRE_LAUNCHER_KILLS kills, half of them during the start and half while the program writes.
 TEST_P(Launcher, LeavesNothingWhenKilledAtAnyMoment) {
   const char* const setting = std::getenv("QUIRE_LAUNCHER_KILLS");
   const int kills = setting ? std::stoi(setting) : 60;
   const std::string word = "quire-kill-" + std::to_string(getpid());
-  std::map<std::string, bool> outside;
-  for (const std::string path :
-       {"/mnt/ext1", "/ebrmain", "/tmp/tabulet-tasks", "/tmp/scanner.log", "/tmp/quire.log"}) {
-    outside[path] = Exists(path);
+  const std::string paths[] = {"/mnt/ext1",        "/ebrmain",       "/tmp/tabulet-tasks",
+                               "/tmp/scanner.log", "/tmp/quire.log", "/tmp/" + word,
+                               "/mnt/ext1/" + word};
+  std::set<std::string> before;
+  for (const std::string& path : paths) {
+    if (Exists(path)) before.insert(path);
   }
-  outside["/tmp/" + word] = outside["/mnt/ext1/" + word] = false;
-  // What the program leaves in a session of its own writes until it is killed.
   const std::string script =
-      "setsid bash -c 'while :; do echo >>/tmp/$0; echo >>/mnt/ext1/$0; sleep 0.002; done' " +
-      word + " >/dev/null 2>&1 & echo ready; exec sleep 60";
-  const Command command = kLaunch + Command{"bash", "-c", script};
+      "setsid bash -c 'while :; do echo >>/tmp/$0; echo >>/mnt/ext1/$0; sleep 0.002; done' $0 &"
+      "echo ready; while :; do echo >>/tmp/$0; echo >>/mnt/ext1/$0; done";
+  const Command command = kLaunch + Command{"bash", "-c", script, word};
   const Environment marked = {{"QUIRE_KILL_TEST", word}};
 
   const auto start = Clock::now();
   Process first(command, marked);
   ASSERT_TRUE(first.WaitForOutput("ready"));
   const std::chrono::duration<double> duration = Clock::now() - start;
-  ASSERT_GE(CountProcesses(word), 4) << "launcher, sandbox, program and what the program left";
+  ASSERT_GE(CountProcesses(word), 4) << "launcher, sandbox, program and its child";
   first.Kill(SIGKILL);
-  first.Wait();
-  ASSERT_FALSE(StillRuns(word));
   std::mt19937 random(std::random_device{}());
-  std::uniform_real_distribution<> part(0, 1.5);
-  int began = 0;
+  std::uniform_real_distribution<> fraction(0, 1);
+  int started = 0;
   for (int i = 0; i < kills; ++i) {
     Process launcher(command, marked);
-    std::this_thread::sleep_for(duration * part(random));
+    if (i % 2 == 0 && !launcher.WaitForOutput("ready")) FAIL() << "kill " << i;
+    std::this_thread::sleep_for(duration * fraction(random));
     launcher.Kill(SIGKILL);
-    if (!launcher.Wait().out.empty()) ++began;
+    if (!launcher.Wait().out.empty()) ++started;
     ASSERT_FALSE(StillRuns(word)) << "after kill " << i;
   }
-  for (const auto& [path, existed] : outside) EXPECT_EQ(Exists(path), existed) << path;
-  std::cout << kills << " kills within " << duration.count() * 1500 << " ms, " << began
-            << " of them after the program began: no process is left\n";
+  for (const std::string& path : paths) EXPECT_EQ(Exists(path), before.contains(path)) << path;
+  EXPECT_TRUE(Exists(kDevice + "/tmp/" + word));
+  EXPECT_TRUE(Exists(kDevice + "/ext1/" + word));
+  std::cout << kills << " kills within " << duration.count() * 1000 << " ms of the start, of "
+            << started << " running programs: no process is left\n";
 }
 
 TEST_P(Launcher, RemovesScratchDevice) {
@@ -220,69 +218,73 @@ TEST_P(Launcher, RemovesScratchDevice) {
   EXPECT_TRUE(fs::is_empty(device_.path()));
 }
 
-TEST_P(Launcher, RunsProgramWhosePathHasEqualsSign) {
-  const std::string program = device_ / "a=b/my=program";
-  WriteProgram(program, "#!/bin/sh\necho \"mine $1\"\n");
-  EXPECT_EQ(RunProgram(CommandOnDevice(program) + Command{"echo"}).out, "mine echo\n");
-}
-
-TEST_P(Launcher, CreatesPrivateDirectories) {
-  EXPECT_EQ(RunProgram(CommandOnDevice("true")).exit_code, 0);
+TEST_P(Launcher, StartsSeveralTimesAtOnceOnNewDevice) {
+  std::vector<std::unique_ptr<Process>> launchers;
+  for (int i = 0; i < 8; ++i) {
+    launchers.push_back(std::make_unique<Process>(CommandOnDevice("true")));
+  }
+  for (const auto& launcher : launchers) {
+    const ProcessResult finished = launcher->Wait();
+    EXPECT_EQ(finished.exit_code, 0);
+    EXPECT_EQ(finished.err, "");
+  }
   for (const auto& entry : fs::recursive_directory_iterator(device_.path())) {
     if (!entry.is_directory() || entry.is_symlink()) continue;
     EXPECT_EQ(entry.status().permissions(), fs::perms::owner_all) << entry.path();
   }
 }
 
-TEST_P(Launcher, StartsSeveralTimesAtOnceOnNewDevice) {
-  std::vector<std::unique_ptr<Process>> launchers;
-  for (int i = 0; i < 8; ++i)
-    launchers.push_back(std::make_unique<Process>(CommandOnDevice("true")));
-  for (const auto& launcher : launchers) {
-    const ProcessResult finished = launcher->Wait();
-    EXPECT_EQ(finished.exit_code, 0);
-    EXPECT_EQ(finished.err, "");
+TEST_P(Launcher, LimitsFileNameLength) {
+  const int max_bytes = GetParam() == std::string("proot") ? 254 : 255;
+  for (const int excess : {0, 1}) {
+    const ProcessResult run = RunProgram(BashOnDevice(
+        "printf -v name %0" + std::to_string(max_bytes + excess) + "d; echo >/mnt/ext1/$name"));
+    EXPECT_EQ(run.exit_code, excess);
+    EXPECT_EQ(run.err.find("File name too long") != std::string::npos, excess == 1) << run.err;
   }
-}
-
-TEST_P(Launcher, ExitsOnSignalWhileScannerStarts) {
-  WriteProgram(kDevice + "/ebrmain/bin/scanner.app",
-               "#!/bin/sh\necho started\nexec sleep 1414213\n");
-  Process launcher(kLaunch + Command{"echo", "never printed"});
-  while (ReadFile(kDevice + "/tmp/scanner.log").empty()) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  launcher.Kill(SIGTERM);
-  const ProcessResult finished = launcher.Wait();
-  EXPECT_EQ(finished.exit_code, 128 + SIGTERM);
-  EXPECT_EQ(finished.out, "");
-  EXPECT_FALSE(StillRuns("1414213"));
 }
 
 TEST_P(Launcher, RunsScannerWithProgram) {
   WriteFile(kDevice + "/ext1/Downloads/book.pdf", "a book");
-  const ProcessResult run =
-      RunProgram(kLaunch + Command{"bash", "-c",
-                                   "\"$0\" /mnt/ext1/Downloads; \"$0\" /etc; \"$0\" /mnt/ext1/no",
-                                   QUIRE_SCAN_REQUEST});
-  EXPECT_EQ(run.out, "answer 0\nanswer -1\nanswer -1\n");
-  EXPECT_EQ(run.err, "");
-  EXPECT_EQ(ReadFile(kDevice + "/tmp/scanner.log"),
-            "scanned /mnt/ext1/Downloads: 1 books, 1 new, 0 gone\n"
-            "scanner: asked to scan /etc, which is not on /mnt/ext1\n"
-            "scanner: cannot read /mnt/ext1/no: No such file or directory\n");
-  EXPECT_FALSE(StillRuns(kDevice)) << "of proot, or of the scanner";
-
-  // A scanner that does not come up, and none at all, cost a line and no more.
-  const std::string scanner = kDevice + "/ebrmain/bin/scanner.app";
-  fs::remove(scanner);
-  WriteProgram(scanner, "#!/bin/sh\nexit 1\n");
-  for (const char* line : {"the scanner does not serve", "no scanner.app"}) {
-    const ProcessResult without = RunProgram(kLaunch + Command{"bash", "-c", "exit 6"});
-    EXPECT_EQ(without.exit_code, 6);
-    EXPECT_NE(without.err.find(line), std::string::npos) << without.err;
-    chmod(scanner.c_str(), 0644);
+  // The scanner of the first launcher serves the second one, too.
+  Process first(kLaunch + Command{"bash", "-c", "\"$0\" /mnt/ext1/Downloads; exec sleep 60",
+                                  QUIRE_SCAN_REQUEST});
+  ASSERT_TRUE(first.WaitForOutput("answer 0\n"));
+  const ProcessResult second = RunProgram(
+      kLaunch + Command{"bash", "-c", "\"$0\" /etc; \"$0\" /mnt/ext1/no;" + kWaitForScannerExit,
+                        QUIRE_SCAN_REQUEST});
+  EXPECT_EQ(second.out, "answer -1\nanswer -1\n");
+  EXPECT_EQ(second.err, "");
+  first.Kill(SIGTERM);
+  EXPECT_EQ(first.Wait().err, "");
+  const std::string log = ReadFile(kDevice + "/tmp/scanner.log");
+  for (const char* line : {"scanner: asked to scan /etc, which is not on /mnt/ext1\n",
+                           "scanner: cannot read /mnt/ext1/no: No such file or directory\n"}) {
+    EXPECT_NE(log.find(line), std::string::npos) << log;
   }
+  EXPECT_FALSE(StillRuns(kDevice)) << "proot or the scanner";
+}
+
+TEST_P(Launcher, RunsProgramWithoutWorkingScanner) {
+  const std::string scanner = kDevice + "/ebrmain/bin/scanner.app";
+  const std::string script = "until [[ -s /tmp/scanner.log ]]; do :; done;[[ $0 ]] || " +
+                             kWaitForScannerExit + "; >/tmp/scanner.log; exit 6";
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"exit 1", "", "the scanner has failed"},
+      {"exec sleep 1414213", "at once", ""},
+  };
+  for (const auto& [body, when, message] : cases) {
+    WriteProgram(scanner, std::string("#!/bin/sh\necho started\n") + body + "\n");
+    const ProcessResult run = RunProgram(kLaunch + Command{"bash", "-c", script, when});
+    EXPECT_EQ(run.exit_code, 6);
+    EXPECT_EQ(run.err.empty(), !*message) << run.err;
+    EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
+  }
+  EXPECT_FALSE(StillRuns("1414213"));
+  chmod(scanner.c_str(), 0644);
+  const ProcessResult run = RunProgram(kLaunch + Command{"true"});
+  EXPECT_EQ(run.exit_code, 0);
+  EXPECT_NE(run.err.find("there is no scanner.app"), std::string::npos) << run.err;
 }
 
 /// Installed elsewhere, and run by somebody who is not root.
@@ -364,14 +366,10 @@ TEST(LauncherErrors, FitOneLine) {
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
   }
   EXPECT_EQ(ReadFile(directory / "d/ebrmain/bin/browser.app"), "the user's own");
-}
-
-TEST(LauncherOptions, AcceptsChromiumWithoutDisplayWhenHeadless) {
-  const TemporaryDirectory device;
-  const ProcessResult run = RunProgram(
-      kWithoutScanner + Command{"--device", device / "d", "--browser", "chromium", "true"},
-      {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"QUIRE_BROWSER_HEADLESS", "1"}});
-  EXPECT_EQ(run.exit_code, 0) << run.err;
+  const ProcessResult headless = RunProgram(
+      kWithoutScanner + Command{"--device", directory / "d2", "--browser", "chromium", "true"},
+      no_display + Environment{{"QUIRE_BROWSER_HEADLESS", "1"}});
+  EXPECT_EQ(headless.exit_code, 0) << headless.err;
 }
 
 }  // namespace

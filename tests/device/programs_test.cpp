@@ -23,7 +23,7 @@ TEST(DevicePrograms, RejectWrongArguments) {
   for (const Command& arguments :
        {Command{"browser-agent", "ftp://shop.test/"}, Command{"browser-agent", "--paypal"},
         Command{"browser-chromium", "ftp://shop.test/"}, Command{"browser-chromium"},
-        Command{"scanner.app", "--scan"}, Command{"scanner.app", "--ready-fd", "x"}}) {
+        Command{"scanner.app", "--scan"}, Command{"scanner.app", "--scam", "x"}}) {
     Command command = arguments;
     command[0] = kPrograms + command[0];
     const ProcessResult run = RunProgram(command);

@@ -4,14 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 #include "store_manager.h"
 #include "support/development_shop.h"
 #include "support/files.h"
+#include "support/process.h"
 
 namespace tests {
 
@@ -57,18 +56,6 @@ class DeviceWithShop : public testing::Test {
     const auto& books = manager_.GetPurchased();
     return std::any_of(books.begin(), books.end(),
                        [&](const Book& book) { return Ean(book) == ean; });
-  }
-
-  /// Polls until `done` returns true.
-  /// \return false after 30 s.
-  template <typename Done>
-  static bool WaitUntil(Done done) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
   }
 
   /// Downloads a book and waits for the end.

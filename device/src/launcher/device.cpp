@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -29,7 +30,9 @@ std::string DefaultDevicePath() {
 std::string CreateScratchDirectory() {
   const std::string parent = GetEnvironment("TMPDIR");
   std::string path = (parent.empty() ? "/tmp" : parent) + "/quire-device.XXXXXX";
-  if (!mkdtemp(path.data())) throw LaunchError("cannot make a scratch device; set TMPDIR");
+  if (!mkdtemp(path.data()))
+    throw LaunchError("cannot create " + path + ": " + std::strerror(errno) +
+                      "; set TMPDIR to a directory that is writable");
   return path;
 }
 
@@ -44,7 +47,7 @@ void RemoveTree(const std::string& path) {
   fs::remove_all(path, ignored);
 }
 
-/// The project that a build was configured for; empty where that is not known.
+/// The source directory that a build was configured for; empty if it is unknown.
 std::string ReadSourceDirectory(const std::string& build) {
   constexpr std::string_view kEntry = "CMAKE_HOME_DIRECTORY:INTERNAL=";
   std::ifstream cache(build + "/CMakeCache.txt");
@@ -117,7 +120,7 @@ void DeviceDirectory::CreateDirectories() const {
       CreatePrivateDirectory(path_ + name);
     }
   } catch (const std::system_error& error) {
-    throw LaunchError("cannot make the device's directory " + path_ + ": " +
+    throw LaunchError("cannot create the device's directory " + path_ + ": " +
                       error.code().message() + "; choose another with --device");
   }
   for (const char* name : {"/ext1", "/ext1/system", "/ebrmain/bin", "/tmp"}) {
@@ -127,22 +130,24 @@ void DeviceDirectory::CreateDirectories() const {
   }
 }
 
-/// A link that lacks its target is removed; anything but a link is the user's own and stays.
+/// Removes a link whose target is missing. Keeps a file that is not a link: it is the user's own.
 void DeviceDirectory::LinkProgram(const std::string& name, const std::string& target) const {
   const std::string link = path_ + "/ebrmain/bin/" + name;
-  std::error_code failure;
-  if (fs::exists(link, failure) &&
-      (!fs::is_symlink(link, failure) || fs::equivalent(link, target, failure)))
+  std::error_code error;
+  if (fs::exists(link, error) &&
+      (!fs::is_symlink(link, error) || fs::equivalent(link, target, error)))
     return;
   if (fs::exists(target)) {
     const std::string draft = path_ + "/ebrmain/bin/." + name + "." + std::to_string(getpid());
-    fs::remove(draft, failure);  // of a launcher that was killed
-    fs::create_symlink(target, draft, failure);
-    if (!failure) fs::rename(draft, link, failure);
+    fs::remove(draft, error);  // of a launcher that was killed
+    fs::create_symlink(target, draft, error);
+    if (!error) fs::rename(draft, link, error);
   } else {
-    fs::remove(link, failure);
+    fs::remove(link, error);
   }
-  if (failure) throw LaunchError("cannot make " + link + ": " + failure.message());
+  if (error)
+    throw LaunchError("cannot create " + link + ": " + error.message() +
+                      "; make its directory writable, or choose another device with --device");
 }
 
 Programs FindPrograms(const std::string& build) {
@@ -171,7 +176,7 @@ std::string FindProgram(const std::string& name, const Programs& programs,
   const std::string host_path = ToHostPath(path, device);
   std::error_code ignored;
   if (!fs::is_regular_file(host_path, ignored)) {
-    throw LaunchError("no program \"" + name + "\"; give its path, or a name that lies in $PATH",
+    throw LaunchError("no program \"" + name + "\"; give its path, or the name of one in $PATH",
                       kExitNotFound);
   }
   if (!IsProgram(host_path))

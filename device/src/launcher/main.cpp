@@ -1,6 +1,6 @@
-// quire-device: runs a program on the device. The process that the user starts supervises; bwrap or
-// proot starts the same program again inside, as `quire-device --inside …`, which runs the user's
-// program and the scanner.
+// quire-device: runs a program on the device. The process that the user starts is the supervisor.
+// It runs bwrap or proot, which runs quire-device a second time on the device, as the init: that
+// process runs the user's program and the scanner.
 
 #include <unistd.h>
 
@@ -33,8 +33,11 @@ int Launch(const Options& options) {
   const auto visible = FindVisiblePaths(options, programs, init.program[0]);
   init.scanner = options.scanner;
   if (init.scanner && access((device.path() + "/ebrmain/bin/scanner.app").c_str(), X_OK) != 0) {
-    std::fprintf(stderr, "quire-device: no scanner.app in %s; going on without it\n",
-                 programs.directory.c_str());
+    std::fprintf(
+        stderr,
+        "quire-device: there is no scanner.app in %s, so new books are missing in the library; "
+        "build it, or use --no-scanner\n",
+        programs.directory.c_str());
     init.scanner = false;
   }
   for (const std::string sandbox : {"bwrap", "proot"}) {
@@ -54,7 +57,7 @@ int Launch(const Options& options) {
 
 int Main(const Command& arguments) try {
   if (!arguments.empty() && arguments[0] == kInitOption) {
-    _exit(RunInit(arguments));  // no leak check: proot leaves it nothing to work with
+    _exit(RunInit(arguments));  // without the leak check, which cannot run under proot
   }
   const Options options = ParseOptions(arguments);
   if (!options.notice.empty()) {

@@ -16,10 +16,10 @@ Runs PROGRAM with DIR/ext1 as /mnt/ext1, DIR/ebrmain as /ebrmain and DIR/tmp as 
   --device DIR    the device's directory ($QUIRE_DEVICE, else ~/.local/share/quire-device);
                   "scratch" is a fresh one, removed afterwards
   --build DIR     the build whose programs the device gets ($QUIRE_BUILD, else the launcher's own)
-  --with NAME     bwrap or proot; bwrap where the system allows it, else proot
+  --with NAME     bwrap or proot; by default bwrap if the system allows it, else proot
   --browser NAME  the browser program: agent (asks on the terminal) or chromium (a window)
-  --no-scanner    do not run the library scanner beside PROGRAM
-  --share PATH    keep this path visible although it lies under /tmp, /ebrmain or /mnt/ext1
+  --no-scanner    do not run the library scanner
+  --share PATH    keep a path of /tmp, /ebrmain or /mnt/ext1 visible; may be repeated
   --version       print the version
 )";
 

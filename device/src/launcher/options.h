@@ -21,8 +21,7 @@ struct LaunchError : std::runtime_error {
 
 using Command = std::vector<std::string>;  ///< a program and its arguments
 
-/// The command line, with the environment's values where it has none. An empty string is an option
-/// that nobody gave.
+/// What the command line says, else the environment. A string is empty if neither names a value.
 struct Options {
   std::string device;
   std::string build;
