@@ -65,7 +65,7 @@ void TestSite::Start() {
 Environment TestSite::environment() const {
   const std::string target = ":127.0.0.1:" + std::to_string(port_);
   const std::string proxy = "http://127.0.0.1:9";  // the browsers must ignore it
-  return {{"TABULET_CONNECT_TO", "shop.test:80" + target + ",shop.test:443" + target},
+  return {{"TABULET_CONNECT_TO", "shop.test:80" + target + ",:443" + target},
           {"http_proxy", proxy},
           {"https_proxy", proxy}};
 }
