@@ -91,6 +91,7 @@ class Supervisor {
   }
 
   SandboxRun Run(const Command& command, const InitOptions& init) {
+    under_proot_ = init.under_proot;
     Start(command, init);
     while (!finished_) {
       pollfd polled[] = {{channel_fd_, POLLIN, 0},
@@ -98,7 +99,7 @@ class Supervisor {
                          {init_pidfd_, POLLIN, 0},
                          {sandbox_pidfd_, POLLIN, 0}};
       poll(polled, 4, -1);
-      if (polled[0].revents != 0) ReadReports(init.under_proot);
+      if (polled[0].revents != 0) ReadReports();
       if (polled[1].revents != 0) HandleSignal();
       if (polled[2].revents != 0) {
         KillChildrenExcept(sandbox_);  // proot waits for the orphans of an init that was killed
@@ -140,13 +141,13 @@ class Supervisor {
     _exit(1);
   }
 
-  void ReadReports(bool under_proot) {
+  void ReadReports() {
     for (int report; Receive(channel_fd_, &report, MSG_DONTWAIT);) {
       if (run_.started) {
         run_.exit_code = report;
       } else {
         run_.started = true;
-        if (under_proot) init_pidfd_ = OpenPidfd(report);
+        if (under_proot_) init_pidfd_ = OpenPidfd(report);
         Send(channel_fd_, kStartProgram);
       }
     }
@@ -169,7 +170,7 @@ class Supervisor {
   void HandleSandboxEnd() {
     int status = 0;
     waitpid(sandbox_, &status, 0);
-    ReadReports(false);
+    ReadReports();
     if (run_.exit_code < 0) run_.exit_code = ToExitCode(status);
     finished_ = true;
   }
@@ -187,6 +188,7 @@ class Supervisor {
   pid_t sandbox_ = -1;
   int sandbox_pidfd_ = -1;
   int init_pidfd_ = -1;  ///< of the init under proot; bwrap's has no process id here
+  bool under_proot_ = false;
   bool finished_ = false;
   SandboxRun run_;
 };
