@@ -36,9 +36,7 @@ inline Book MakeBook(const std::string& ean) {
 /// CTest runs each test in a process of its own, since a process has one StoreManager.
 class DeviceWithShop : public testing::Test {
  protected:
-  explicit DeviceWithShop(const Command& shop_options = {}) : shop_(shop_options) {
-    shop_.Announce();
-  }
+  DeviceWithShop() { shop_.Announce(); }
 
   void SetUp() override { ASSERT_EQ(manager_.Init(), 0); }
 
