@@ -168,9 +168,8 @@ TEST_P(Launcher, LeavesNothingWhenKilledAtAnyMoment) {
   const char* const setting = std::getenv("QUIRE_LAUNCHER_KILLS");
   const int kills = setting ? std::stoi(setting) : 60;
   const std::string word = "quire-kill-" + std::to_string(getpid());
-  const std::string paths[] = {"/mnt/ext1",        "/ebrmain",       "/tmp/tabulet-tasks",
-                               "/tmp/scanner.log", "/tmp/quire.log", "/tmp/" + word,
-                               "/mnt/ext1/" + word};
+  const std::string paths[] = {"/mnt/ext1",        "/ebrmain",     "/tmp/tabulet-tasks",
+                               "/tmp/scanner.log", "/tmp/" + word, "/mnt/ext1/" + word};
   std::set<std::string> before;
   for (const std::string& path : paths) {
     if (Exists(path)) before.insert(path);

@@ -71,7 +71,7 @@ fs::path WriteStartPage(const fs::path& directory, const Options& options) {
 std::string TakePart(std::string* entry) {
   const std::size_t host_end = entry->starts_with('[') ? entry->find(']') : 0;
   const std::size_t colon = entry->find(':', std::min(host_end, entry->size()));
-  const std::string part = entry->substr(0, colon);
+  std::string part = entry->substr(0, colon);
   entry->erase(0, colon == std::string::npos ? colon : colon + 1);
   return part;
 }
