@@ -1,7 +1,5 @@
 #include "xml_text.h"
 
-#include <memory>
-
 namespace {
 
 struct Free {
@@ -13,6 +11,11 @@ using OwnedText = std::unique_ptr<xmlChar, Free>;
 
 std::string ToString(const xmlChar* text) {
   return text ? reinterpret_cast<const char*>(text) : "";
+}
+
+std::string_view ElementName(const xmlNode* node) {
+  if (node->type != XML_ELEMENT_NODE || !node->name) return {};
+  return reinterpret_cast<const char*>(node->name);
 }
 
 std::string GetAttribute(const xmlNode* element, const char* name) {

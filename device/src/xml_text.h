@@ -1,16 +1,25 @@
 /// \file
-/// Strings out of an untrusted XML or HTML document.
+/// Documents and strings of untrusted XML and HTML.
 
 #ifndef DEVICE_SRC_XML_TEXT_H_
 #define DEVICE_SRC_XML_TEXT_H_
 
 #include <libxml/tree.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 
+struct XmlDocumentDeleter {
+  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+using XmlDocument = std::unique_ptr<xmlDoc, XmlDocumentDeleter>;
+
 /// Empty for a null pointer.
 std::string ToString(const xmlChar* text);
+
+/// The name of an element without its namespace; empty for another node.
+std::string_view ElementName(const xmlNode* node);
 
 /// The unchanged value of an attribute; empty if it is missing.
 std::string GetAttribute(const xmlNode* element, const char* name);

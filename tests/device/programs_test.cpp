@@ -8,44 +8,38 @@
 namespace tests {
 namespace {
 
-const std::string kPrograms = QUIRE_BUILD_DIR "/bin/";
-
-TEST(DevicePrograms, PrintVersion) {
-  for (const std::string name :
-       {"browser-agent", "browser-chromium", "quire-device", "scanner.app"}) {
-    const ProcessResult run = RunProgram({kPrograms + name, "--version"});
-    EXPECT_EQ(run.out, name + " " QUIRE_VERSION "\n");
-    EXPECT_EQ(run.exit_code, 0);
-  }
-}
-
-TEST(DevicePrograms, RejectWrongArguments) {
-  for (const Command& arguments :
-       {Command{"browser-agent", "ftp://shop.test/"}, Command{"browser-agent", "--paypal"},
-        Command{"browser-chromium", "ftp://shop.test/"}, Command{"browser-chromium"},
-        Command{"scanner.app", "--scan"}, Command{"scanner.app", "--ready-fd", "x"}}) {
-    Command command = arguments;
-    command[0] = kPrograms + command[0];
-    const ProcessResult run = RunProgram(command);
-    EXPECT_EQ(run.exit_code, 2) << command[0];
-    EXPECT_NE(run.err.find("usage: " + arguments[0]), std::string::npos) << run.err;
-  }
-}
-
-TEST(BrowserChromiumSetup, ReportsWhatIsMissing) {
+TEST(DevicePrograms, AnswerInOneSentence) {
   const TemporaryDirectory directory;
   WriteFile(directory / "empty.pem", "");
   WriteFile(directory / "ca.pem", "-----BEGIN CERTIFICATE-----\n-----END CERTIFICATE-----\n");
-  const std::pair<std::string, std::string> cases[] = {
-      {"", "browser: chromium is not installed; "},
-      {directory / "ca.pem", "browser: certutil is not installed; "},
-      {directory / "empty.pem", "browser: TABULET_CA_FILE is " + (directory / "empty.pem")}};
-  for (const auto& [ca_file, message] : cases) {
-    const ProcessResult run = RunProgram(
-        {kPrograms + "browser-chromium", "https://shop.test/"},
-        {{"PATH", directory.path()}, {"TMPDIR", directory.path()}, {"TABULET_CA_FILE", ca_file}});
-    EXPECT_EQ(run.exit_code, 1);
-    EXPECT_EQ(run.err.find(message), 0U) << run.err;
+  const std::string version = std::string(" ") + QUIRE_VERSION + "\n";
+  const std::string url = "https://shop.test/";
+  const std::string ca_file = "browser: TABULET_CA_FILE is " + (directory / "empty.pem");
+  const std::tuple<Command, std::string, int, std::string, std::string> cases[] = {
+      {{"browser-agent", "--version"}, "", 0, "browser-agent" + version, ""},
+      {{"browser-chromium", "--version"}, "", 0, "browser-chromium" + version, ""},
+      {{"quire-device", "--version"}, "", 0, "quire-device" + version, ""},
+      {{"scanner.app", "--version"}, "", 0, "scanner.app" + version, ""},
+      {{"browser-agent", "ftp://shop.test/"}, "", 2, "", "usage: browser-agent"},
+      {{"browser-agent", "--paypal"}, "", 2, "", "usage: browser-agent"},
+      {{"browser-chromium", "ftp://shop.test/"}, "", 2, "", "usage: browser-chromium"},
+      {{"browser-chromium"}, "", 2, "", "usage: browser-chromium"},
+      {{"scanner.app", "--scan"}, "", 2, "", "usage: scanner.app"},
+      {{"scanner.app", "--unknown", "x"}, "", 2, "", "usage: scanner.app"},
+      {{"browser-chromium", url}, "", 1, "", "browser: chromium is not installed; "},
+      {{"browser-chromium", url}, "ca.pem", 1, "", "browser: certutil is not installed; "},
+      {{"browser-chromium", url}, "empty.pem", 1, "", ca_file},
+  };
+  for (const auto& [arguments, authority, exit_code, out, err] : cases) {
+    Command command = arguments;
+    command[0] = QUIRE_BUILD_DIR "/bin/" + command[0];
+    const ProcessResult run =
+        RunProgram(command, {{"PATH", directory.path()},
+                             {"TMPDIR", directory.path()},
+                             {"TABULET_CA_FILE", authority.empty() ? "" : directory / authority}});
+    EXPECT_EQ(run.exit_code, exit_code) << arguments[0];
+    EXPECT_EQ(run.out, out);
+    EXPECT_NE(run.err.find(err), std::string::npos) << run.err;
   }
 }
 

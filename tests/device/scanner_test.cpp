@@ -28,7 +28,7 @@ std::string Package(const std::string& metadata) {
 /// An EPUB file with a package of the test.
 class EpubMetadata : public testing::Test {
  protected:
-  scanner::Metadata ReadPackage(const std::string& package) {
+  scanner::EpubMetadata ReadPackage(const std::string& package) {
     WriteEpub(file_, package);
     return scanner::ReadEpubMetadata(file_);
   }
@@ -52,7 +52,7 @@ TEST_F(EpubMetadata, ReadsTitleAndAuthors) {
       {Package("<dc:title>Torn</dc:title>").substr(0, 215), "Torn", ""},
   };
   for (const auto& [package, title, author] : cases) {
-    const scanner::Metadata metadata = ReadPackage(package);
+    const scanner::EpubMetadata metadata = ReadPackage(package);
     EXPECT_EQ(metadata.title, title) << package;
     EXPECT_EQ(metadata.author, author) << package;
   }
@@ -117,7 +117,7 @@ class LibraryScan : public testing::Test {
   std::string RunScan(const std::string& name = "Downloads") {
     const scanner::ScanResult result = scanner::Scan(directory_ / name, library_);
     return std::to_string(result.books) + " books, " + std::to_string(result.new_books) + " new, " +
-           std::to_string(result.gone) + " gone";
+           std::to_string(result.deleted_books) + " gone";
   }
 
   std::string ReadRows() {

@@ -1,8 +1,5 @@
 #include "support/devtools_client.h"
 
-#include <openssl/evp.h>
-
-#include <algorithm>
 #include <boost/asio/connect.hpp>
 #include <boost/beast/core.hpp>
 #include <chrono>
@@ -22,17 +19,6 @@ constexpr int kMaxPolls = 1000;
 
 void WaitForNextPoll() {
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
-}
-
-std::string DecodeBase64(const std::string& text) {
-  std::string bytes(text.size(), '\0');
-  const int size = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
-                                   reinterpret_cast<const unsigned char*>(text.data()),
-                                   static_cast<int>(text.size()));
-  // EVP_DecodeBlock counts the padding as bytes.
-  bytes.resize(static_cast<std::size_t>(
-      std::max<std::ptrdiff_t>(0, size - std::count(text.begin(), text.end(), '='))));
-  return bytes;
 }
 
 }  // namespace
@@ -87,10 +73,6 @@ void DevtoolsClient::Type(const std::string& page, const std::string& field,
                           const std::string& text) {
   Evaluate(page, "document.querySelector('[name=" + field + "]').focus()");
   Call("Input.insertText", {{"text", text}}, page);
-}
-
-std::string DevtoolsClient::Screenshot(const std::string& page) {
-  return DecodeBase64(Call("Page.captureScreenshot", {{"format", "png"}}, page).value("data", ""));
 }
 
 json DevtoolsClient::Call(const std::string& method, const json& params, const std::string& page) {

@@ -12,7 +12,7 @@
 namespace tests {
 
 /// Whether the programs that browser-chromium runs are installed. To be asserted before a
-/// DevtoolsClient is made, which would wait for a browser in vain.
+/// DevtoolsClient is created, which would wait for a browser in vain.
 testing::AssertionResult IsChromiumInstalled();
 
 /// Controls a running browser-chromium through the DevTools protocol. The functions throw
@@ -33,9 +33,6 @@ class DevtoolsClient {
 
   /// Types into a form field of a page.
   void Type(const std::string& page, const std::string& field, const std::string& text);
-
-  /// \return the visible part of a page as PNG.
-  std::string Screenshot(const std::string& page);
 
   /// Sends a command to a page, or to the browser if `page` is empty.
   /// \return the result.

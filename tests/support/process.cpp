@@ -122,6 +122,15 @@ ProcessResult Process::Wait() {
   return result_;
 }
 
+bool WaitUntil(const std::function<bool()>& condition, int timeout_s) {
+  const long deadline_ms = Now_ms() + timeout_s * 1000L;
+  while (!condition()) {
+    if (Now_ms() > deadline_ms) return false;
+    usleep(2'000);
+  }
+  return true;
+}
+
 ProcessResult RunProgram(const Command& command, const Environment& environment) {
   return Process(command, environment).Wait();
 }

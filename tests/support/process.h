@@ -6,6 +6,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -57,6 +58,10 @@ class Process {
   int err_ = -1;
   ProcessResult result_;
 };
+
+/// Waits until a condition holds.
+/// \return whether it does, after the timeout at the latest.
+bool WaitUntil(const std::function<bool()>& condition, int timeout_s = 30);
 
 /// Runs a program on pipes and waits for its exit.
 ProcessResult RunProgram(const Command& command, const Environment& environment = {});

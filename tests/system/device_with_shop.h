@@ -4,14 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 #include "store_manager.h"
 #include "support/development_shop.h"
 #include "support/files.h"
+#include "support/process.h"
 
 namespace tests {
 
@@ -37,9 +36,7 @@ inline Book MakeBook(const std::string& ean) {
 /// CTest runs each test in a process of its own, since a process has one StoreManager.
 class DeviceWithShop : public testing::Test {
  protected:
-  explicit DeviceWithShop(const Command& shop_options = {}) : shop_(shop_options) {
-    shop_.Announce();
-  }
+  DeviceWithShop() { shop_.Announce(); }
 
   void SetUp() override { ASSERT_EQ(manager_.Init(), 0); }
 
@@ -57,18 +54,6 @@ class DeviceWithShop : public testing::Test {
     const auto& books = manager_.GetPurchased();
     return std::any_of(books.begin(), books.end(),
                        [&](const Book& book) { return Ean(book) == ean; });
-  }
-
-  /// Polls until `done` returns true.
-  /// \return false after 30 s.
-  template <typename Done>
-  static bool WaitUntil(Done done) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!done()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
   }
 
   /// Downloads a book and waits for the end.

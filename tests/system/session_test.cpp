@@ -1,7 +1,5 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <filesystem>
-
 #include "device_with_shop.h"
 
 namespace tests {
@@ -13,11 +11,11 @@ bool IsInScannerLibrary(const std::string& path) try {
   query.bind(1, path);
   return query.executeStep();
 } catch (const SQLite::Exception&) {
-  return false;  // the scanner has not made it yet, or writes it
+  return false;  // the scanner has not created it yet, or writes it
 }
 
-class AccountSession : public DeviceWithShop {};
 class SessionUnderLauncher : public DeviceWithShop {};
+class Purchase : public DeviceWithShop {};
 
 TEST_F(SessionUnderLauncher, DownloadsBookThatScannerRecords) {
   EXPECT_FALSE(manager_.GetShopName().empty());
@@ -39,39 +37,6 @@ TEST_F(SessionUnderLauncher, DownloadsBookThatScannerRecords) {
   ASSERT_EQ(status.status, BookStatus::kDownloaded);
   EXPECT_EQ(ReadFile(status.path).substr(0, 2), "PK");
   EXPECT_TRUE(WaitUntil([&] { return IsInScannerLibrary(status.path); }));
-}
-
-TEST_F(AccountSession, LogsInWithStoredCredentials) {
-  LogIn();
-  EXPECT_EQ(manager_.getLogin(), kUser);
-  EXPECT_EQ(manager_.getPassword(), kPassword);
-
-  manager_.LogOut();
-  EXPECT_FALSE(manager_.IsLoggedIn());
-  EXPECT_TRUE(manager_.GetPurchased().empty());
-  ASSERT_EQ(manager_.Init(), 0);
-  EXPECT_TRUE(manager_.IsLoggedIn());
-  EXPECT_FALSE(manager_.GetPurchased().empty());
-  // The cached configuration is used for half an hour.
-  EXPECT_EQ(shop_.Requests("/get-device-opds-config").size(), 1u);
-}
-
-TEST_F(AccountSession, ResumesDownloadAfterConnectionLoss) {
-  LogIn();
-  const std::string ean = Ean(FindPurchased("epub"));
-  const BookStatus complete = Download(ean);
-  ASSERT_EQ(complete.status, BookStatus::kDownloaded);
-  const std::string content = ReadFile(complete.path);
-  std::filesystem::remove(complete.path);
-
-  shop_.Arm({{"path", "/files/*"}, {"fault", "truncate"}, {"after_bytes", 700}});
-  const BookStatus resumed = Download(ean);
-  ASSERT_EQ(resumed.status, BookStatus::kDownloaded);
-  EXPECT_EQ(ReadFile(resumed.path), content);
-  EXPECT_EQ(shop_.Delivered(), 1);
-  for (const auto& entry : std::filesystem::directory_iterator("/mnt/ext1/Downloads")) {
-    EXPECT_EQ(entry.path(), resumed.path) << "an unfinished download is left";
-  }
 }
 
 /// A device that logs everything to a file. The platform reads the settings at its first use.
@@ -105,24 +70,37 @@ TEST_F(SecretHandling, LeavesNoSecretInLogOrFile) {
   EXPECT_EQ(log.find(session), std::string::npos);
 }
 
-/// A shop whose certificate is wrong.
-class WrongCertificate : public DeviceWithShop, public testing::WithParamInterface<const char*> {
- protected:
-  WrongCertificate() : DeviceWithShop({"--certificate", GetParam()}) {}
-};
+TEST_F(Purchase, BuysBookOnceByEachPayMethod) {
+  setenv("QUIRE_BROWSER_ANSWER", "approve", 1);
+  shop_.Control("/_orders", {{"pending_checks", 0}});  // payments are confirmed at once
+  LogIn();
+  const std::string wanted = "9780000001351", second = "9780000001917";
+  const std::string out_of_sale = "9780000001429";
+  manager_.AddToCart(MakeBook(wanted));
+  manager_.AddToCart(MakeBook(out_of_sale));
+  const auto [result, dropped] = manager_.CheckOut();
+  EXPECT_EQ(result.code_, ServerApi::kOk);
+  ASSERT_EQ(dropped.size(), 1u);
+  EXPECT_EQ(Ean(dropped[0]), out_of_sale);
+  EXPECT_EQ(manager_.GetCart().GetSize(), 1u);
+  EXPECT_EQ(manager_.GetCart().GetTotalPrice(), 12.5);
 
-TEST_P(WrongCertificate, PreventsLogIn) {
-  EXPECT_EQ(manager_.LogIn(kUser, kPassword).code_, ServerApi::kFailed);
-  EXPECT_TRUE(shop_.Requests("/login").empty());
+  ASSERT_EQ(manager_.StartPayment("PAYPAL").code_, ServerApi::kOk);
+  ASSERT_EQ(manager_.CheckPaymentResult().code_, ServerApi::kOk);
+  EXPECT_TRUE(HasBought(wanted));
+  EXPECT_EQ(manager_.GetCart().GetSize(), 0u);
+  EXPECT_FALSE(manager_.GetOrderDatePlaced().empty());
+  EXPECT_EQ(manager_.CheckOrderIfNeeded(), -1);
+
+  manager_.AddToCart(MakeBook(second));
+  manager_.CheckOut();
+  ASSERT_EQ(manager_.StartPayment("CCARD").code_, ServerApi::kOk);
+  ASSERT_EQ(manager_.CheckPaymentResult().code_, ServerApi::kOk);
+  EXPECT_TRUE(HasBought(second));
+  EXPECT_EQ(shop_.Requests("/submitOrder").size(), 2u);
+
+  EXPECT_EQ(Download(wanted).status, BookStatus::kDownloaded);
 }
-
-INSTANTIATE_TEST_SUITE_P(Kinds, WrongCertificate,
-                         testing::Values("other-host", "expired", "unknown-authority"),
-                         [](const auto& kind) {
-                           std::string name = kind.param;
-                           std::erase(name, '-');
-                           return name;
-                         });
 
 }  // namespace
 }  // namespace tests

@@ -4,7 +4,6 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <map>
-#include <memory>
 #include <set>
 #include <string_view>
 
@@ -14,15 +13,6 @@ namespace agent {
 namespace {
 
 constexpr std::size_t kMaxLines = 200;
-
-struct Free {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-
-std::string_view ElementName(const xmlNode* node) {
-  if (node->type != XML_ELEMENT_NODE || !node->name) return {};
-  return reinterpret_cast<const char*>(node->name);
-}
 
 bool HasAttribute(const xmlNode* element, const char* name) {
   return xmlHasProp(element, reinterpret_cast<const xmlChar*>(name)) != nullptr;
@@ -162,7 +152,7 @@ Page ParsePage(const std::string& html, const std::string& charset) {
   const char* encoding = !charset.empty() ? charset.c_str() : declared ? nullptr : "UTF-8";
   const int options =
       HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET;
-  const std::unique_ptr<xmlDoc, Free> document(
+  const XmlDocument document(
       htmlReadMemory(html.data(), static_cast<int>(html.size()), nullptr, encoding, options));
   return PageParser().Parse(document ? xmlDocGetRootElement(document.get()) : nullptr);
 }

@@ -19,7 +19,7 @@ namespace chromium {
 
 using nlohmann::json;
 
-pid_t Start(const std::vector<std::string>& command, const std::vector<int>& fds) {
+pid_t StartProcess(const std::vector<std::string>& command, const std::vector<int>& fds) {
   const pid_t pid = fork();
   if (pid != 0) return pid;
   prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -46,7 +46,7 @@ DevtoolsPipe::DevtoolsPipe(const std::vector<std::string>& command) {
   messages_fd_ = messages[0];
   const int log = std::getenv("QUIRE_BROWSER_VERBOSE") ? STDERR_FILENO : null_device;
   // Chromium reads commands from descriptor 3 and writes messages to descriptor 4.
-  pid_ = Start(command, {null_device, null_device, log, commands[0], messages[1]});
+  pid_ = StartProcess(command, {null_device, null_device, log, commands[0], messages[1]});
   for (const int fd : {null_device, commands[0], messages[1]}) close(fd);
   if (pid_ < 0) throw std::runtime_error("the browser cannot be started; close other programs");
 }

@@ -16,7 +16,7 @@ namespace chromium {
 /// Starts a program that is killed when this one exits. It exits with 127 if it is not installed.
 /// \param fds  the program's descriptors 0, 1, 2 and so on; other descriptors must be
 /// close-on-exec. \return the process, or -1.
-pid_t Start(const std::vector<std::string>& command, const std::vector<int>& fds);
+pid_t StartProcess(const std::vector<std::string>& command, const std::vector<int>& fds);
 
 class DevtoolsPipe {
  public:

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -65,15 +66,26 @@ fs::path WriteStartPage(const fs::path& directory, const Options& options) {
   return file;
 }
 
+/// Removes what precedes the first colon, and returns it. A host may be an IPv6 address in
+/// brackets.
+std::string TakePart(std::string* entry) {
+  const std::size_t host_end = entry->starts_with('[') ? entry->find(']') : 0;
+  const std::size_t colon = entry->find(':', std::min(host_end, entry->size()));
+  std::string part = entry->substr(0, colon);
+  entry->erase(0, colon == std::string::npos ? colon : colon + 1);
+  return part;
+}
+
 /// TABULET_CONNECT_TO in the syntax of Chromium's --host-resolver-rules.
 std::string BuildHostRules() {
   std::string rules;
   std::istringstream entries(GetEnvironment("TABULET_CONNECT_TO"));
   for (std::string entry; std::getline(entries, entry, ',');) {
-    const std::size_t port_end = entry.find(':', entry.find(':') + 1);
-    if (port_end == std::string::npos) continue;
+    const std::string host = TakePart(&entry);
+    const std::string port = TakePart(&entry);
+    if (entry.empty()) continue;
     if (!rules.empty()) rules += ", ";
-    rules += "MAP " + entry.substr(0, port_end) + " " + entry.substr(port_end + 1);
+    rules += "MAP " + (host.empty() ? "*" : host) + (port.empty() ? "" : ":" + port) + " " + entry;
   }
   return rules;
 }
@@ -123,7 +135,7 @@ std::vector<std::string> BuildCommand(const chromium::Profile& profile,
 int Browse(const Options& options, int signals) {
   chromium::Profile profile;
   if (const std::string ca_file = GetEnvironment("TABULET_CA_FILE"); !ca_file.empty()) {
-    profile.Trust(ca_file);
+    profile.AddTrustedAuthorities(ca_file);
   }
   const fs::path start_page = WriteStartPage(profile.directory(), options);
   setenv("HOME", profile.directory().c_str(), 1);  // Chromium finds its trusted authorities there

@@ -37,7 +37,7 @@ std::vector<std::string> SplitPem(const std::string& text) {
 /// \return the exit code, 127 if it is not installed.
 int Run(const std::vector<std::string>& command) {
   const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
-  const pid_t pid = Start(command, {null_device, null_device, STDERR_FILENO});
+  const pid_t pid = StartProcess(command, {null_device, null_device, STDERR_FILENO});
   close(null_device);
   int status = 0;
   return waitpid(pid, &status, 0) == pid && WIFEXITED(status) ? WEXITSTATUS(status) : 126;
@@ -64,7 +64,7 @@ Profile::~Profile() {
   }
 }
 
-void Profile::Trust(const fs::path& ca_file) {
+void Profile::AddTrustedAuthorities(const fs::path& ca_file) {
   std::ifstream file(ca_file);
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   const std::vector<std::string> certificates = SplitPem(text);

@@ -19,9 +19,9 @@ class Profile {
 
   const std::filesystem::path& directory() const { return directory_; }
 
-  /// Makes a Chromium whose HOME is the directory trust further authorities.
+  /// Adds certificate authorities for a Chromium whose HOME is the directory.
   /// \param ca_file  certificates in PEM.
-  void Trust(const std::filesystem::path& ca_file);
+  void AddTrustedAuthorities(const std::filesystem::path& ca_file);
 
  private:
   std::filesystem::path directory_;

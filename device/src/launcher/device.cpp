@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -19,16 +20,19 @@ namespace fs = std::filesystem;
 namespace launcher {
 namespace {
 
-std::string DefaultPath() {
+std::string DefaultDevicePath() {
   const std::string home = GetEnvironment("HOME");
-  if (home.empty()) throw Failure("$HOME is not set; name the device's directory with --device");
+  if (home.empty())
+    throw LaunchError("$HOME is not set; name the device's directory with --device");
   return home + "/.local/share/quire-device";
 }
 
-std::string MakeScratch() {
+std::string CreateScratchDirectory() {
   const std::string parent = GetEnvironment("TMPDIR");
   std::string path = (parent.empty() ? "/tmp" : parent) + "/quire-device.XXXXXX";
-  if (!mkdtemp(path.data())) throw Failure("cannot make a scratch device; set TMPDIR");
+  if (!mkdtemp(path.data()))
+    throw LaunchError("cannot create " + path + ": " + std::strerror(errno) +
+                      "; set TMPDIR to a directory that is writable");
   return path;
 }
 
@@ -43,8 +47,8 @@ void RemoveTree(const std::string& path) {
   fs::remove_all(path, ignored);
 }
 
-/// The project that a build was configured for; empty where that is not known.
-std::string SourceDirectory(const std::string& build) {
+/// The source directory that a build was configured for; empty if it is unknown.
+std::string ReadSourceDirectory(const std::string& build) {
   constexpr std::string_view kEntry = "CMAKE_HOME_DIRECTORY:INTERNAL=";
   std::ifstream cache(build + "/CMakeCache.txt");
   for (std::string line; std::getline(cache, line);) {
@@ -58,7 +62,7 @@ bool IsProgram(const std::string& path) {
   return fs::is_regular_file(path, ignored) && access(path.c_str(), X_OK) == 0;
 }
 
-std::string SearchPath(const std::string& name, const Programs& programs) {
+std::string SearchDirectories(const std::string& name, const Programs& programs) {
   std::vector<std::string> directories = {programs.directory,
                                           fs::path(programs.launcher).parent_path()};
   std::istringstream path(GetEnvironment("PATH"));
@@ -73,7 +77,7 @@ std::string SearchPath(const std::string& name, const Programs& programs) {
 }
 
 /// The path on the host of `path` on the device.
-std::string HostPath(const std::string& path, const std::string& device) {
+std::string ToHostPath(const std::string& path, const std::string& device) {
   if (path.starts_with("/ebrmain/")) return device + path;
   if (path.starts_with("/mnt/ext1/")) return device + path.substr(sizeof "/mnt" - 1);
   return path;
@@ -81,7 +85,7 @@ std::string HostPath(const std::string& path, const std::string& device) {
 
 }  // namespace
 
-void MakePrivateDirectory(const std::string& path) {
+void CreatePrivateDirectory(const std::string& path) {
   if (mkdir(path.c_str(), 0700) == 0) return;
   const int error = errno;
   if (error == EEXIST && fs::is_directory(path)) return;
@@ -89,7 +93,7 @@ void MakePrivateDirectory(const std::string& path) {
 }
 
 DeviceDirectory::DeviceDirectory(const std::string& name) : scratch_(name == "scratch") {
-  path_ = scratch_ ? MakeScratch() : name.empty() ? DefaultPath() : name;
+  path_ = scratch_ ? CreateScratchDirectory() : name.empty() ? DefaultDevicePath() : name;
   path_ = fs::absolute(path_);
 }
 
@@ -98,50 +102,52 @@ DeviceDirectory::~DeviceDirectory() {
 }
 
 void DeviceDirectory::Prepare(const std::string& programs, const std::string& browser) const {
-  MakeDirectories();
+  CreateDirectories();
   const fs::path own_browser = path_ + "/ebrmain/bin/browser.app";
   if (!browser.empty() && fs::is_regular_file(own_browser) && !fs::is_symlink(own_browser)) {
-    throw Failure(own_browser.string() + " is a file of yours; move it away to use --browser " +
-                  browser);
+    throw LaunchError(own_browser.string() + " is a file of yours; move it away to use --browser " +
+                      browser);
   }
   LinkProgram("scanner.app", programs + "/scanner.app");
   LinkProgram("browser.app", programs + "/browser-" + (browser.empty() ? "agent" : browser));
 }
 
-void DeviceDirectory::MakeDirectories() const {
+void DeviceDirectory::CreateDirectories() const {
   try {
     fs::create_directories(fs::path(path_).parent_path());
     for (const char* name : {"", "/ext1", "/ext1/system", "/ext1/system/config", "/ext1/Downloads",
                              "/ext1/Digital Editions", "/ebrmain", "/ebrmain/bin", "/tmp"}) {
-      MakePrivateDirectory(path_ + name);
+      CreatePrivateDirectory(path_ + name);
     }
   } catch (const std::system_error& error) {
-    throw Failure("cannot make the device's directory " + path_ + ": " + error.code().message() +
-                  "; choose another with --device");
+    throw LaunchError("cannot create the device's directory " + path_ + ": " +
+                      error.code().message() + "; choose another with --device");
   }
   for (const char* name : {"/ext1", "/ext1/system", "/ebrmain/bin", "/tmp"}) {
     if (access((path_ + name).c_str(), W_OK) == 0) continue;
-    throw Failure(path_ + name +
-                  " is not writable; make it writable, or choose another with --device");
+    throw LaunchError(path_ + name +
+                      " is not writable; make it writable, or choose another with --device");
   }
 }
 
-/// A link that lacks its target is removed; anything but a link is the user's own and stays.
+/// Removes a link whose target is missing. Keeps a file that is not a link: it is the user's own.
 void DeviceDirectory::LinkProgram(const std::string& name, const std::string& target) const {
   const std::string link = path_ + "/ebrmain/bin/" + name;
-  std::error_code failure;
-  if (fs::exists(link, failure) &&
-      (!fs::is_symlink(link, failure) || fs::equivalent(link, target, failure)))
+  std::error_code error;
+  if (fs::exists(link, error) &&
+      (!fs::is_symlink(link, error) || fs::equivalent(link, target, error)))
     return;
   if (fs::exists(target)) {
     const std::string draft = path_ + "/ebrmain/bin/." + name + "." + std::to_string(getpid());
-    fs::remove(draft, failure);  // of a launcher that was killed
-    fs::create_symlink(target, draft, failure);
-    if (!failure) fs::rename(draft, link, failure);
+    fs::remove(draft, error);  // of a launcher that was killed
+    fs::create_symlink(target, draft, error);
+    if (!error) fs::rename(draft, link, error);
   } else {
-    fs::remove(link, failure);
+    fs::remove(link, error);
   }
-  if (failure) throw Failure("cannot make " + link + ": " + failure.message());
+  if (error)
+    throw LaunchError("cannot create " + link + ": " + error.message() +
+                      "; make its directory writable, or choose another device with --device");
 }
 
 Programs FindPrograms(const std::string& build) {
@@ -156,25 +162,25 @@ Programs FindPrograms(const std::string& build) {
   const std::string chosen = build.empty() ? prefix : fs::absolute(build);
   programs.directory = chosen + "/bin";
   if (!fs::is_directory(programs.directory)) {
-    throw Failure("no build at " + (build.empty() ? chosen : build) +
-                  ": it has no directory bin; build it, or name one with --build");
+    throw LaunchError("no build at " + (build.empty() ? chosen : build) +
+                      ": it has no directory bin; build it, or name one with --build");
   }
-  programs.visible = {SourceDirectory(chosen), chosen};
+  programs.visible = {ReadSourceDirectory(chosen), chosen};
   return programs;
 }
 
 std::string FindProgram(const std::string& name, const Programs& programs,
                         const std::string& device) {
   const bool is_path = name.find('/') != std::string::npos;
-  std::string path = is_path ? fs::absolute(name).string() : SearchPath(name, programs);
-  const std::string host_path = HostPath(path, device);
+  std::string path = is_path ? fs::absolute(name).string() : SearchDirectories(name, programs);
+  const std::string host_path = ToHostPath(path, device);
   std::error_code ignored;
   if (!fs::is_regular_file(host_path, ignored)) {
-    throw Failure("no program \"" + name + "\"; give its path, or a name that lies in $PATH",
-                  kExitNotFound);
+    throw LaunchError("no program \"" + name + "\"; give its path, or the name of one in $PATH",
+                      kExitNotFound);
   }
   if (!IsProgram(host_path))
-    throw Failure(host_path + " is not executable; chmod +x it", kExitNotExecutable);
+    throw LaunchError(host_path + " is not executable; chmod +x it", kExitNotExecutable);
   return path;
 }
 

@@ -6,11 +6,11 @@
 
 namespace launcher {
 
-/// The directory on the host that holds the device's file system. A scratch one is removed with the
-/// object.
+/// The directory on the host that holds the device's file system. The destructor removes a scratch
+/// device.
 class DeviceDirectory {
  public:
-  /// `name` is a path, "scratch", or empty for the user's own device. Throws Failure.
+  /// `name` is a path, "scratch", or empty for the user's own device. Throws LaunchError.
   explicit DeviceDirectory(const std::string& name);
   ~DeviceDirectory();
   DeviceDirectory(const DeviceDirectory&) = delete;
@@ -18,36 +18,38 @@ class DeviceDirectory {
 
   const std::string& path() const { return path_; }
 
-  /// Makes what is missing, for the user alone, and links the device's programs to those in
-  /// `programs`. `browser` is empty where none was asked for. Several launchers may do so at once.
-  /// Throws Failure.
+  /// Creates missing directories with mode 0700, and the links to the device's programs. Several
+  /// launchers may do so at once. Throws LaunchError.
+  /// \param programs  the directory of the programs.
+  /// \param browser  "agent", "chromium", or empty for the default.
   void Prepare(const std::string& programs, const std::string& browser) const;
 
  private:
-  void MakeDirectories() const;
+  void CreateDirectories() const;
   void LinkProgram(const std::string& name, const std::string& target) const;
 
   std::string path_;
   bool scratch_ = false;
 };
 
-/// Makes a directory for the user alone; one that is there stays. Throws std::system_error.
-void MakePrivateDirectory(const std::string& path);
+/// Creates a directory with mode 0700 unless it exists. Throws std::system_error.
+void CreatePrivateDirectory(const std::string& path);
 
-/// Where the launcher and the device's programs lie, as absolute paths.
+/// Where the launcher and the device's programs are, as absolute paths.
 struct Programs {
   std::string launcher;              ///< this program
   std::string directory;             ///< of the device's programs
-  std::vector<std::string> visible;  ///< what they need to see of the host
+  std::vector<std::string> visible;  ///< paths of the host that they need
 };
 
-/// `build` is empty where none was named: what is installed with the launcher is taken then, or the
-/// build that the launcher belongs to. Throws Failure.
+/// Finds the programs of a build. Throws LaunchError.
+/// \param build  if empty, what is installed with the launcher, else the launcher's own build.
 Programs FindPrograms(const std::string& build);
 
-/// \return the path of the program to run, as it is on the device `device`: `name` if that is a
-/// path, else where it lies among the device's programs, beside the launcher or in $PATH.
-/// Throws Failure.
+/// Finds a program: by its path on the device if `name` holds a slash, else among the device's
+/// programs, next to the launcher and in $PATH. Throws LaunchError.
+/// \param device  the device's directory.
+/// \return the path on the device.
 std::string FindProgram(const std::string& name, const Programs& programs,
                         const std::string& device);
 

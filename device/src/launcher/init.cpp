@@ -7,7 +7,6 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
-#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,12 +29,11 @@ namespace {
 
 constexpr char kScanner[] = "/ebrmain/bin/scanner.app";
 constexpr char kScannerLog[] = "/tmp/scanner.log";
-constexpr int kScannerStartTimeout_ms = 10'000;
 constexpr int kScannerStopTimeout_ms = 5'000;
 
-// proot translates the paths of the system calls that it knows and lets newer ones through, to the
-// host's own /tmp and /mnt. Where such a call is missing, the C library uses an older one.
-// By number where this system's headers may be older than its kernel.
+// proot translates the paths of the system calls that it knows and passes newer ones on to the
+// host's own /tmp and /mnt. If such a call is missing, the C library uses an older one.
+// Calls that this system's headers may lack are named by number.
 constexpr unsigned kNewerCalls[] = {
     __NR_statx,
     __NR_clone3,
@@ -64,21 +62,21 @@ bool DenyNewerCalls() {
          prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
-/// Makes this process, and what it starts, one that proot can serve: it ends with proot, adopts
-/// what its descendants leave running, and gets ENOSYS from the system calls that proot does not
-/// translate. \return false where proot is gone, so that nothing must run.
-bool BecomeProotGuest() {
+/// Prepares this process and its descendants to run under proot: it is killed when proot exits,
+/// adopts orphans, and gets ENOSYS from the system calls that proot does not translate.
+/// \return false if proot has exited already: nothing must run then.
+bool PrepareForProot() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (!IsTraced()) return false;
   prctl(PR_SET_CHILD_SUBREAPER, 1);
-  // A leak sanitizer needs for itself what proot uses.
+  // proot and a leak sanitizer cannot both trace a process.
   setenv("LSAN_OPTIONS", "detect_leaks=0", 0);
   if (!DenyNewerCalls()) std::perror("quire-device: cannot deny the newer system calls");
   return true;
 }
 
-/// The first process on the device: runs the program, has the scanner beside it, adopts and ends
-/// what they leave.
+/// The first process on the device: runs the program and the scanner, adopts the processes that
+/// they leave, and kills these when the program has exited.
 class Init {
  public:
   explicit Init(InitOptions options) : options_(std::move(options)) {
@@ -90,33 +88,26 @@ class Init {
   }
 
   int Run() {
-    int order;
-    if (options_.traced && !BecomeProotGuest()) return 1;
+    int command;
+    if (options_.under_proot && !PrepareForProot()) return 1;
     Send(options_.channel_fd, pid_);
-    if (!Receive(options_.channel_fd, &order) || order != kStartProgram) return 1;
+    if (!Receive(options_.channel_fd, &command) || command != kStartProgram) return 1;
     StartProgram();
-    if (options_.scanner) {
-      StartScanner();
-    } else {
-      ReleaseProgram(true);
-    }
-    while (!exit_code_ && !abandoned_) {
-      pollfd polled[] = {{options_.channel_fd, POLLIN, 0},
-                         {child_signals_fd_, POLLIN, 0},
-                         {scanner_fd_, POLLIN, 0}};
-      if (poll(polled, 3, gate_fd_ < 0 ? -1 : kScannerStartTimeout_ms) == 0) ReleaseProgram(false);
+    if (options_.scanner) StartScanner();
+    while (!exit_code_ && !supervisor_exited_) {
+      pollfd polled[] = {{options_.channel_fd, POLLIN, 0}, {child_signals_fd_, POLLIN, 0}};
+      poll(polled, 2, -1);
       if (polled[0].revents != 0) HandleSupervisor();
       if (polled[1].revents != 0) ReapChildren();
-      if (polled[2].revents != 0) HandleScanner();
     }
-    if (!abandoned_) StopScanner();
-    EndChildren();
+    if (!supervisor_exited_) StopScanner();
+    KillChildrenExcept(kNoProcess);
     Send(options_.channel_fd, exit_code_.value_or(1));
     return exit_code_.value_or(1);
   }
 
  private:
-  /// The child ends with the init, from its first instant.
+  /// Runs `body` in a child, which is killed when this process exits, and returns its process id.
   template <typename Body>
   pid_t Fork(const Body& body) {
     const pid_t child = fork();
@@ -129,74 +120,42 @@ class Init {
     _exit(body());
   }
 
-  /// The program exists from the start, so that a signal that comes before its release reaches it.
   void StartProgram() {
-    int gate[2] = {-1, -1};
-    socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, gate);
     program_ = Fork([&] {
-      int released;
-      if (!Receive(gate[0], &released)) return 1;
       const int error = Exec(options_.program);
       std::fprintf(stderr, "quire-device: cannot run %s: %s\n", options_.program[0].c_str(),
                    std::strerror(error));
       return error == ENOENT ? kExitNotFound : kExitNotExecutable;
     });
-    close(gate[0]);
-    gate_fd_ = gate[1];
     if (program_ > 0) return;
-    std::perror("quire-device: cannot start a process");
+    std::perror("quire-device: cannot start a process; close other programs");
     exit_code_ = 1;
   }
 
-  void ReleaseProgram(bool scanner_serves) {
-    if (gate_fd_ < 0) return;
-    if (!scanner_serves) {
-      std::fprintf(stderr,
-                   "quire-device: the scanner does not serve, see %s; going on without it\n",
-                   kScannerLog);
-    }
-    Send(gate_fd_, 1);
-    close(gate_fd_);
-    gate_fd_ = -1;
-  }
-
   void StartScanner() {
-    int ready[2] = {-1, -1};
-    [[maybe_unused]] const int failed = pipe2(ready, O_CLOEXEC);
     scanner_ = Fork([&] {
       signal(SIGINT, SIG_IGN);  // Ctrl-C is for the program
       signal(SIGQUIT, SIG_IGN);
       dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
-      dup2(open(kScannerLog, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), STDOUT_FILENO);
+      dup2(open(kScannerLog, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666),
+           STDOUT_FILENO);
       dup2(STDOUT_FILENO, STDERR_FILENO);
-      fcntl(ready[1], F_SETFD, 0);
-      return Exec({kScanner, "--ready-fd", std::to_string(ready[1])});
+      return Exec({kScanner});
     });
-    close(ready[1]);
-    scanner_fd_ = ready[0];
   }
 
   /// Lets the scanner finish what it writes.
   void StopScanner() {
-    if (scanner_ < 0 || scanner_fd_ < 0) return;
+    if (scanner_ < 0) return;
     kill(scanner_, SIGTERM);
-    pollfd polled[] = {{scanner_fd_, POLLIN, 0}, {options_.channel_fd, POLLIN, 0}};
+    pollfd polled[] = {{OpenPidfd(scanner_), POLLIN, 0}, {options_.channel_fd, POLLIN, 0}};
     poll(polled, 2, kScannerStopTimeout_ms);
-  }
-
-  void HandleScanner() {
-    char ready;
-    const bool serves = read(scanner_fd_, &ready, 1) == 1;
-    ReleaseProgram(serves);
-    if (serves) return;
-    close(scanner_fd_);
-    scanner_fd_ = -1;
   }
 
   void HandleSupervisor() {
     int signal_number;
-    abandoned_ = !Receive(options_.channel_fd, &signal_number);
-    if (!abandoned_) kill(program_, signal_number);
+    supervisor_exited_ = !Receive(options_.channel_fd, &signal_number);
+    if (!supervisor_exited_) kill(program_, signal_number);
   }
 
   void ReapChildren() {
@@ -205,8 +164,14 @@ class Init {
     }
     int status;
     for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;) {
-      if (child == program_) exit_code_ = ExitCode(status);
-      if (child == scanner_) scanner_ = -1;
+      if (child == program_) exit_code_ = ToExitCode(status);
+      if (child != scanner_) continue;
+      scanner_ = -1;
+      if (status == 0) continue;
+      std::fprintf(stderr,
+                   "quire-device: the scanner has failed, so new books are missing in the library; "
+                   "see %s on the device\n",
+                   kScannerLog);
     }
   }
 
@@ -214,18 +179,16 @@ class Init {
   const pid_t pid_ = getpid();
   sigset_t child_signals_{};
   int child_signals_fd_ = -1;
-  int gate_fd_ = -1;     ///< while the program waits for the scanner; an int releases it
-  int scanner_fd_ = -1;  ///< while the scanner runs; it writes a byte when it serves
   pid_t program_ = -1;
-  pid_t scanner_ = -1;
+  pid_t scanner_ = -1;  ///< -1 unless it runs
   std::optional<int> exit_code_;
-  bool abandoned_ = false;  ///< the supervisor is gone
+  bool supervisor_exited_ = false;
 };
 
 }  // namespace
 
 Command InitOptions::Serialize() const {
-  Command arguments = {kInitVerb, traced ? "traced" : "-", scanner ? "scanner" : "-",
+  Command arguments = {kInitOption, under_proot ? "proot" : "-", scanner ? "scanner" : "-",
                        std::to_string(channel_fd), std::to_string(stderr_fd)};
   arguments.insert(arguments.end(), program.begin(), program.end());
   return arguments;
@@ -234,7 +197,7 @@ Command InitOptions::Serialize() const {
 int RunInit(const Command& arguments) {
   InitOptions options;
   try {
-    options = {.traced = arguments.at(1) == "traced",
+    options = {.under_proot = arguments.at(1) == "proot",
                .scanner = arguments.at(2) == "scanner",
                .channel_fd = std::stoi(arguments.at(3)),
                .stderr_fd = std::stoi(arguments.at(4)),
@@ -242,7 +205,7 @@ int RunInit(const Command& arguments) {
   } catch (const std::logic_error&) {
   }
   if (options.program.empty()) {
-    throw Failure("--inside is the launcher's own option; see quire-device --help");
+    throw LaunchError("--inside is the launcher's own option; see quire-device --help");
   }
   return Init(std::move(options)).Run();
 }

@@ -1,6 +1,6 @@
-// quire-device: runs a program on the device. The process that the user starts supervises; bwrap or
-// proot starts the same program again inside, as `quire-device --inside …`, which runs the user's
-// program and the scanner.
+// quire-device: runs a program on the device. The process that the user starts is the supervisor.
+// It runs bwrap or proot, which runs quire-device a second time on the device, as the init: that
+// process runs the user's program and the scanner.
 
 #include <unistd.h>
 
@@ -21,7 +21,8 @@ namespace {
 
 int Launch(const Options& options) {
   if (std::error_code error; fs::current_path(error).empty()) {
-    throw Failure("cannot find the current directory: " + error.message() + "; change to another");
+    throw LaunchError("cannot find the current directory: " + error.message() +
+                      "; change to another");
   }
   const Programs programs = FindPrograms(options.build);
   const DeviceDirectory device(options.device);
@@ -32,38 +33,42 @@ int Launch(const Options& options) {
   const auto visible = FindVisiblePaths(options, programs, init.program[0]);
   init.scanner = options.scanner;
   if (init.scanner && access((device.path() + "/ebrmain/bin/scanner.app").c_str(), X_OK) != 0) {
-    std::fprintf(stderr, "quire-device: no scanner.app in %s; going on without it\n",
-                 programs.directory.c_str());
+    std::fprintf(
+        stderr,
+        "quire-device: there is no scanner.app in %s, so new books are missing in the library; "
+        "build it, or use --no-scanner\n",
+        programs.directory.c_str());
     init.scanner = false;
   }
   for (const std::string sandbox : {"bwrap", "proot"}) {
     if (!options.sandbox.empty() && options.sandbox != sandbox) continue;
-    init.traced = sandbox == "proot";
-    Command command = (init.traced ? ProotCommand : BwrapCommand)(device.path(), visible);
+    init.under_proot = sandbox == "proot";
+    Command command =
+        (init.under_proot ? BuildProotCommand : BuildBwrapCommand)(device.path(), visible);
     command.push_back(programs.launcher);
     const SandboxRun run = RunInSandbox(command, init);
-    if (run.began) return run.exit_code;
-    if (!options.sandbox.empty()) throw Failure(sandbox + " cannot run here: " + run.error);
+    if (run.started) return run.exit_code;
+    if (!options.sandbox.empty()) throw LaunchError(sandbox + " cannot run here: " + run.error);
   }
-  throw Failure(
+  throw LaunchError(
       "neither bwrap nor proot can run here; install bubblewrap, and allow user namespaces or "
       "ptrace");
 }
 
 int Main(const Command& arguments) try {
-  if (!arguments.empty() && arguments[0] == kInitVerb) {
-    _exit(RunInit(arguments));  // no leak check: proot leaves it nothing to work with
+  if (!arguments.empty() && arguments[0] == kInitOption) {
+    _exit(RunInit(arguments));  // without the leak check, which cannot run under proot
   }
   const Options options = ParseOptions(arguments);
   if (!options.notice.empty()) {
     std::fputs(options.notice.c_str(), stdout);
     return 0;
   }
-  PrepareToSupervise();
+  BlockSignalsAndAdoptOrphans();
   return Launch(options);
-} catch (const Failure& failure) {
-  std::fprintf(stderr, "quire-device: %s\n", failure.what());
-  return failure.exit_code;
+} catch (const LaunchError& error) {
+  std::fprintf(stderr, "quire-device: %s\n", error.what());
+  return error.exit_code;
 } catch (const fs::filesystem_error& error) {
   std::fprintf(stderr, "quire-device: cannot access %s: %s\n", error.path1().c_str(),
                error.code().message().c_str());

@@ -16,25 +16,25 @@ Runs PROGRAM with DIR/ext1 as /mnt/ext1, DIR/ebrmain as /ebrmain and DIR/tmp as 
   --device DIR    the device's directory ($QUIRE_DEVICE, else ~/.local/share/quire-device);
                   "scratch" is a fresh one, removed afterwards
   --build DIR     the build whose programs the device gets ($QUIRE_BUILD, else the launcher's own)
-  --with NAME     bwrap or proot; bwrap where the system allows it, else proot
+  --with NAME     bwrap or proot; by default bwrap if the system allows it, else proot
   --browser NAME  the browser program: agent (asks on the terminal) or chromium (a window)
-  --no-scanner    do not run the library scanner beside PROGRAM
-  --share PATH    keep this path visible although it lies under /tmp, /ebrmain or /mnt/ext1
+  --no-scanner    do not run the library scanner
+  --share PATH    keep a path of /tmp, /ebrmain or /mnt/ext1 visible; may be repeated
   --version       print the version
 )";
 
 void Validate(const Options& options) {
-  if (options.program.empty()) throw Failure("no program to run; see quire-device --help");
+  if (options.program.empty()) throw LaunchError("no program to run; see quire-device --help");
   if (!options.sandbox.empty() && options.sandbox != "bwrap" && options.sandbox != "proot") {
-    throw Failure("--with " + options.sandbox + " is unknown; use bwrap or proot");
+    throw LaunchError("--with " + options.sandbox + " is unknown; use bwrap or proot");
   }
   if (!options.browser.empty() && options.browser != "agent" && options.browser != "chromium") {
-    throw Failure("--browser " + options.browser + " is unknown; use agent or chromium");
+    throw LaunchError("--browser " + options.browser + " is unknown; use agent or chromium");
   }
   if (options.browser == "chromium" && GetEnvironment("DISPLAY").empty() &&
       GetEnvironment("WAYLAND_DISPLAY").empty() &&
       GetEnvironment("QUIRE_BROWSER_HEADLESS") != "1") {
-    throw Failure(
+    throw LaunchError(
         "--browser chromium needs a display, and neither $DISPLAY nor $WAYLAND_DISPLAY names one; "
         "use --browser agent");
   }
@@ -57,7 +57,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     const std::string& name = *next;
     if (const auto option = with_value.find(name); option != with_value.end()) {
       if (++next == arguments.end() || next->empty()) {
-        throw Failure(name + " needs a value; see quire-device --help");
+        throw LaunchError(name + " needs a value; see quire-device --help");
       }
       *option->second = *next;
       if (name == "--share") options.shared_paths.push_back(share);
@@ -73,7 +73,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
       ++next;
       break;
     } else {
-      throw Failure("unknown option " + name + "; see quire-device --help");
+      throw LaunchError("unknown option " + name + "; see quire-device --help");
     }
   }
   options.program.assign(next, arguments.end());

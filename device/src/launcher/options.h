@@ -13,16 +13,15 @@ inline constexpr int kExitNotFound = 127;
 inline constexpr int kExitSignalBase = 128;  ///< plus the number of the signal that ended a process
 
 /// Ends the launcher with a message for the user.
-struct Failure : std::runtime_error {
-  explicit Failure(const std::string& message, int code = kExitBadSetup)
+struct LaunchError : std::runtime_error {
+  explicit LaunchError(const std::string& message, int code = kExitBadSetup)
       : std::runtime_error(message), exit_code(code) {}
   const int exit_code;
 };
 
 using Command = std::vector<std::string>;  ///< a program and its arguments
 
-/// The command line, with the environment's values where it has none. An empty string is an option
-/// that nobody gave.
+/// What the command line says, else the environment. A string is empty if neither names a value.
 struct Options {
   std::string device;
   std::string build;
@@ -34,7 +33,7 @@ struct Options {
   std::string notice;  ///< what --help or --version prints; nothing runs then
 };
 
-/// Throws Failure.
+/// Throws LaunchError.
 Options ParseOptions(const std::vector<std::string>& arguments);
 
 }  // namespace launcher

@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <system_error>
 
 #include "../util.h"
 
@@ -29,21 +28,43 @@ sigset_t ForwardedSignals() {
   return signals;
 }
 
-void EndChildren(pid_t spared) {
+int OpenPidfd(pid_t process) {
+  return static_cast<int>(
+      syscall(SYS_pidfd_open, process, 0));  // glibc 2.36 declares it for C only
+}
+
+namespace {
+
+/// Kills a child and waits until it has exited. The descriptor, unlike the id, cannot name another
+/// process meanwhile.
+/// \return false if the process is not a child of this one.
+bool KillChild(pid_t child) {
+  const int pidfd = OpenPidfd(child);
+  const auto id = static_cast<id_t>(pidfd);
+  siginfo_t ignored;
+  const bool is_child = waitid(P_PIDFD, id, &ignored, WEXITED | WNOHANG | WNOWAIT) == 0;
+  if (is_child) {
+    syscall(SYS_pidfd_send_signal, pidfd, SIGKILL, nullptr, 0);
+    waitid(P_PIDFD, id, &ignored, WEXITED);
+  }
+  close(pidfd);
+  return is_child;
+}
+
+}  // namespace
+
+void KillChildrenExcept(pid_t survivor) {
   const std::string self = std::to_string(getpid());
   for (bool found = true; found;) {
     found = false;
     std::ifstream children("/proc/" + self + "/task/" + self + "/children");
     for (pid_t child; children >> child;) {
-      if (child == spared) continue;
-      found = true;
-      kill(child, SIGKILL);
-      waitpid(child, nullptr, 0);
+      if (child != survivor && KillChild(child)) found = true;
     }
   }
 }
 
-int ExitCode(int status) {
+int ToExitCode(int status) {
   return WIFSIGNALED(status) ? kExitSignalBase + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
@@ -61,11 +82,6 @@ bool Receive(int socket, int* value, int flags) {
 
 namespace {
 
-/// glibc 2.36 declares pidfd_open for C only.
-int OpenPidfd(pid_t process) {
-  return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
-}
-
 class Supervisor {
  public:
   Supervisor() {
@@ -75,24 +91,25 @@ class Supervisor {
   }
 
   SandboxRun Run(const Command& command, const InitOptions& init) {
+    under_proot_ = init.under_proot;
     Start(command, init);
-    while (!ended_) {
+    while (!finished_) {
       pollfd polled[] = {{channel_fd_, POLLIN, 0},
                          {signals_fd_, POLLIN, 0},
                          {init_pidfd_, POLLIN, 0},
                          {sandbox_pidfd_, POLLIN, 0}};
       poll(polled, 4, -1);
-      if (polled[0].revents != 0) HandleReports(init.traced);
+      if (polled[0].revents != 0) ReadReports();
       if (polled[1].revents != 0) HandleSignal();
       if (polled[2].revents != 0) {
-        EndChildren(sandbox_);  // what an init that was killed has left: proot waits for it
+        KillChildrenExcept(sandbox_);  // proot waits for the orphans of an init that was killed
         init_pidfd_ = -1;
       }
       if (polled[3].revents != 0) HandleSandboxEnd();
     }
-    EndChildren();
-    run_.error = Errors();
-    if (run_.began && !run_.error.empty()) std::fprintf(stderr, "%s\n", run_.error.c_str());
+    KillChildrenExcept(kNoProcess);
+    run_.error = ReadErrors();
+    if (run_.started && !run_.error.empty()) std::fprintf(stderr, "%s\n", run_.error.c_str());
     return run_;
   }
 
@@ -100,21 +117,22 @@ class Supervisor {
   void Start(Command command, InitOptions init) {
     int channel[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, channel) != 0) {
-      throw std::system_error(errno, std::generic_category(), "cannot make a socket");
+      throw LaunchError(std::string("cannot create a socket: ") + std::strerror(errno) +
+                        "; close other programs");
     }
     channel_fd_ = channel[0];
-    init.channel_fd = channel[1];  // stays open on this side, so that waiting does not see its end
+    init.channel_fd = channel[1];  // stays open here, so that poll never reports the stream's end
     init.stderr_fd = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     const Command arguments = init.Serialize();
     command.insert(command.end(), arguments.begin(), arguments.end());
     sandbox_ = fork();
     if (sandbox_ < 0) {
-      throw std::system_error(errno, std::generic_category(), "cannot start a process");
+      throw LaunchError(std::string("cannot start a process: ") + std::strerror(errno) +
+                        "; close other programs");
     }
     sandbox_pidfd_ = OpenPidfd(sandbox_);
     if (sandbox_ > 0) return;
-    // It is not killed with this process: the init that it brings up sees the end of the channel,
-    // and ends everything while the sandbox is still around it.
+    // The sandbox outlives this process: the init must be able to kill the program inside it.
     fcntl(init.channel_fd, F_SETFD, 0);
     fcntl(init.stderr_fd, F_SETFD, 0);
     dup2(errors_fd_, STDERR_FILENO);
@@ -123,29 +141,28 @@ class Supervisor {
     _exit(1);
   }
 
-  void HandleReports(bool traced) {
+  void ReadReports() {
     for (int report; Receive(channel_fd_, &report, MSG_DONTWAIT);) {
-      if (run_.began) {
+      if (run_.started) {
         run_.exit_code = report;
       } else {
-        run_.began = true;
-        if (traced) init_pidfd_ = OpenPidfd(report);
+        run_.started = true;
+        if (under_proot_) init_pidfd_ = OpenPidfd(report);
         Send(channel_fd_, kStartProgram);
       }
     }
   }
 
-  /// Before the program has begun, a signal ends the launch.
+  /// Forwards a signal, or stops launching if the program has not started.
   void HandleSignal() {
     signalfd_siginfo info;
     if (read(signals_fd_, &info, sizeof info) != sizeof info) return;
     const int number = static_cast<int>(info.ssi_signo);
-    if (!run_.began) {
-      run_.began = ended_ = true;
+    if (!run_.started) {
+      run_.started = finished_ = true;
       run_.exit_code = kExitSignalBase + number;
     } else if (info.ssi_code != SI_KERNEL || (number == SIGHUP && getsid(0) == getpid())) {
-      // The terminal sends its signals to all of its foreground, but a hangup to the session
-      // leader.
+      // The terminal sends a signal to all foreground processes, but SIGHUP to the session leader.
       Send(channel_fd_, number);
     }
   }
@@ -153,12 +170,12 @@ class Supervisor {
   void HandleSandboxEnd() {
     int status = 0;
     waitpid(sandbox_, &status, 0);
-    HandleReports(false);
-    if (run_.exit_code < 0) run_.exit_code = ExitCode(status);
-    ended_ = true;
+    ReadReports();
+    if (run_.exit_code < 0) run_.exit_code = ToExitCode(status);
+    finished_ = true;
   }
 
-  std::string Errors() const {
+  std::string ReadErrors() const {
     char errors[4096];
     const ssize_t size = pread(errors_fd_, errors, sizeof errors, 0);
     const std::string text(errors, size > 0 ? static_cast<std::size_t>(size) : 0);
@@ -170,19 +187,20 @@ class Supervisor {
   int errors_fd_ = -1;  ///< the sandbox program's own standard error
   pid_t sandbox_ = -1;
   int sandbox_pidfd_ = -1;
-  int init_pidfd_ = -1;  ///< where the init has a process id on this side
-  bool ended_ = false;
+  int init_pidfd_ = -1;  ///< of the init under proot; bwrap's has no process id here
+  bool under_proot_ = false;
+  bool finished_ = false;
   SandboxRun run_;
 };
 
 }  // namespace
 
-void PrepareToSupervise() {
+void BlockSignalsAndAdoptOrphans() {
   signal(SIGCHLD, SIG_DFL);
   const sigset_t signals = ForwardedSignals();
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   prctl(PR_SET_CHILD_SUBREAPER, 1);
-  // A standard stream that is closed would be taken by the first descriptor that is opened.
+  // If a standard stream is closed, the next descriptor that is opened must not take its number.
   while (open("/dev/null", O_RDWR | O_CLOEXEC) <= STDERR_FILENO) {
   }
 }

@@ -14,61 +14,65 @@
 
 namespace launcher {
 
-/// What the supervisor starts inside the sandbox: this program again, as the device's init.
+/// How the sandbox runs this program a second time, as the device's init.
 ///
-/// Over a socket they exchange ints. The init sends its process id when it has come up, waits for
-/// kStartProgram, and at last sends the program's exit code. The supervisor sends the number of
-/// each signal that the program is to get. The end of the stream says that the supervisor is gone:
-/// then the init ends with all that runs below it.
+/// The supervisor and the init exchange ints over a socket. The init sends its process id when it
+/// runs, waits for kStartProgram, and finally sends the program's exit code. The supervisor sends
+/// the number of each signal that it forwards. When the stream ends, the supervisor has exited, and
+/// the init kills all processes on the device and exits.
 struct InitOptions {
-  bool traced = false;   ///< proot serves the file system, and there is no process namespace
-  bool scanner = false;  ///< the scanner runs beside the program
+  bool under_proot = false;  ///< there is no process namespace, and proot translates paths
+  bool scanner = false;      ///< run the scanner, too
   int channel_fd = -1;
-  int stderr_fd = -1;  ///< what the program gets as standard error
+  int stderr_fd = -1;  ///< the program's standard error
   Command program;
 
   /// The arguments of this program.
   Command Serialize() const;
 };
 
-inline constexpr char kInitVerb[] = "--inside";
+inline constexpr char kInitOption[] = "--inside";
 inline constexpr int kStartProgram = 0;
 
 /// Runs the program that the serialized options name, and returns its exit code.
 int RunInit(const Command& arguments);
 
 struct SandboxRun {
-  bool began = false;  ///< false: the sandbox failed before the program started
-  int exit_code = -1;  ///< the program's; 128 + N after a death by signal N
-  std::string error;   ///< what the sandbox wrote to standard error before the program started
+  bool started = false;  ///< whether the sandbox could run
+  int exit_code = -1;    ///< the program's; 128 + N if signal N killed it
+  std::string error;     ///< what the sandbox itself wrote to standard error
 };
 
-/// Signals that come from now on are kept for the program. Orphans below this process become its
-/// children.
-void PrepareToSupervise();
+/// Blocks the signals that are forwarded, so that none is lost before the program runs, and makes
+/// orphaned descendants children of this process.
+void BlockSignalsAndAdoptOrphans();
 
-/// Starts the init by `command`, the sandbox and this program in it; passes signals on to the
-/// program, and returns when nothing of it runs any more. Should this process be killed, the same
-/// happens. The signals that the terminal sends are not passed on, as they reach the program
-/// anyway.
+/// Runs the init in a sandbox, forwards signals to the program, and returns when the program and
+/// all its descendants have exited. They are also killed if this process is killed. Signals from
+/// the terminal are not forwarded, since they reach the program anyway.
+/// \param command  the sandbox program with its arguments, and the path of this program.
 SandboxRun RunInSandbox(const Command& command, const InitOptions& init);
 
-/// The signals that the launcher passes on to the program.
+/// The signals that are forwarded to the program.
 sigset_t ForwardedSignals();
 
-/// Kills all children, those that are inherited meanwhile too, and waits until they are gone.
-/// \param spared a child that stays.
-void EndChildren(pid_t spared = -1);
+inline constexpr pid_t kNoProcess = -1;
 
-/// \param status as wait returns it.
-/// \return as a shell has it: 128 + N for a death by signal N.
-int ExitCode(int status);
+/// \return a descriptor of the process, which the caller closes; -1 if it does not exist.
+int OpenPidfd(pid_t process);
 
-/// Sends a value over a stream socket whose other side may be gone.
+/// Kills all children but one, adopted orphans included, and waits until they have exited.
+void KillChildrenExcept(pid_t survivor);
+
+/// \param status  as wait returns it.
+/// \return as a shell reports it: 128 + N if signal N killed the process.
+int ToExitCode(int status);
+
+/// Sends a value over a stream socket. Does nothing if the other side has closed it.
 void Send(int socket, int value);
 
-/// \param flags as recv has them.
-/// \return false at the end of the stream, or where nothing is there and `flags` forbid to wait.
+/// \param flags  those of recv.
+/// \return false at the end of the stream, or if there is no value and `flags` hold MSG_DONTWAIT.
 bool Receive(int socket, int* value, int flags = 0);
 
 }  // namespace launcher

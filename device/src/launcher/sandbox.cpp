@@ -21,20 +21,20 @@ bool IsHidden(const std::string& path) {
          directory.starts_with("/ebrmain/");
 }
 
-/// Adds the directory that a file lies in, and the same of the file that it is a link to.
+/// Adds the directory of a file, and if the file is a symbolic link, also that of its target.
 void AddFile(const std::string& file, std::vector<std::string>* paths) {
-  std::error_code failure;
-  if (fs::is_symlink(file, failure)) {
-    if (const fs::path target = fs::canonical(file, failure); !failure) AddFile(target, paths);
+  std::error_code error;
+  if (fs::is_symlink(file, error)) {
+    if (const fs::path target = fs::canonical(file, error); !error) AddFile(target, paths);
   }
   const fs::path path = fs::absolute(file);
   paths->push_back(path.parent_path());
   if (path.parent_path() == "/tmp") paths->push_back(path);
 }
 
-/// The entries of the host's root and of its /mnt that the device sees as they are. The root itself
-/// is never the host's: the device's directories would have to be made in it.
-std::vector<fs::directory_entry> HostEntries() {
+/// The entries of the host's / and /mnt that are the same on the device. / itself is not: the
+/// device's directories would have to be created in it.
+std::vector<fs::directory_entry> FindHostEntries() {
   const std::set<std::string> own = {"/tmp", "/mnt", "/ebrmain", "/mnt/ext1", "/dev", "/proc"};
   std::vector<fs::directory_entry> entries;
   for (const char* parent : {"/", "/mnt"}) {
@@ -69,7 +69,8 @@ std::vector<std::string> FindVisiblePaths(const Options& options, const Programs
   for (const std::string& path : options.shared_paths) {
     std::error_code error;
     if (!fs::exists(path, error)) {
-      throw Failure("--share " + path + ": " + (error ? error.message() : "there is no such path"));
+      throw LaunchError("--share " + path + ": " +
+                        (error ? error.message() : "there is no such path"));
     }
     paths.push_back(fs::absolute(path));
   }
@@ -77,12 +78,11 @@ std::vector<std::string> FindVisiblePaths(const Options& options, const Programs
   return paths;
 }
 
-Command BwrapCommand(const std::string& device, const std::vector<std::string>& visible) {
-  // Not --die-with-parent: killed too early, bwrap leaves a child behind that waits for it for
-  // ever.
+Command BuildBwrapCommand(const std::string& device, const std::vector<std::string>& visible) {
+  // Without --die-with-parent: a bwrap that is killed too early leaves a child that waits forever.
   Command command = {"bwrap", "--as-pid-1", "--unshare-pid", "--perms", "0755", "--tmpfs",
                      "/",     "--perms",    "0755",          "--dir",   "/mnt"};
-  for (const fs::directory_entry& entry : HostEntries()) {
+  for (const fs::directory_entry& entry : FindHostEntries()) {
     const std::string path = entry.path();
     if (entry.is_symlink()) {
       Append(&command, {"--symlink", fs::read_symlink(path), path});
@@ -98,24 +98,26 @@ Command BwrapCommand(const std::string& device, const std::vector<std::string>& 
   return command;
 }
 
-Command ProotCommand(const std::string& device, const std::vector<std::string>& visible) {
+Command BuildProotCommand(const std::string& device, const std::vector<std::string>& visible) {
   const std::string here = fs::current_path();
-  std::string paths = device + here;
-  for (const std::string& path : visible) paths += path;
-  if (paths.find(':') != std::string::npos) {
-    throw Failure("proot takes no path with a colon, as " + device + " or " + here +
-                  "; use another, or install bubblewrap");
+  std::vector<std::string> bound = visible;
+  bound.insert(bound.end(), {device, here});
+  for (const std::string& path : bound) {
+    if (path.find(':') == std::string::npos) continue;
+    throw LaunchError("proot accepts no path with a colon, as in " + path +
+                      "; use another, or install bubblewrap");
   }
-  // Its tmp holds what proot leaves when it is killed.
+  // A proot that is killed leaves files in its temporary directory.
   const std::string root = device + "/root";
   try {
-    for (const char* name : {"", "/mnt", "/tmp", "/ebrmain"}) MakePrivateDirectory(root + name);
+    for (const char* name : {"", "/mnt", "/tmp", "/ebrmain"}) CreatePrivateDirectory(root + name);
   } catch (const std::system_error& error) {
-    throw Failure("cannot make " + root + ": " + error.code().message());
+    throw LaunchError("cannot create " + root + ": " + error.code().message() +
+                      "; choose another directory with --device");
   }
   setenv("PROOT_TMP_DIR", (root + "/tmp").c_str(), 1);
   Command command = {"proot", "-v", "-1", "-r", root, "-w", here, "-b", "/dev", "-b", "/proc"};
-  for (const fs::directory_entry& entry : HostEntries()) Append(&command, {"-b", entry.path()});
+  for (const fs::directory_entry& entry : FindHostEntries()) Append(&command, {"-b", entry.path()});
   Append(&command, {"-b", device + "/ext1:/mnt/ext1", "-b", device + "/ebrmain:/ebrmain"});
   Append(&command, {"-b", device + "/tmp:/tmp"});
   for (const std::string& path : visible) Append(&command, {"-b", path});

@@ -9,19 +9,19 @@
 
 namespace launcher {
 
-/// The host's paths that a program on the device must see although the device's directories would
-/// hide them. \param program the absolute path of the program to run.
-/// Throws Failure.
+/// The paths of the host that a program needs and that the device's directories would hide.
+/// Throws LaunchError.
+/// \param program  the absolute path of the program to run.
 std::vector<std::string> FindVisiblePaths(const Options& options, const Programs& programs,
                                           const std::string& program);
 
-/// What runs the command that is appended to it on the file system in the directory `device`, in a
-/// process namespace.
-Command BwrapCommand(const std::string& device, const std::vector<std::string>& visible);
+/// The bwrap command that runs what is appended to it on the device, in a process namespace.
+/// \param device  the device's directory.
+Command BuildBwrapCommand(const std::string& device, const std::vector<std::string>& visible);
 
-/// The same without namespaces. Makes the directories that proot needs, and sets $PROOT_TMP_DIR for
-/// it. Throws Failure.
-Command ProotCommand(const std::string& device, const std::vector<std::string>& visible);
+/// The proot command that does so without namespaces. Creates the directories that proot needs and
+/// sets $PROOT_TMP_DIR. Throws LaunchError.
+Command BuildProotCommand(const std::string& device, const std::vector<std::string>& visible);
 
 }  // namespace launcher
 

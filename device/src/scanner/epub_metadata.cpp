@@ -21,13 +21,12 @@ constexpr std::size_t kMaxField_bytes = 1000;
 struct Free {
   void operator()(zip_t* zip) const { zip_discard(zip); }
   void operator()(zip_file_t* file) const { zip_fclose(file); }
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 };
 template <typename T>
 using Owned = std::unique_ptr<T, Free>;
 
 /// \return null when the entry is missing, larger than `max_bytes`, or not XML.
-Owned<xmlDoc> ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes) {
+XmlDocument ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes) {
   const Owned<zip_file_t> file(zip_fopen(zip, name.c_str(), 0));
   if (!file) return nullptr;
   // The declared size is untrusted, so the buffer grows with the bytes that are read.
@@ -41,19 +40,15 @@ Owned<xmlDoc> ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes
     if (count < 0) return nullptr;
     text.resize(done + static_cast<std::size_t>(count));
   }
-  return Owned<xmlDoc>(
+  return XmlDocument(
       xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
                     XML_PARSE_NONET | XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-}
-
-bool IsElement(const xmlNode* node, std::string_view name) {
-  return node->type == XML_ELEMENT_NODE && reinterpret_cast<const char*>(node->name) == name;
 }
 
 /// The first child element of that name in any namespace; null if there is none.
 const xmlNode* FindChild(const xmlNode* parent, std::string_view name) {
   for (const xmlNode* node = parent ? parent->children : nullptr; node; node = node->next) {
-    if (IsElement(node, name)) return node;
+    if (ElementName(node) == name) return node;
   }
   return nullptr;
 }
@@ -68,15 +63,15 @@ std::string Truncate(std::string text) {
   return text;
 }
 
-Metadata ReadPackage(const xmlDoc* package) {
-  Metadata metadata;
+EpubMetadata ReadPackage(const xmlDoc* package) {
+  EpubMetadata metadata;
   const xmlNode* section = FindChild(xmlDocGetRootElement(package), "metadata");
   // The first version of the format has one more level.
   if (const xmlNode* inner = section ? FindChild(section, "dc-metadata") : nullptr) section = inner;
   for (const xmlNode* node = section ? section->children : nullptr; node; node = node->next) {
-    if (IsElement(node, "title") && metadata.title.empty())
+    if (ElementName(node) == "title" && metadata.title.empty())
       metadata.title = Truncate(GetText(node));
-    if (!IsElement(node, "creator")) continue;
+    if (ElementName(node) != "creator") continue;
     const std::string role = GetAttribute(node, "role");
     const std::string name = GetText(node);
     if (name.empty() || (!role.empty() && role != "aut")) continue;
@@ -87,17 +82,17 @@ Metadata ReadPackage(const xmlDoc* package) {
 
 }  // namespace
 
-Metadata ReadEpubMetadata(const std::filesystem::path& file) {
+EpubMetadata ReadEpubMetadata(const std::filesystem::path& file) {
   const Owned<zip_t> zip(zip_open(file.c_str(), ZIP_RDONLY, nullptr));
   if (!zip) return {};
-  const Owned<xmlDoc> container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainer_bytes);
+  const XmlDocument container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainer_bytes);
   if (!container) return {};
   const xmlNode* root_file =
       FindChild(FindChild(xmlDocGetRootElement(container.get()), "rootfiles"), "rootfile");
   if (!root_file) return {};
-  const Owned<xmlDoc> package =
+  const XmlDocument package =
       ReadXml(zip.get(), GetAttribute(root_file, "full-path"), kMaxPackage_bytes);
-  return package ? ReadPackage(package.get()) : Metadata();
+  return package ? ReadPackage(package.get()) : EpubMetadata();
 }
 
 }  // namespace scanner

@@ -2,19 +2,14 @@
 // `scanner.app --scan DIR` scans one and exits; `--list` prints the library.
 
 #include <signal.h>
-#include <sys/prctl.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
-#include <chrono>
 #include <exception>
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "../util.h"
 #include "scan.h"
@@ -30,20 +25,17 @@ constexpr int kScanRequest = 84;
 constexpr std::string_view kScanPrefix = "-scan:";
 
 constexpr char kUsage[] =
-    "usage: scanner.app [--library FILE] [--scan DIR | --list | --ready-fd N] | --version\n"
+    "usage: scanner.app [--library FILE] [--scan DIR | --list] | --version\n"
     "Without --scan and --list, serves requests as the task /ebrmain/bin/scanner.app until "
     "SIGTERM.\n"
     "  --library FILE  the library, /mnt/ext1/system/library.sqlite by default\n"
     "  --scan DIR      scan one directory and exit\n"
-    "  --list          print the recorded books as a JSON array and exit\n"
-    "  --ready-fd N    write a byte to this descriptor when requests are served, and exit with\n"
-    "                  the parent process\n";
+    "  --list          print the recorded books as a JSON array and exit\n";
 
 struct Options {
   std::string library = kLibraryFile;
   std::string directory;
   bool list = false;
-  int ready_fd = -1;
 };
 
 bool ParseOptions(int argc, char** argv, Options* options) {
@@ -59,10 +51,6 @@ bool ParseOptions(int argc, char** argv, Options* options) {
       options->library = value;
     } else if (name == "--scan") {
       options->directory = value;
-    } else if (name == "--ready-fd") {
-      const auto [end, error] =
-          std::from_chars(value.data(), value.data() + value.size(), options->ready_fd);
-      if (error != std::errc() || options->ready_fd < 0) return false;
     } else {
       return false;
     }
@@ -73,7 +61,7 @@ bool ParseOptions(int argc, char** argv, Options* options) {
 int Scan(const std::string& directory, const std::string& library) try {
   const scanner::ScanResult result = scanner::Scan(directory, library);
   std::cout << "scanned " << directory << ": " << result.books << " books, " << result.new_books
-            << " new, " << result.gone << " gone" << std::endl;
+            << " new, " << result.deleted_books << " gone" << std::endl;
   return 0;
 } catch (const std::exception& error) {
   std::cerr << "scanner: " << error.what() << std::endl;
@@ -123,37 +111,25 @@ int HandleRequest(int request, const std::string& data, const std::string& libra
 
 tabulet::TaskServer* running_server = nullptr;
 
+/// Stops the server on a signal, unless the parent process ignores that signal.
 void StopOnSignal(int signal) {
   struct sigaction action = {};
+  sigaction(signal, nullptr, &action);
+  if (action.sa_handler == SIG_IGN) return;
+  action = {};
   action.sa_handler = [](int) { running_server->Stop(); };
   sigaction(signal, &action, nullptr);
 }
 
-/// Writes a byte to `fd` when other programs can find the task.
-void ReportReadiness(const std::stop_token& stop, int fd) {
-  while (FindTaskByAppName(kAppPath) == -1) {
-    if (stop.stop_requested()) return;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  [[maybe_unused]] const ssize_t written = write(fd, "r", 1);
-}
-
-int Serve(const Options& options) {
+int Serve(const std::string& library) {
   tabulet::TaskServer server(kAppPath, [&](int request, const std::string& data) {
-    return HandleRequest(request, data, options.library);
+    return HandleRequest(request, data, library);
   });
   running_server = &server;
   StopOnSignal(SIGTERM);
-  std::jthread readiness;
-  if (options.ready_fd >= 0) {
-    signal(SIGINT, SIG_IGN);  // Ctrl-C ends the served program first
-    signal(SIGPIPE, SIG_IGN);
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    readiness = std::jthread(ReportReadiness, options.ready_fd);
-  } else {
-    StopOnSignal(SIGINT);
-  }
-  return server.Run() == 0 ? 0 : 1;
+  StopOnSignal(SIGINT);
+  if (server.Run() == 0) return 0;
+  return FindTaskByAppName(kAppPath) != -1 ? 0 : 1;  // another scanner may serve this device
 }
 
 }  // namespace
@@ -166,5 +142,6 @@ int main(int argc, char** argv) {
     return 2;
   }
   if (options.list) return List(options.library);
-  return options.directory.empty() ? Serve(options) : Scan(options.directory, options.library);
+  return options.directory.empty() ? Serve(options.library)
+                                   : Scan(options.directory, options.library);
 }

@@ -72,7 +72,7 @@ std::vector<BookFile> FindBookFiles(const fs::path& directory) {
   return books;
 }
 
-bool IsGone(const std::string& path) {
+bool IsDeleted(const std::string& path) {
   struct stat status;
   if (lstat(path.c_str(), &status) != 0) return errno == ENOENT || errno == ENOTDIR;
   return !S_ISREG(status.st_mode);
@@ -105,8 +105,9 @@ std::map<std::string, BookFile> FindRecordedBooks(const SQLite::Database& librar
 }
 
 /// Inserts a book, or replaces the one with the same path.
-void Record(const SQLite::Database& library, const BookFile& book) {
-  const Metadata metadata = book.format == "epub" ? ReadEpubMetadata(book.path) : Metadata();
+void InsertOrReplace(const SQLite::Database& library, const BookFile& book) {
+  const EpubMetadata metadata =
+      book.format == "epub" ? ReadEpubMetadata(book.path) : EpubMetadata();
   SQLite::Statement put(library,
                         "INSERT OR REPLACE INTO books(path, format, size, modified, title, author)"
                         " VALUES(?, ?, ?, ?, nullif(?, ''), nullif(?, ''))");
@@ -139,12 +140,12 @@ ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFil
       continue;
     }
     if (!known) ++result.new_books;
-    Record(library, book);
+    InsertOrReplace(library, book);
   }
   for (const auto& [path, book] : recorded) {
-    if (!IsGone(path)) continue;  // in a directory that the walk skipped
+    if (!IsDeleted(path)) continue;  // in a directory that the walk skipped
     Remove(library, path);
-    ++result.gone;
+    ++result.deleted_books;
   }
   transaction.commit();
   return result;

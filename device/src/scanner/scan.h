@@ -12,9 +12,9 @@
 namespace scanner {
 
 struct ScanResult {
-  int books = 0;      ///< book files found
-  int new_books = 0;  ///< of these, those not recorded before
-  int gone = 0;       ///< recorded books that no longer exist
+  int books = 0;          ///< book files found
+  int new_books = 0;      ///< of these, those not recorded before
+  int deleted_books = 0;  ///< recorded books that no longer exist
 };
 
 /// Updates the library with the books in `directory` and below it. Symbolic links, hidden files and
