@@ -8,6 +8,8 @@
 #include <new>
 
 #include "platform/linux/common/settings.h"
+#include "platform/linux/common/strings.h"
+#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 
@@ -93,6 +95,37 @@ std::string CertificateHint(long verify_result) {
   return "";
 }
 
+/// The contract's error for a result of libcurl.
+HttpRequestRunner::Error Classify(CURLcode code) {
+  switch (code) {
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return HttpRequestRunner::kNameNotFound;
+    case CURLE_COULDNT_CONNECT:
+      return HttpRequestRunner::kConnectionRefused;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_BAD_CONTENT_ENCODING:
+      return HttpRequestRunner::kInvalidAnswer;
+    case CURLE_OPERATION_TIMEDOUT:
+      return HttpRequestRunner::kTimedOut;
+    case CURLE_SSL_CONNECT_ERROR:
+      return HttpRequestRunner::kTlsFailed;
+    case CURLE_URL_MALFORMAT:  // of a redirect
+    case CURLE_TOO_MANY_REDIRECTS:
+      return HttpRequestRunner::kRedirectRefused;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+      return HttpRequestRunner::kConnectionLost;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+      return HttpRequestRunner::kCertificateNotTrusted;
+    default:
+      return HttpRequestRunner::kOther;
+  }
+}
+
 }  // namespace
 
 bool CurlList::Append(const std::string& text) {
@@ -136,14 +169,12 @@ Transfer::~Transfer() {
 void Transfer::SetUrl(const std::string& url) {
   const CurlUrl parsed(curl_url(), curl_url_cleanup);
   if (!parsed) throw std::bad_alloc();
-  const bool valid =
-      url.find('\0') == std::string::npos &&
-      curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_URLENCODE) == CURLUE_OK;
-  const std::string scheme = valid ? GetUrlPart(parsed.get(), CURLUPART_SCHEME) : "";
-  if (scheme != "http" && scheme != "https") {
+  if (!IsHttpUrl(url) || url.find('\0') != std::string::npos ||
+      curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_URLENCODE) != CURLUE_OK) {
     setup_ = CURLE_URL_MALFORMAT;
     return;
   }
+  const std::string scheme = GetUrlPart(parsed.get(), CURLUPART_SCHEME);
   const std::string port = GetUrlPart(parsed.get(), CURLUPART_PORT);
   origin_ =
       scheme + "://" + GetUrlPart(parsed.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
@@ -152,8 +183,9 @@ void Transfer::SetUrl(const std::string& url) {
   Set(CURLOPT_REDIR_PROTOCOLS_STR, scheme == "https" ? "https" : "http,https");
 }
 
-CURLcode Transfer::Perform() {
-  return setup_ == CURLE_OK ? curl_easy_perform(handle_) : setup_;
+Error Transfer::Perform() {
+  const CURLcode code = setup_ == CURLE_OK ? curl_easy_perform(handle_) : setup_;
+  return code == CURLE_OK ? Error() : ToError(code);
 }
 
 /// Called by libcurl after connecting and before sending each request.
@@ -192,62 +224,25 @@ std::string Transfer::GetHeader(const char* name) const {
   return code == CURLHE_OK ? header->value : "";
 }
 
-bool Transfer::IsRefusedRedirect(CURLcode code) const {
+Error Transfer::ToError(CURLcode code) const {
+  using Runner = HttpRequestRunner;
+  if (refusal_ == Refusal::kResend) {
+    return Error::Transfer(Runner::kConnectionLost,
+                           "the connection ended before the response; the request is not sent a "
+                           "second time, because the server may have acted on it");
+  }
+  if (refusal_ == Refusal::kClearText) {
+    return Error::Transfer(Runner::kRedirectRefused,
+                           "the server redirects from https to http, which is not followed");
+  }
+  if (origin_.empty() && code == CURLE_URL_MALFORMAT) {
+    return Error::Transfer(Runner::kInvalidRequest, "the URL is not an absolute http or https URL");
+  }
   // libcurl uses the same code for a response that is not HTTP.
-  return refusal_ == Refusal::kClearText ||
-         (code == CURLE_UNSUPPORTED_PROTOCOL && status() / 100 == 3);
-}
-
-HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
-  if (refusal_ == Refusal::kResend) return HttpRequestRunner::kConnectionLost;
-  if (IsRefusedRedirect(code)) return HttpRequestRunner::kRedirectRefused;
-  switch (code) {
-    case CURLE_URL_MALFORMAT:
-      return origin_.empty() ? HttpRequestRunner::kInvalidRequest
-                             : HttpRequestRunner::kRedirectRefused;
-    case CURLE_COULDNT_RESOLVE_HOST:
-      return HttpRequestRunner::kNameNotFound;
-    case CURLE_COULDNT_CONNECT:
-      return HttpRequestRunner::kConnectionRefused;
-    case CURLE_UNSUPPORTED_PROTOCOL:
-    case CURLE_WEIRD_SERVER_REPLY:
-    case CURLE_BAD_CONTENT_ENCODING:
-      return HttpRequestRunner::kInvalidAnswer;
-    case CURLE_OPERATION_TIMEDOUT:
-      return HttpRequestRunner::kTimedOut;
-    case CURLE_SSL_CONNECT_ERROR:
-      return HttpRequestRunner::kTlsFailed;
-    case CURLE_TOO_MANY_REDIRECTS:
-      return HttpRequestRunner::kRedirectRefused;
-    case CURLE_GOT_NOTHING:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_RECV_ERROR:
-    case CURLE_SEND_ERROR:
-      return HttpRequestRunner::kConnectionLost;
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_CACERT_BADFILE:
-      return HttpRequestRunner::kCertificateNotTrusted;
-    default:
-      return HttpRequestRunner::kOther;
-  }
-}
-
-std::string Transfer::Explain(CURLcode code) const {
-  switch (refusal_) {
-    case Refusal::kResend:
-      return "the connection ended before the response; the request is not sent a second time, "
-             "because the server may have acted on it";
-    case Refusal::kClearText:
-      return "the server redirects from https to http, which is not followed";
-    case Refusal::kNone:
-      break;
-  }
-  if (code == CURLE_URL_MALFORMAT && origin_.empty()) {
-    return "the URL is not an absolute http or https URL";
-  }
-  if (IsRefusedRedirect(code)) {
-    return "the server redirects to a URL that is not followed: only https is allowed, and "
-           "http if the request was http";
+  if (code == CURLE_UNSUPPORTED_PROTOCOL && status() / 100 == 3) {
+    return Error::Transfer(Runner::kRedirectRefused,
+                           "the server redirects to a URL that is not followed: only https is "
+                           "allowed, and http if the request was http");
   }
   std::string text = *error_ ? error_ : curl_easy_strerror(code);
   if (code == CURLE_PEER_FAILED_VERIFICATION) {
@@ -255,7 +250,7 @@ std::string Transfer::Explain(CURLcode code) const {
     curl_easy_getinfo(handle_, CURLINFO_SSL_VERIFYRESULT, &verify_result);
     text += CertificateHint(verify_result);
   }
-  return text;
+  return Error::Transfer(Classify(code), std::move(text));
 }
 
 std::string EncodeFields(const std::vector<std::pair<std::string, std::string>>& fields) {

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "platform/linux/common/error.h"
-#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 
@@ -57,7 +56,9 @@ class Transfer {
   void DisableResend() { resend_disabled_ = true; }
 
   /// Runs the transfer and waits for its end.
-  [[nodiscard]] CURLcode Perform();
+  /// \return a transfer error whose code is an HttpRequestRunner::Error. Its message has a hint on
+  ///     how to correct it if there is one.
+  Error Perform();
 
   /// The status of the last response; 0 if there was none.
   int status() const;
@@ -65,10 +66,6 @@ class Transfer {
   std::int64_t content_length() const;
   /// A header of the last response; empty if it has none of that name.
   std::string GetHeader(const char* name) const;
-  /// Converts Perform's result to the contract's error.
-  saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;
-  /// Describes Perform's result in words, with a hint on how to correct it if there is one.
-  std::string Explain(CURLcode code) const;
 
   /// The parts of the URL that may be logged: "https://host:port", and the path. Empty if the URL
   /// is invalid.
@@ -78,7 +75,7 @@ class Transfer {
  private:
   enum class Refusal { kNone, kResend, kClearText };
 
-  bool IsRefusedRedirect(CURLcode code) const;
+  Error ToError(CURLcode code) const;
   static int OnBeforeSend(void* self, char* remote_ip, char* local_ip, int remote_port,
                           int local_port);
 

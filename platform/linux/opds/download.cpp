@@ -9,6 +9,7 @@
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/transfer.h"
 #include "platform/linux/opds/content_range.h"
+#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 namespace {
@@ -19,11 +20,18 @@ using Clock = std::chrono::steady_clock;
 // A power failure loses at most what was received since the last sync.
 constexpr std::chrono::seconds kSyncInterval{1};
 
-/// Whether a retry may succeed.
-bool IsTransient(HttpRequestRunner::Error error) {
-  return error == HttpRequestRunner::kNameNotFound ||
-         error == HttpRequestRunner::kConnectionRefused || error == HttpRequestRunner::kTimedOut ||
-         error == HttpRequestRunner::kTlsFailed || error == HttpRequestRunner::kConnectionLost;
+/// Whether a retry may succeed after a failed transfer.
+bool IsTransient(const Error& error) {
+  switch (error.code()) {
+    case HttpRequestRunner::kNameNotFound:
+    case HttpRequestRunner::kConnectionRefused:
+    case HttpRequestRunner::kTimedOut:
+    case HttpRequestRunner::kTlsFailed:
+    case HttpRequestRunner::kConnectionLost:
+      return true;
+    default:
+      return false;
+  }
 }
 
 bool IsTransientStatus(int http_status) {
@@ -75,7 +83,7 @@ class Download::Request {
   void HandleHeaders();
   void StartFile();
   void ExpectBody(std::int64_t total);
-  RequestOutcome ClassifyResult(CURLcode code);
+  RequestOutcome ClassifyResult(Error error);
   RequestOutcome Fail(RequestOutcome outcome, Error error);
   static std::size_t OnHeader(char*, std::size_t, std::size_t size, void* self) noexcept;
   static std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* self) noexcept;
@@ -111,10 +119,10 @@ RequestOutcome Download::Request::Perform() {
     transfer_.Set(CURLOPT_HTTPHEADER, fields.get());
   }
 
-  const CURLcode code = transfer_.Perform();
+  Error error = transfer_.Perform();
   download_.http_status_ = transfer_.status();
-  if (code == CURLE_OK && outcome_ == RequestOutcome::kUndecided) HandleHeaders();  // no body
-  return ClassifyResult(code);
+  if (!error && outcome_ == RequestOutcome::kUndecided) HandleHeaders();  // no body
+  return ClassifyResult(std::move(error));
 }
 
 RequestOutcome Download::Request::Fail(RequestOutcome outcome, Error error) {
@@ -217,9 +225,9 @@ int Download::Request::OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t
   const int stall_timeout_s = request.download_.limits_.stall_timeout_s;
   if (now - request.last_receipt_ >= std::chrono::seconds(stall_timeout_s)) {
     request.Fail(RequestOutcome::kTransient,
-                 Error::Transfer(CURLE_OPERATION_TIMEDOUT, "the server has sent nothing for " +
-                                                               std::to_string(stall_timeout_s) +
-                                                               " seconds"));
+                 Error::Transfer(HttpRequestRunner::kTimedOut, "the server has sent nothing for " +
+                                                                   std::to_string(stall_timeout_s) +
+                                                                   " seconds"));
     return 1;
   }
   if (request.part_.synced() || now - request.last_sync_ < kSyncInterval) return 0;
@@ -236,17 +244,18 @@ int Download::Request::OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t
   return 1;
 }
 
-RequestOutcome Download::Request::ClassifyResult(CURLcode code) {
+RequestOutcome Download::Request::ClassifyResult(Error error) {
   if (error_ || outcome_ == RequestOutcome::kUnusable || outcome_ == RequestOutcome::kComplete)
     return outcome_;
-  if (code != CURLE_OK) {
-    return Fail(IsTransient(transfer_.Classify(code)) ? RequestOutcome::kTransient
-                                                      : RequestOutcome::kPermanent,
-                Error::Transfer(code, transfer_.Explain(code)));
+  if (error) {
+    const bool transient = IsTransient(error);
+    return Fail(transient ? RequestOutcome::kTransient : RequestOutcome::kPermanent,
+                std::move(error));
   }
   if (total_ > 0 && part_.size_bytes() != total_) {
     return Fail(RequestOutcome::kTransient,
-                Error::Transfer(CURLE_PARTIAL_FILE, "the server sends less than it announced"));
+                Error::Transfer(HttpRequestRunner::kConnectionLost,
+                                "the server sends less than it announced"));
   }
   return outcome_ = RequestOutcome::kComplete;
 }

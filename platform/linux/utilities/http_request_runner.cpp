@@ -69,16 +69,16 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Response* response
   transfer.Set(CURLOPT_WRITEFUNCTION, &OnBody);
   transfer.Set(CURLOPT_WRITEDATA, static_cast<void*>(response));
 
-  const CURLcode code = transfer.Perform();
+  const Error error = transfer.Perform();
   response->status = transfer.status();
-  if (code == CURLE_OK) return {};
+  if (!error) return {};
   const std::string what =
       request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: ";
   if (response->too_large) {
     return Error::Transfer(HttpRequestRunner::kAnswerTooLarge,
                            what + "the response is larger than 64 MiB");
   }
-  return Error::Transfer(transfer.Classify(code), what + transfer.Explain(code));
+  return Error::Transfer(error.code(), what + error.message());
 }
 
 }  // namespace
