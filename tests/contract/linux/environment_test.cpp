@@ -2,23 +2,17 @@
 // process reads its environment once, so these tests use the library only in child processes.
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
-#include <chrono>
-#include <functional>
 #include <map>
 #include <sstream>
 #include <thread>
-#include <vector>
 
-#include "support/forked_process.h"
-#include "support/temporary_directory.h"
-#include "tabulet.h"
+#include "support/suite.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Variables = std::vector<std::string>;
 using Call = std::function<void()>;
 
@@ -199,19 +193,17 @@ TEST_F(LinuxEnvironment, PrefersLanguageFilesOfDevice) {
 
 TEST_F(LinuxEnvironment, NotifiesDesktopWithoutDelayOrChild) {
   const Variables desktop = {"DBUS_SESSION_BUS_ADDRESS=unix:path=/none"};
-  const auto begin = std::chrono::steady_clock::now();
+  const Stopwatch time;
   const std::string program = directory_ / "notify-send";
   const std::string record = directory_ / "record";
-  WriteAll(program,
-           "#!/bin/sh\nprintf '%s|' \"$@\" >" + record + ".new; mv " + record + ".new " + record);
-  fs::permissions(program, fs::perms::owner_all);
+  WriteScript(program, "printf '%s|' \"$@\" >" + record + ".new; mv " + record + ".new " + record);
   const std::string text = "$(reboot) `x` \"quoted\"";
   EXPECT_EQ(Run(desktop, Show("-title", text)), "[error] -title: " + text + "\n");
-  for (int i = 0; i < 300 && !fs::exists(record); ++i) usleep(10'000);
+  EXPECT_TRUE(WaitFor([&] { return fs::exists(record); }));
   EXPECT_EQ(ReadAll(record), "-t|7000|-i|dialog-error|--|-title|" + text + "|");
-  WriteAll(program, "#!/bin/sh\nexec sleep 60\n");
+  WriteScript(program, "exec sleep 60\n");
   EXPECT_EQ(Run(desktop, Show("title", "text")), "[error] title: text\n");
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+  EXPECT_LT(time.seconds(), 5);
 }
 
 }  // namespace
