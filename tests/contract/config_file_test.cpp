@@ -49,6 +49,29 @@ TEST_F(ConfigFile, SavesOnCloseOnlyIfChanged) {
   EXPECT_EQ(Config(path_).Read("key"), "another's");
 }
 
+TEST_F(ConfigFile, SavesOnlyKeysThatHandleChanged) {
+  const Config config(path_);
+  for (const char* key : {"kept", "changed", "both"}) WriteString(config, key, "old");
+  ASSERT_EQ(SaveConfig(config), 1);
+  const Config slow(path_);
+  WriteString(slow, "changed", "by slow");
+  WriteString(slow, "both", "by slow");
+  WriteString(config, "kept", "by config");
+  WriteString(config, "both", "by config");
+  WriteInt(config, "new", 7);
+  ASSERT_EQ(SaveConfig(config), 1);
+  ASSERT_EQ(SaveConfig(slow), 1);
+
+  const Config saved(path_);
+  EXPECT_EQ(saved.Read("kept"), "by config");
+  EXPECT_EQ(saved.Read("changed"), "by slow");
+  EXPECT_EQ(saved.Read("both"), "by slow");
+  EXPECT_EQ(saved.Read("new"), "7");
+  WriteAll(path_, "garbage");
+  ASSERT_EQ(SaveConfig(slow), 1);
+  EXPECT_EQ(Config(path_).Read("kept"), "old") << "all that the handle has, over a damaged file";
+}
+
 TEST_F(ConfigFile, AcceptsNullHandles) {
   EXPECT_STREQ(ReadString(nullptr, "key", "fallback"), "fallback");
   EXPECT_STREQ(ReadSecret(nullptr, "key", "fallback"), "fallback");

@@ -1,4 +1,7 @@
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -40,6 +43,18 @@ TEST_F(LinuxConfigFile, KeepsOldContentWhenDiskIsFull) {
     EXPECT_EQ(ReadAll(path_), "key=old\n");
     EXPECT_EQ(directory_.Names(), std::set<std::string>{"test.cfg"});
   }
+}
+
+TEST_F(LinuxConfigFile, SavesWhileAnotherProgramHoldsLock) {
+  const Config config(path_);
+  WriteString(config, "key", "value");
+  const int directory = open(directory_.path().c_str(), O_RDONLY);
+  ASSERT_EQ(flock(directory, LOCK_EX), 0);
+  const Stopwatch time;
+  EXPECT_EQ(SaveConfig(config), 1);
+  EXPECT_LT(time.seconds(), 7);
+  close(directory);
+  EXPECT_EQ(ReadAll(path_), "key=value\n");
 }
 
 TEST_F(LinuxConfigFile, MovesGarbledFileToBadOrReturnsNull) {

@@ -2,6 +2,7 @@
 // process reads its environment once, so these tests use the library only in child processes.
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -128,8 +129,27 @@ TEST_F(LinuxEnvironment, NamesLogFileOfWholeLines) {
   const std::string output = Run({"TABULET_LOG=/no/such/directory/log"}, LogFromThreads);
   EXPECT_EQ(CountLines(output.substr(output.find('\n') + 1)).size(), 4U);
   EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 801);
-  const std::string reason = "\"/no/such/directory/log\" (No such file or directory)";
-  EXPECT_LT(output.find("TABULET_LOG: cannot write " + reason), output.find('\n')) << output;
+}
+
+TEST_F(LinuxEnvironment, WritesLogOnlyToOwnFile) {
+  WriteAll(directory_ / "own", "");
+  fs::permissions(directory_ / "own", fs::perms(0644));
+  fs::create_symlink("own", directory_ / "link");
+  mkfifo((directory_ / "pipe").c_str(), 0600);
+  const int reader = open((directory_ / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
+  for (const auto& [name, cause] : {std::pair("link", "it is a symbolic link"),
+                                    {"pipe", "it is not a file of this user"},
+                                    {"no/log", "No such file or directory"}}) {
+    const std::string output = Run({"TABULET_LOG=" + (directory_ / name)}, Log(2, "x"));
+    const std::string reason =
+        "TABULET_LOG: cannot write \"" + (directory_ / name) + "\" (" + cause;
+    EXPECT_LT(output.find(reason), output.find('\n')) << output;
+    EXPECT_EQ(output.substr(output.find('\n') + 1), "2" + kPlace + "x\n");
+  }
+  close(reader);
+  EXPECT_EQ(ReadAll(directory_ / "own"), "");
+  EXPECT_EQ(Run({"TABULET_LOG=" + (directory_ / "own")}, Log(2, "x")), "");
+  EXPECT_EQ(fs::status(directory_ / "own").permissions(), fs::perms(0600));
 }
 
 TEST_F(LinuxEnvironment, ReportsInvalidSettingsFirst) {

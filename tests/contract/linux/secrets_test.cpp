@@ -72,8 +72,14 @@ TEST_F(LinuxSecret, SharesOneDeviceKeyBetweenPrograms) {
   }
 }
 
-TEST_F(LinuxSecret, MovesDamagedDeviceKeyAside) {
+TEST_F(LinuxSecret, ProtectsKeyAndMovesDamagedOneAside) {
   WriteSecret(config_, "password", kSecret);
+  fs::permissions(kKeyPath, fs::perms(0666));
+  EXPECT_EQ(config_.Secret("password"), kSecret);
+  EXPECT_EQ(fs::status(kKeyPath).permissions(), fs::perms(0600));
+  EXPECT_NE(ReadAll(LogPath()).find("other users could read " + kKeyPath), std::string::npos);
+
+  WriteString(config_, "password", config_.Read("password").c_str());
   const std::string damaged = ReadAll(kKeyPath).substr(0, 5);
   WriteAll(kKeyPath, damaged);
   EXPECT_EQ(config_.Secret("password"), "absent");
@@ -83,14 +89,20 @@ TEST_F(LinuxSecret, MovesDamagedDeviceKeyAside) {
   EXPECT_EQ(ReadAll(kKeyPath + ".bad"), damaged);
 }
 
-TEST_F(LinuxSecret, RemovesOldValueWhenEncryptionFails) {
+TEST_F(LinuxSecret, RemovesOldValueAndTriesAgainWhenEncryptionFails) {
   WriteSecret(config_, "password", "old");
   fs::remove(kKeyPath);
   fs::create_directory(kKeyPath);
   WriteSecret(config_, "password", "new");
   EXPECT_EQ(config_.Secret("password"), "absent");
   EXPECT_EQ(ReadString(config_, "password", nullptr), nullptr);
+  EXPECT_EQ(SaveConfig(config_), 0) << "a password that is lost is not saved";
+  EXPECT_EQ(ReadAll(directory_ / "test.cfg"), "");
   EXPECT_TRUE(fs::is_directory(kKeyPath));
+
+  fs::remove(kKeyPath);
+  EXPECT_EQ(SaveConfig(config_), 1);
+  EXPECT_EQ(Config(directory_ / "test.cfg").Secret("password"), "new");
 }
 
 }  // namespace
