@@ -74,6 +74,10 @@ TEST(HttpRequestRunner, EncodesParametersInOrder) {
   EXPECT_EQ(sent.body, "pass%20word=50%25%20%26%20more&b=&b=2147483647");
   EXPECT_EQ(sent["content-type"], "application/x-www-form-urlencoded");
   EXPECT_EQ(server.requests().at(1)["content-length"], "0");
+
+  request.AddPostParam("large", std::string(2 << 20, 'x'));
+  ASSERT_EQ(Perform(request).error, 0);
+  EXPECT_EQ(server.requests().at(2)["expect"], "") << "a server may ignore it";
 }
 
 TEST(HttpRequestRunner, ReturnsResponsesOfAnyStatus) {
@@ -135,6 +139,9 @@ TEST(HttpRequestRunner, FollowsAtMostTenRedirects) {
     ScriptedServer elsewhere(Redirect(to));
     EXPECT_TRUE(Follow(elsewhere.Url()).FailedWith(Error::kRedirectRefused)) << to;
   }
+  ScriptedServer no_http(Response("SSH-2.0 hello\r\n", AfterResponse::kClose));
+  ScriptedServer to_no_http(Redirect(no_http.Url()));
+  EXPECT_TRUE(Follow(to_no_http.Url()).FailedWith(Error::kInvalidAnswer));
 }
 
 TEST(HttpRequestRunner, NeverFollowsRedirectsFromTls) {
@@ -152,6 +159,21 @@ TEST(HttpRequestRunner, NeverFollowsRedirectsFromTls) {
   EXPECT_TRUE(Follow(plain.Url("/up")).FailedWith(Error::kRedirectRefused));
   EXPECT_EQ(encrypted.requests().size(), 3u);
   EXPECT_EQ(plain.requests().size(), 1u) << "http, https and http again";
+}
+
+TEST(HttpRequestRunner, NeverSendsFormToAnotherHost) {
+  for (const int status : {301, 302, 303, 307, 308}) {
+    ScriptedServer other(MakeResponse(200, "other"));
+    ScriptedServer same(MakeResponse(200, "same"));
+    ScriptedServer server([&](const Request& request) {
+      const bool stays = request.target == "/stays";
+      return Redirect(stays ? same.Url() : "http://localhost:" + other.port() + "/", status);
+    });
+    EXPECT_TRUE(FollowWithForm(server.Url()).FailedWith(Error::kRedirectRefused)) << status;
+    EXPECT_TRUE(other.requests().empty()) << status;
+    EXPECT_EQ(FollowWithForm(server.Url("/stays")).text(), "same") << status;
+    EXPECT_EQ(Follow(server.Url()).text(), "other") << status;
+  }
 }
 
 TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {

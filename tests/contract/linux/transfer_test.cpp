@@ -65,16 +65,28 @@ TEST(Transfer, KeepsConnectionsAcrossRunnersAndThreads) {
   EXPECT_EQ(server.connections(), 1);
 }
 
-TEST(Transfer, ResendsGetOnNewConnection) {
-  ScriptedServer server([](const Request& request) {
-    const bool dies = request.target == "/page" && request.connection == 1;
-    return dies ? Response("", AfterResponse::kClose) : Response(MakeResponse(200, "x"));
-  });
-  ASSERT_EQ(Perform(HttpRequest("GET", server.Url("/warm"))), 0);
-  std::vector<char> body;
-  EXPECT_EQ(Perform(HttpRequest("GET", server.Url("/page")), &body), 0);
-  EXPECT_EQ(body.size(), 1U);
-  EXPECT_EQ(server.connections(), 2);
+TEST(Transfer, ResendsGetButNotPost) {
+  for (const char* method : {"GET", "POST"}) {
+    ScriptedServer server([](const Request& request) {
+      const bool dies = request.target == "/page" && request.connection == 1;
+      return dies ? Response("", AfterResponse::kClose) : Response(MakeResponse(200, "x"));
+    });
+    ASSERT_EQ(Perform(HttpRequest(method, server.Url("/warm"))), 0);
+    std::vector<char> body;
+    const bool failed = Perform(HttpRequest(method, server.Url("/page")), &body) != 0;
+    EXPECT_EQ(failed, method == std::string("POST"));
+    EXPECT_EQ(body.size(), failed ? 0U : 1U);
+  }
+  ExpectLogged("not sent a second time");
+}
+
+TEST(Transfer, WritesNoTlsKeysToFile) {
+  const TemporaryDirectory directory;
+  const Certificate certificate = TrustedCertificate();
+  ScriptedServer server(MakeResponse(200, "x"), &certificate);
+  setenv("SSLKEYLOGFILE", (directory / "keys").c_str(), 1);  // libcurl has not been used yet
+  EXPECT_EQ(Perform(HttpRequest("GET", server.Url())), 0);
+  EXPECT_EQ(ReadAll(directory / "keys"), "");
 }
 
 TEST(Transfer, RequestsCompressionAndEncodesSpaces) {
@@ -82,6 +94,15 @@ TEST(Transfer, RequestsCompressionAndEncodesSpaces) {
   Perform(HttpRequest("GET", server.Url("/a b")));
   EXPECT_NE(server.requests().at(0)["accept-encoding"].find("gzip"), std::string::npos);
   EXPECT_EQ(server.requests().at(0).target, "/a%20b");
+}
+
+TEST(Transfer, LogsRefusedRedirectOfForm) {
+  ScriptedServer server(MakeResponse(307, "", {"Location: http://localhost:1/"}));
+  HttpRequest form("POST", server.Url());
+  form.SetFollowRedirects(true);
+  form.AddPostParam("password", "hidden");
+  EXPECT_GT(Perform(form), 0);
+  ExpectLogged("redirects to another host");
 }
 
 TEST(Transfer, RejectsFormInGetAndZeroTimeout) {
