@@ -142,6 +142,49 @@ TEST_F(ResourceDownloader, SavesNothingForOtherStatuses) {
   EXPECT_EQ(downloader_.GetSavedPath(), "");
 }
 
+TEST_F(ResourceDownloader, NeverSavesWebPage) {
+  ScriptedServer server([&](const Request& request) -> Response {
+    if (request.connection == 1) return Truncated({"ETag: \"v1\""});
+    if (request.connection < 5) {  // a network's log-in page
+      return {MakeResponse(200, "<html>", {"Content-Type: Text/HTML; charset=utf-8"}),
+              AfterResponse::kClose};
+    }
+    return MakeResponse(206, book_.substr(200'000), {"Content-Range: bytes 200000-299999/300000"});
+  });
+  EXPECT_GT(Fetch(server.Url()), 0);
+  EXPECT_GT(Fetch(server.Url(), "other.epub"), 0);
+  EXPECT_TRUE(IsInError("web page"));
+  EXPECT_FALSE(fs::exists(directory_ + "/b.epub"));
+  EXPECT_EQ(CountFiles(), 2) << "the part of the book with its record";
+  EXPECT_GT(Fetch(server.Url()), 0);
+  EXPECT_EQ(server.requests().size(), 4u) << "it is not requested again";
+  EXPECT_EQ(Fetch(server.Url()), 0);
+  EXPECT_EQ(Content(), book_);
+}
+
+TEST_F(ResourceDownloader, TakesExtensionOfUrlWithoutType) {
+  const struct {
+    const char *name, *target, *type, *saved_as;
+  } cases[] = {
+      {"none", "/files/1.EPUB?key=a.pdf", "", "none.epub"},
+      {"unspecific", "/files/1.pdf", "Content-Type: application/octet-stream", "unspecific.pdf"},
+      {"redirected", "/moved", "", "redirected.acsm"},
+      {"typed", "/files/1.epub", "Content-Type: application/pdf", "typed"},
+      {"J. Smith", "/files/1.epub", "", "J. Smith"},
+      {"unknown", "/files/1.php", "", "unknown"},
+      {"short", "/", "", "short"},
+  };
+  for (const auto& [name, target, type, saved_as] : cases) {
+    ScriptedServer server([&, sent = std::string(type)](const Request& request) {
+      if (request.target == "/moved") return MakeResponse(302, "", {"Location: /there.acsm"});
+      return MakeResponse(200, book_, sent.empty() ? HeaderLines{} : HeaderLines{sent});
+    });
+    EXPECT_EQ(Fetch(server.Url(target), name), 0) << name;
+    EXPECT_EQ(downloader_.GetSavedPath(), directory_ + "/" + saved_as);
+    EXPECT_EQ(Content(saved_as), book_) << name;
+  }
+}
+
 TEST_F(ResourceDownloader, NeverMixesFilesWithSameName) {
   ScriptedServer server([&](const Request& request) -> Response {
     if (request.target == "/other") return MakeResponse(200, "other", {"ETag: \"v1\""});

@@ -2,6 +2,8 @@
 
 #include "platform/linux/opds/download.h"
 
+#include <sys/stat.h>
+
 #include "platform/linux/opds/content_range.h"
 #include "saltmoor/opds/resource_downloader.h"
 #include "support/scripted_server.h"
@@ -185,6 +187,15 @@ TEST_F(LinuxDownload, LocksPartFile) {
   ASSERT_FALSE(first.Open("http://a.example/"));
   const Error error = second.Open("http://a.example/");
   EXPECT_NE(error.message().find("another download"), std::string::npos);
+}
+
+TEST_F(LinuxDownload, CreatesFilesAndDirectoriesForOwnerOnly) {
+  umask(0);
+  PartFile part(directory_ / "a/b", "book");
+  ASSERT_FALSE(part.Open("http://a.example/"));
+  EXPECT_EQ(fs::status(directory_ / "a").permissions(), fs::perms(0700));
+  EXPECT_EQ(fs::status(directory_ / "a/b").permissions(), fs::perms(0700));
+  EXPECT_EQ(fs::status(directory_ / "a/b/book.part").permissions(), fs::perms(0600));
 }
 
 TEST_F(LinuxDownload, ReportsSizesAbove2GiBInLargerUnits) {
