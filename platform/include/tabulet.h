@@ -49,17 +49,19 @@ int ReadInt(iconfig_s* config, const char* key, int fallback);
 void WriteString(iconfig_s* config, const char* key, const char* value);
 
 /// Like WriteString, but the file holds the value encrypted under a key of the device. If it cannot
-/// be encrypted, the old value is removed.
+/// be encrypted, the old value is removed, and the next save tries again.
 void WriteSecret(iconfig_s* config, const char* key, const char* value);
 
 /// Sets the integer of `key` in memory. Does nothing if the handle is null.
 void WriteInt(iconfig_s* config, const char* key, int value);
 
-/// Replaces the file atomically: a crash or a power failure leaves the complete old content or the
-/// complete new content. Several handles, of several processes too, may save the same file; the
-/// last one wins. An interrupted call may leave one temporary file, which the next call removes.
-/// \return 1 if the content is on the disk; 0 if it is not, and the old file is unchanged, or if
-///     the handle is null.
+/// Writes the keys that this handle has changed over what the file holds then. Several handles, of
+/// several processes too, may save the same file; the last one to change a key wins. The file is
+/// replaced atomically: a crash or a power failure leaves the complete old content or the complete
+/// new content. An interrupted call may leave one temporary file, which the next call removes. A
+/// file that cannot be read is renamed, and one with all keys of this handle takes its place.
+/// \return 1 if the changes are on the disk; 0 if they are not, and the old file is unchanged, if a
+///     secret could not be encrypted, or if the handle is null.
 int SaveConfig(iconfig_s* config);
 
 /// Saves unsaved changes, then releases the handle, even if saving failed. Null is allowed.

@@ -1,35 +1,11 @@
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <chrono>
 #include <climits>
-#include <filesystem>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "support/forked_process.h"
-#include "support/temporary_directory.h"
-#include "tabulet.h"
+#include "support/suite.h"
 
 namespace {
-
-/// An open configuration file, closed without saving.
-class Config {
- public:
-  explicit Config(const std::string& path) : config_(OpenConfig(path.c_str(), nullptr)) {}
-  ~Config() { CloseConfigNoSave(config_); }
-  Config(const Config&) = delete;
-  Config& operator=(const Config&) = delete;
-  operator iconfig_s*() const { return config_; }
-
- private:
-  iconfig_s* const config_;
-};
-
-std::string ReadOnce(const std::string& path, const char* key) {
-  return ReadString(Config(path), key, "absent");
-}
 
 class ConfigFile : public testing::Test {
  protected:
@@ -41,39 +17,64 @@ TEST_F(ConfigFile, CreatesMissingFileAndKeepsSavedValues) {
   {
     const Config config(path_);
     ASSERT_TRUE(config);
-    EXPECT_TRUE(std::filesystem::exists(path_));
+    EXPECT_TRUE(fs::exists(path_));
     EXPECT_STREQ(ReadString(config, "user", "nobody"), "nobody");
     WriteString(config, "user", "anna");
     WriteInt(config, "time", -1800);
-    WriteSecret(config, "password", "secret");
-    EXPECT_STREQ(ReadString(config, "user", ""), "anna");
+    WriteSecret(config, "password", "correct horse");
+    EXPECT_EQ(config.Read("user"), "anna");
     EXPECT_EQ(SaveConfig(config), 1);
     WriteString(config, "user", "not saved");
   }
   const Config config(path_);
-  EXPECT_STREQ(ReadString(config, "user", ""), "anna");
+  EXPECT_EQ(config.Read("user"), "anna");
   EXPECT_EQ(ReadInt(config, "time", 0), -1800);
-  EXPECT_STREQ(ReadSecret(config, "password", ""), "secret");
+  EXPECT_EQ(config.Secret("password"), "correct horse");
+  EXPECT_EQ(ReadAll(path_).find("horse"), std::string::npos);
+  WriteString(config, "password", "not encrypted");
+  EXPECT_EQ(config.Secret("password"), "absent");
 }
 
 TEST_F(ConfigFile, SavesOnCloseOnlyIfChanged) {
   iconfig_s* config = OpenConfig(path_.c_str(), nullptr);
   WriteString(config, "key", "mine");
   CloseConfig(config);
-  ASSERT_EQ(ReadOnce(path_, "key"), "mine");
+  ASSERT_EQ(Config(path_).Read("key"), "mine");
 
   iconfig_s* reader = OpenConfig(path_.c_str(), nullptr);
   const Config writer(path_);
   WriteString(writer, "key", "another's");
   ASSERT_EQ(SaveConfig(writer), 1);
   CloseConfig(reader);
-  EXPECT_EQ(ReadOnce(path_, "key"), "another's");
+  EXPECT_EQ(Config(path_).Read("key"), "another's");
+}
+
+TEST_F(ConfigFile, SavesOnlyKeysThatHandleChanged) {
+  const Config config(path_);
+  for (const char* key : {"kept", "changed", "both"}) WriteString(config, key, "old");
+  ASSERT_EQ(SaveConfig(config), 1);
+  const Config slow(path_);
+  WriteString(slow, "changed", "by slow");
+  WriteString(slow, "both", "by slow");
+  WriteString(config, "kept", "by config");
+  WriteString(config, "both", "by config");
+  WriteInt(config, "new", 7);
+  ASSERT_EQ(SaveConfig(config), 1);
+  ASSERT_EQ(SaveConfig(slow), 1);
+
+  const Config saved(path_);
+  EXPECT_EQ(saved.Read("kept"), "by config");
+  EXPECT_EQ(saved.Read("changed"), "by slow");
+  EXPECT_EQ(saved.Read("both"), "by slow");
+  EXPECT_EQ(saved.Read("new"), "7");
+  WriteAll(path_, "garbage");
+  ASSERT_EQ(SaveConfig(slow), 1);
+  EXPECT_EQ(Config(path_).Read("kept"), "old") << "all that the handle has, over a damaged file";
 }
 
 TEST_F(ConfigFile, AcceptsNullHandles) {
   EXPECT_STREQ(ReadString(nullptr, "key", "fallback"), "fallback");
   EXPECT_STREQ(ReadSecret(nullptr, "key", "fallback"), "fallback");
-  EXPECT_EQ(ReadString(nullptr, "key", nullptr), nullptr);
   EXPECT_EQ(ReadInt(nullptr, "key", 7), 7);
   WriteString(nullptr, "key", "x");
   WriteSecret(nullptr, "key", "x");
@@ -83,21 +84,33 @@ TEST_F(ConfigFile, AcceptsNullHandles) {
   CloseConfigNoSave(nullptr);
 
   const Config config(path_);
-  EXPECT_EQ(ReadString(config, "absent", nullptr), nullptr);
-  EXPECT_EQ(ReadSecret(config, "absent", nullptr), nullptr);
+  for (iconfig_s* handle : {static_cast<iconfig_s*>(nullptr), static_cast<iconfig_s*>(config)}) {
+    EXPECT_EQ(ReadString(handle, "absent", nullptr), nullptr);
+    EXPECT_EQ(ReadSecret(handle, "absent", nullptr), nullptr);
+  }
   WriteString(config, "null", nullptr);
   WriteSecret(config, "null secret", nullptr);
-  EXPECT_STREQ(ReadString(config, "null", "fallback"), "");
-  EXPECT_STREQ(ReadSecret(config, "null secret", "fallback"), "");
+  EXPECT_EQ(config.Read("null") + config.Secret("null secret"), "");
 }
 
 TEST_F(ConfigFile, KeepsAnyStringAsKeyAndValue) {
-  std::vector<std::string> texts = {std::string(100'000, 'x')};
-  for (const char* text :
-       {"", " ", "  leading", "trailing ", "a=b", "=", "two\nlines", "\r\n", "tab\there", "100%",
-        "%41", "# no comment", "[part]", "back\\slash", "\x01\x1b[0m\x7f", "Gr\xc3\xbc\xc3\x9f"}) {
-    texts.emplace_back(text);
-  }
+  const std::vector<std::string> texts = {std::string(100'000, 'x'),
+                                          "",
+                                          " ",
+                                          "  leading",
+                                          "trailing ",
+                                          "a=b",
+                                          "=",
+                                          "two\nlines",
+                                          "\r\n",
+                                          "tab\there",
+                                          "100%",
+                                          "%41",
+                                          "# no comment",
+                                          "[part]",
+                                          "back\\slash",
+                                          "\x01\x1b[0m\x7f",
+                                          "Gr\xc3\xbc\xc3\x9f"};
   {
     const Config config(path_);
     for (const std::string& text : texts) {
@@ -109,9 +122,9 @@ TEST_F(ConfigFile, KeepsAnyStringAsKeyAndValue) {
   }
   const Config config(path_);
   for (const std::string& text : texts) {
-    EXPECT_EQ(ReadString(config, text.c_str(), "absent"), "value" + text);
-    EXPECT_EQ(ReadString(config, ("key" + text).c_str(), "absent"), text);
-    EXPECT_EQ(ReadSecret(config, ("secret" + text).c_str(), "absent"), text);
+    EXPECT_EQ(config.Read(text), "value" + text);
+    EXPECT_EQ(config.Read("key" + text), text);
+    EXPECT_EQ(config.Secret("secret" + text), text);
   }
 }
 
@@ -120,7 +133,7 @@ TEST_F(ConfigFile, ReadsOnlyDecimalIntegers) {
   for (const int number : {0, -7, INT_MAX, INT_MIN}) {
     WriteInt(config, "number", number);
     EXPECT_EQ(ReadInt(config, "number", 1), number);
-    EXPECT_STREQ(ReadString(config, "number", ""), std::to_string(number).c_str());
+    EXPECT_EQ(config.Read("number"), std::to_string(number));
   }
   for (const char* text : {"", "x", "12x", "1.5", "2147483648", "-2147483649", "0x10"}) {
     WriteString(config, "number", text);
@@ -136,30 +149,21 @@ TEST_F(ConfigFile, KeepsReturnedStringsUntilKeyIsWritten) {
   const char* const secret = ReadSecret(config, "secret", "");
   for (int i = 0; i < 1000; ++i) {
     WriteInt(config, ("key" + std::to_string(i)).c_str(), i);
-    ReadString(config, "text", "");
-    ReadSecret(config, "secret", "");
+    config.Read("text");
+    config.Secret("secret");
     WriteSecret(config, "other", "a string that may reuse released memory");
-    ReadSecret(config, "other", "");
+    config.Secret("other");
   }
   SaveConfig(config);
   EXPECT_STREQ(text, "a string too long to be stored inline");
   EXPECT_STREQ(secret, "a secret too long to be stored inline");
 
   WriteString(config, "text", text);  // the old value itself, or a part of it
-  EXPECT_STREQ(ReadString(config, "text", ""), "a string too long to be stored inline");
+  EXPECT_EQ(config.Read("text"), "a string too long to be stored inline");
   WriteString(config, "text", ReadString(config, "text", "") + 31);
-  EXPECT_STREQ(ReadString(config, "text", ""), "inline");
+  EXPECT_EQ(config.Read("text"), "inline");
   WriteSecret(config, "secret", secret + 31);
-  EXPECT_STREQ(ReadSecret(config, "secret", ""), "inline");
-}
-
-TEST_F(ConfigFile, EncryptsSecrets) {
-  const Config config(path_);
-  WriteSecret(config, "password", "correct horse battery");
-  ASSERT_EQ(SaveConfig(config), 1);
-  EXPECT_EQ(ReadAll(path_).find("horse"), std::string::npos);
-  WriteString(config, "password", "not encrypted");
-  EXPECT_STREQ(ReadSecret(config, "password", "absent"), "absent");
+  EXPECT_EQ(config.Secret("secret"), "inline");
 }
 
 TEST_F(ConfigFile, MovesGarbledFileAside) {
@@ -167,14 +171,14 @@ TEST_F(ConfigFile, MovesGarbledFileAside) {
   WriteAll(path_, garbage);
   const Config config(path_);
   ASSERT_TRUE(config);
-  EXPECT_EQ(ReadString(config, "key", nullptr), nullptr);
+  EXPECT_EQ(config.Read("key"), "absent");
   bool kept = false;
   for (const std::string& name : directory_.Names()) kept |= ReadAll(directory_ / name) == garbage;
   EXPECT_TRUE(kept);
 
   WriteString(config, "key", "value");
   EXPECT_EQ(SaveConfig(config), 1);
-  EXPECT_EQ(ReadOnce(path_, "key"), "value");
+  EXPECT_EQ(Config(path_).Read("key"), "value");
 }
 
 TEST_F(ConfigFile, OpensTruncatedFiles) {
@@ -194,26 +198,24 @@ TEST_F(ConfigFile, OpensTruncatedFiles) {
 }
 
 TEST_F(ConfigFile, ReturnsNullIfFileCannotBeCreated) {
-  EXPECT_FALSE(Config(directory_ / "missing/test.cfg"));
-  EXPECT_FALSE(Config(""));
   WriteAll(path_, "");
-  EXPECT_FALSE(Config(path_ + "/test.cfg"));
-
   ASSERT_EQ(mkdir((directory_ / "directory").c_str(), 0700), 0);
-  EXPECT_FALSE(Config(directory_ / "directory"));
   ASSERT_EQ(mkfifo((directory_ / "pipe").c_str(), 0600), 0);
-  EXPECT_FALSE(Config(directory_ / "pipe"));
+  for (const std::string& path : {std::string(), path_ + "/test.cfg", directory_ / "missing/a.cfg",
+                                  directory_ / "directory", directory_ / "pipe"}) {
+    EXPECT_FALSE(Config(path)) << path;
+  }
 }
 
 TEST_F(ConfigFile, SavesAgainAfterFailure) {
   const Config config(path_);
   WriteString(config, "key", "value");
-  std::filesystem::remove(path_);
-  std::filesystem::create_directories(path_ + "/in the way");
+  fs::remove(path_);
+  fs::create_directories(path_ + "/in the way");
   EXPECT_EQ(SaveConfig(config), 0);
-  std::filesystem::remove_all(path_);
+  fs::remove_all(path_);
   EXPECT_EQ(SaveConfig(config), 1);
-  EXPECT_EQ(ReadOnce(path_, "key"), "value");
+  EXPECT_EQ(Config(path_).Read("key"), "value");
 }
 
 // A generation of a file has the same value for all keys, and is too large for one write call.
@@ -230,12 +232,9 @@ int SaveGeneration(iconfig_s* config, int generation) {
 /// Whether the file is complete and of one generation.
 bool IsComplete(const std::string& path) {
   const Config config(path);
-  const std::string first = ReadString(config, "key0", "");
-  bool whole = !first.empty();
-  for (int i = 1; i < kKeys; ++i) {
-    whole = whole && ReadString(config, ("key" + std::to_string(i)).c_str(), "") == first;
-  }
-  return whole;
+  std::set<std::string> values;
+  for (int i = 0; i < kKeys; ++i) values.insert(config.Read("key" + std::to_string(i)));
+  return values.size() == 1 && *values.begin() != "absent";
 }
 
 TEST_F(ConfigFile, SurvivesKillDuringSave) {

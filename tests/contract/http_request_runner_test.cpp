@@ -1,14 +1,11 @@
 #include "saltmoor/utilities/http_request_runner.h"
 
-#include <gtest/gtest.h>
 #include <zlib.h>
 
-#include <chrono>
 #include <thread>
 
 #include "support/scripted_server.h"
 #include "support/suite.h"
-#include "support/temporary_directory.h"
 #include "this_device.h"
 
 namespace {
@@ -32,16 +29,27 @@ struct Result {
 
 Result Perform(const HttpRequest& request, unsigned timeout_s = 5) {
   Result result;
-  const auto begin = std::chrono::steady_clock::now();
+  const Stopwatch time;
   result.error =
       HttpRequestRunner().PerformRequest(request, &result.status, &result.body, timeout_s);
-  result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  result.seconds = time.seconds();
   return result;
 }
 
-Result Get(const std::string& url, bool follow = false) {
+Result Get(const std::string& url) {
+  return Perform(HttpRequest("GET", url));
+}
+
+Result Follow(const std::string& url) {
   HttpRequest request("GET", url);
-  request.SetFollowRedirects(follow);
+  request.SetFollowRedirects(true);
+  return Perform(request);
+}
+
+Result FollowWithForm(const std::string& url) {
+  HttpRequest request("POST", url);
+  request.SetFollowRedirects(true);
+  request.AddPostParam("password", "secret");
   return Perform(request);
 }
 
@@ -66,6 +74,10 @@ TEST(HttpRequestRunner, EncodesParametersInOrder) {
   EXPECT_EQ(sent.body, "pass%20word=50%25%20%26%20more&b=&b=2147483647");
   EXPECT_EQ(sent["content-type"], "application/x-www-form-urlencoded");
   EXPECT_EQ(server.requests().at(1)["content-length"], "0");
+
+  request.AddPostParam("large", std::string(2 << 20, 'x'));
+  ASSERT_EQ(Perform(request).error, 0);
+  EXPECT_EQ(server.requests().at(2)["expect"], "") << "a server may ignore it";
 }
 
 TEST(HttpRequestRunner, ReturnsResponsesOfAnyStatus) {
@@ -95,14 +107,10 @@ TEST(HttpRequestRunner, RejectsInvalidUrlsAndMethods) {
 }
 
 TEST(HttpRequestRunner, TimesOutWhenServerIsSilent) {
-  ScriptedServer server([](const Request& request) {
-    const bool begun = request.target == "/begun";
-    return Response(begun ? "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf" : "",
-                    AfterResponse::kHang);
-  });
-  for (const char* target : {"/begun", "/silent"}) {
-    const Result result = Perform(HttpRequest("GET", server.Url(target)), 1);
-    EXPECT_TRUE(result.FailedWith(Error::kTimedOut)) << target;
+  for (const char* sent : {"", "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf"}) {
+    ScriptedServer server(Response(sent, AfterResponse::kHang));
+    const Result result = Perform(HttpRequest("GET", server.Url()), 1);
+    EXPECT_TRUE(result.FailedWith(Error::kTimedOut)) << sent;
     EXPECT_NEAR(result.seconds, 1.0, 0.5);
   }
 }
@@ -125,12 +133,15 @@ TEST(HttpRequestRunner, FollowsAtMostTenRedirects) {
     const int left = std::stoi(request.target.substr(1));
     return left == 0 ? MakeResponse(200, "there") : Redirect("/" + std::to_string(left - 1));
   });
-  EXPECT_EQ(Get(server.Url("/10"), true).text(), "there");
-  EXPECT_TRUE(Get(server.Url("/11"), true).FailedWith(Error::kRedirectRefused));
+  EXPECT_EQ(Follow(server.Url("/10")).text(), "there");
+  EXPECT_TRUE(Follow(server.Url("/11")).FailedWith(Error::kRedirectRefused));
   for (const char* to : {"ftp://127.0.0.1/", "http://[bad/", "http://127.0.0.1:99999/"}) {
     ScriptedServer elsewhere(Redirect(to));
-    EXPECT_TRUE(Get(elsewhere.Url(), true).FailedWith(Error::kRedirectRefused)) << to;
+    EXPECT_TRUE(Follow(elsewhere.Url()).FailedWith(Error::kRedirectRefused)) << to;
   }
+  ScriptedServer no_http(Response("SSH-2.0 hello\r\n", AfterResponse::kClose));
+  ScriptedServer to_no_http(Redirect(no_http.Url()));
+  EXPECT_TRUE(Follow(to_no_http.Url()).FailedWith(Error::kInvalidAnswer));
 }
 
 TEST(HttpRequestRunner, NeverFollowsRedirectsFromTls) {
@@ -142,33 +153,41 @@ TEST(HttpRequestRunner, NeverFollowsRedirectsFromTls) {
   });
   plain_url = plain.Url();
 
-  EXPECT_TRUE(Get(encrypted.Url(), true).FailedWith(Error::kRedirectRefused));
-  HttpRequest form("POST", encrypted.Url());
-  form.SetFollowRedirects(true);
-  form.AddPostParam("password", "secret");
-  EXPECT_TRUE(Perform(form).FailedWith(Error::kRedirectRefused));
+  EXPECT_TRUE(Follow(encrypted.Url()).FailedWith(Error::kRedirectRefused));
+  EXPECT_TRUE(FollowWithForm(encrypted.Url()).FailedWith(Error::kRedirectRefused));
   EXPECT_TRUE(plain.requests().empty());
-
-  EXPECT_TRUE(Get(plain.Url("/up"), true).FailedWith(Error::kRedirectRefused));
+  EXPECT_TRUE(Follow(plain.Url("/up")).FailedWith(Error::kRedirectRefused));
   EXPECT_EQ(encrypted.requests().size(), 3u);
   EXPECT_EQ(plain.requests().size(), 1u) << "http, https and http again";
 }
 
-TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {
-  ScriptedServer server([](const Request& request) -> Response {
-    if (request.target == "/warm") return MakeResponse(200, "");
-    // On a reused connection, where HTTP libraries send a request again on a new one.
-    if (request.connection == 1) return Response("", AfterResponse::kClose);
-    return MakeResponse(200, "second time");
-  });
-  ASSERT_EQ(Perform(HttpRequest("POST", server.Url("/warm"))).error, 0);
-  EXPECT_TRUE(
-      Perform(HttpRequest("POST", server.Url("/order"))).FailedWith(Error::kConnectionLost));
-  EXPECT_EQ(server.requests().size(), 2u);
+TEST(HttpRequestRunner, NeverSendsFormToAnotherHost) {
+  for (const int status : {301, 302, 303, 307, 308}) {
+    ScriptedServer other(MakeResponse(200, "other"));
+    ScriptedServer same(MakeResponse(200, "same"));
+    ScriptedServer server([&](const Request& request) {
+      const bool stays = request.target == "/stays";
+      return Redirect(stays ? same.Url() : "http://localhost:" + other.port() + "/", status);
+    });
+    EXPECT_TRUE(FollowWithForm(server.Url()).FailedWith(Error::kRedirectRefused)) << status;
+    EXPECT_TRUE(other.requests().empty()) << status;
+    EXPECT_EQ(FollowWithForm(server.Url("/stays")).text(), "same") << status;
+    EXPECT_EQ(Follow(server.Url()).text(), "other") << status;
+  }
+}
 
-  ScriptedServer dying(Response("", AfterResponse::kClose));
-  EXPECT_TRUE(Perform(HttpRequest("POST", dying.Url())).FailedWith(Error::kConnectionLost));
-  EXPECT_EQ(dying.requests().size(), 1u);
+TEST(HttpRequestRunner, SendsPostOnceWhenConnectionDies) {
+  // On a reused connection HTTP libraries send a request again on a new one.
+  for (const bool reused : {true, false}) {
+    ScriptedServer server([](const Request& request) -> Response {
+      if (request.target == "/warm") return MakeResponse(200, "");
+      return Response("", AfterResponse::kClose);
+    });
+    if (reused) Perform(HttpRequest("POST", server.Url("/warm")));
+    const Result result = Perform(HttpRequest("POST", server.Url("/order")));
+    EXPECT_TRUE(result.FailedWith(Error::kConnectionLost));
+    EXPECT_EQ(server.requests().size(), reused ? 2u : 1u);
+  }
 }
 
 TEST(HttpRequestRunner, SendsPostThroughRedirectsAndAfterIdleClose) {
@@ -176,11 +195,8 @@ TEST(HttpRequestRunner, SendsPostThroughRedirectsAndAfterIdleClose) {
     if (request.target == "/moved") return Response(Redirect("/there", 307));
     return Response(MakeResponse(200, request.body), AfterResponse::kClose);
   });
-  HttpRequest moved("POST", server.Url("/moved"));
-  moved.SetFollowRedirects(true);
-  moved.AddPostParam("a", 1);
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(Perform(moved).text(), "a=1");
+    EXPECT_EQ(FollowWithForm(server.Url("/moved")).text(), "password=secret");
     std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the close arrives
   }
   EXPECT_EQ(server.requests().size(), 6u);
@@ -200,36 +216,28 @@ TEST(HttpRequestRunner, ReturnsResponseToItsThread) {
   for (std::thread& thread : threads) thread.join();
 }
 
-/// Returns `size` bytes, compressed.
+/// A response of `size` bytes, compressed.
 std::string Gzip(std::size_t size) {
   const TemporaryDirectory directory;
-  const std::string path = directory / "x.gz";
   const std::string bytes(size, 'x');
-  const gzFile file = gzopen(path.c_str(), "w");
+  const gzFile file = gzopen((directory / "x.gz").c_str(), "w");
   gzwrite(file, bytes.data(), static_cast<unsigned>(size));
   gzclose(file);
-  return ReadAll(path);
+  return MakeResponse(200, ReadAll(directory / "x.gz"), {"Content-Encoding: gzip"});
 }
 
 TEST(HttpRequestRunner, DecompressesResponsesUpToLimit) {
   constexpr std::size_t kLimit = 64 << 20;
-  const std::string small = MakeResponse(200, Gzip(kLimit), {"Content-Encoding: gzip"});
-  const std::string bomb = MakeResponse(200, Gzip(kLimit + 1), {"Content-Encoding: gzip"});
+  EXPECT_EQ(Get(ScriptedServer(Gzip(kLimit)).Url()).body.size(), kLimit);
   const std::string undeclared = "HTTP/1.1 200 OK\r\n\r\n" + std::string(kLimit + 1, 'x');
-  ScriptedServer server([&](const Request& request) {
-    if (request.target == "/small") return Response(small);
-    return request.target == "/bomb" ? Response(bomb) : Response(undeclared, AfterResponse::kClose);
-  });
-  EXPECT_EQ(Get(server.Url("/small")).body.size(), kLimit);
-  EXPECT_TRUE(Get(server.Url("/bomb")).FailedWith(Error::kAnswerTooLarge));
-  EXPECT_TRUE(Get(server.Url("/undeclared")).FailedWith(Error::kAnswerTooLarge));
+  for (const Response& response :
+       {Response(Gzip(kLimit + 1)), Response(undeclared, AfterResponse::kClose)}) {
+    EXPECT_TRUE(Get(ScriptedServer(response).Url()).FailedWith(Error::kAnswerTooLarge));
+  }
 }
 
 TEST(HttpRequestRunner, RefusesBadCertificatesBeforeSending) {
-  const struct {
-    const char* name;
-    Certificate certificate;
-  } cases[] = {
+  const std::pair<const char*, Certificate> cases[] = {
       {"of an unknown authority", MakeCertificate(MakeAuthority("Unknown"), "IP:127.0.0.1")},
       {"for another host", MakeCertificate(TestAuthority(), "DNS:other.example")},
       {"expired", MakeCertificate(TestAuthority(), "IP:127.0.0.1", -7200, -3600)},

@@ -1,14 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <cerrno>
-#include <chrono>
-#include <set>
-#include <string>
 #include <thread>
 
 #include "saltmoor/utilities/book_store_auth_configs.h"
-#include "support/temporary_directory.h"
-#include "tabulet.h"
+#include "support/suite.h"
 
 namespace {
 
@@ -25,9 +19,9 @@ TEST(Tabulet, ConnectsExactlyWhenNetworkIsUp) {
 }
 
 TEST(Tabulet, ShowsMessageWithoutWaiting) {
-  const auto start = std::chrono::steady_clock::now();
+  const Stopwatch time;
   for (const int icon : {1, 2, 3, 4}) Message(icon, "@NoSuchKey", "Text", 60'000);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_LT(time.seconds(), 5);
 }
 
 TEST(Tabulet, FindsAndSavesBitmapsOrReturnsFallback) {
@@ -58,7 +52,7 @@ TEST(Tabulet, DeletesFilesButNotDirectories) {
   EXPECT_EQ(tb_unlink((directory / "book.epub").c_str()), 0);
   EXPECT_TRUE(directory.Names().empty());
   EXPECT_EQ(tb_unlink(directory.path().c_str()), -1);
-  EXPECT_TRUE(std::filesystem::exists(directory.path()));
+  EXPECT_TRUE(fs::exists(directory.path()));
 }
 
 TEST(Tabulet, ListsFileTypesInLowerCase) {

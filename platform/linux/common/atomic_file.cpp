@@ -6,12 +6,16 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include "platform/linux/common/log.h"
 
 namespace saltmoor::platform {
 namespace {
+
+constexpr std::chrono::milliseconds kPollInterval{1};
 
 Error WriteTempFile(const std::string& path, std::string_view content) {
   UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
@@ -33,13 +37,14 @@ Error WriteTempFile(const std::string& path, std::string_view content) {
   return {};
 }
 
-Error Write(const std::string& path, std::string_view content, bool keep_existing) {
+/// Replaces the file. The caller has the lock, unless it timed out.
+Error WriteLocked(const DirectoryLock& lock, const std::string& path, std::string_view content,
+                  bool keep_existing) {
   if (path.empty()) return Error::System(ENOENT, "cannot write a file without a name");
-  const DirectoryLock lock(GetDirectoryName(path));
-  if (!lock.directory()) return Error::System(errno, "cannot open the directory of " + path);
+  if (lock.error()) return lock.error();
 
   // All writers use one name, so that killed ones leave at most one file, and O_EXCL excludes other
-  // writers even on a file system without directory locks.
+  // writers even without the lock.
   const std::string temp_path = path + ".new";
   if (lock.held()) unlink(temp_path.c_str());
 
@@ -57,11 +62,9 @@ Error Write(const std::string& path, std::string_view content, bool keep_existin
   return SyncDirectory(lock.directory().get(), path);
 }
 
-/// Renames a damaged file, unless `load` finds under the directory's lock that another process has
-/// replaced it.
-/// \return what `load` returns; ENOENT after the renaming.
-Error RenameDamagedFile(const std::string& path, const std::function<Error()>& load) {
-  const DirectoryLock lock(GetDirectoryName(path));
+/// Calls `load` under the lock. Another process may have replaced a damaged file before.
+/// \return what `load` returns; ENOENT after a damaged file was renamed.
+Error LoadLocked(const std::string& path, const std::function<Error()>& load) {
   Error fault = load();
   if (fault.kind() != Error::Kind::kInvalidData) return fault;
   const std::string bad_path = path + ".bad";
@@ -76,22 +79,42 @@ Error RenameDamagedFile(const std::string& path, const std::function<Error()>& l
 
 DirectoryLock::DirectoryLock(const std::string& path)
     : directory_(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-  if (!directory_) return;
-  do {
-    held_ = flock(directory_.get(), LOCK_EX) == 0;
-  } while (!held_ && errno == EINTR);
+  if (!directory_) {
+    error_ = Error::System(errno, "cannot open the directory " + path);
+    return;
+  }
+  const auto end = std::chrono::steady_clock::now() + kTimeout;
+  while (flock(directory_.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EINTR) continue;
+    if (errno != EWOULDBLOCK) return;
+    if (std::chrono::steady_clock::now() >= end) {
+      Log(LogLevel::kError, "another program locks the directory " + path + "; not waiting for it");
+      return;
+    }
+    std::this_thread::sleep_for(kPollInterval);
+  }
+  held_ = true;
 }
 
 Error ReplaceFile(const std::string& path, std::string_view content) {
-  return Write(path, content, false);
+  return WriteLocked(DirectoryLock(GetDirectoryName(path)), path, content, false);
+}
+
+Error UpdateFile(const std::string& path, const std::function<Error()>& load,
+                 const std::function<std::string()>& content) {
+  const DirectoryLock lock(GetDirectoryName(path));
+  if (Error error = LoadLocked(path, load); error && !error.IsSystem(ENOENT)) return error;
+  return WriteLocked(lock, path, content(), false);
 }
 
 Error LoadOrCreateFile(const std::string& path, const std::function<Error()>& load,
                        const std::function<std::string_view()>& initial) {
   Error error = load();
-  if (error.kind() == Error::Kind::kInvalidData) error = RenameDamagedFile(path, load);
+  if (error.kind() != Error::Kind::kInvalidData && !error.IsSystem(ENOENT)) return error;
+  const DirectoryLock lock(GetDirectoryName(path));
+  error = LoadLocked(path, load);
   if (!error.IsSystem(ENOENT)) return error;
-  error = Write(path, initial(), true);
+  error = WriteLocked(lock, path, initial(), true);
   return !error || error.IsSystem(EEXIST) ? load() : error;
 }
 

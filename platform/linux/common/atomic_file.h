@@ -4,6 +4,7 @@
 #ifndef PLATFORM_LINUX_COMMON_ATOMIC_FILE_H_
 #define PLATFORM_LINUX_COMMON_ATOMIC_FILE_H_
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -17,15 +18,21 @@ namespace saltmoor::platform {
 /// itself is locked, because a file in it may be replaced. Not recursive.
 class DirectoryLock {
  public:
+  /// Anyone who can open the directory can lock it, so nobody waits longer.
+  static constexpr std::chrono::seconds kTimeout{5};
+
   explicit DirectoryLock(const std::string& path);
 
-  /// False if the file system cannot lock directories or the directory does not exist.
+  /// False after the timeout, which is logged, or if the file system cannot lock directories.
   bool held() const { return held_; }
-  /// The open directory; empty if it cannot be opened.
+  /// Why the directory cannot be opened, if it cannot.
+  const Error& error() const { return error_; }
+  /// The open directory.
   const UniqueFd& directory() const { return directory_; }
 
  private:
   UniqueFd directory_;
+  Error error_;
   bool held_ = false;
 };
 
@@ -34,10 +41,16 @@ class DirectoryLock {
 /// number of threads and processes may write the same file; the last one wins.
 Error ReplaceFile(const std::string& path, std::string_view content);
 
-/// Calls `load`, which reads the file at `path`. If it returns kInvalidData, the file is renamed to
-/// PATH.bad, in place of an older one of that name, and the damage is logged. A missing file is
-/// created with the content that `initial` returns, and loaded. Programs that call this
-/// concurrently load the same file.
+/// Replaces the file at `path` like ReplaceFile, with content that depends on the old one: under
+/// the lock, calls `load`, which reads the file, then `content`. If `load` returns kInvalidData,
+/// the file is renamed to PATH.bad, in place of an older one of that name, and the damage is
+/// logged. A missing file is not an error.
+Error UpdateFile(const std::string& path, const std::function<Error()>& load,
+                 const std::function<std::string()>& content);
+
+/// Calls `load`, which reads the file at `path`. A damaged file is renamed as by UpdateFile. A
+/// missing file is created with the content that `initial` returns, and loaded. Programs that call
+/// this concurrently load the same file.
 Error LoadOrCreateFile(const std::string& path, const std::function<Error()>& load,
                        const std::function<std::string_view()>& initial);
 

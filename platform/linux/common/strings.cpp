@@ -1,5 +1,7 @@
 #include "platform/linux/common/strings.h"
 
+#include <strings.h>
+
 #include <cstdio>
 
 namespace saltmoor::platform {
@@ -24,6 +26,11 @@ std::vector<std::string> Split(std::string_view text, char separator) {
     if (end == std::string_view::npos) return parts;
     text.remove_prefix(end + 1);
   }
+}
+
+bool IsHttpUrl(const std::string& url) {
+  return strncasecmp(url.c_str(), "http://", 7) == 0 ||
+         strncasecmp(url.c_str(), "https://", 8) == 0;
 }
 
 std::string EscapeControlCharacters(std::string_view text) {

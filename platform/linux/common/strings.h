@@ -23,6 +23,9 @@ bool ParseNumber(std::string_view text, Number* number) {
   return true;
 }
 
+/// Whether a URL is absolute and its scheme is http or https.
+bool IsHttpUrl(const std::string& url);
+
 /// Replaces control characters with `\n`, `\t` or `\xHH`: the result is one line and cannot control
 /// a terminal.
 std::string EscapeControlCharacters(std::string_view text);

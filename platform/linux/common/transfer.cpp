@@ -6,8 +6,12 @@
 #include <ctime>
 #include <mutex>
 #include <new>
+#include <utility>
 
+#include "platform/linux/common/log.h"
 #include "platform/linux/common/settings.h"
+#include "platform/linux/common/strings.h"
+#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 
@@ -19,7 +23,6 @@ constexpr long kMaxRedirects = 10;
 constexpr std::size_t kMaxIdleHandles = 4;
 
 using CurlString = std::unique_ptr<char, decltype(&curl_free)>;
-using CurlUrl = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 
 /// Idle handles. A new handle costs a TLS handshake and reading all certificates, so handles are
 /// reused, the last used one first. Thread-safe.
@@ -61,9 +64,15 @@ class HandlePool {
   std::vector<CURL*> idle_;
 };
 
-std::string GetUrlPart(CURLU* url, CURLUPart part) {
+CurlUrl NewUrl() {
+  CurlUrl url(curl_url(), curl_url_cleanup);
+  if (!url) throw std::bad_alloc();
+  return url;
+}
+
+std::string GetUrlPart(const CurlUrl& url, CURLUPart part) {
   char* text = nullptr;
-  curl_url_get(url, part, &text, 0);
+  curl_url_get(url.get(), part, &text, 0);
   const CurlString owner(text, curl_free);
   return text ? text : "";
 }
@@ -93,6 +102,44 @@ std::string CertificateHint(long verify_result) {
   return "";
 }
 
+/// The contract's error for a result of libcurl.
+HttpRequestRunner::Error Classify(CURLcode code) {
+  switch (code) {
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return HttpRequestRunner::kNameNotFound;
+    case CURLE_COULDNT_CONNECT:
+      return HttpRequestRunner::kConnectionRefused;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_BAD_CONTENT_ENCODING:
+      return HttpRequestRunner::kInvalidAnswer;
+    case CURLE_OPERATION_TIMEDOUT:
+      return HttpRequestRunner::kTimedOut;
+    case CURLE_SSL_CONNECT_ERROR:
+      return HttpRequestRunner::kTlsFailed;
+    case CURLE_URL_MALFORMAT:  // of a redirect
+    case CURLE_TOO_MANY_REDIRECTS:
+      return HttpRequestRunner::kRedirectRefused;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+      return HttpRequestRunner::kConnectionLost;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+      return HttpRequestRunner::kCertificateNotTrusted;
+    default:
+      return HttpRequestRunner::kOther;
+  }
+}
+
+/// Called by libcurl for each new TLS context. libcurl itself writes the session's keys to the file
+/// that the variable SSLKEYLOGFILE names.
+[[maybe_unused]] CURLcode DisableKeyLog(CURL*, void* context, void*) {
+  SSL_CTX_set_keylog_callback(static_cast<SSL_CTX*>(context), nullptr);
+  return CURLE_OK;
+}
+
 }  // namespace
 
 bool CurlList::Append(const std::string& text) {
@@ -115,6 +162,9 @@ Transfer::Transfer() : handle_(HandlePool::Instance().Acquire()) {
   Set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   Set(CURLOPT_SSL_VERIFYPEER, 1L);
   Set(CURLOPT_SSL_VERIFYHOST, 2L);
+#ifdef NDEBUG
+  Set(CURLOPT_SSL_CTX_FUNCTION, &DisableKeyLog);
+#endif
   Set(CURLOPT_PREREQFUNCTION, &Transfer::OnBeforeSend);
   Set(CURLOPT_PREREQDATA, static_cast<void*>(this));
 
@@ -134,44 +184,86 @@ Transfer::~Transfer() {
 }
 
 void Transfer::SetUrl(const std::string& url) {
-  const CurlUrl parsed(curl_url(), curl_url_cleanup);
-  if (!parsed) throw std::bad_alloc();
-  const bool valid =
-      url.find('\0') == std::string::npos &&
-      curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_URLENCODE) == CURLUE_OK;
-  const std::string scheme = valid ? GetUrlPart(parsed.get(), CURLUPART_SCHEME) : "";
-  if (scheme != "http" && scheme != "https") {
+  const CurlUrl parsed = NewUrl();
+  if (!IsHttpUrl(url) || url.find('\0') != std::string::npos ||
+      curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_URLENCODE) != CURLUE_OK) {
     setup_ = CURLE_URL_MALFORMAT;
     return;
   }
-  const std::string port = GetUrlPart(parsed.get(), CURLUPART_PORT);
-  origin_ =
-      scheme + "://" + GetUrlPart(parsed.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
-  path_ = GetUrlPart(parsed.get(), CURLUPART_PATH);
-  Set(CURLOPT_URL, GetUrlPart(parsed.get(), CURLUPART_URL).c_str());
+  const std::string scheme = GetUrlPart(parsed, CURLUPART_SCHEME);
+  const std::string port = GetUrlPart(parsed, CURLUPART_PORT);
+  host_ = GetUrlPart(parsed, CURLUPART_HOST);
+  origin_ = scheme + "://" + host_ + (port.empty() ? "" : ":" + port);
+  path_ = GetUrlPart(parsed, CURLUPART_PATH);
+  Set(CURLOPT_URL, GetUrlPart(parsed, CURLUPART_URL).c_str());
   Set(CURLOPT_REDIR_PROTOCOLS_STR, scheme == "https" ? "https" : "http,https");
 }
 
-CURLcode Transfer::Perform() {
-  return setup_ == CURLE_OK ? curl_easy_perform(handle_) : setup_;
+Error Transfer::Perform() {
+  const CURLcode code = setup_ == CURLE_OK ? curl_easy_perform(handle_) : setup_;
+  return code == CURLE_OK ? Error() : ToError(code);
+}
+
+long Transfer::redirect_count() const {
+  long count = 0;
+  curl_easy_getinfo(handle_, CURLINFO_REDIRECT_COUNT, &count);
+  return count;
+}
+
+CurlUrl Transfer::ParseEffectiveUrl() const {
+  const char* url = "";
+  curl_easy_getinfo(handle_, CURLINFO_EFFECTIVE_URL, &url);
+  CurlUrl parsed = NewUrl();
+  curl_url_set(parsed.get(), CURLUPART_URL, url, 0);
+  return parsed;
+}
+
+std::string Transfer::effective_path() const {
+  return GetUrlPart(ParseEffectiveUrl(), CURLUPART_PATH);
+}
+
+bool Transfer::LeavesHost() const {
+  const std::string host = GetUrlPart(ParseEffectiveUrl(), CURLUPART_HOST);
+  return bound_to_host_ && strcasecmp(host.c_str(), host_.c_str()) != 0;
+}
+
+void Transfer::StayOnHost() {
+  bound_to_host_ = true;
+  Set(CURLOPT_RESOLVER_START_FUNCTION, &Transfer::OnBeforeResolve);
+  Set(CURLOPT_RESOLVER_START_DATA, static_cast<void*>(this));
+}
+
+/// Called by libcurl before connecting, unless it remembers the host's address. Without it a
+/// redirect to a host that cannot be reached would count as a failure to connect.
+int Transfer::OnBeforeResolve(void*, void*, void* self) {
+  Transfer& transfer = *static_cast<Transfer*>(self);
+  return CatchAtBoundary(1, [&] {
+    if (!transfer.LeavesHost()) return 0;
+    transfer.refusal_ = Refusal::kOtherHost;
+    return 1;
+  });
+}
+
+/// Decides whether the request that libcurl is going to send may be sent.
+Transfer::Refusal Transfer::CheckRequest() {
+  const CurlUrl url = ParseEffectiveUrl();
+  const bool encrypted = GetUrlPart(url, CURLUPART_SCHEME) == "https";
+  const bool was_encrypted = std::exchange(was_encrypted_, encrypted);
+  redirects_sent_ = redirect_count();
+
+  if (resend_disabled_ && ++send_count_ > 1 + redirects_sent_) return Refusal::kResend;
+  // From https, also if it was reached by a redirect from http.
+  if (was_encrypted && !encrypted) return Refusal::kClearText;
+  return LeavesHost() ? Refusal::kOtherHost : Refusal::kNone;
 }
 
 /// Called by libcurl after connecting and before sending each request.
 int Transfer::OnBeforeSend(void* self, char*, char*, int, int) {
   Transfer& transfer = *static_cast<Transfer*>(self);
-  long redirects = 0;
-  const char* scheme = nullptr;
-  curl_easy_getinfo(transfer.handle_, CURLINFO_REDIRECT_COUNT, &redirects);
-  curl_easy_getinfo(transfer.handle_, CURLINFO_SCHEME, &scheme);
-  const bool encrypted = scheme && strcasecmp(scheme, "https") == 0;
-
-  if (transfer.resend_disabled_ && ++transfer.send_count_ > 1 + redirects) {
-    transfer.refusal_ = Refusal::kResend;
-  } else if (transfer.was_encrypted_ && !encrypted) {
-    transfer.refusal_ = Refusal::kClearText;  // http to https to http
-  }
-  transfer.was_encrypted_ = encrypted;
-  return transfer.refusal_ == Refusal::kNone ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+  return CatchAtBoundary(CURL_PREREQFUNC_ABORT, [&] {
+    transfer.refusal_ = transfer.CheckRequest();
+    return transfer.refusal_ == Refusal::kNone ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+  });
 }
 
 int Transfer::status() const {
@@ -192,62 +284,33 @@ std::string Transfer::GetHeader(const char* name) const {
   return code == CURLHE_OK ? header->value : "";
 }
 
-bool Transfer::IsRefusedRedirect(CURLcode code) const {
-  // libcurl uses the same code for a response that is not HTTP.
-  return refusal_ == Refusal::kClearText ||
-         (code == CURLE_UNSUPPORTED_PROTOCOL && status() / 100 == 3);
-}
-
-HttpRequestRunner::Error Transfer::Classify(CURLcode code) const {
-  if (refusal_ == Refusal::kResend) return HttpRequestRunner::kConnectionLost;
-  if (IsRefusedRedirect(code)) return HttpRequestRunner::kRedirectRefused;
-  switch (code) {
-    case CURLE_URL_MALFORMAT:
-      return origin_.empty() ? HttpRequestRunner::kInvalidRequest
-                             : HttpRequestRunner::kRedirectRefused;
-    case CURLE_COULDNT_RESOLVE_HOST:
-      return HttpRequestRunner::kNameNotFound;
-    case CURLE_COULDNT_CONNECT:
-      return HttpRequestRunner::kConnectionRefused;
-    case CURLE_UNSUPPORTED_PROTOCOL:
-    case CURLE_WEIRD_SERVER_REPLY:
-    case CURLE_BAD_CONTENT_ENCODING:
-      return HttpRequestRunner::kInvalidAnswer;
-    case CURLE_OPERATION_TIMEDOUT:
-      return HttpRequestRunner::kTimedOut;
-    case CURLE_SSL_CONNECT_ERROR:
-      return HttpRequestRunner::kTlsFailed;
-    case CURLE_TOO_MANY_REDIRECTS:
-      return HttpRequestRunner::kRedirectRefused;
-    case CURLE_GOT_NOTHING:
-    case CURLE_PARTIAL_FILE:
-    case CURLE_RECV_ERROR:
-    case CURLE_SEND_ERROR:
-      return HttpRequestRunner::kConnectionLost;
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_CACERT_BADFILE:
-      return HttpRequestRunner::kCertificateNotTrusted;
-    default:
-      return HttpRequestRunner::kOther;
-  }
-}
-
-std::string Transfer::Explain(CURLcode code) const {
+Error Transfer::ToError(CURLcode code) const {
+  using Runner = HttpRequestRunner;
+  const auto error = [](Runner::Error cause, const char* text) {
+    return Error::Transfer(cause, text);
+  };
   switch (refusal_) {
     case Refusal::kResend:
-      return "the connection ended before the response; the request is not sent a second time, "
-             "because the server may have acted on it";
+      return error(Runner::kConnectionLost,
+                   "the connection ended before the response; the request is not sent a second "
+                   "time, because the server may have acted on it");
     case Refusal::kClearText:
-      return "the server redirects from https to http, which is not followed";
+      return error(Runner::kRedirectRefused,
+                   "the server redirects from https to http, which is not followed");
+    case Refusal::kOtherHost:
+      return error(Runner::kRedirectRefused,
+                   "the server redirects to another host, to which a form is not sent");
     case Refusal::kNone:
       break;
   }
-  if (code == CURLE_URL_MALFORMAT && origin_.empty()) {
-    return "the URL is not an absolute http or https URL";
+  if (origin_.empty() && code == CURLE_URL_MALFORMAT) {
+    return error(Runner::kInvalidRequest, "the URL is not an absolute http or https URL");
   }
-  if (IsRefusedRedirect(code)) {
-    return "the server redirects to a URL that is not followed: only https is allowed, and "
-           "http if the request was http";
+  // libcurl uses the same code for a response that is not HTTP.
+  if (code == CURLE_UNSUPPORTED_PROTOCOL && redirect_count() > redirects_sent_) {
+    return error(Runner::kRedirectRefused,
+                 "the server redirects to a URL that is not followed: only https is allowed, and "
+                 "http if the request was http");
   }
   std::string text = *error_ ? error_ : curl_easy_strerror(code);
   if (code == CURLE_PEER_FAILED_VERIFICATION) {
@@ -255,7 +318,7 @@ std::string Transfer::Explain(CURLcode code) const {
     curl_easy_getinfo(handle_, CURLINFO_SSL_VERIFYRESULT, &verify_result);
     text += CertificateHint(verify_result);
   }
-  return text;
+  return Error::Transfer(Classify(code), std::move(text));
 }
 
 std::string EncodeFields(const std::vector<std::pair<std::string, std::string>>& fields) {

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "platform/linux/common/error.h"
-#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 
@@ -28,11 +27,14 @@ class CurlList {
   std::unique_ptr<curl_slist, Free> list_;
 };
 
+/// A parsed URL.
+using CurlUrl = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
+
 /// A transfer on a libcurl handle from a pool, whose handles keep their connections.
 ///
 /// Every transfer verifies certificates, applies TABULET_CA_FILE and TABULET_CONNECT_TO, speaks
 /// only http and https, and follows redirects, if enabled, at most ten times and never from https
-/// to http. It uses no proxy, cookies or signals.
+/// to http. It uses no proxy, cookies or signals, and logs no TLS keys except in debug builds.
 ///
 /// Not thread-safe; any number of transfers may run concurrently.
 class Transfer {
@@ -56,8 +58,13 @@ class Transfer {
   /// connection ends before the response.
   void DisableResend() { resend_disabled_ = true; }
 
+  /// Makes the transfer fail instead of following a redirect to another host.
+  void StayOnHost();
+
   /// Runs the transfer and waits for its end.
-  [[nodiscard]] CURLcode Perform();
+  /// \return a transfer error whose code is an HttpRequestRunner::Error. Its message has a hint on
+  ///     how to correct it if there is one.
+  Error Perform();
 
   /// The status of the last response; 0 if there was none.
   int status() const;
@@ -65,20 +72,23 @@ class Transfer {
   std::int64_t content_length() const;
   /// A header of the last response; empty if it has none of that name.
   std::string GetHeader(const char* name) const;
-  /// Converts Perform's result to the contract's error.
-  saltmoor::utilities::HttpRequestRunner::Error Classify(CURLcode code) const;
-  /// Describes Perform's result in words, with a hint on how to correct it if there is one.
-  std::string Explain(CURLcode code) const;
 
   /// The parts of the URL that may be logged: "https://host:port", and the path. Empty if the URL
   /// is invalid.
   const std::string& origin() const { return origin_; }
   const std::string& path() const { return path_; }
+  /// The path of the URL that the last redirect led to.
+  std::string effective_path() const;
 
  private:
-  enum class Refusal { kNone, kResend, kClearText };
+  enum class Refusal { kNone, kResend, kClearText, kOtherHost };
 
-  bool IsRefusedRedirect(CURLcode code) const;
+  Error ToError(CURLcode code) const;
+  long redirect_count() const;
+  CurlUrl ParseEffectiveUrl() const;
+  bool LeavesHost() const;
+  Refusal CheckRequest();
+  static int OnBeforeResolve(void* resolver, void* reserved, void* self);
   static int OnBeforeSend(void* self, char* remote_ip, char* local_ip, int remote_port,
                           int local_port);
 
@@ -86,11 +96,14 @@ class Transfer {
   CURLcode setup_ = CURLE_OK;
   CurlList connect_to_;
   std::string origin_;
+  std::string host_;
   std::string path_;
   char error_[CURL_ERROR_SIZE] = "";
   bool resend_disabled_ = false;
+  bool bound_to_host_ = false;
   bool was_encrypted_ = false;
-  int send_count_ = 0;
+  long send_count_ = 0;
+  long redirects_sent_ = 0;  // the redirects that led to the last request
   Refusal refusal_ = Refusal::kNone;
 };
 

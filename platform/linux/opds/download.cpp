@@ -1,14 +1,17 @@
 #include "platform/linux/opds/download.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cerrno>
-#include <exception>
+#include <string_view>
 #include <thread>
 #include <utility>
 
 #include "platform/linux/common/log.h"
 #include "platform/linux/common/transfer.h"
 #include "platform/linux/opds/content_range.h"
+#include "saltmoor/utilities/http_request_runner.h"
 
 namespace saltmoor::platform {
 namespace {
@@ -19,11 +22,18 @@ using Clock = std::chrono::steady_clock;
 // A power failure loses at most what was received since the last sync.
 constexpr std::chrono::seconds kSyncInterval{1};
 
-/// Whether a retry may succeed.
-bool IsTransient(HttpRequestRunner::Error error) {
-  return error == HttpRequestRunner::kNameNotFound ||
-         error == HttpRequestRunner::kConnectionRefused || error == HttpRequestRunner::kTimedOut ||
-         error == HttpRequestRunner::kTlsFailed || error == HttpRequestRunner::kConnectionLost;
+/// Whether a retry may succeed after a failed transfer.
+bool IsTransient(const Error& error) {
+  switch (error.code()) {
+    case HttpRequestRunner::kNameNotFound:
+    case HttpRequestRunner::kConnectionRefused:
+    case HttpRequestRunner::kTimedOut:
+    case HttpRequestRunner::kTlsFailed:
+    case HttpRequestRunner::kConnectionLost:
+      return true;
+    default:
+      return false;
+  }
 }
 
 bool IsTransientStatus(int http_status) {
@@ -49,6 +59,28 @@ bool MatchesVersion(const std::string& validator, const Transfer& transfer) {
   return current.empty() || validator == current;
 }
 
+/// Whether a Content-Type is of a web page, such as the log-in page of a shop or a network.
+bool IsWebPage(const std::string& content_type) {
+  constexpr std::string_view kType = "text/html";
+  return strncasecmp(content_type.c_str(), kType.data(), kType.size()) == 0;
+}
+
+/// Whether a Content-Type says nothing about the format of a file.
+bool IsUnspecific(const std::string& content_type) {
+  constexpr std::string_view kType = "application/octet-stream";
+  return content_type.empty() || strncasecmp(content_type.c_str(), kType.data(), kType.size()) == 0;
+}
+
+/// The extension of a URL's path, if it is one of those that a book without one is searched under;
+/// otherwise empty.
+std::string GetBookExtension(const std::string& path) {
+  for (const std::string extension : {".epub", ".pdf", ".acsm"}) {
+    const std::size_t stem_size = path.size() - std::min(path.size(), extension.size());
+    if (strcasecmp(path.c_str() + stem_size, extension.c_str()) == 0) return extension;
+  }
+  return "";
+}
+
 enum class RequestOutcome {
   kUndecided,  ///< no response yet
   kBody,       ///< the body is appended to the part file
@@ -69,17 +101,21 @@ class Download::Request {
         offset_(part_.record().validator.empty() ? 0 : part_.size_bytes()) {}
 
   RequestOutcome Perform();
+  /// Adds the extension of the URL to a name that has none.
+  void CompleteName();
   const Error& error() const { return error_; }
 
  private:
   void HandleHeaders();
   void StartFile();
   void ExpectBody(std::int64_t total);
-  RequestOutcome ClassifyResult(CURLcode code);
+  RequestOutcome ClassifyResult(Error error);
   RequestOutcome Fail(RequestOutcome outcome, Error error);
   static std::size_t OnHeader(char*, std::size_t, std::size_t size, void* self) noexcept;
-  static std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* self) noexcept;
-  static int OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept;
+  bool SaveBody(std::string_view bytes);
+  bool CheckProgress();
+  static std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* self);
+  static int OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
 
   Download& download_;
   PartFile& part_;
@@ -111,10 +147,17 @@ RequestOutcome Download::Request::Perform() {
     transfer_.Set(CURLOPT_HTTPHEADER, fields.get());
   }
 
-  const CURLcode code = transfer_.Perform();
+  Error error = transfer_.Perform();
   download_.http_status_ = transfer_.status();
-  if (code == CURLE_OK && outcome_ == RequestOutcome::kUndecided) HandleHeaders();  // no body
-  return ClassifyResult(code);
+  if (!error && outcome_ == RequestOutcome::kUndecided) HandleHeaders();  // no body
+  return ClassifyResult(std::move(error));
+}
+
+void Download::Request::CompleteName() {
+  if (part_.name().find('.') != std::string::npos) return;
+  std::string extension = GetBookExtension(transfer_.effective_path());
+  if (extension.empty()) extension = GetBookExtension(transfer_.path());
+  part_.AppendToName(extension);
 }
 
 RequestOutcome Download::Request::Fail(RequestOutcome outcome, Error error) {
@@ -160,6 +203,11 @@ void Download::Request::StartFile() {
     return;
   }
   download_.content_type_ = transfer_.GetHeader("Content-Type");
+  if (IsWebPage(download_.content_type_)) {
+    Fail(RequestOutcome::kPermanent,
+         Error::InvalidData("the server sends a web page in place of the file"));
+    return;
+  }
   const std::int64_t length = std::max<std::int64_t>(transfer_.content_length(), 0);
   Error error =
       part_.Restart({download_.url_, GetValidator(transfer_), download_.content_type_, length});
@@ -187,66 +235,71 @@ std::size_t Download::Request::OnHeader(char*, std::size_t, std::size_t size, vo
 }
 
 /// Called by libcurl with the next bytes of the body, whatever the status.
-std::size_t Download::Request::OnBody(char* bytes, std::size_t, std::size_t size,
-                                      void* self) noexcept try {
-  Request& request = *static_cast<Request*>(self);
-  PartFile& part = request.part_;
-  request.last_receipt_ = Clock::now();
-  if (request.outcome_ == RequestOutcome::kUndecided) request.HandleHeaders();
-  if (request.outcome_ != RequestOutcome::kBody) return 0;
-  if (request.total_ > 0 && static_cast<std::int64_t>(size) > request.total_ - part.size_bytes()) {
-    request.outcome_ = RequestOutcome::kUnusable;
-    return 0;
+/// \return fewer than `size` to end the transfer.
+std::size_t Download::Request::OnBody(char* bytes, std::size_t, std::size_t size, void* self) {
+  return CatchAtBoundary(std::size_t{0}, [=] {
+    return static_cast<Request*>(self)->SaveBody({bytes, size}) ? size : 0;
+  });
+}
+
+/// \return false if the transfer is to end.
+bool Download::Request::SaveBody(std::string_view bytes) {
+  last_receipt_ = Clock::now();
+  if (outcome_ == RequestOutcome::kUndecided) HandleHeaders();
+  if (outcome_ != RequestOutcome::kBody) return false;
+  if (total_ > 0 && static_cast<std::int64_t>(bytes.size()) > total_ - part_.size_bytes()) {
+    outcome_ = RequestOutcome::kUnusable;
+    return false;
   }
-  if (Error error = part.Append({bytes, size})) {
-    request.Fail(RequestOutcome::kPermanent, std::move(error));
-    return 0;
+  if (Error error = part_.Append(bytes)) {
+    Fail(RequestOutcome::kPermanent, std::move(error));
+    return false;
   }
-  request.download_.progress_(part.size_bytes(), request.total_);
-  return size;
-} catch (const std::exception&) {
-  return 0;
+  download_.progress_(part_.size_bytes(), total_);
+  return true;
 }
 
 /// Called by libcurl at least once a second, even while nothing arrives. CURLOPT_LOW_SPEED_TIME
 /// averages, which detects a stall seconds too late.
-int Download::Request::OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t,
-                                  curl_off_t) noexcept try {
-  Request& request = *static_cast<Request*>(self);
-  const Clock::time_point now = Clock::now();
-  const int stall_timeout_s = request.download_.limits_.stall_timeout_s;
-  if (now - request.last_receipt_ >= std::chrono::seconds(stall_timeout_s)) {
-    request.Fail(RequestOutcome::kTransient,
-                 Error::Transfer(CURLE_OPERATION_TIMEDOUT, "the server has sent nothing for " +
-                                                               std::to_string(stall_timeout_s) +
-                                                               " seconds"));
-    return 1;
-  }
-  if (request.part_.synced() || now - request.last_sync_ < kSyncInterval) return 0;
-  request.last_sync_ = now;
-  Error error = request.part_.Sync();
-  // Without a Content-Length the disk may fill up during the transfer.
-  if (!error && request.part_.AvailableBytes() < 0) {
-    error = Error::System(ENOSPC, "cannot write " + request.part_.path());
-  }
-  if (!error) return 0;
-  request.Fail(RequestOutcome::kPermanent, std::move(error));
-  return 1;
-} catch (const std::exception&) {
-  return 1;
+int Download::Request::OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  return CatchAtBoundary(1, [=] { return static_cast<Request*>(self)->CheckProgress() ? 0 : 1; });
 }
 
-RequestOutcome Download::Request::ClassifyResult(CURLcode code) {
+/// \return false if the transfer is to end.
+bool Download::Request::CheckProgress() {
+  const Clock::time_point now = Clock::now();
+  const int stall_timeout_s = download_.limits_.stall_timeout_s;
+  if (now - last_receipt_ >= std::chrono::seconds(stall_timeout_s)) {
+    Fail(RequestOutcome::kTransient,
+         Error::Transfer(
+             HttpRequestRunner::kTimedOut,
+             "the server has sent nothing for " + std::to_string(stall_timeout_s) + " seconds"));
+    return false;
+  }
+  if (part_.synced() || now - last_sync_ < kSyncInterval) return true;
+  last_sync_ = now;
+  Error error = part_.Sync();
+  // Without a Content-Length the disk may fill up during the transfer.
+  if (!error && part_.AvailableBytes() < 0) {
+    error = Error::System(ENOSPC, "cannot write " + part_.path());
+  }
+  if (!error) return true;
+  Fail(RequestOutcome::kPermanent, std::move(error));
+  return false;
+}
+
+RequestOutcome Download::Request::ClassifyResult(Error error) {
   if (error_ || outcome_ == RequestOutcome::kUnusable || outcome_ == RequestOutcome::kComplete)
     return outcome_;
-  if (code != CURLE_OK) {
-    return Fail(IsTransient(transfer_.Classify(code)) ? RequestOutcome::kTransient
-                                                      : RequestOutcome::kPermanent,
-                Error::Transfer(code, transfer_.Explain(code)));
+  if (error) {
+    const bool transient = IsTransient(error);
+    return Fail(transient ? RequestOutcome::kTransient : RequestOutcome::kPermanent,
+                std::move(error));
   }
   if (total_ > 0 && part_.size_bytes() != total_) {
     return Fail(RequestOutcome::kTransient,
-                Error::Transfer(CURLE_PARTIAL_FILE, "the server sends less than it announced"));
+                Error::Transfer(HttpRequestRunner::kConnectionLost,
+                                "the server sends less than it announced"));
   }
   return outcome_ = RequestOutcome::kComplete;
 }
@@ -275,6 +328,7 @@ Error Download::Fetch() {
     Request request(this);
     switch (request.Perform()) {
       case RequestOutcome::kComplete:
+        if (IsUnspecific(content_type_)) request.CompleteName();
         return {};
       case RequestOutcome::kUnusable:
         if (Error error = part_->Restart({url_, "", "", 0})) return error;

@@ -8,8 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -45,6 +43,17 @@ bool IsUnsupported(int error_number) {
   return error_number == EINVAL || error_number == ENOTSUP || error_number == ENOLCK;
 }
 
+/// Creates a directory and its missing parents, for their owner only.
+Error CreateDirectories(const std::string& path) {
+  if (mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) return {};
+  const std::string parent = GetDirectoryName(path);
+  if (errno == ENOENT && parent.size() < path.size()) {
+    if (Error error = CreateDirectories(parent)) return error;
+    if (mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) return {};
+  }
+  return Error::System(errno, "cannot create the directory " + path);
+}
+
 }  // namespace
 
 PartFile::PartFile(std::string directory, const std::string& name)
@@ -53,9 +62,7 @@ PartFile::PartFile(std::string directory, const std::string& name)
       stem_(TruncateName(name, kMaxStem_bytes)) {}
 
 Error PartFile::Open(const std::string& url) {
-  std::error_code failure;
-  std::filesystem::create_directories(directory_, failure);
-  if (failure) return Error::System(failure.value(), "cannot create the directory " + directory_);
+  if (Error error = CreateDirectories(directory_)) return error;
   if (Error error = OpenPart()) return error;
   return Truncate(ReadRecord(url) ? std::min(size_bytes_, synced_bytes_) : 0);
 }
@@ -64,7 +71,7 @@ Error PartFile::OpenPart() {
   const std::string path = part_path();
   for (int tries = 0; tries < 3; ++tries) {
     part_ = UniqueFd(open(path.c_str(),
-                          O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644));
+                          O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     if (!part_ && errno != ELOOP) return Error::System(errno, "cannot open " + path);
 
     struct stat opened {};
@@ -151,6 +158,11 @@ Error PartFile::Finish() {
     Log(LogLevel::kWarning, error.message());
   }
   return {};
+}
+
+void PartFile::AppendToName(const std::string& extension) {
+  name_ += extension;
+  if (name_.size() > kMaxName_bytes) name_ = TruncateName(name_, kTruncatedName_bytes);
 }
 
 void PartFile::Discard() {

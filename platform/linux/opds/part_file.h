@@ -27,8 +27,8 @@ class PartFile {
   /// \param name  without a directory.
   PartFile(std::string directory, const std::string& name);
 
-  /// Opens and locks the part file and creates the directory if it is missing. Truncates a part
-  /// file of another URL or without a valid record.
+  /// Opens and locks the part file. Creates the directory, mode 0700, if it is missing. Truncates a
+  /// part file of another URL or without a valid record.
   Error Open(const std::string& url);
 
   /// Truncates the part file and writes the record of the version that follows.
@@ -38,6 +38,8 @@ class PartFile {
   Error Sync();
   /// Syncs the file and renames it to its final name.
   Error Finish();
+  /// Adds an extension such as ".epub" to the final name.
+  void AppendToName(const std::string& extension);
   /// Deletes the part file and its record.
   void Discard();
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <exception>
 #include <limits>
 #include <mutex>
 
@@ -104,12 +103,9 @@ int ResourceDownloader::DownloadResource(const std::string& url, const std::stri
   const std::lock_guard<std::mutex> download_lock(state->download_mutex);
   StatusInfo info;
   info.url = url;
-  Error error;
-  try {
-    error = state->Run(url, file_name, progress, &info);
-  } catch (const std::exception& e) {
-    error = Error::InvalidData(e.what());
-  }
+  const Error error =
+      platform::CatchAtBoundary(Error::InvalidData("the download ended unexpectedly"),
+                                [&] { return state->Run(url, file_name, progress, &info); });
   info.code = ToStatusCode(error);
   info.error = error.message();
   {

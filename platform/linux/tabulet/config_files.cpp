@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -19,12 +20,14 @@ using saltmoor::platform::LogLevel;
 struct iconfig_s {
   ~iconfig_s() {
     for (auto& [key, secret] : secrets) saltmoor::platform::Wipe(&secret);
+    for (auto& [key, secret] : unencrypted) saltmoor::platform::Wipe(&secret);
   }
 
   std::string path;
   KeyValues values;
-  KeyValues secrets;  ///< the secrets that were read; callers have pointers to them
-  bool changed = false;
+  std::set<std::string> changed;  ///< the keys that the next save writes
+  KeyValues secrets;              ///< the secrets that were read; callers have pointers to them
+  KeyValues unencrypted;          ///< the secrets that could not be encrypted yet
 };
 
 namespace {
@@ -54,25 +57,33 @@ iconfig_s* Open(const char* path) {
   return config.release();
 }
 
+void Forget(KeyValues* secrets, const std::string& key) {
+  const auto secret = secrets->find(key);
+  if (secret == secrets->end()) return;
+  saltmoor::platform::Wipe(&secret->second);
+  secrets->erase(secret);
+}
+
 void Set(iconfig_s* config, const std::string& key, std::string value) {
-  const auto secret = config->secrets.find(key);
-  if (secret != config->secrets.end()) {
-    saltmoor::platform::Wipe(&secret->second);
-    config->secrets.erase(secret);
-  }
   config->values[key] = std::move(value);
-  config->changed = true;
+  config->changed.insert(key);
+  Forget(&config->secrets, key);
+  Forget(&config->unencrypted, key);
 }
 
 void SetSecret(iconfig_s* config, const std::string& key, const char* value) {
+  std::string secret = value;  // may be the value that Set forgets
   std::string sealed;
-  const Error error = saltmoor::platform::EncryptSecret(key, value, &sealed);
+  const Error error = saltmoor::platform::EncryptSecret(key, secret, &sealed);
   Set(config, key, std::move(sealed));
-  if (!error) return;
-  // Remove the old secret nevertheless: it must not survive a log-out.
-  config->values.erase(key);
-  Log(LogLevel::kError,
-      config->path + ": the secret \"" + key + "\" cannot be stored: " + error.message());
+  if (error) {
+    Log(LogLevel::kError,
+        config->path + ": the secret \"" + key + "\" cannot be encrypted: " + error.message());
+    // The old secret must not survive a log-out.
+    config->values.erase(key);
+    config->unencrypted[key] = secret;
+  }
+  saltmoor::platform::Wipe(&secret);
 }
 
 /// \return the value of `key`; null if there is none.
@@ -94,14 +105,39 @@ const char* FindSecret(iconfig_s* config, const std::string& key, const char* fa
   return (config->secrets[key] = std::move(secret)).c_str();
 }
 
+/// Returns what the file is to hold: what it holds now, with the changes of this handle.
+KeyValues Merge(const iconfig_s& config, KeyValues on_disk) {
+  for (const std::string& key : config.changed) {
+    if (const std::string* value = Find(config.values, key)) {
+      on_disk[key] = *value;
+    } else {
+      on_disk.erase(key);
+    }
+  }
+  return on_disk;
+}
+
 int Save(iconfig_s* config, const char* consequence) {
-  if (const Error error = saltmoor::platform::ReplaceFile(
-          config->path, saltmoor::platform::SerializeKeyValues(config->values))) {
+  KeyValues unencrypted;
+  unencrypted.swap(config->unencrypted);
+  for (auto& [key, secret] : unencrypted) {
+    SetSecret(config, key, secret.c_str());
+    saltmoor::platform::Wipe(&secret);
+  }
+  KeyValues merged = config->values;  // for a file that is missing or damaged
+  const auto load = [&] {
+    KeyValues on_disk;
+    Error error = Load(config->path, &on_disk);
+    if (!error) merged = Merge(*config, std::move(on_disk));
+    return error;
+  };
+  const auto content = [&] { return saltmoor::platform::SerializeKeyValues(merged); };
+  if (const Error error = saltmoor::platform::UpdateFile(config->path, load, content)) {
     Log(LogLevel::kError, error.message() + consequence);
     return 0;
   }
-  config->changed = false;
-  return 1;
+  config->changed.clear();
+  return config->unencrypted.empty() ? 1 : 0;
 }
 
 }  // namespace
@@ -156,8 +192,10 @@ int SaveConfig(iconfig_s* config) {
 
 void CloseConfig(iconfig_s* config) {
   if (!config) return;
-  CatchAtBoundary(
-      0, [config] { return config->changed ? Save(config, "; unsaved changes are lost") : 1; });
+  CatchAtBoundary([config] {
+    const bool unsaved = !config->changed.empty() || !config->unencrypted.empty();
+    if (unsaved) Save(config, "; unsaved changes are lost");
+  });
   delete config;
 }
 

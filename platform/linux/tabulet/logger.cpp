@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,12 +11,14 @@
 #include "platform/linux/common/atomic_file.h"
 #include "platform/linux/common/settings.h"
 #include "platform/linux/common/strings.h"
+#include "platform/linux/common/unique_fd.h"
 #include "tabulet.h"
 
 namespace {
 
 using saltmoor::platform::GetSettings;
 using saltmoor::platform::Settings;
+using saltmoor::platform::UniqueFd;
 
 /// Writes one line with one call, so that lines of concurrent threads and programs do not mix.
 bool WriteLine(int file, const std::string& line) {
@@ -29,6 +32,26 @@ std::string FormatRecord(int level, const char* source, int line, const char* fu
          (function ? function : "?") + ": " + text;
 }
 
+/// Opens the log file. A link could lead to another file, a pipe without a reader would block, and
+/// the owner of the file can read it.
+/// \return -1, with the reason in `*problem`, if it cannot be written or is not this user's file.
+int OpenLogFile(const std::string& path, std::string* problem) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK;
+  UniqueFd file(open(path.c_str(), kFlags | O_CLOEXEC, 0600));
+  struct stat status {};
+  if (!file || fstat(file.get(), &status) != 0) {
+    *problem = errno == ELOOP ? "it is a symbolic link" : std::strerror(errno);
+    return -1;
+  }
+  const bool own_file = S_ISREG(status.st_mode) && status.st_uid == geteuid();
+  if (!own_file && !S_ISCHR(status.st_mode)) {
+    *problem = "it is not a file of this user";
+    return -1;
+  }
+  if (own_file && (status.st_mode & 0077) != 0) fchmod(file.get(), 0600);
+  return file.Release();
+}
+
 /// Opens the log and reports invalid settings first, at every log level: a mistyped setting must
 /// not go unnoticed.
 int OpenLog() {
@@ -37,14 +60,11 @@ int OpenLog() {
   };
   const Settings& settings = GetSettings();
   int file = STDERR_FILENO;
-  if (settings.log != "-") {
-    file = open(settings.log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_CLOEXEC, 0600);
-    if (file < 0) {
-      const std::string cause = std::strerror(errno);
-      file = STDERR_FILENO;
-      report(file, "TABULET_LOG: cannot write \"" + settings.log + "\" (" + cause +
-                       "), so the log goes here; name a file in a writable directory");
-    }
+  std::string cause;
+  if (settings.log != "-" && (file = OpenLogFile(settings.log, &cause)) < 0) {
+    file = STDERR_FILENO;
+    report(file, "TABULET_LOG: cannot write \"" + settings.log + "\" (" + cause +
+                     "), so the log goes here; name a file in a writable directory");
   }
   for (const std::string& problem : settings.problems) report(file, problem);
   return file;

@@ -1,8 +1,10 @@
 #include "platform/linux/tabulet/secrets.h"
 
 #include <sodium.h>
+#include <sys/stat.h>
 
 #include "platform/linux/common/atomic_file.h"
+#include "platform/linux/common/log.h"
 
 namespace saltmoor::platform {
 namespace {
@@ -29,7 +31,18 @@ struct DeviceKey {
   std::string bytes;
 };
 
+/// Makes the key unreadable for other users, and says so.
+void ProtectKey() {
+  struct stat status;
+  if (stat(kKeyPath, &status) != 0 || (status.st_mode & 0077) == 0) return;
+  const bool done = chmod(kKeyPath, 0600) == 0;
+  Log(LogLevel::kError, std::string("other users could read ") + kKeyPath +
+                            (done ? "; now only its owner can" : " and still can") +
+                            ": change the passwords that it encrypts");
+}
+
 Error DeviceKey::Load() {
+  ProtectKey();
   if (Error error = ReadFile(kKeyPath, kKey_bytes, &bytes)) return error;
   if (bytes.size() == kKey_bytes) return {};
   return Error::InvalidData(std::string(kKeyPath) + " is damaged: it has " +

@@ -1,6 +1,5 @@
 #include "saltmoor/utilities/browser_authorization.h"
 
-#include <strings.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -10,6 +9,7 @@
 #include <thread>
 
 #include "platform/linux/common/log.h"
+#include "platform/linux/common/strings.h"
 #include "platform/linux/utilities/browser_process.h"
 
 namespace saltmoor::utilities {
@@ -18,16 +18,12 @@ namespace {
 using platform::BrowserProcess;
 using platform::CatchAtBoundary;
 using platform::Error;
+using platform::IsHttpUrl;
 using platform::Log;
 using platform::LogLevel;
 
 // The longest delay until a cleared `running_`, or the exit of a silent program, is noticed.
 constexpr int kPollInterval_ms = 50;
-
-bool IsHttpUrl(const std::string& text) {
-  return strncasecmp(text.c_str(), "http://", 7) == 0 ||
-         strncasecmp(text.c_str(), "https://", 8) == 0;
-}
 
 /// Raises the windows of a process group. Does nothing without a display or without `wmctrl`.
 void RaiseWindows(pid_t group) {

@@ -1,8 +1,8 @@
 #include "saltmoor/utilities/http_request_runner.h"
 
 #include <algorithm>
-#include <exception>
 #include <limits>
+#include <new>
 #include <string>
 
 #include "platform/linux/common/log.h"
@@ -24,16 +24,14 @@ struct Response {
 };
 
 /// Called by libcurl with the next bytes of the body, decompressed.
-std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* target) noexcept {
+std::size_t OnBody(char* bytes, std::size_t, std::size_t size, void* target) {
   Response& response = *static_cast<Response*>(target);
   response.too_large = size > kMaxBody_bytes - response.body.size();
   if (response.too_large) return 0;
-  try {
+  return platform::CatchAtBoundary(std::size_t{0}, [&] {
     response.body.insert(response.body.end(), bytes, bytes + size);
-  } catch (const std::exception&) {
-    return 0;
-  }
-  return size;
+    return size;
+  });
 }
 
 std::string BuildUrl(const HttpRequest& request) {
@@ -58,10 +56,16 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Response* response
   Transfer transfer;
   transfer.SetUrl(BuildUrl(request));
   const std::string form = EncodeFields(request.GetPostParams());
+  platform::CurlList headers;
   if (post) {
     transfer.Set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(form.size()));
     transfer.Set(CURLOPT_POSTFIELDS, form.c_str());
+    // A server that ignores libcurl's "Expect: 100-continue" would delay a large form.
+    if (!headers.Append("Expect:")) throw std::bad_alloc();
+    transfer.Set(CURLOPT_HTTPHEADER, headers.get());
     transfer.DisableResend();
+    // Every form of the store has the password or the session.
+    if (!form.empty()) transfer.StayOnHost();
   }
   transfer.Set(CURLOPT_FOLLOWLOCATION, request.GetFollowRedirects() ? 1L : 0L);
   transfer.Set(CURLOPT_TIMEOUT_MS, ToMilliseconds(timeout_s));
@@ -69,16 +73,16 @@ Error Perform(const HttpRequest& request, unsigned timeout_s, Response* response
   transfer.Set(CURLOPT_WRITEFUNCTION, &OnBody);
   transfer.Set(CURLOPT_WRITEDATA, static_cast<void*>(response));
 
-  const CURLcode code = transfer.Perform();
+  const Error error = transfer.Perform();
   response->status = transfer.status();
-  if (code == CURLE_OK) return {};
+  if (!error) return {};
   const std::string what =
       request.GetMethod() + " " + transfer.origin() + transfer.path() + " failed: ";
   if (response->too_large) {
     return Error::Transfer(HttpRequestRunner::kAnswerTooLarge,
                            what + "the response is larger than 64 MiB");
   }
-  return Error::Transfer(transfer.Classify(code), what + transfer.Explain(code));
+  return Error::Transfer(error.code(), what + error.message());
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
-#include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <cstring>
-#include <string_view>
 
 #include "support/browser_session.h"
-#include "support/suite.h"
 
 namespace {
 
@@ -25,7 +22,7 @@ int AskOnTerminal() {
   const bool asked = session.events == BrowserSession::Lines{"http://a.example/?yes", "closed"};
   const bool interrupted = session.events == BrowserSession::Lines{"error"};
   return (asked ? 1 : 0) + (interrupted ? 2 : 0) + (modes.c_lflag & ECHO ? 4 : 0) +
-         (std::string_view(line, static_cast<std::size_t>(got)) == "me\n" ? 8 : 0);
+         (std::string(line, static_cast<std::size_t>(got)) == "me\n" ? 8 : 0);
 }
 
 TEST(BrowserProcess, RestoresTerminalOnEveryExit) {
@@ -37,10 +34,10 @@ TEST(BrowserProcess, RestoresTerminalOnEveryExit) {
       const pid_t foreground = tcgetpgrp(terminal);
       return foreground > 0 && foreground != child;
     };
-    for (int i = 0; i < 500 && !browser_in_foreground(); ++i) usleep(10'000);
+    EXPECT_TRUE(WaitFor(browser_in_foreground));
     usleep(100'000);  // stty has run
     EXPECT_GT(write(terminal, typed, std::strlen(typed)), 0);
-    for (int i = 0; i < 500 && browser_in_foreground(); ++i) usleep(10'000);
+    EXPECT_TRUE(WaitFor([&] { return !browser_in_foreground(); }));
     EXPECT_GT(write(terminal, "me\n", 3), 0);
     int status = 0;
     waitpid(child, &status, 0);

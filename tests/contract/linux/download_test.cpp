@@ -2,21 +2,15 @@
 
 #include "platform/linux/opds/download.h"
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
+#include <sys/stat.h>
 
 #include "platform/linux/opds/content_range.h"
 #include "saltmoor/opds/resource_downloader.h"
-#include "support/forked_process.h"
 #include "support/scripted_server.h"
-#include "support/temporary_directory.h"
+#include "support/suite.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace saltmoor::platform;
 using std::chrono::milliseconds;
 
@@ -42,7 +36,6 @@ class LinuxDownload : public testing::Test {
     EXPECT_TRUE(Fetch(server, limits));
     EXPECT_TRUE(ReadAll(directory_ / "book") == book_);
   }
-
   Response FirstHalf(HeaderLines headers, AfterResponse after = AfterResponse::kClose) const {
     headers.push_back("Content-Type: book");
     const std::string whole = MakeResponse(200, book_, headers);
@@ -144,8 +137,8 @@ TEST_F(LinuxDownload, ResumesAfterKill) {
   ScriptedServer server(HangHalfway());
   ForkedProcess child([&] { return Fetch(server, {60, 60, {}}) ? 1 : 0; });
   // Wait until the bytes are recorded as synced.
-  const auto synced = [&] { return ReadAll(directory_ / "book.part.info").find("\n5000\n"); };
-  for (int i = 0; i < 500 && synced() == std::string::npos; ++i) usleep(10'000);
+  const std::string info = directory_ / "book.part.info";
+  EXPECT_TRUE(WaitFor([&] { return ReadAll(info).find("\n5000\n") != std::string::npos; }));
   EXPECT_EQ(child.Kill(), -SIGKILL);
   FetchRest(server);
   EXPECT_EQ(server.requests().size(), 2u);
@@ -157,9 +150,8 @@ TEST_F(LinuxDownload, ResumesOnlySyncedBytesAfterPowerFailure) {
   });
   EXPECT_FALSE(Fetch(server));
   // Bytes written after the last sync may be zeros after a power failure.
-  std::ofstream(directory_ / "book.part", std::ios::app) << std::string(100, '\0');
+  const std::string part_bytes = ReadAll(directory_ / "book.part") + std::string(100, '\0');
   const std::string info = ReadAll(directory_ / "book.part.info");
-  const std::string part_bytes = ReadAll(directory_ / "book.part");
   for (std::size_t size = 0; size < info.size(); ++size) {
     WriteAll(directory_ / "book.part.info", info.substr(0, size));
     WriteAll(directory_ / "book.part", part_bytes);
@@ -197,6 +189,15 @@ TEST_F(LinuxDownload, LocksPartFile) {
   EXPECT_NE(error.message().find("another download"), std::string::npos);
 }
 
+TEST_F(LinuxDownload, CreatesFilesAndDirectoriesForOwnerOnly) {
+  umask(0);
+  PartFile part(directory_ / "a/b", "book");
+  ASSERT_FALSE(part.Open("http://a.example/"));
+  EXPECT_EQ(fs::status(directory_ / "a").permissions(), fs::perms(0700));
+  EXPECT_EQ(fs::status(directory_ / "a/b").permissions(), fs::perms(0700));
+  EXPECT_EQ(fs::status(directory_ / "a/b/book.part").permissions(), fs::perms(0600));
+}
+
 TEST_F(LinuxDownload, ReportsSizesAbove2GiBInLargerUnits) {
   constexpr std::int64_t kPart = 3LL << 30;
   ScriptedServer server(
@@ -215,11 +216,14 @@ TEST_F(LinuxDownload, ReportsSizesAbove2GiBInLargerUnits) {
 }
 
 TEST(ContentRange, ParsesOnlyValidHeaders) {
-  EXPECT_EQ(ParseContentRange("Bytes 0-9/10").last, 9);
-  EXPECT_EQ(ParseContentRange("bytes */10").first, -1);
-  EXPECT_EQ(ParseContentRange("bytes */10").total, 10);
-  EXPECT_EQ(ParseContentRange("bytes 5-6/*").first, 5);
-  EXPECT_EQ(ParseContentRange("bytes 5-6/*").total, -1);
+  const struct {
+    const char* value;
+    std::int64_t first, last, total;
+  } cases[] = {{"Bytes 0-9/10", 0, 9, 10}, {"bytes */10", -1, -1, 10}, {"bytes 5-6/*", 5, 6, -1}};
+  for (const auto& [value, first, last, total] : cases) {
+    const ContentRange range = ParseContentRange(value);
+    EXPECT_TRUE(range.first == first && range.last == last && range.total == total) << value;
+  }
   for (const char* value :
        {"", "bytes", "bytes 1-2", "bytes 2-1/10", "bytes 1-10/10", "bytes -5-6/10", "bytes 1-2/3x",
         "bytes 1-2/99999999999999999999", "items 1-2/3", "bytes */", "bytes 1-/10"}) {

@@ -2,23 +2,18 @@
 // process reads its environment once, so these tests use the library only in child processes.
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
-#include <chrono>
-#include <functional>
 #include <map>
 #include <sstream>
 #include <thread>
-#include <vector>
 
-#include "support/forked_process.h"
-#include "support/temporary_directory.h"
-#include "tabulet.h"
+#include "support/suite.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Variables = std::vector<std::string>;
 using Call = std::function<void()>;
 
@@ -134,8 +129,27 @@ TEST_F(LinuxEnvironment, NamesLogFileOfWholeLines) {
   const std::string output = Run({"TABULET_LOG=/no/such/directory/log"}, LogFromThreads);
   EXPECT_EQ(CountLines(output.substr(output.find('\n') + 1)).size(), 4U);
   EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 801);
-  const std::string reason = "\"/no/such/directory/log\" (No such file or directory)";
-  EXPECT_LT(output.find("TABULET_LOG: cannot write " + reason), output.find('\n')) << output;
+}
+
+TEST_F(LinuxEnvironment, WritesLogOnlyToOwnFile) {
+  WriteAll(directory_ / "own", "");
+  fs::permissions(directory_ / "own", fs::perms(0644));
+  fs::create_symlink("own", directory_ / "link");
+  mkfifo((directory_ / "pipe").c_str(), 0600);
+  const int reader = open((directory_ / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
+  for (const auto& [name, cause] : {std::pair("link", "it is a symbolic link"),
+                                    {"pipe", "it is not a file of this user"},
+                                    {"no/log", "No such file or directory"}}) {
+    const std::string output = Run({"TABULET_LOG=" + (directory_ / name)}, Log(2, "x"));
+    const std::string reason =
+        "TABULET_LOG: cannot write \"" + (directory_ / name) + "\" (" + cause;
+    EXPECT_LT(output.find(reason), output.find('\n')) << output;
+    EXPECT_EQ(output.substr(output.find('\n') + 1), "2" + kPlace + "x\n");
+  }
+  close(reader);
+  EXPECT_EQ(ReadAll(directory_ / "own"), "");
+  EXPECT_EQ(Run({"TABULET_LOG=" + (directory_ / "own")}, Log(2, "x")), "");
+  EXPECT_EQ(fs::status(directory_ / "own").permissions(), fs::perms(0600));
 }
 
 TEST_F(LinuxEnvironment, ReportsInvalidSettingsFirst) {
@@ -199,19 +213,17 @@ TEST_F(LinuxEnvironment, PrefersLanguageFilesOfDevice) {
 
 TEST_F(LinuxEnvironment, NotifiesDesktopWithoutDelayOrChild) {
   const Variables desktop = {"DBUS_SESSION_BUS_ADDRESS=unix:path=/none"};
-  const auto begin = std::chrono::steady_clock::now();
+  const Stopwatch time;
   const std::string program = directory_ / "notify-send";
   const std::string record = directory_ / "record";
-  WriteAll(program,
-           "#!/bin/sh\nprintf '%s|' \"$@\" >" + record + ".new; mv " + record + ".new " + record);
-  fs::permissions(program, fs::perms::owner_all);
+  WriteScript(program, "printf '%s|' \"$@\" >" + record + ".new; mv " + record + ".new " + record);
   const std::string text = "$(reboot) `x` \"quoted\"";
   EXPECT_EQ(Run(desktop, Show("-title", text)), "[error] -title: " + text + "\n");
-  for (int i = 0; i < 300 && !fs::exists(record); ++i) usleep(10'000);
+  EXPECT_TRUE(WaitFor([&] { return fs::exists(record); }));
   EXPECT_EQ(ReadAll(record), "-t|7000|-i|dialog-error|--|-title|" + text + "|");
-  WriteAll(program, "#!/bin/sh\nexec sleep 60\n");
+  WriteScript(program, "exec sleep 60\n");
   EXPECT_EQ(Run(desktop, Show("title", "text")), "[error] title: text\n");
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+  EXPECT_LT(time.seconds(), 5);
 }
 
 }  // namespace

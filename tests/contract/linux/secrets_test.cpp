@@ -1,42 +1,30 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <memory>
-#include <string>
-#include <vector>
 
-#include "support/forked_process.h"
 #include "support/suite.h"
-#include "support/temporary_directory.h"
-#include "tabulet.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr char kSecret[] = "correct horse battery";
-constexpr char kKeyPath[] = "/mnt/ext1/system/.device_key";
+const std::string kKeyPath = "/mnt/ext1/system/.device_key";
 
 class LinuxSecret : public testing::Test {
  protected:
   LinuxSecret() { RemoveKey(); }
   ~LinuxSecret() override {
     EXPECT_EQ(ReadAll(LogPath()).find("horse"), std::string::npos);
-    CloseConfigNoSave(config_);
     RemoveKey();
   }
   static void RemoveKey() {
     fs::remove_all(kKeyPath);
-    fs::remove_all(std::string(kKeyPath) + ".bad");
+    fs::remove_all(kKeyPath + ".bad");
   }
-  std::string Read(const char* key) { return ReadSecret(config_, key, "absent"); }
 
   const TemporaryDirectory directory_;
-  iconfig_s* const config_ = OpenConfig((directory_ / "test.cfg").c_str(), nullptr);
+  const Config config_{directory_ / "test.cfg"};
 };
 
 TEST_F(LinuxSecret, CreatesDeviceKeyAtFirstUse) {
-  EXPECT_EQ(Read("password"), "absent");
+  EXPECT_EQ(config_.Secret("password"), "absent");
   EXPECT_FALSE(fs::exists(kKeyPath));
   WriteSecret(config_, "password", kSecret);
   EXPECT_EQ(fs::file_size(kKeyPath), 32U);
@@ -47,72 +35,74 @@ TEST_F(LinuxSecret, CreatesDeviceKeyAtFirstUse) {
   EXPECT_EQ(ReadAll(LogPath()).find(key.substr(0, 4)), std::string::npos);
 }
 
-TEST_F(LinuxSecret, BindsValueToItsKey) {
-  WriteSecret(config_, "password", kSecret);
+TEST_F(LinuxSecret, BindsValueToKeyAndTreatsDamagedAsAbsent) {
   WriteSecret(config_, "other", kSecret);
-  const std::string sealed = ReadString(config_, "password", "");
-  EXPECT_STRNE(ReadString(config_, "other", ""), sealed.c_str());
-  WriteString(config_, "other", sealed.c_str());
-  EXPECT_EQ(Read("other"), "absent");
+  const std::string others = config_.Read("other");
   WriteSecret(config_, "password", kSecret);
-  EXPECT_STRNE(ReadString(config_, "password", ""), sealed.c_str());
-}
-
-TEST_F(LinuxSecret, TreatsDamagedValueAsAbsent) {
-  WriteSecret(config_, "password", kSecret);
-  const std::string sealed = ReadString(config_, "password", "");
+  const std::string sealed = config_.Read("password");
   std::string damaged = sealed;
   damaged[damaged.size() / 2] = damaged[damaged.size() / 2] == 'A' ? 'B' : 'A';
-  for (const std::string& value : {damaged, sealed.substr(0, sealed.size() - 4),
+  for (const std::string& value : {others, damaged, sealed.substr(0, sealed.size() - 4),
                                    sealed.substr(0, 12), std::string(kSecret), std::string()}) {
     WriteString(config_, "password", value.c_str());
-    EXPECT_EQ(Read("password"), "absent") << value;
+    EXPECT_EQ(config_.Secret("password"), "absent") << value;
   }
   EXPECT_NE(ReadAll(LogPath()).find("counts as absent"), std::string::npos);
   WriteString(config_, "password", sealed.c_str());
-  EXPECT_EQ(Read("password"), kSecret);
+  EXPECT_EQ(config_.Secret("password"), kSecret);
+  WriteSecret(config_, "password", kSecret);
+  EXPECT_NE(config_.Read("password"), sealed);
 }
 
 TEST_F(LinuxSecret, SharesOneDeviceKeyBetweenPrograms) {
   for (int round = 0; round < 5; ++round) {
     RemoveKey();
     std::vector<std::unique_ptr<ForkedProcess>> children;
-    children.reserve(8);
     for (int i = 0; i < 8; ++i) {
       children.push_back(std::make_unique<ForkedProcess>([this, i] {
-        iconfig_s* config = OpenConfig((directory_ / std::to_string(i)).c_str(), nullptr);
+        const Config config(directory_ / std::to_string(i));
         WriteSecret(config, "password", kSecret);
         return SaveConfig(config);
       }));
     }
     for (int i = 0; i < 8; ++i) {
       EXPECT_EQ(children[i]->Wait(), 1);
-      iconfig_s* config = OpenConfig((directory_ / std::to_string(i)).c_str(), nullptr);
-      EXPECT_STREQ(ReadSecret(config, "password", "absent"), kSecret);
-      CloseConfig(config);
+      EXPECT_EQ(Config(directory_ / std::to_string(i)).Secret("password"), kSecret);
     }
   }
 }
 
-TEST_F(LinuxSecret, MovesDamagedDeviceKeyAside) {
+TEST_F(LinuxSecret, ProtectsKeyAndMovesDamagedOneAside) {
   WriteSecret(config_, "password", kSecret);
+  fs::permissions(kKeyPath, fs::perms(0666));
+  EXPECT_EQ(config_.Secret("password"), kSecret);
+  EXPECT_EQ(fs::status(kKeyPath).permissions(), fs::perms(0600));
+  EXPECT_NE(ReadAll(LogPath()).find("other users could read " + kKeyPath), std::string::npos);
+
+  WriteString(config_, "password", config_.Read("password").c_str());
   const std::string damaged = ReadAll(kKeyPath).substr(0, 5);
   WriteAll(kKeyPath, damaged);
-  EXPECT_EQ(Read("password"), "absent");
+  EXPECT_EQ(config_.Secret("password"), "absent");
   EXPECT_EQ(ReadAll(kKeyPath), damaged) << "reading must not change it";
   WriteSecret(config_, "other", "new secret");
-  EXPECT_EQ(Read("other"), "new secret");
-  EXPECT_EQ(ReadAll(std::string(kKeyPath) + ".bad"), damaged);
+  EXPECT_EQ(config_.Secret("other"), "new secret");
+  EXPECT_EQ(ReadAll(kKeyPath + ".bad"), damaged);
 }
 
-TEST_F(LinuxSecret, RemovesOldValueWhenEncryptionFails) {
+TEST_F(LinuxSecret, RemovesOldValueAndTriesAgainWhenEncryptionFails) {
   WriteSecret(config_, "password", "old");
   fs::remove(kKeyPath);
   fs::create_directory(kKeyPath);
   WriteSecret(config_, "password", "new");
-  EXPECT_EQ(Read("password"), "absent");
+  EXPECT_EQ(config_.Secret("password"), "absent");
   EXPECT_EQ(ReadString(config_, "password", nullptr), nullptr);
+  EXPECT_EQ(SaveConfig(config_), 0) << "a password that is lost is not saved";
+  EXPECT_EQ(ReadAll(directory_ / "test.cfg"), "");
   EXPECT_TRUE(fs::is_directory(kKeyPath));
+
+  fs::remove(kKeyPath);
+  EXPECT_EQ(SaveConfig(config_), 1);
+  EXPECT_EQ(Config(directory_ / "test.cfg").Secret("password"), "new");
 }
 
 }  // namespace

@@ -1,26 +1,19 @@
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <filesystem>
-#include <string>
-#include <utility>
+#include <memory>
 
 #include "saltmoor/utilities/book_store_auth_configs.h"
-#include "support/temporary_directory.h"
-#include "tabulet.h"
+#include "support/suite.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 TEST(LinuxTabulet, SurvivesInvalidArguments) {
   Message(99, nullptr, nullptr, 0);
   sm_print_log2(-1, nullptr, 0, nullptr, "%d %%", 7);
   for (const auto& [text, result] :
        {std::pair("a\xff\x62\xc3", "A\xff\x42\xc3"), std::pair("\xe2\x82x", "\xe2\x82X")}) {
-    char* const upper = utf_toupper_ext(text, nullptr);
-    EXPECT_STREQ(upper, result);
-    std::free(upper);
+    const std::unique_ptr<char, decltype(&std::free)> upper(utf_toupper_ext(text, nullptr),
+                                                            std::free);
+    EXPECT_STREQ(upper.get(), result);
   }
 }
 

@@ -1,16 +1,10 @@
 #ifndef TESTS_CONTRACT_SUPPORT_BROWSER_SESSION_H_
 #define TESTS_CONTRACT_SUPPORT_BROWSER_SESSION_H_
 
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <functional>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "saltmoor/utilities/browser_authorization.h"
-#include "temporary_directory.h"
+#include "suite.h"
 
 /// A session whose browser is a shell script, with the events that its handler received.
 class BrowserSession : public saltmoor::utilities::BrowserAuthorization::IEventHandler {
@@ -18,15 +12,14 @@ class BrowserSession : public saltmoor::utilities::BrowserAuthorization::IEventH
   using Lines = std::vector<std::string>;
 
   explicit BrowserSession(const std::string& script) {
-    WriteAll(directory / "browser", std::string("#!") + this_device::kShell + "\n" + script);
-    std::filesystem::permissions(directory / "browser", std::filesystem::perms::owner_all);
+    WriteScript(directory / "browser", "cd \"$(dirname \"$0\")\"\n" + script);
     browser.browser_path_ = directory / "browser";
   }
 
   int Run(const std::string& url = "https://shop.example/pay", const Lines& args = {}) {
-    const auto begin = std::chrono::steady_clock::now();
+    const Stopwatch time;
     const int result = browser.Start(url, args);
-    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    seconds = time.seconds();
     EXPECT_FALSE(IsRunning());
     return result;
   }

@@ -4,16 +4,17 @@
 
 #include "suite.h"
 
-#include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
-#include <regex>
-#include <string_view>
+#include <random>
+#include <stdexcept>
+#include <thread>
 
-#include "forked_process.h"
-#include "temporary_directory.h"
 #include "this_device.h"
 
 namespace {
@@ -26,41 +27,24 @@ struct Environment {
 };
 const Environment* environment = nullptr;
 
-std::string FullName(const testing::TestInfo& test) {
-  return std::string(test.test_suite_name()) + '.' + test.name();
-}
-
-void PrintResult(const testing::TestInfo& test, const std::string& failures) {
-  std::cout << (failures.empty() ? "passed  " : "FAILED  ") << FullName(test) << '\n'
-            << failures << std::flush;
-}
-
-class ResultPrinter : public testing::EmptyTestEventListener {
+class FailurePrinter : public testing::EmptyTestEventListener {
   void OnTestPartResult(const testing::TestPartResult& part) override {
-    if (!part.failed()) return;
-    const std::string_view file = part.file_name() ? part.file_name() : "unknown place";
-    failures_ += "        " + std::string(file.substr(file.rfind('/') + 1)) + ':' +
-                 std::to_string(part.line_number()) + ": " +
-                 std::regex_replace(part.message(), std::regex("\n"), "\n            ") + '\n';
+    if (part.failed()) std::cout << part << std::flush;
   }
-  void OnTestEnd(const testing::TestInfo& test) override {
-    PrintResult(test, failures_);
-    failures_.clear();
-  }
-  std::string failures_;
 };
 
-bool RunInChild(const testing::TestInfo& test) {
+bool RunInChild(const std::string& test) {
   ForkedProcess child([&test] {
     alarm(kTimeLimit_s);
-    GTEST_FLAG_SET(filter, FullName(test));
+    testing::TestEventListeners& listeners = testing::UnitTest::GetInstance()->listeners();
+    delete listeners.Release(listeners.default_result_printer());
+    listeners.Append(new FailurePrinter);
+    GTEST_FLAG_SET(filter, test);
     return RUN_ALL_TESTS();
   });
   const int exit_code = child.Wait();
-  if (exit_code < 0) {
-    PrintResult(test, "        killed by signal " + std::to_string(-exit_code) + ", " +
-                          strsignal(-exit_code) + '\n');
-  }
+  if (exit_code < 0) std::cout << "killed by signal: " << strsignal(-exit_code) << '\n';
+  std::cout << (exit_code == 0 ? "passed  " : "FAILED  ") << test << std::endl;
   return exit_code == 0;
 }
 
@@ -69,7 +53,9 @@ int RunIsolated() {
   const testing::UnitTest& all = *testing::UnitTest::GetInstance();
   for (int i = 0; i < all.total_test_suite_count(); ++i) {
     const testing::TestSuite& suite = *all.GetTestSuite(i);
-    for (int k = 0; k < suite.total_test_count(); ++k) passed += RunInChild(*suite.GetTestInfo(k));
+    for (int k = 0; k < suite.total_test_count(); ++k) {
+      passed += RunInChild(std::string(suite.name()) + '.' + suite.GetTestInfo(k)->name());
+    }
   }
   const int failed = all.total_test_count() - passed;
   std::cout << passed << " tests passed, " << failed << " failed\n";
@@ -90,6 +76,59 @@ std::string LogPath() {
   return environment->directory / "log";
 }
 
+std::string ReadAll(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteAll(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+void WriteScript(const std::string& path, const std::string& script) {
+  WriteAll(path, std::string("#!") + this_device::kShell + "\n" + script);
+  fs::permissions(path, fs::perms::owner_all);
+}
+
+std::string UniqueBytes(std::size_t size) {
+  std::mt19937_64 random(20240229);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  return bytes;
+}
+
+bool WaitFor(const std::function<bool()>& condition) {
+  for (const Stopwatch time; time.seconds() < 5;) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return condition();
+}
+
+TemporaryDirectory::TemporaryDirectory()
+    : path_(std::string(this_device::kDirectory) + "/contract-XXXXXX") {
+  if (!mkdtemp(path_.data())) {
+    throw std::runtime_error("cannot create " + path_ + ": run the test on a device");
+  }
+}
+
+std::set<std::string> TemporaryDirectory::Names() const {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(path_)) names.insert(entry.path().filename());
+  return names;
+}
+
+ForkedProcess::ForkedProcess(const std::function<int()>& body) : pid_(fork()) {
+  if (pid_ == 0) _exit(body());
+}
+
+int ForkedProcess::Wait() {
+  int status = 0;
+  waitpid(pid_, &status, 0);
+  pid_ = 0;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
 int main(int argc, char** argv) {
   const bool run_isolated = argc == 1;
   testing::InitGoogleTest(&argc, argv);
@@ -98,9 +137,5 @@ int main(int argc, char** argv) {
   const std::string ca_file = environment->directory / "ca.pem";
   environment->authority.Save(ca_file);
   this_device::Prepare(ca_file, LogPath());
-
-  testing::TestEventListeners& listeners = testing::UnitTest::GetInstance()->listeners();
-  delete listeners.Release(listeners.default_result_printer());
-  listeners.Append(new ResultPrinter);
   return run_isolated ? RunIsolated() : RUN_ALL_TESTS();
 }

@@ -16,14 +16,14 @@ class IDownloadObserver;
 /// Thread-safe, except that only one thread at a time may call DownloadResource.
 ///
 /// A download is written to `NAME.part`, in which a long NAME may be truncated, and renamed to
-/// `NAME` when it is complete. A short response, a full disk or a status other than 200 and 206 is
-/// a failure and leaves no file `NAME`. A partial file of the same URL is resumed with a range
-/// request if the server still has the same version; otherwise the download starts again from the
-/// first byte.
+/// `NAME` when it is complete. A short response, a full disk, a status other than 200 and 206 or a
+/// web page (text/html) is a failure and leaves no file `NAME`. A partial file of the same URL is
+/// resumed with a range request if the server still has the same version; otherwise the download
+/// starts again from the first byte.
 class ResourceDownloader {
  public:
-  /// \param directory  its path, without a trailing slash; the first download creates it if it is
-  ///     missing.
+  /// \param directory  its path, without a trailing slash; the first download creates it, for its
+  ///     owner only, if it is missing.
   /// \param observer  null.
   ResourceDownloader(const std::string& directory, IDownloadObserver* observer);
 
@@ -32,7 +32,9 @@ class ResourceDownloader {
   /// the call tries again, a limited number of times.
   ///
   /// \param file_name  without a directory. A name that is too long for the file system is
-  ///     truncated before its extension. On success the file replaces an existing one of that name.
+  ///     truncated before its extension. If it has no dot, and the response no type, the file takes
+  ///     the extension of the URL, .epub, .pdf or .acsm. On success the file, which only its owner
+  ///     can read, replaces an existing one of that name.
   /// \param progress  called on the calling thread with the percentage, 0 to 100. May be empty;
   ///     must not throw.
   /// \return 0 on success; otherwise a number above 0, with details in GetStatusInfo. The reason is

@@ -21,7 +21,7 @@ class HttpRequestRunner {
     kAnswerTooLarge = 23,         ///< more than 64 MiB
     kTimedOut = 28,               ///< no complete response within the time limit
     kTlsFailed = 35,              ///< the TLS handshake failed, but not because of a certificate
-    kRedirectRefused = 47,        ///< more than ten redirects, one from https to http, or a bad one
+    kRedirectRefused = 47,        ///< more than ten redirects, from https to http, or see below
     kConnectionLost = 56,         ///< the connection ended before the end of the response
     kCertificateNotTrusted = 60,  ///< expired, for another host, or of an unknown authority
   };
@@ -30,8 +30,9 @@ class HttpRequestRunner {
   ///
   /// The server's certificate is always verified. A POST is sent once: a connection that ends
   /// before the response makes the call fail, because the server may have acted on it. Redirects
-  /// are followed only if the request asks for it: at most ten, and never from https to http. A
-  /// response larger than 64 MiB, decompressed, is refused.
+  /// are followed only if the request asks for it: at most ten, never from https to http, and with
+  /// a form never to another host, because it may carry a password or a session. A response larger
+  /// than 64 MiB, decompressed, is refused.
   ///
   /// \param status  receives the HTTP status of the last response; 0 on failure. May be null.
   /// \param body  receives the response's bytes, decompressed, in place of its content; empty on
