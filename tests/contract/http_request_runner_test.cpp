@@ -27,7 +27,7 @@ struct Result {
   }
 };
 
-Result Perform(const HttpRequest& request, unsigned timeout_s = 5) {
+Result Perform(const HttpRequest& request, unsigned timeout_s = 30) {
   Result result;
   const Stopwatch time;
   result.error =

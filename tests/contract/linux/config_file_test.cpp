@@ -57,7 +57,7 @@ TEST_F(LinuxConfigFile, SavesWhileAnotherProgramHoldsLock) {
   EXPECT_EQ(ReadAll(path_), "key=value\n");
 }
 
-TEST_F(LinuxConfigFile, MovesGarbledFileToBadOrReturnsNull) {
+TEST_F(LinuxConfigFile, MovesUnreadableFileToBadOrReturnsNull) {
   for (const char* garbage : {"key", "key=value", "key=a%0\n", "key=%00\n", "key=%zz\n", "a=1\nb\n",
                               "key=a\tb\n", "key=a\r\n"}) {
     WriteAll(path_, garbage);
@@ -69,6 +69,11 @@ TEST_F(LinuxConfigFile, MovesGarbledFileToBadOrReturnsNull) {
   EXPECT_TRUE(Config(path_));
   EXPECT_EQ(fs::file_size(path_), 0U);
   EXPECT_EQ(fs::file_size(bad_path_), 1U << 30);
+
+  fs::remove(path_);
+  fs::create_symlink("/proc/self/mem", path_);  // reading it fails with EIO
+  EXPECT_TRUE(Config(path_));
+  EXPECT_TRUE(fs::is_symlink(bad_path_));
 
   WriteAll(path_, "garbage");
   fs::remove(bad_path_);
