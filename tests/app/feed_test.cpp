@@ -148,7 +148,7 @@ TEST(ParseFeed, ThrowsTheReasonForABrokenPage) {
   expect_reason(deep, "");
 }
 
-TEST(Url, ResolvesHttpOnlyAndComparesOrigins) {
+TEST(UrlUtil, ResolvesHttpOnlyAndComparesOrigins) {
   EXPECT_EQ(ResolveUrl("https://a.example/b/c?d", "../e?f#g"), "https://a.example/e?f");
   EXPECT_EQ(ResolveUrl("https://a.example/b", "//c.example/d"), "https://c.example/d");
   EXPECT_EQ(ResolveUrl("https://a.example/", "file:///etc/passwd"), "");
