@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "crypto.h"
-#include "fold_case.h"
 #include "start_error.h"
+#include "unicode.h"
 
 namespace devshop {
 namespace {

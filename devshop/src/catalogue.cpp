@@ -9,27 +9,35 @@
 #include <utility>
 
 #include "crypto.h"
+#include "ean.h"
 #include "epub_metadata.h"
-#include "fold_case.h"
+#include "generated_titles.h"
 #include "json.h"
 #include "money.h"
 #include "start_error.h"
 #include "timestamp.h"
+#include "unicode.h"
 
 namespace devshop {
 namespace {
 
 constexpr std::array<std::pair<const char*, const char*>, 4> kTypes{{
-    {".epub", "application/epub+zip"},
-    {".pdf", "application/pdf"},
-    {".txt", "text/plain"},
-    {".acsm", "application/vnd.adobe.adept+xml"},
+    {"epub", "application/epub+zip"},
+    {"pdf", "application/pdf"},
+    {"txt", "text/plain"},
+    {"acsm", "application/vnd.adobe.adept+xml"},
 }};
 
+std::string Format(const std::filesystem::path& file) {
+  const std::string extension = file.extension().string();
+  return FoldCase(extension.substr(std::min<std::size_t>(1, extension.size())));
+}
+
+/// Empty when the file is no book.
 std::string MimeType(const std::filesystem::path& file) {
-  const auto extension = FoldCase(file.extension().string());
+  const auto format = Format(file);
   const auto found = std::find_if(kTypes.begin(), kTypes.end(),
-                                  [&](const auto& row) { return extension == row.first; });
+                                  [&](const auto& row) { return format == row.first; });
   return found == kTypes.end() ? std::string() : found->second;
 }
 
@@ -61,6 +69,7 @@ Title ReadTitle(const Json& json, const std::filesystem::path& directory,
   title.published = text("published", "");
   title.file = text("file", "");
   title.type = text("type", MimeType(title.file));
+  title.format = Format(title.file);
   title.cover = text("cover", "");
   title.out_of_sale = json.value("out_of_sale", Json(false)) == Json(true);
   const auto price = ParseAmount(text("price", ""));
@@ -99,11 +108,8 @@ std::vector<Title> ReadCatalogue(const std::filesystem::path& directory) {
 /// A valid EAN derived from the file's name.
 std::string MakeEan(const std::string& file) {
   const auto hash = std::stoull(Sha256Hex(file).substr(0, 12), nullptr, 16) % 1'000'000'000;
-  std::string ean =
-      "979" + std::string(9 - std::to_string(hash).size(), '0') + std::to_string(hash);
-  int sum = 0;
-  for (std::size_t i = 0; i < ean.size(); ++i) sum += (ean[i] - '0') * (i % 2 == 0 ? 1 : 3);
-  return ean + std::to_string((10 - sum % 10) % 10);
+  const std::string digits = std::to_string(hash);
+  return CompleteEan("979" + std::string(9 - digits.size(), '0') + digits);
 }
 
 Title MakeTitle(const std::filesystem::path& path) {
@@ -112,6 +118,7 @@ Title MakeTitle(const std::filesystem::path& path) {
   title.ean = MakeEan(title.file);
   title.title = path.stem().string();
   title.type = MimeType(path);
+  title.format = Format(path);
   struct stat info {};
   if (stat(path.c_str(), &info) == 0) title.published = FormatTime(info.st_mtime);
   if (title.type == "application/epub+zip") ReadEpubMetadata(path, title);
@@ -130,39 +137,37 @@ std::vector<Title> ListBookFiles(const std::filesystem::path& directory) {
   return titles;
 }
 
-}  // namespace
-
-Catalogue::Catalogue(const std::filesystem::path& directory) try : directory_(directory) {
+/// Throws StartError.
+std::vector<Title> ReadTitles(const std::filesystem::path& directory) try {
   if (!std::filesystem::is_directory(directory)) {
     throw StartError("There is no books directory " + directory.string() +
                      "; build the target devshop_books, or name a directory with --books.");
   }
-  titles_ = std::filesystem::exists(directory / "catalogue.json") ? ReadCatalogue(directory)
-                                                                  : ListBookFiles(directory);
-  if (titles_.empty()) {
+  const bool has_catalogue = std::filesystem::exists(directory / "catalogue.json");
+  auto titles = has_catalogue ? ReadCatalogue(directory) : ListBookFiles(directory);
+  if (titles.empty()) {
     throw StartError("The books directory " + directory.string() +
                      " holds no EPUB, PDF, text or ACSM file; name another with --books.");
   }
+  return titles;
 } catch (const std::filesystem::filesystem_error& error) {
   throw StartError(std::string("Cannot read the books: ") + error.what() +
                    "; name a readable directory with --books.");
 }
 
-const Title* Catalogue::Find(const std::string& ean) const {
-  const auto found = std::find_if(titles_.begin(), titles_.end(),
-                                  [&](const Title& title) { return title.ean == ean; });
-  return found == titles_.end() ? nullptr : &*found;
+/// Appends generated titles until there are `min_titles`.
+std::vector<Title> AddGenerated(std::vector<Title> titles, std::size_t min_titles) {
+  if (titles.size() >= min_titles) return titles;
+  auto generated = GenerateTitles(min_titles - titles.size());
+  std::move(generated.begin(), generated.end(), std::back_inserter(titles));
+  return titles;
 }
 
-std::vector<const Title*> Catalogue::Search(const std::string& words) const {
-  const std::string wanted = FoldCase(words);
-  std::vector<const Title*> hits;
-  for (const Title& title : titles_) {
-    const std::string all = FoldCase(title.title + "\n" + title.author + "\n" + title.subject +
-                                     "\n" + title.summary + "\n" + title.ean);
-    if (all.find(wanted) != std::string::npos) hits.push_back(&title);
-  }
-  return hits;
-}
+}  // namespace
+
+Catalogue::Catalogue(const std::filesystem::path& directory, std::size_t min_titles)
+    : directory_(directory),
+      titles_(AddGenerated(ReadTitles(directory), min_titles)),
+      index_(titles_) {}
 
 }  // namespace devshop

@@ -5,45 +5,31 @@
 #include <string>
 #include <vector>
 
+#include "title.h"
+#include "title_index.h"
+
 namespace devshop {
 
-/// A title for sale.
-struct Title {
-  std::string ean;
-  std::string title;
-  std::string author;
-  std::string language;
-  std::string summary;
-  std::string subject;
-  long price_hundredths = 100;
-  std::string currency = "EUR";
-  std::string published;     ///< "YYYY-MM-DD HH:MM:SS", UTC
-  std::string file;          ///< name in the books directory
-  std::string type;          ///< MIME type of the file
-  std::string cover;         ///< name in the books directory; empty: none
-  bool out_of_sale = false;  ///< listed, but cannot be put into a cart
-
-  /// The type without its parameters.
-  std::string BareType() const { return type.substr(0, type.find(';')); }
-};
-
-/// The titles of a books directory, read once. Thread-safe.
+/// The titles of a books directory, read once, and generated ones. Thread-safe.
 class Catalogue {
  public:
   /// Reads the directory's `catalogue.json` or, without one, makes a title of each book file.
-  /// Throws StartError.
-  explicit Catalogue(const std::filesystem::path& directory);
+  /// Generated titles follow until there are `min_titles`. Throws StartError.
+  Catalogue(const std::filesystem::path& directory, std::size_t min_titles);
+  Catalogue(const Catalogue&) = delete;
+  Catalogue& operator=(const Catalogue&) = delete;
 
+  /// In the shop's order.
   const std::vector<Title>& titles() const { return titles_; }
   /// Null when there is none.
-  const Title* Find(const std::string& ean) const;
-  /// The titles with `words` in title, author, subject, summary or EAN, compared without case.
-  std::vector<const Title*> Search(const std::string& words) const;
+  const Title* Find(std::string_view ean) const { return index_.Find(ean); }
+  TitleMatches Search(const TitleQuery& query) const { return index_.Search(query); }
   std::filesystem::path Path(const std::string& file) const { return directory_ / file; }
 
  private:
   std::filesystem::path directory_;
   std::vector<Title> titles_;
+  TitleIndex index_;
 };
 
 }  // namespace devshop

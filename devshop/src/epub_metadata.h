@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "catalogue.h"
+#include "title.h"
 
 namespace devshop {
 

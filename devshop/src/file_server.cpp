@@ -9,8 +9,10 @@
 #include <random>
 #include <vector>
 
+#include "cover.h"
 #include "crypto.h"
 #include "fault_injector.h"
+#include "generated_book.h"
 #include "number.h"
 #include "timestamp.h"
 #include "url_encoding.h"
@@ -19,6 +21,7 @@ namespace devshop {
 namespace {
 
 constexpr int kMaxReplacement_bytes = 1 << 30;
+constexpr std::time_t kGeneratedModified = 1'577'836'800;  // 2020-01-01
 constexpr char kMissing[] = "There is no such file.";
 
 struct Range {
@@ -54,12 +57,6 @@ std::string NoiseBytes(std::size_t size, unsigned revision) {
   return bytes;
 }
 
-std::string ImageType(const std::string& file) {
-  const auto extension = std::filesystem::path(file).extension();
-  if (extension == ".svg") return "image/svg+xml";
-  return extension == ".jpg" || extension == ".jpeg" ? "image/jpeg" : "image/png";
-}
-
 }  // namespace
 
 std::optional<FileServer::Content> FileServer::OpenFile(const std::filesystem::path& path) {
@@ -81,18 +78,24 @@ std::optional<FileServer::Content> FileServer::OpenFile(const std::filesystem::p
 }
 
 FileServer::Content FileServer::OpenBytes(std::shared_ptr<const std::string> bytes,
-                                          const std::string& revision) {
+                                          const std::string& revision, std::time_t modified) {
   const std::string etag = "\"" + revision + "-" + std::to_string(bytes->size()) + "\"";
-  return {bytes->size(), etag, std::time(nullptr),
+  return {bytes->size(), etag, modified,
           [bytes](std::size_t offset, std::size_t wanted, std::string* piece) {
             *piece = bytes->substr(offset, wanted);
             return true;
           }};
 }
 
+FileServer::Content FileServer::OpenGenerated(std::string bytes) {
+  const std::string revision = Sha256Hex(bytes).substr(0, 16);
+  return OpenBytes(std::make_shared<const std::string>(std::move(bytes)), revision,
+                   kGeneratedModified);
+}
+
 void FileServer::Serve(const Content& content, const ServeOptions& options, const std::string& type,
                        const Request& request, Response& response) {
-  const std::string modified = FormatTime(content.modified, "%a, %d %b %Y %H:%M:%S GMT");
+  const std::string modified = FormatHttpDate(content.modified);
   if (options.validators == "strong") response.SetHeader("ETag", content.etag);
   if (options.validators != "none") response.SetHeader("Last-Modified", modified);
   response.SetHeader("Accept-Ranges", options.ranges ? "bytes" : "none");
@@ -131,7 +134,8 @@ FileServer::ServeOptions FileServer::OptionsFor(const std::string& ean) const {
 
 std::optional<FileServer::Content> FileServer::OpenBook(const Title& title,
                                                         const ServeOptions& options) const {
-  if (options.bytes) return OpenBytes(options.bytes, options.revision);
+  if (options.bytes) return OpenBytes(options.bytes, options.revision, options.modified);
+  if (title.generated) return OpenGenerated(MakeBookFile(title));
   return OpenFile(shop_.catalogue().Path(title.file));
 }
 
@@ -161,11 +165,11 @@ void FileServer::ServeBook(const Request& request, Response& response) {
 
 void FileServer::ServeCover(const Request& request, Response& response) {
   const Title* title = shop_.catalogue().Find(request.path.substr(request.path.rfind('/') + 1));
-  const auto content = title == nullptr || title->cover.empty()
-                           ? std::nullopt
-                           : OpenFile(shop_.catalogue().Path(title->cover));
+  if (title == nullptr) return response.SetError(404, kMissing);
+  const auto content = title->cover.empty() ? OpenGenerated(DrawCover(title->ean))
+                                            : OpenFile(shop_.catalogue().Path(title->cover));
   if (!content) return response.SetError(404, kMissing);
-  Serve(*content, {}, ImageType(title->cover), request, response);
+  Serve(*content, {}, title->CoverType(), request, response);
 }
 
 Json FileServer::Replace(const Json& fields) {
@@ -175,6 +179,7 @@ Json FileServer::Replace(const Json& fields) {
   if (title == nullptr) throw InvalidControlRequest("No book has the \"ean\" \"" + ean + "\".");
   ServeOptions options = OptionsFor(ean);
   const unsigned revision = fields.value("revision", 1U);
+  options.modified = std::time(nullptr);
   for (const auto& [name, value] : fields.items()) {
     if (name == "text") {
       options.bytes = std::make_shared<std::string>(value.get<std::string>());

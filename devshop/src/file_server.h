@@ -39,6 +39,7 @@ class FileServer {
   struct ServeOptions {
     std::shared_ptr<const std::string> bytes;  // null: the file's own
     std::string revision;
+    std::time_t modified = 0;  // when they were replaced
     bool ranges = true;
     bool chunked = false;
     std::string validators = "strong";  // or "date" or "none"
@@ -52,7 +53,9 @@ class FileServer {
   };
 
   static std::optional<Content> OpenFile(const std::filesystem::path& path);
-  static Content OpenBytes(std::shared_ptr<const std::string> bytes, const std::string& revision);
+  static Content OpenBytes(std::shared_ptr<const std::string> bytes, const std::string& revision,
+                           std::time_t modified);
+  static Content OpenGenerated(std::string bytes);
   static void Serve(const Content& content, const ServeOptions& options, const std::string& type,
                     const Request& request, Response& response);
 

@@ -102,7 +102,9 @@ std::string Head(const Response& response, const Message& message, bool keep_ali
   for (const auto& [name, value] : response.headers) head.set(name, value);
   if (!keep_alive) head.set(http::field::connection, "close");
   if (keep_alive && message.version() < 11) head.set(http::field::connection, "keep-alive");
-  if (IsChunked(response, message)) {
+  if (response.status == 304) {
+    // A length would be that of the content that is not sent.
+  } else if (IsChunked(response, message)) {
     head.set(http::field::transfer_encoding, "chunked");
   } else {
     head.set(http::field::content_length, std::to_string(response.size_bytes));

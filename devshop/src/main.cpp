@@ -1,4 +1,3 @@
-#include <clocale>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -33,15 +32,17 @@ void Run(const Options& options) {
   HttpServer server;
   const DataDirectory data(options.data);
   const TlsContext tls = MakeServerContext(data.path(), options.certificate);
-  Shop shop(options.books, options.accounts, data.state_file());
+  const Catalogue catalogue(options.books, options.min_titles);
+  Shop shop(catalogue, options.accounts, data.state_file());
   FileServer files(shop);
+  const OpdsSite opds(catalogue, options.opds);
   ConfigurationService configuration;
   RequestLog log(options.verbose);
   FaultInjector faults(log);
   Control control(shop, files, faults, log);
 
   const HttpServer::Handler shop_site = [&](const Request& request, Response& response) {
-    ServeShop(shop, files, request, response);
+    ServeShop(shop, files, opds, request, response);
   };
   const HttpServer::Handler config_site = [&](const Request& request, Response& response) {
     if (request.path == ConfigurationService::kPath && request.method == "GET") {
@@ -73,7 +74,6 @@ void Run(const Options& options) {
 }  // namespace devshop
 
 int main(int argc, char** argv) {
-  std::setlocale(LC_CTYPE, "C.UTF-8");  // case folding of what customers search for
   int exit_code = 0;
   const auto options = devshop::ParseOptions(argc, argv, &exit_code);
   if (!options) return exit_code;

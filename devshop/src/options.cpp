@@ -8,6 +8,9 @@
 namespace devshop {
 namespace {
 
+constexpr std::size_t kMaxTitles = 100'000;
+constexpr std::size_t kMaxPageSize = 1000;
+
 /// The data installed with the program; the build tree has the same layout.
 std::filesystem::path ShareDirectory() {
   std::error_code error;
@@ -38,6 +41,16 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
       ->capture_default_str();
   app.add_option("--accounts", options.accounts, "JSON file with the customers to start with")
       ->capture_default_str();
+  app.add_option("--titles", options.min_titles,
+                 "Generated titles follow the books until the shop has N")
+      ->check(CLI::Range(std::size_t{0}, kMaxTitles))
+      ->type_name("N");
+  app.add_option("--page-size", options.opds.page_size, "Titles a page of the catalogue")
+      ->check(CLI::Range(std::size_t{1}, kMaxPageSize))
+      ->type_name("N")
+      ->capture_default_str();
+  app.add_flag("--navigation", options.opds.navigation,
+               "The catalogue starts with a navigation feed of its sections");
   const auto port = CLI::Range(0, 65535);
   app.add_option("--shop-port", options.shop_port, "HTTPS port of the shop; 0: any free one")
       ->check(port);

@@ -1,10 +1,12 @@
 #ifndef DEVSHOP_OPTIONS_H_
 #define DEVSHOP_OPTIONS_H_
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 
 #include "authority.h"
+#include "opds_site.h"
 
 namespace devshop {
 
@@ -12,6 +14,8 @@ struct Options {
   std::filesystem::path data;  ///< empty: a temporary directory, removed at exit
   std::filesystem::path books;
   std::filesystem::path accounts;
+  std::size_t min_titles = 0;
+  OpdsOptions opds;
   int shop_port = 0;  ///< 0: any free one; likewise for the others
   int config_port = 0;
   int control_port = 0;

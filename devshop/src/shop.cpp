@@ -24,9 +24,9 @@ Json ReadJson(const std::filesystem::path& path) {
 
 }  // namespace
 
-Shop::Shop(const std::filesystem::path& books, const std::filesystem::path& accounts_file,
+Shop::Shop(const Catalogue& catalogue, const std::filesystem::path& accounts_file,
            const std::filesystem::path& state_file)
-    : catalogue_(books), state_file_(state_file), link_secret_(RandomHex(32)) {
+    : catalogue_(catalogue), state_file_(state_file), link_secret_(RandomHex(32)) {
   const bool kept = !state_file.empty() && std::filesystem::exists(state_file);
   const auto& source = kept ? state_file : accounts_file;
   const Json json = ReadJson(source);

@@ -11,12 +11,12 @@
 
 namespace devshop {
 
-/// The shop's books, customers and orders. `mutex` guards accounts and orders.
+/// The shop's customers and orders, and what it sells. `mutex` guards accounts and orders.
 class Shop {
  public:
-  /// Reads the books and the accounts. With `state_file`, changes are saved there, and the next
-  /// start reads them instead of the accounts file. Throws StartError.
-  Shop(const std::filesystem::path& books, const std::filesystem::path& accounts,
+  /// The catalogue must outlive the shop. Reads the accounts. With `state_file`, changes are saved
+  /// there, and the next start reads them instead of the accounts file. Throws StartError.
+  Shop(const Catalogue& catalogue, const std::filesystem::path& accounts,
        const std::filesystem::path& state_file);
 
   const Catalogue& catalogue() const { return catalogue_; }
@@ -32,7 +32,7 @@ class Shop {
   Orders orders;
 
  private:
-  Catalogue catalogue_;
+  const Catalogue& catalogue_;
   std::filesystem::path state_file_;  // empty: nothing is kept
   std::string link_secret_;
 };

@@ -3,7 +3,6 @@
 #include "hosts.h"
 #include "html.h"
 #include "money.h"
-#include "opds_feed.h"
 #include "payment_pages.h"
 #include "store_api.h"
 #include "url_encoding.h"
@@ -29,15 +28,15 @@ void ServeProduct(const Title& title, Response& response) {
 
 }  // namespace
 
-void ServeShop(Shop& shop, FileServer& files, const Request& request, Response& response) {
+void ServeShop(Shop& shop, FileServer& files, const OpdsSite& opds, const Request& request,
+               Response& response) {
   const std::string& path = request.path;
   if (path.starts_with(kApiPath + "/")) return ServeStoreApi(shop, request, response);
-  if (path.starts_with("/payment/")) return ServePayment(shop, request, response);
+  if (path.starts_with(kPaymentPath)) return ServePayment(shop, request, response);
   if (request.method != "GET" && request.method != "HEAD") return ServeNotFound(response);
-  if (path.starts_with("/files/")) return files.ServeBook(request, response);
-  if (path.starts_with("/covers/")) return files.ServeCover(request, response);
-  if (path == kStartPath) return ServeFeed(shop.catalogue(), request, response);
-  if (path == kSearchDescriptionPath) return ServeSearchDescription(response);
+  if (path.starts_with(kFilesPath)) return files.ServeBook(request, response);
+  if (path.starts_with(kCoversPath)) return files.ServeCover(request, response);
+  if (path.starts_with(kOpdsPath)) return opds.Serve(request, response);
   if (path == kReturnPath) return ServeReturnPage(response);
   if (path == "/") return ServeHome(shop.catalogue(), response);
   for (const LegalPage& page : kLegalPages) {

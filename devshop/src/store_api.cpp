@@ -27,24 +27,20 @@ class Refusal : public std::runtime_error {
 };
 
 Json ItemToJson(const Title& title) {
-  Json json{
-      {"orderItemEAN", title.ean},
-      {"orderItemTitle", title.title},
-      {"orderItemAuthor", title.author},
-      {"orderItemPrice", FormatAmount(title.price_hundredths)},
-      {"currency", title.currency},
-      {"orderItemQuantity", "1"},
-      {"orderItemIsEbook", "true"},
-      {"orderItemEbookType", title.BareType()},
-      {"orderItemEbookDrm", title.type == "application/vnd.adobe.adept+xml" ? "ADEPT" : "NONE"},
-      {"orderItemAvailabilityNumber", title.out_of_sale ? "0" : "1"},
-      {"productPageURL", kShopUrl + kProductPath + PercentEncode(title.ean)}};
-  if (!title.cover.empty()) {
-    const auto cover = kShopUrl + "/covers/" + PercentEncode(title.ean);
-    json["orderItemEbookCover"] = cover;
-    json["orderImageUrl"] = cover;
-  }
-  return json;
+  const auto cover = kShopUrl + kCoversPath + PercentEncode(title.ean);
+  return {{"orderItemEAN", title.ean},
+          {"orderItemTitle", title.title},
+          {"orderItemAuthor", title.author},
+          {"orderItemPrice", FormatAmount(title.price_hundredths)},
+          {"currency", title.currency},
+          {"orderItemQuantity", "1"},
+          {"orderItemIsEbook", "true"},
+          {"orderItemEbookType", title.BareType()},
+          {"orderItemEbookDrm", title.type == "application/vnd.adobe.adept+xml" ? "ADEPT" : "NONE"},
+          {"orderItemAvailabilityNumber", title.out_of_sale ? "0" : "1"},
+          {"productPageURL", kShopUrl + kProductPath + PercentEncode(title.ean)},
+          {"orderItemEbookCover", cover},
+          {"orderImageUrl", cover}};
 }
 
 bool HasSpaceOrControl(const std::string& text) {
@@ -125,7 +121,7 @@ Json BoughtItemToJson(const Shop& shop, const Account& account, const BoughtBook
   Json json = ItemToJson(*title);
   json["orderItemDate"] = book.date;
   json["orderId"] = book.order_id;
-  json["orderItemEbookLink"] = kShopUrl + "/files/" + shop.LinkToken(account, book.ean) + "/" +
+  json["orderItemEbookLink"] = kShopUrl + kFilesPath + shop.LinkToken(account, book.ean) + "/" +
                                PercentEncode(book.ean) + "/" + PercentEncode(title->file);
   return json;
 }
@@ -192,8 +188,9 @@ Json CommitOrder(Shop& shop, const Fields& form) {
   }
   shop.orders.Commit(order, pay_method);
   shop.Save();
-  return {{"status", "OK"},
-          {"url", order.payment_token.empty() ? "" : kShopUrl + "/payment/" + order.payment_token}};
+  return {
+      {"status", "OK"},
+      {"url", order.payment_token.empty() ? "" : kShopUrl + kPaymentPath + order.payment_token}};
 }
 
 Json CheckOrder(Shop& shop, const Fields& form) {

@@ -94,6 +94,41 @@ TEST(HttpRequestRunner, ReturnsResponsesOfAnyStatus) {
   EXPECT_EQ(HttpRequestRunner().PerformRequest(unheard, nullptr, nullptr, 5), 0);
 }
 
+TEST(HttpRequestRunner, SendsAndReturnsHeaders) {
+  ScriptedServer server([](const Request& request) {
+    if (request.target == "/moved") {
+      return MakeResponse(302, "", {"Location: /there", "ETag: old"});
+    }
+    return MakeResponse(304, "", {"ETag: \"1\"", "X-Twice: a", "x-twice: b", "X-Empty:"});
+  });
+  HttpRequest request("GET", server.Url("/moved"));
+  request.SetFollowRedirects(true);
+  request.AddHeader("If-None-Match", "\"1\", \"2\"");
+  HttpRequestRunner::Response response;
+  ASSERT_EQ(HttpRequestRunner().PerformRequest(request, &response, 5), 0);
+  EXPECT_EQ(response.status, 304);
+  EXPECT_EQ(response.url, server.Url("/there"));
+  EXPECT_EQ(response.headers["etag"], "\"1\"") << "of the last response";
+  EXPECT_EQ(response.headers["x-twice"], "a, b");
+  EXPECT_EQ(response.headers.count("x-empty"), 1u);
+  EXPECT_EQ(response.headers.count("location"), 0u);
+  for (const Request& sent : server.requests()) {
+    EXPECT_EQ(sent["if-none-match"], "\"1\", \"2\"");
+  }
+
+  using namespace std::string_literals;
+  const std::pair<std::string, std::string> invalid[] = {
+      {"", "x"}, {"A:", "x"}, {"A", "x\r\nB: y"}, {"A\nB", "x"}, {"A", "x\0y"s}};
+  for (const auto& [name, value] : invalid) {
+    HttpRequest bad("GET", server.Url());
+    bad.AddHeader(name, value);
+    response.status = 7;
+    EXPECT_NE(HttpRequestRunner().PerformRequest(bad, &response, 5), 0) << name;
+    EXPECT_EQ(response.status, 0);
+  }
+  EXPECT_EQ(server.requests().size(), 2u);
+}
+
 TEST(HttpRequestRunner, RejectsInvalidUrlsAndMethods) {
   using namespace std::string_literals;
   for (const std::string& url :

@@ -6,7 +6,7 @@ namespace {
 class DevshopConfigurationService : public RunningShop {
  protected:
   httplib::Result Ask(const std::string& query, const std::string& signature) {
-    return PlainClient("config").Get(
+    return Client("config").Get(
         "/api/config/v1/get-device-opds-config?" + query + "&client_signature=" + signature,
         {{"Host", "config.saltmoor.example"}});
   }

@@ -38,7 +38,7 @@ TEST_F(DevshopControl, SurvivesNestedJson) {
   const std::string nested(100'000, '[');
   for (const std::string& body : {nested, "{\"headers\":{\"a\":" + nested,
                                   "{\"path\":" + nested + std::string(100'000, ']') + "}"}) {
-    EXPECT_EQ(PlainClient("control").Post("/_faults", body, "application/json")->status, 400);
+    EXPECT_EQ(Client("control").Post("/_faults", body, "application/json")->status, 400);
   }
   EXPECT_EQ(shop_->Control("/_faults")["faults"], Json::array());
 }

@@ -1,16 +1,9 @@
-#include <chrono>
-
 #include "devshop/running_shop.h"
 
 namespace tests {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-class DevshopFaults : public RunningShop {
- protected:
-  httplib::Result GetHome() { return ShopClient().Get("/"); }
-};
+class DevshopFaults : public RunningShop {};
 
 TEST_F(DevshopFaults, ReplacesResponseOnRefuseStatusAndBody) {
   shop_->Arm({{"path", "/login"}, {"fault", "refuse"}, {"body", "Inventory today."}});
@@ -21,20 +14,24 @@ TEST_F(DevshopFaults, ReplacesResponseOnRefuseStatusAndBody) {
   EXPECT_NE(Refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
   EXPECT_EQ(Refusal("/getUserEbook", {{"opdsSessionId", session}}), "");
 
-  shop_->Arm({{"path", "/"}, {"fault", "status"}, {"status", 500}, {"body", "{}"}});
-  EXPECT_EQ(GetHome()->status, 500);
-  shop_->Arm(
-      {{"path", "/"}, {"fault", "status"}, {"status", 302}, {"headers", {{"Location", "/x"}}}});
-  EXPECT_EQ(GetHome()->get_header_value("Location"), "/x");
-  shop_->Arm({{"path", "/"}, {"fault", "body"}, {"body", "[[["}});
-  const auto garbage = GetHome();
-  EXPECT_EQ(garbage->status, 200);
-  EXPECT_EQ(garbage->body, "[[[");
+  const Json headers{{"Location", "/x"}};
+  const std::tuple<Json, int, std::string> rows[] = {
+      {{{"fault", "status"}, {"status", 500}, {"body", "{}"}}, 500, "{}"},
+      {{{"fault", "status"}, {"status", 302}, {"headers", headers}}, 302, ""},
+      {{{"fault", "body"}, {"body", "[[["}, {"headers", headers}}, 200, "[[["}};
+  for (auto [fault, status, body] : rows) {
+    fault["path"] = "/";
+    shop_->Arm(fault);
+    const auto answer = Get("/");
+    EXPECT_EQ(answer.status, status);
+    EXPECT_EQ(answer.body, body);
+    EXPECT_EQ(answer.get_header_value("Location"), fault.contains("headers") ? "/x" : "");
+  }
   EXPECT_EQ(shop_->Delivered(), 6);
 }
 
 TEST_F(DevshopFaults, TruncatesAndResetsResponses) {
-  const std::string whole = GetHome()->body;
+  const std::string whole = Get("/").body;
   const auto received = [&](httplib::Client client) {
     std::string got;
     const auto result = client.Get("/", [&](const char* data, std::size_t size) {
@@ -45,40 +42,40 @@ TEST_F(DevshopFaults, TruncatesAndResetsResponses) {
     return got;
   };
   shop_->Arm({{"path", "/"}, {"fault", "truncate"}, {"after_bytes", 700}});
-  EXPECT_EQ(received(ShopClient()), whole.substr(0, 700));
+  EXPECT_EQ(received(Client()), whole.substr(0, 700));
   shop_->Arm({{"path", "/"}, {"fault", "reset"}});
-  EXPECT_FALSE(GetHome());
+  EXPECT_EQ(Get("/").status, -1);
   shop_->Arm({{"path", "/QUIRESaltmoor"}, {"fault", "reset"}, {"after_bytes", 10}});
-  EXPECT_FALSE(PlainClient("config").Get("/QUIRESaltmoor"));
+  EXPECT_FALSE(Client("config").Get("/QUIRESaltmoor"));
   EXPECT_EQ(shop_->Delivered(), 3);
 
   const Json requests = shop_->Control("/_requests")["requests"];
   EXPECT_EQ(requests.at(2)["fault"], "reset");
   EXPECT_EQ(requests.at(2)["status"], 0) << "nothing was sent";
-  EXPECT_EQ(GetHome()->body, whole);
+  EXPECT_EQ(Get("/").body, whole);
 }
 
 TEST_F(DevshopFaults, DelaysResponseOnHangAndSlow) {
   shop_->Arm({{"path", "/"}, {"fault", "hang"}, {"delay_ms", 150}});
   auto started = Clock::now();
-  EXPECT_TRUE(GetHome()) << "served after the delay";
+  EXPECT_EQ(Get("/").status, 200) << "served after the delay";
   EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(150));
-  const auto size = GetHome()->body.size();
+  const auto size = Get("/").body.size();
   shop_->Arm({{"path", "/"}, {"fault", "slow"}, {"after_bytes", size - 5}, {"delay_ms", 30}});
   started = Clock::now();
-  EXPECT_EQ(GetHome()->body.size(), size);
+  EXPECT_EQ(Get("/").body.size(), size);
   EXPECT_GE(Clock::now() - started, std::chrono::milliseconds(4 * 30));
   EXPECT_EQ(shop_->Delivered(), 2);
 }
 
 TEST_F(DevshopFaults, AppliesToMatchingPathAfterSkip) {
   shop_->Arm({{"path", "/opds/*"}, {"fault", "status"}, {"skip", 1}});
-  EXPECT_EQ(GetHome()->status, 200);
+  EXPECT_EQ(Get("/").status, 200);
   EXPECT_EQ(Get("/de/4711/opds/start").status, 200);
   EXPECT_EQ(Get("/de/4711/opds/search.xml").status, 503);
   shop_->Arm({{"path", "/"}, {"fault", "status"}});
-  PlainClient("control").Delete("/_faults");
-  EXPECT_EQ(GetHome()->status, 200);
+  Client("control").Delete("/_faults");
+  EXPECT_EQ(Get("/").status, 200);
 }
 
 TEST_F(DevshopFaults, RejectsInvalidFaultByFieldName) {
@@ -96,17 +93,16 @@ TEST_F(DevshopFaults, RejectsInvalidFaultByFieldName) {
     const std::string error = shop_->Control("/_faults", fault, 400)["error"];
     EXPECT_NE(error.find(named), std::string::npos) << error;
   }
-  EXPECT_EQ(PlainClient("control").Post("/_faults", "{", "application/json")->status, 400);
+  EXPECT_EQ(Client("control").Post("/_faults", "{", "application/json")->status, 400);
   EXPECT_EQ(shop_->Control("/_faults")["faults"], Json::array());
 }
 
 TEST_F(DevshopFaults, RecordsRequestsAsReceived) {
-  auto kept = ShopClient();
+  auto kept = Client();
   kept.set_keep_alive(true);
-  kept.Post(kApi + "/login", "storeId=4711&username=%C3%BC+x&%20a=1&username=2",
-            "application/x-www-form-urlencoded");
+  kept.Post(kApi + "/login", "storeId=4711&username=%C3%BC+x&%20a=1&username=2", kFormType);
   kept.Get("/de/4711/opds/start?page=2&q=", {{"X-Mark", "here"}});
-  PlainClient("config").Get("/nothing");
+  Client("config").Get("/nothing");
   const Json requests = shop_->Control("/_requests")["requests"];
   ASSERT_EQ(requests.size(), 3u);
   EXPECT_EQ(requests[0]["form"], Json::parse(R"([["storeId","4711"],["username","ü x"],[" a","1"],
@@ -118,7 +114,7 @@ TEST_F(DevshopFaults, RecordsRequestsAsReceived) {
   EXPECT_NE(requests[2]["connection"], requests[0]["connection"]);
   EXPECT_EQ(requests[2]["port"], "config");
   EXPECT_EQ(requests[2]["status"], 404);
-  PlainClient("control").Delete("/_requests");
+  Client("control").Delete("/_requests");
   EXPECT_EQ(shop_->Control("/_requests")["requests"], Json::array());
 }
 

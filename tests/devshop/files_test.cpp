@@ -43,7 +43,7 @@ TEST_F(DevshopFiles, ServesExactRanges) {
   EXPECT_EQ(Get({{"Range", "bytes=1-2,4-5"}}).body, whole_.body);
   EXPECT_EQ(Get({{"Range", "bytes=99999999999999999999999-"}}).status / 100, 4);
 
-  const auto head = ShopClient().Head(path_);
+  const auto head = Client().Head(path_);
   EXPECT_EQ(head->get_header_value("Content-Length"), size);
   EXPECT_EQ(head->get_header_value("ETag"), whole_.get_header_value("ETag"));
 }
@@ -68,7 +68,7 @@ TEST_F(DevshopFiles, SendsWholeBookWhenIfRangeDiffers) {
   EXPECT_EQ(tail(first["etag"]), 200);
   EXPECT_NE(Get({}).body, one.body);
   EXPECT_NE(first["sha256"], second["sha256"]);
-  PlainClient("control").Delete("/_books");
+  Client("control").Delete("/_books");
   EXPECT_EQ(Get({}).body, whole_.body);
 }
 

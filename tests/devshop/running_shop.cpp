@@ -1,11 +1,10 @@
 #include "devshop/running_shop.h"
 
+#include <algorithm>
 #include <csignal>
 
 namespace tests {
 namespace {
-
-const std::string kHost = "https://shop.quire.example";
 
 void WriteBooks(const TemporaryDirectory& directory) {
   Json books = Json::array();
@@ -37,10 +36,6 @@ void WriteBooks(const TemporaryDirectory& directory) {
 
 }  // namespace
 
-httplib::Params ToParams(const Fields& fields) {
-  return {fields.begin(), fields.end()};
-}
-
 Fields CartForm(const std::string& session, const Fields& quantities) {
   Fields form{{"opdsSessionId", session}};
   for (const auto& [ean, quantity] : quantities) {
@@ -59,32 +54,30 @@ void RunningShop::Start(const Command& options) {
   shop_.emplace(own + options);
 }
 
-httplib::Client RunningShop::ShopClient() const {
-  httplib::Client client(shop_->Address("shop"));
-  client.set_ca_cert_path(shop_->Address("ca"));
-  client.enable_server_certificate_verification(true);
-  client.set_read_timeout(5);
-  return client;
-}
-
-httplib::Client RunningShop::PlainClient(const std::string& port) const {
+httplib::Client RunningShop::Client(const std::string& port) const {
   httplib::Client client(shop_->Address(port));
+  client.set_ca_cert_path(shop_->Address("ca"));
+  client.set_read_timeout(5);
   if (port == "control") client.set_bearer_token_auth(shop_->Address("token"));
   return client;
 }
 
 httplib::Response RunningShop::Get(const std::string& path, const httplib::Headers& headers) const {
-  const auto answer = ShopClient().Get(path, headers);
+  const auto answer = Client().Get(path, headers);
+  return answer ? *answer : httplib::Response();
+}
+
+httplib::Response RunningShop::Post(const std::string& path, const Fields& form) const {
+  const auto answer = Client().Post(path, httplib::Params(form.begin(), form.end()));
   return answer ? *answer : httplib::Response();
 }
 
 Json RunningShop::Call(const std::string& name, const Fields& form) {
-  httplib::Params params = ToParams(form);
-  if (!params.contains("storeId") && !params.contains(" storeId"))
-    params.emplace("storeId", "4711");
-  const auto answer = ShopClient().Post(kApi + name, params);
-  if (!answer || answer->status != 200) throw std::runtime_error(name + " was not answered");
-  return Json::parse(answer->body);
+  const bool has_store = std::any_of(
+      form.begin(), form.end(), [](const auto& field) { return field.first.ends_with("storeId"); });
+  const auto answer = Post(kApi + name, has_store ? form : form + Fields{{"storeId", "4711"}});
+  if (answer.status != 200) throw std::runtime_error(name + " was not answered");
+  return Json::parse(answer.body);
 }
 
 std::string RunningShop::Refusal(const std::string& name, const Fields& form) {
@@ -107,6 +100,12 @@ std::pair<std::string, std::string> RunningShop::Commit(const std::string& sessi
   const Fields form{{"opdsSessionId", session}, {"orderId", order}};
   const std::string url = Call("/commitOrderForPayment", form + payment).at("response").at("url");
   return {order, url.empty() ? url : url.substr(kHost.size())};
+}
+
+void RunningShop::Buy(const std::string& session, const std::vector<std::string>& eans) {
+  const auto [order, page] = Commit(session, eans, {{"paymethod", "INVOICE"}});
+  EXPECT_EQ(page, "");
+  EXPECT_EQ(Refusal("/submitOrder", {{"orderId", order}, {"opdsSessionId", session}}), "");
 }
 
 std::string RunningShop::FilePath(const std::string& ean) {

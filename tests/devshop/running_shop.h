@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,13 +14,14 @@
 
 namespace tests {
 
+using Clock = std::chrono::steady_clock;
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
 inline const std::string kApi = "/webapp/wcs/stores/servlet";
 inline const std::string kAnna = "anna@quire.example";
-
-/// The fields as the client takes them.
-httplib::Params ToParams(const Fields& fields);
+inline const std::string kBen = "ben@quire.example";
+inline const std::string kHost = "https://shop.quire.example";
+inline constexpr char kFormType[] = "application/x-www-form-urlencoded";
 
 /// The form that puts these EANs, with their quantities, into the session's cart.
 Fields CartForm(const std::string& session, const Fields& quantities);
@@ -32,12 +34,12 @@ class RunningShop : public testing::Test {
 
   void Start(const Command& options = {});
 
-  httplib::Client ShopClient() const;
-  /// For "config" or, with its token, "control".
-  httplib::Client PlainClient(const std::string& port) const;
+  /// A client of the port "shop", "config" or, with its token, "control".
+  httplib::Client Client(const std::string& port = "shop") const;
 
   /// The shop's response; its status is -1 when there is none.
   httplib::Response Get(const std::string& path, const httplib::Headers& headers = {}) const;
+  httplib::Response Post(const std::string& path, const Fields& form) const;
 
   /// Calls the store API; adds "storeId" unless given. Throws std::runtime_error.
   Json Call(const std::string& name, const Fields& form);
@@ -48,6 +50,8 @@ class RunningShop : public testing::Test {
   std::pair<std::string, std::string> Commit(const std::string& session,
                                              const std::vector<std::string>& eans,
                                              const Fields& payment);
+  /// Pays by invoice, which needs no page.
+  void Buy(const std::string& session, const std::vector<std::string>& eans);
   /// The path of a book that Anna bought.
   std::string FilePath(const std::string& ean);
 

@@ -21,7 +21,7 @@ TEST_F(DevshopStoreApi, RefusesWithStatus200AndText) {
     EXPECT_NE(Refusal(name, {{"opdsSessionId", "0123"}, {"orderId", "1"}}), "") << name;
     EXPECT_NE(Refusal(name, {{"opdsSessionId", session}, {"storeId", ""}}), "") << name;
   }
-  const auto unknown = ShopClient().Post(kApi + "/nothing");
+  const auto unknown = Client().Post(kApi + "/nothing");
   ASSERT_TRUE(unknown);
   EXPECT_EQ(unknown->status, 404);
 }
@@ -70,7 +70,7 @@ TEST_F(DevshopStoreApi, PricesCartWithoutUnavailableTitles) {
   EXPECT_EQ(cart["order"]["orderId"], order);
   EXPECT_EQ(cart["opdsSessionId"], session);
 
-  const std::string bens = LogIn("ben@quire.example");
+  const std::string bens = LogIn(kBen);
   EXPECT_NE(Refusal("/getCart", {{"opdsSessionId", bens}, {"orderId", order}}), "");
   const Json empty = Call("/addToCart", {{"opdsSessionId", LogIn()}});
   EXPECT_NE(empty["response"]["orderId"], order) << "a new session starts with a new cart";

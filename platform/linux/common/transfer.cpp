@@ -3,7 +3,9 @@
 #include <openssl/ssl.h>
 #include <strings.h>
 
+#include <boost/algorithm/string/case_conv.hpp>
 #include <ctime>
+#include <locale>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -210,11 +212,15 @@ long Transfer::redirect_count() const {
   return count;
 }
 
-CurlUrl Transfer::ParseEffectiveUrl() const {
-  const char* url = "";
+std::string Transfer::effective_url() const {
+  const char* url = nullptr;
   curl_easy_getinfo(handle_, CURLINFO_EFFECTIVE_URL, &url);
+  return url ? url : "";
+}
+
+CurlUrl Transfer::ParseEffectiveUrl() const {
   CurlUrl parsed = NewUrl();
-  curl_url_set(parsed.get(), CURLUPART_URL, url, 0);
+  curl_url_set(parsed.get(), CURLUPART_URL, effective_url().c_str(), 0);
   return parsed;
 }
 
@@ -282,6 +288,17 @@ std::string Transfer::GetHeader(const char* name) const {
   curl_header* header = nullptr;
   const CURLHcode code = curl_easy_header(handle_, name, 0, CURLH_HEADER, -1, &header);
   return code == CURLHE_OK ? header->value : "";
+}
+
+std::map<std::string, std::string> Transfer::GetHeaders() const {
+  std::map<std::string, std::string> headers;
+  curl_header* header = nullptr;
+  while ((header = curl_easy_nextheader(handle_, CURLH_HEADER, -1, header)) != nullptr) {
+    std::string& value =
+        headers[boost::algorithm::to_lower_copy(std::string(header->name), std::locale::classic())];
+    value += (value.empty() ? "" : ", ") + std::string(header->value);
+  }
+  return headers;
 }
 
 Error Transfer::ToError(CURLcode code) const {

@@ -4,6 +4,7 @@
 #include <curl/curl.h>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -72,12 +73,17 @@ class Transfer {
   std::int64_t content_length() const;
   /// A header of the last response; empty if it has none of that name.
   std::string GetHeader(const char* name) const;
+  /// All headers of the last response, names in lower case; values of one name are joined with
+  /// ", ".
+  std::map<std::string, std::string> GetHeaders() const;
 
   /// The parts of the URL that may be logged: "https://host:port", and the path. Empty if the URL
   /// is invalid.
   const std::string& origin() const { return origin_; }
   const std::string& path() const { return path_; }
-  /// The path of the URL that the last redirect led to.
+  /// The URL that the last redirect led to.
+  std::string effective_url() const;
+  /// Its path.
   std::string effective_path() const;
 
  private:

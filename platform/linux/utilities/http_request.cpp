@@ -21,6 +21,10 @@ void HttpRequest::AddPostParam(const std::string& key, int value) {
   AddPostParam(key, std::to_string(value));
 }
 
+void HttpRequest::AddHeader(const std::string& name, const std::string& value) {
+  headers_.emplace_back(name, value);
+}
+
 void HttpRequest::SetFollowRedirects(bool on) {
   follow_redirects_ = on;
 }
@@ -39,6 +43,9 @@ const HttpRequest::Parameters& HttpRequest::GetGetParams() const {
 }
 const HttpRequest::Parameters& HttpRequest::GetPostParams() const {
   return post_params_;
+}
+const HttpRequest::Parameters& HttpRequest::GetHeaders() const {
+  return headers_;
 }
 
 }  // namespace saltmoor::utilities

@@ -30,6 +30,10 @@ class HttpRequest {
   /// Adds a number in decimal digits.
   void AddPostParam(const std::string& key, int value);
 
+  /// Adds a header. Performing the request fails if the name or the value has a line break, or the
+  /// name is empty or has a colon. Redirects carry the headers, also to another host.
+  void AddHeader(const std::string& name, const std::string& value);
+
   /// Sets whether the runner follows redirects; by default it does not.
   void SetFollowRedirects(bool on);
 
@@ -44,12 +48,15 @@ class HttpRequest {
   const Parameters& GetGetParams() const;
   /// The parameters of AddPostParam, not encoded.
   const Parameters& GetPostParams() const;
+  /// The headers of AddHeader.
+  const Parameters& GetHeaders() const;
 
  private:
   std::string method_;
   std::string url_;
   Parameters get_params_;
   Parameters post_params_;
+  Parameters headers_;
   bool follow_redirects_ = false;
 };
 

@@ -1,6 +1,8 @@
 #ifndef SALTMOOR_UTILITIES_HTTP_REQUEST_RUNNER_H_
 #define SALTMOOR_UTILITIES_HTTP_REQUEST_RUNNER_H_
 
+#include <map>
+#include <string>
 #include <vector>
 
 #include "saltmoor/utilities/http_request.h"
@@ -42,6 +44,19 @@ class HttpRequestRunner {
   ///     is logged. Throws nothing.
   int PerformRequest(const HttpRequest& request, long* status, std::vector<char>* body,
                      unsigned timeout_s);
+
+  /// A response of any status.
+  struct Response {
+    long status = 0;
+    std::vector<char> body;  ///< decompressed
+    std::string url;         ///< that answered: after redirects another than the request's
+    /// Names are in lower case; values of the same name are joined with ", ".
+    std::map<std::string, std::string> headers;
+  };
+
+  /// PerformRequest for callers that need more of the response than its status and body.
+  /// \param response  receives the last response; empty on failure. Must not be null.
+  int PerformRequest(const HttpRequest& request, Response* response, unsigned timeout_s);
 };
 
 }  // namespace saltmoor::utilities
