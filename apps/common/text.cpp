@@ -92,9 +92,10 @@ std::string Truncate(std::string_view text, int columns) {
 std::vector<std::string> Wrap(std::string_view text, int columns) {
   if (columns <= 0) return {std::string(text)};
   std::vector<std::string> lines;
-  while (DisplayWidth(text) > columns) {
+  while (true) {
     std::string_view rest = text;
     std::string line = ReadColumns(rest, columns);
+    if (rest.empty()) break;
     if (line.empty()) line = ReadColumns(rest, columns + 1);  // one column, but a wide character
     const bool at_space = rest.starts_with(' ');
     const std::size_t space = at_space ? line.size() : line.rfind(' ');

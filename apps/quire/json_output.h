@@ -12,7 +12,8 @@ using Json = nlohmann::ordered_json;
 /// Writes `json` to the standard output as SerializeJson returns it.
 void PrintJson(const Json& json);
 
-/// Serializes `json` with indentation. Invalid UTF-8 becomes U+FFFD, control characters escapes.
+/// Serializes `json` with indentation. Invalid UTF-8 becomes U+FFFD; control characters and
+/// direction controls become escapes.
 std::string SerializeJson(const Json& json);
 
 /// `text` as JSON; null when it is empty.

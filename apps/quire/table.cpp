@@ -10,6 +10,7 @@ namespace app {
 namespace {
 
 constexpr int kGap = 2;
+constexpr int kMaxHeadLines = 3;  // of a card
 
 std::string Spaces(int count) {
   return std::string(static_cast<std::size_t>(std::max(count, 0)), ' ');
@@ -84,7 +85,8 @@ std::string Table::RenderCards(int width) const {
   std::string out;
   for (const auto& row : rows_) {
     const std::size_t head = row[truncatable].text.empty() ? 0 : truncatable;
-    for (const std::string& line : Wrap(row[head].text, width)) {
+    const std::string title = Truncate(row[head].text, kMaxHeadLines * width);
+    for (const std::string& line : Wrap(title, width)) {
       out += Screen::Out().ApplyStyle(Style::kBold, line) + "\n";
     }
     std::string line;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "json_output.h"
 #include "money.h"
 #include "screen.h"
@@ -46,6 +48,20 @@ TEST(Wrap, BreaksAtSpacesIfPossible) {
   EXPECT_EQ(Wrap("漢字", 1), (Lines{"漢", "字"})) << "it ends, although nothing fits";
   EXPECT_EQ(Wrap("", 10), (Lines{""}));
   EXPECT_EQ(Wrap("one two", 0), (Lines{"one two"}));
+}
+
+TEST(Wrap, TakesLinearTimeForHugeTitles) {
+  for (const char* unit : {"word ", "x", "漢", "e\xCC\x81"}) {
+    std::string title;
+    while (title.size() < (4U << 20)) title += unit;
+    const auto start = std::chrono::steady_clock::now();
+    const auto lines = Wrap(title, 40);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << unit;
+    EXPECT_GE(lines.size(), title.size() / 40 / 4) << unit;
+  }
+  Table table({{"Title", 8}, {"EAN"}});
+  table.AddRow({std::string(300'000, 'x'), "9780000000017"});
+  for (const int width : {20, 40, 80, 120}) EXPECT_LT(table.Render(width).size(), 400U) << width;
 }
 
 TEST(FormatPrice, MatchesTheCartsTotal) {
@@ -122,6 +138,7 @@ TEST(SerializeJson, EscapesControlCharacters) {
   const std::string text = SerializeJson({{"title", "a\x1b\x7f\302\233Ä\xFF"}});
   EXPECT_EQ(text, "{\n  \"title\": \"a\\u001b\\u007f\\u009bÄ�\"\n}\n");
   EXPECT_EQ(Json::parse(text)["title"], "a\x1b\x7f\xC2\x9BÄ�");
+  EXPECT_EQ(SerializeJson("a\u202eb\u2069\u2026 \u200f"), "\"a\\u202eb\\u2069\u2026 \u200f\"\n");
 }
 
 }  // namespace
