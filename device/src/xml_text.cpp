@@ -1,5 +1,7 @@
 #include "xml_text.h"
 
+#include "text.h"
+
 namespace {
 
 struct Free {
@@ -20,20 +22,6 @@ std::string_view ElementName(const xmlNode* node) {
 
 std::string GetAttribute(const xmlNode* element, const char* name) {
   return ToString(OwnedText(xmlGetProp(element, reinterpret_cast<const xmlChar*>(name))).get());
-}
-
-std::string NormalizeSpace(std::string_view text) {
-  std::string normalized;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte > ' ' && byte != 0x7f) {
-      normalized += c;
-    } else if (!normalized.empty() && normalized.back() != ' ') {
-      normalized += ' ';
-    }
-  }
-  if (!normalized.empty() && normalized.back() == ' ') normalized.pop_back();
-  return normalized;
 }
 
 std::string GetText(const xmlNode* element) {

@@ -1,5 +1,5 @@
 /// \file
-/// Documents and strings of untrusted XML and HTML.
+/// Documents and strings of untrusted HTML.
 
 #ifndef DEVICE_SRC_XML_TEXT_H_
 #define DEVICE_SRC_XML_TEXT_H_
@@ -24,11 +24,7 @@ std::string_view ElementName(const xmlNode* node);
 /// The unchanged value of an attribute; empty if it is missing.
 std::string GetAttribute(const xmlNode* element, const char* name);
 
-/// Trims a string and replaces each run of spaces and control characters, which could drive a
-/// terminal, by one space.
-std::string NormalizeSpace(std::string_view text);
-
-/// The normalized text of an element and its descendants.
+/// The text of an element and its descendants, with normalized space.
 std::string GetText(const xmlNode* element);
 
 #endif  // DEVICE_SRC_XML_TEXT_H_

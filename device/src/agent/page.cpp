@@ -7,6 +7,7 @@
 #include <set>
 #include <string_view>
 
+#include "../text.h"
 #include "../xml_text.h"
 
 namespace agent {

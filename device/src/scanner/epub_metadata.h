@@ -9,15 +9,14 @@
 
 namespace scanner {
 
-/// Strings are valid UTF-8 on one line, without control characters, and at most 1000 bytes long.
-/// A missing value is empty.
+/// Strings are printable, on one line, and at most 1000 bytes long. A missing value is empty.
 struct EpubMetadata {
   std::string title;
   std::string author;  ///< several authors are joined with ", "
 };
 
-/// Reads at most a few MiB, whatever sizes the file declares. A file that is damaged or not an
-/// EPUB yields what could be read. Throws std::bad_alloc only.
+/// Takes at most about a second and 20 MiB, whatever the file holds or declares. A file that is
+/// damaged, excessive or not an EPUB yields what could be read. Throws std::bad_alloc only.
 EpubMetadata ReadEpubMetadata(const std::filesystem::path& file);
 
 }  // namespace scanner

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "../text.h"
 #include "../util.h"
 #include "scan.h"
 #include "tabulet.h"
@@ -60,11 +61,11 @@ bool ParseOptions(int argc, char** argv, Options* options) {
 
 int Scan(const std::string& directory, const std::string& library) try {
   const scanner::ScanResult result = scanner::Scan(directory, library);
-  std::cout << "scanned " << directory << ": " << result.books << " books, " << result.new_books
-            << " new, " << result.deleted_books << " gone" << std::endl;
+  std::cout << "scanned " << MakePrintable(directory) << ": " << result.books << " books, "
+            << result.new_books << " new, " << result.deleted_books << " gone" << std::endl;
   return 0;
 } catch (const std::exception& error) {
-  std::cerr << "scanner: " << error.what() << std::endl;
+  std::cerr << "scanner: " << MakePrintable(error.what()) << std::endl;
   return 1;
 }
 
@@ -82,11 +83,11 @@ int List(const std::string& library) try {
                      {"size_bytes", book.size_bytes},
                      {"modified_s", book.modified_s}});
   }
-  std::cout << books.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)
+  std::cout << books.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace)
             << std::endl;
   return std::cout ? 0 : 1;
 } catch (const std::exception& error) {
-  std::cerr << "scanner: " << error.what() << std::endl;
+  std::cerr << "scanner: " << MakePrintable(error.what()) << std::endl;
   return 1;
 }
 
@@ -102,8 +103,8 @@ int HandleRequest(int request, const std::string& data, const std::string& libra
   // Some callers send the terminating zero byte, too.
   directory.resize(std::min(directory.find('\0'), directory.size()));
   if (!IsOnStorage(directory)) {
-    std::cerr << "scanner: asked to scan " << directory << ", which is not on " << kStorage
-              << std::endl;
+    std::cerr << "scanner: asked to scan " << MakePrintable(directory) << ", which is not on "
+              << kStorage << std::endl;
     return -1;
   }
   return Scan(directory, library) == 0 ? 0 : -1;

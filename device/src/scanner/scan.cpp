@@ -8,6 +8,8 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
+#include <exception>
 #include <iostream>
 #include <map>
 #include <stdexcept>
@@ -15,6 +17,7 @@
 #include <system_error>
 #include <vector>
 
+#include "../text.h"
 #include "epub_metadata.h"
 #include "tabulet.h"
 
@@ -90,24 +93,31 @@ void PrepareTable(SQLite::Database* library) {
 }
 
 /// The recorded books in a directory and below it, by their paths.
-std::map<std::string, BookFile> FindRecordedBooks(const SQLite::Database& library,
-                                                  const std::string& directory) {
-  SQLite::Statement select(
-      library, "SELECT path, format, size, modified FROM books WHERE path > ? AND path < ?");
+std::map<std::string, LibraryBook> FindRecordedBooks(const SQLite::Database& library,
+                                                     const std::string& directory) {
+  SQLite::Statement select(library,
+                           "SELECT path, format, size, modified, title, author FROM books"
+                           " WHERE path > ? AND path < ?");
   const std::string parent = directory == "/" ? "" : directory;
   SQLite::bind(select, parent + "/", parent + "0");  // the character after '/'
-  std::map<std::string, BookFile> books;
+  std::map<std::string, LibraryBook> books;
   while (select.executeStep()) {
-    const BookFile book = select.getColumns<BookFile, 4>();
+    const LibraryBook book = select.getColumns<LibraryBook, 6>();
     books.emplace(book.path, book);
   }
   return books;
 }
 
+EpubMetadata ReadMetadata(const BookFile& book) try {
+  return book.format == "epub" ? ReadEpubMetadata(book.path) : EpubMetadata();
+} catch (const std::exception& error) {
+  std::cerr << "scanner: cannot read " << MakePrintable(book.path) << ": " << error.what() << '\n';
+  return {};
+}
+
 /// Inserts a book, or replaces the one with the same path.
-void InsertOrReplace(const SQLite::Database& library, const BookFile& book) {
-  const EpubMetadata metadata =
-      book.format == "epub" ? ReadEpubMetadata(book.path) : EpubMetadata();
+void InsertOrReplace(const SQLite::Database& library, const BookFile& book,
+                     const EpubMetadata& metadata) {
   SQLite::Statement put(library,
                         "INSERT OR REPLACE INTO books(path, format, size, modified, title, author)"
                         " VALUES(?, ?, ?, ?, nullif(?, ''), nullif(?, ''))");
@@ -123,38 +133,52 @@ void Remove(const SQLite::Database& library, const std::string& path) {
 }
 
 /// Makes all changes in one transaction. Throws SQLite::Exception.
-ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFile>& found,
-                         const fs::path& file) {
-  SQLite::Database library(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
-                           kBusyTimeout_ms);
-  SQLite::Transaction transaction(library, SQLite::TransactionBehavior::IMMEDIATE);
-  PrepareTable(&library);
-  std::map<std::string, BookFile> recorded = FindRecordedBooks(library, directory);
+ScanResult UpdateBooks(const std::string& directory, const std::vector<BookFile>& found,
+                       SQLite::Database* library) {
+  SQLite::Transaction transaction(*library, SQLite::TransactionBehavior::IMMEDIATE);
+  PrepareTable(library);
+  std::map<std::string, LibraryBook> recorded = FindRecordedBooks(*library, directory);
 
   ScanResult result;
   for (const BookFile& book : found) {
     ++result.books;
     const auto known = recorded.extract(book.path);
-    if (known && known.mapped().size_bytes == book.size_bytes &&
-        known.mapped().modified_s == book.modified_s) {
-      continue;
-    }
+    const bool unchanged = known && known.mapped().size_bytes == book.size_bytes &&
+                           known.mapped().modified_s == book.modified_s;
+    if (unchanged && !known.mapped().title.empty()) continue;
     if (!known) ++result.new_books;
-    InsertOrReplace(library, book);
+    const EpubMetadata metadata = ReadMetadata(book);
+    if (unchanged && metadata.title.empty()) continue;
+    InsertOrReplace(*library, book, metadata);
   }
   for (const auto& [path, book] : recorded) {
     if (!IsDeleted(path)) continue;  // in a directory that the walk skipped
-    Remove(library, path);
+    Remove(*library, path);
     ++result.deleted_books;
   }
   transaction.commit();
   return result;
 }
 
-/// Whether the file is damaged or not a library, rather than busy or on a full disk.
+/// Whether the file is damaged or not a library, rather than busy or on a failing or full disk.
 bool IsDamaged(const SQLite::Exception& error) {
   const int kind = error.getErrorCode() & 0xFF;
   return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR;
+}
+
+ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFile>& found,
+                         const fs::path& file) {
+  SQLite::Database library(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
+                           kBusyTimeout_ms);
+  chmod(file.c_str(), 0600);
+  try {
+    return UpdateBooks(directory, found, &library);
+  } catch (const SQLite::Exception& error) {
+    int read_error = 0;  // SQLite reports damage after some failed reads
+    sqlite3_file_control(library.getHandle(), "main", SQLITE_FCNTL_LAST_ERRNO, &read_error);
+    if (!IsDamaged(error) || read_error == 0) throw;
+    throw SQLite::Exception(std::strerror(read_error), SQLITE_IOERR);
+  }
 }
 
 /// Renames a damaged library to a free name in its directory.
@@ -167,13 +191,13 @@ fs::path MoveAside(const fs::path& file) {
     aside += ".damaged-" + std::to_string(number);
   }
   std::error_code error;
+  // A journal that were left alone would be applied to the new library.
+  fs::rename(file.string() + "-journal", aside.string() + "-journal", error);
   fs::rename(file, aside, error);
   if (error) {
     throw std::runtime_error(file.string() +
                              " is damaged and cannot be moved aside: " + error.message());
   }
-  // The journal moves with its database.
-  fs::rename(file.string() + "-journal", aside.string() + "-journal", error);
   return aside;
 }
 
@@ -199,7 +223,8 @@ ScanResult Scan(const fs::path& directory, const fs::path& library_file) {
 std::vector<LibraryBook> ReadLibrary(const fs::path& library_file) try {
   std::vector<LibraryBook> books;
   if (!fs::exists(library_file)) return books;
-  const SQLite::Database library(library_file.string(), SQLite::OPEN_READONLY, kBusyTimeout_ms);
+  // Not read-only: the transaction of a scan that was killed may have to be rolled back.
+  const SQLite::Database library(library_file.string(), SQLite::OPEN_READWRITE, kBusyTimeout_ms);
   SQLite::Statement query(
       library, "SELECT path, format, size, modified, title, author FROM books ORDER BY path");
   while (query.executeStep()) books.push_back(query.getColumns<LibraryBook, 6>());

@@ -18,9 +18,10 @@ struct ScanResult {
 };
 
 /// Updates the library with the books in `directory` and below it. Symbolic links, hidden files and
-/// unfinished downloads are ignored. A damaged library is renamed, with a line on standard error,
-/// and replaced by a new one.
-/// \throws std::runtime_error with a message for the user when the directory cannot be read or the
+/// unfinished downloads are ignored. A book without a title is looked at again by each scan. A
+/// damaged library is renamed, with a line on standard error, and replaced by a new one. The
+/// library is its owner's alone. \throws std::runtime_error with a message for the user when the
+/// directory cannot be read or the
 ///     library cannot be written; the library is then unchanged.
 ScanResult Scan(const std::filesystem::path& directory, const std::filesystem::path& library_file);
 
@@ -34,7 +35,8 @@ struct LibraryBook {
   std::string author;
 };
 
-/// Reads all recorded books, ordered by path; none if the library does not exist.
+/// Reads all recorded books, ordered by path; none if the library does not exist. Ends what a scan
+/// that was killed has left.
 /// \throws std::runtime_error with a message for the user when the library cannot be read.
 std::vector<LibraryBook> ReadLibrary(const std::filesystem::path& library_file);
 
