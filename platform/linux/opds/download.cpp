@@ -204,8 +204,7 @@ void Download::Request::StartFile() {
   }
   download_.content_type_ = transfer_.GetHeader("Content-Type");
   if (IsWebPage(download_.content_type_)) {
-    Fail(RequestOutcome::kPermanent,
-         Error::InvalidData("the server sends a web page in place of the file"));
+    Fail(RequestOutcome::kPermanent, Error::InvalidData("the server sends a web page, not a book"));
     return;
   }
   const std::int64_t length = std::max<std::int64_t>(transfer_.content_length(), 0);
