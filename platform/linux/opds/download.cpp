@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -74,9 +75,10 @@ bool IsUnspecific(const std::string& content_type) {
 /// The extension of a URL's path, if it is one of those that a book without one is searched under;
 /// otherwise empty.
 std::string GetBookExtension(const std::string& path) {
-  for (const std::string extension : {".epub", ".pdf", ".acsm"}) {
-    const std::size_t stem_size = path.size() - std::min(path.size(), extension.size());
-    if (strcasecmp(path.c_str() + stem_size, extension.c_str()) == 0) return extension;
+  for (const char* extension : {".epub", ".pdf", ".acsm"}) {
+    const std::size_t size = std::strlen(extension);
+    const bool longer = path.size() > size;
+    if (longer && strcasecmp(path.c_str() + path.size() - size, extension) == 0) return extension;
   }
   return "";
 }
@@ -204,8 +206,7 @@ void Download::Request::StartFile() {
   }
   download_.content_type_ = transfer_.GetHeader("Content-Type");
   if (IsWebPage(download_.content_type_)) {
-    Fail(RequestOutcome::kPermanent,
-         Error::InvalidData("the server sends a web page in place of the file"));
+    Fail(RequestOutcome::kPermanent, Error::InvalidData("the server sends a web page, not a book"));
     return;
   }
   const std::int64_t length = std::max<std::int64_t>(transfer_.content_length(), 0);

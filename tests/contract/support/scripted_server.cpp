@@ -11,75 +11,46 @@
 #include <sstream>
 #include <stdexcept>
 
-/// A connection, with or without TLS.
-class ScriptedServer::Connection {
- public:
-  Connection(int socket, ssl_ctx_st* tls)
-      : socket_(socket), tls_(tls), stream_(BIO_new_socket(socket, BIO_NOCLOSE)) {
-    if (tls_) stream_ = BIO_push(BIO_new_ssl(tls_, 0), stream_);
-  }
-  ~Connection() { BIO_free_all(stream_); }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
+namespace {
 
-  /// Reads one request; false at the end of the connection.
-  bool Read(Request* request) {
-    std::size_t head_size;
-    while ((head_size = buffer_.find("\r\n\r\n")) == std::string::npos) {
-      if (!Fill()) return false;
-    }
-    std::istringstream head(Take(head_size + 4));
-    std::string line;
-    head >> request->method >> request->target >> line;
-    while (std::getline(head, line)) {
-      const std::size_t colon = line.find(": ");
-      if (colon == std::string::npos) continue;
-      std::transform(line.begin(), line.begin() + colon, line.begin(), ::tolower);
-      request->headers[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
-    }
-    const std::string length = (*request)["content-length"];
-    const std::size_t size = length.empty() ? 0 : std::stoul(length);
-    while (buffer_.size() < size) {
-      if (!Fill()) return false;
-    }
-    request->body = Take(size);
-    return true;
-  }
+/// Reads what has arrived; false at the end of the connection.
+bool Fill(BIO* stream, std::string* buffer) {
+  char block[16384];
+  const int got = BIO_read(stream, block, sizeof block);
+  if (got > 0) buffer->append(block, static_cast<std::size_t>(got));
+  return got > 0;
+}
 
-  bool Write(const std::string& bytes) {
-    std::size_t sent = 0;
-    return BIO_write_ex(stream_, bytes.data(), bytes.size(), &sent) || bytes.empty();
-  }
+std::string Take(std::string* buffer, std::size_t size) {
+  std::string taken = buffer->substr(0, size);
+  buffer->erase(0, size);
+  return taken;
+}
 
-  void Finish(AfterResponse after) {
-    if (after == AfterResponse::kHang) {
-      while (Fill()) continue;
-    } else if (after == AfterResponse::kReset) {
-      const linger at_once{1, 0};
-      setsockopt(socket_, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
-    } else if (tls_) {
-      BIO_ssl_shutdown(stream_);
-    }
+/// Reads one request; false at the end of the connection.
+bool ReadRequest(BIO* stream, std::string* buffer, Request* request) {
+  std::size_t head_size;
+  while ((head_size = buffer->find("\r\n\r\n")) == std::string::npos) {
+    if (!Fill(stream, buffer)) return false;
   }
+  std::istringstream head(Take(buffer, head_size + 4));
+  std::string line;
+  head >> request->method >> request->target >> line;
+  while (std::getline(head, line)) {
+    const std::size_t colon = line.find(": ");
+    if (colon == std::string::npos) continue;
+    std::transform(line.begin(), line.begin() + colon, line.begin(), ::tolower);
+    request->headers[line.substr(0, colon)] = line.substr(colon + 2, line.size() - colon - 3);
+  }
+  const std::size_t size = std::strtoul((*request)["content-length"].c_str(), nullptr, 10);
+  while (buffer->size() < size) {
+    if (!Fill(stream, buffer)) return false;
+  }
+  request->body = Take(buffer, size);
+  return true;
+}
 
- private:
-  bool Fill() {
-    char block[16384];
-    const int got = BIO_read(stream_, block, sizeof block);
-    if (got > 0) buffer_.append(block, static_cast<std::size_t>(got));
-    return got > 0;
-  }
-  std::string Take(std::size_t size) {
-    std::string taken = buffer_.substr(0, size);
-    buffer_.erase(0, size);
-    return taken;
-  }
-
-  const int socket_;
-  ssl_ctx_st* const tls_;
-  BIO* stream_;
-  std::string buffer_;
-};
+}  // namespace
 
 std::string MakeResponse(int status, const std::string& body, const HeaderLines& headers) {
   std::string text = "HTTP/1.1 " + std::to_string(status) + " Status\r\n";
@@ -141,6 +112,12 @@ void ScriptedServer::Accept() {
   }
 }
 
+Response ScriptedServer::Answer(const Request& request) {
+  const std::lock_guard lock(mutex_);
+  requests_.push_back(request);
+  return script_(request);
+}
+
 void ScriptedServer::Serve(int socket, int number) {
   // OpenSSL may write to a closed connection. Other threads keep SIGPIPE fatal, so that the
   // platform's libraries must avoid it.
@@ -148,19 +125,28 @@ void ScriptedServer::Serve(int socket, int number) {
   sigemptyset(&broken_pipe);
   sigaddset(&broken_pipe, SIGPIPE);
   pthread_sigmask(SIG_BLOCK, &broken_pipe, nullptr);
-  {
-    Connection connection(socket, tls_.get());
-    Response response{""};
-    do {
-      Request request;
-      request.connection = number;
-      if (!connection.Read(&request)) break;
-      const std::lock_guard lock(mutex_);
-      requests_.push_back(request);
-      response = script_(request);
-    } while (connection.Write(response.bytes) && response.after == AfterResponse::kKeep);
-    connection.Finish(response.after);
+  BIO* stream = BIO_new_socket(socket, BIO_NOCLOSE);
+  if (tls_) stream = BIO_push(BIO_new_ssl(tls_.get(), 0), stream);
+  std::string buffer;
+  AfterResponse after = AfterResponse::kKeep;
+  while (after == AfterResponse::kKeep) {
+    Request request;
+    request.connection = number;
+    if (!ReadRequest(stream, &buffer, &request)) break;
+    const Response response = Answer(request);
+    std::size_t sent = 0;
+    BIO_write_ex(stream, response.bytes.data(), response.bytes.size(), &sent);
+    after = sent == response.bytes.size() ? response.after : AfterResponse::kClose;
   }
+  if (after == AfterResponse::kHang) {
+    while (Fill(stream, &buffer)) continue;
+  } else if (after == AfterResponse::kReset) {
+    const linger at_once{1, 0};
+    setsockopt(socket, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+  } else if (tls_) {
+    BIO_ssl_shutdown(stream);
+  }
+  BIO_free_all(stream);
   const std::lock_guard lock(mutex_);
   sockets_.erase(std::find(sockets_.begin(), sockets_.end(), socket));
   close(socket);

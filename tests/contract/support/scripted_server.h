@@ -61,8 +61,8 @@ class ScriptedServer {
   int connections() const { return connections_; }
 
  private:
-  class Connection;
   void Accept();
+  Response Answer(const Request& request);
   void Serve(int socket, int number);
 
   const Script script_;
