@@ -1,6 +1,5 @@
 #include <ctime>
 
-
 #include "devshop/running_shop.h"
 
 namespace tests {
