@@ -8,7 +8,7 @@
 namespace devshop {
 namespace {
 
-constexpr std::size_t kMaxTitles = 100'000;
+constexpr std::size_t kMaxTitles = 10'000;
 constexpr std::size_t kMaxPageSize = 1000;
 
 /// The data installed with the program; the build tree has the same layout.

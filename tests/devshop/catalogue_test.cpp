@@ -28,13 +28,10 @@ struct Feed {
     for (const auto& found : xml.select_nodes(path)) texts.push_back(found.node().child_value());
     return texts;
   }
-  /// The path of the first link with that relation; empty when there is none.
-  std::string Link(const std::string& rel) const {
-    return PathOf(xml.select_node(("//link[@rel='" + rel + "']").c_str()).node());
-  }
-  /// The path of a facet.
-  std::string Facet(const std::string& title) const {
-    return PathOf(xml.select_node(("//link[@title='" + title + "']").c_str()).node());
+  /// The path of the first link with that relation or, for facets, title; empty when there is none.
+  std::string Link(const std::string& name) const {
+    const std::string path = "//link[@rel='" + name + "' or @title='" + name + "']";
+    return PathOf(xml.select_node(path.c_str()).node());
   }
   static std::string PathOf(const pugi::xml_node& link) {
     const std::string href = link.attribute("href").value();
@@ -120,8 +117,8 @@ TEST_F(DevshopCatalogue, FindsEveryWordWithoutCaseAndAccents) {
 TEST_F(DevshopCatalogue, CombinesFacetsWithSearchAndPages) {
   Start({"--titles", "1000"});
   const Feed found = Find("?q=der&sort=title&page=2");
-  const Feed german = Load(found.Facet("German"));
-  const Feed pdf = Load(german.Facet("PDF"));
+  const Feed german = Load(found.Link("German"));
+  const Feed pdf = Load(german.Link("PDF"));
   for (const Feed* feed : {&found, &german, &pdf}) {
     ASSERT_GT(feed->Total(), 10u);
     for (const auto& facet : feed->xml.select_nodes("//link[@thr:count]")) {
@@ -132,11 +129,11 @@ TEST_F(DevshopCatalogue, CombinesFacetsWithSearchAndPages) {
   }
   EXPECT_EQ(pdf.Link("next"), kStart + "?q=der&language=de&format=pdf&sort=title&page=2");
   for (const char* title : {"German", "PDF", "Title"}) {
-    EXPECT_EQ(Load(pdf.Link("next")).Facet(title), pdf.Link("self")) << title;
+    EXPECT_EQ(Load(pdf.Link("next")).Link(title), pdf.Link("self")) << title;
   }
   EXPECT_EQ(pdf.Count("//link[@rel='http://opds-spec.org/facet'][@opds:activeFacet='true']"), 3u);
   EXPECT_EQ(pdf.Count("//entry"), pdf.Count("//entry[dc:language='de']"));
-  EXPECT_EQ(Load(pdf.Facet("All")).Link("self"), kStart + "?q=der&format=pdf&sort=title");
+  EXPECT_EQ(Load(pdf.Link("All")).Link("self"), kStart + "?q=der&format=pdf&sort=title");
   EXPECT_EQ(Find("?language=xx").Total(), 0u);
 }
 
@@ -154,10 +151,12 @@ TEST_F(DevshopCatalogue, SortsTitles) {
   const auto dates = sorted("newest", "//entry/updated");
   EXPECT_TRUE(std::is_sorted(dates.rbegin(), dates.rend()));
   const auto authors = sorted("author", "//entry/author/name");
-  const auto author = [&](const char* name) {
-    return std::find(authors.begin(), authors.end(), name) - authors.begin();
+  const auto first = [&](const char* start) {
+    return std::find_if(authors.begin(), authors.end(),
+                        [&](const std::string& name) { return name.starts_with(start); });
   };
-  EXPECT_LT(author("Änne Müller"), author("Björn Müller"));
+  ASSERT_NE(first("Z"), authors.end());
+  EXPECT_LT(first("Ünal Öz"), first("Z"));
 }
 
 TEST_F(DevshopCatalogue, AnswersConditionalRequests) {

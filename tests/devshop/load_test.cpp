@@ -46,14 +46,12 @@ class DevshopLoad : public RunningShop {
     socket.connect({asio::ip::address_v4::loopback(), static_cast<std::uint16_t>(number)});
   }
 
-  template <typename Stream>
-  static void Send(Stream& stream, const std::string& path) {
+  static void Send(auto& stream, const std::string& path) {
     asio::write(stream, asio::buffer("GET " + path + " HTTP/1.1\r\nHost: shop\r\n\r\n"));
   }
 
   /// Reads a response and returns its body.
-  template <typename Stream>
-  static std::string Receive(Stream& stream) {
+  static std::string Receive(auto& stream) {
     std::string text;
     const auto head = asio::read_until(stream, asio::dynamic_buffer(text), "\r\n\r\n");
     const auto length = text.find("Content-Length: ");
