@@ -199,7 +199,7 @@ TEST_F(QuireFailure, ReportsWhyADownloadFailed) {
   ExpectFailure(1, message + "the server answered HTTP 404). Try again later.", {"download", ean},
                 {{"/files/*", {{"fault", "status"}, {"status", 404}}}});
   ExpectFailure(
-      1, message + "the server sends a web page in place of the file). Try again later.",
+      1, message + "the server sends a web page, not a book). Try again later.",
       {"download", ean},
       {{"/files/*",
         {{"fault", "body"}, {"body", "<html/>"}, {"headers", {{"Content-Type", "text/html"}}}}}});
