@@ -199,8 +199,7 @@ TEST_F(QuireFailure, ReportsWhyADownloadFailed) {
   ExpectFailure(1, message + "the server answered HTTP 404). Try again later.", {"download", ean},
                 {{"/files/*", {{"fault", "status"}, {"status", 404}}}});
   ExpectFailure(
-      1, message + "the server sends a web page, not a book). Try again later.",
-      {"download", ean},
+      1, message + "the server sends a web page, not a book). Try again later.", {"download", ean},
       {{"/files/*",
         {{"fault", "body"}, {"body", "<html/>"}, {"headers", {{"Content-Type", "text/html"}}}}}});
   EXPECT_EQ(RunJson({"status", ean})[0]["status"], "bought");
