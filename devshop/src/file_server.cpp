@@ -135,7 +135,7 @@ FileServer::ServeOptions FileServer::OptionsFor(const std::string& ean) const {
 std::optional<FileServer::Content> FileServer::OpenBook(const Title& title,
                                                         const ServeOptions& options) const {
   if (options.bytes) return OpenBytes(options.bytes, options.revision, options.modified);
-  if (title.generated) return OpenGenerated(MakeBookFile(title));
+  if (title.generated) return OpenGenerated(GenerateBookFile(title));
   return OpenFile(shop_.catalogue().Path(title.file));
 }
 

@@ -31,7 +31,7 @@ class OpdsSite {
     const char* type;
   };
   /// Empty when the path or the page does not exist.
-  std::optional<Document> MakeDocument(const Request& request) const;
+  std::optional<Document> CreateDocument(const Request& request) const;
 
   const Catalogue& catalogue_;
   const bool navigation_;
