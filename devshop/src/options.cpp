@@ -18,22 +18,7 @@ std::filesystem::path ShareDirectory() {
   return (program.parent_path() / ".." / "share" / "quire").lexically_normal();
 }
 
-void PrintUsageError(const std::string& error) {
-  std::cerr << "quire-devshop: " + error + "; quire-devshop --help lists the options.\n";
-}
-
-}  // namespace
-
-std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
-  Options options;
-  options.books = ShareDirectory() / "books";
-  options.accounts = ShareDirectory() / "accounts.json";
-
-  CLI::App app(
-      "A bookshop on loopback for developers: store API and catalogue over HTTPS, configuration\n"
-      "service over HTTP, payment pages, and a control port for faults and recorded requests.",
-      "quire-devshop");
-  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+void AddContentOptions(CLI::App& app, Options& options) {
   app.add_option("--data", options.data,
                  "Directory for the test authority and the shop's state, created when missing\n"
                  "(default: a temporary one, removed at exit)");
@@ -45,12 +30,15 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
                  "Generated titles follow the books until the shop has N")
       ->check(CLI::Range(std::size_t{0}, kMaxTitles))
       ->type_name("N");
-  app.add_option("--page-size", options.opds.page_size, "Titles a page of the catalogue")
+  app.add_option("--page-size", options.opds.page_size, "Titles per page of the catalogue")
       ->check(CLI::Range(std::size_t{1}, kMaxPageSize))
       ->type_name("N")
       ->capture_default_str();
   app.add_flag("--navigation", options.opds.navigation,
                "The catalogue starts with a navigation feed of its sections");
+}
+
+void AddServerOptions(CLI::App& app, Options& options) {
   const auto port = CLI::Range(0, 65535);
   app.add_option("--shop-port", options.shop_port, "HTTPS port of the shop; 0: any free one")
       ->check(port);
@@ -68,8 +56,28 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
                  "The shop's certificate: good, other-host, expired, unknown-authority")
       ->transform(CLI::CheckedTransformer(kinds).description(""))
       ->type_name("KIND");
-  app.set_version_flag("--version", "quire-devshop " QUIRE_VERSION, "Print the version");
   app.add_flag("--verbose", options.verbose, "Log each request on standard error");
+}
+
+void PrintUsageError(const std::string& error) {
+  std::cerr << "quire-devshop: " + error + "; quire-devshop --help lists the options.\n";
+}
+
+}  // namespace
+
+std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
+  Options options;
+  options.books = ShareDirectory() / "books";
+  options.accounts = ShareDirectory() / "accounts.json";
+
+  CLI::App app(
+      "A bookshop on loopback for developers: store API and catalogue over HTTPS, configuration\n"
+      "service over HTTP, payment pages, and a control port for faults and recorded requests.",
+      "quire-devshop");
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  AddContentOptions(app, options);
+  AddServerOptions(app, options);
+  app.set_version_flag("--version", "quire-devshop " QUIRE_VERSION, "Print the version");
 
   try {
     app.parse(argc, argv);
