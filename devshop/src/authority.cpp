@@ -140,8 +140,9 @@ Issuer OpenAuthority(const std::filesystem::path& directory) {
     Issuer kept = ReadAuthority(certificate, key);
     if (!kept.certificate || !kept.key ||
         X509_check_private_key(kept.certificate.get(), kept.key.get()) != 1) {
-      throw StartError("The test authority in " + directory.string() +
-                       " is broken; remove ca.pem and ca.key there, and the shop makes new ones.");
+      throw StartError(
+          "The test authority in " + directory.string() +
+          " is broken; remove ca.pem and ca.key there; the shop then creates new ones.");
     }
     if (OutlivesServerCertificates(kept.certificate.get())) return kept;
   }

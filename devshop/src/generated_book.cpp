@@ -59,7 +59,7 @@ std::string TextDocument(const Title& title) {
 }
 
 void Require(bool done) {
-  if (!done) throw std::runtime_error("Cannot make the archive of a generated EPUB.");
+  if (!done) throw std::runtime_error("Cannot create the archive of a generated EPUB.");
 }
 
 /// The first file is stored, since readers detect the format by it; the others are compressed.

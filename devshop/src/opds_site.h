@@ -12,7 +12,7 @@
 namespace devshop {
 
 struct OpdsOptions {
-  std::size_t page_size = 10;  ///< titles a page
+  std::size_t page_size = 10;  ///< titles per page
   bool navigation = false;     ///< the start page lists sections instead of titles
 };
 
