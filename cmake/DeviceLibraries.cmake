@@ -6,7 +6,7 @@ if(QUIRE_DEVICE_LIBRARIES)
   foreach(library tabulet saltmoor_utilities saltmoor_opds)
     set(file ${QUIRE_DEVICE_LIBRARIES}/lib${library}.so)
     if(NOT EXISTS ${file})
-      message(FATAL_ERROR "There is no ${file}; QUIRE_DEVICE_LIBRARIES names its directory")
+      message(FATAL_ERROR "There is no ${file}; set QUIRE_DEVICE_LIBRARIES to the directory that contains it")
     endif()
     add_library(${library} SHARED IMPORTED GLOBAL)
     # Linked by -l, since the linker would record the path of a library without a soname.

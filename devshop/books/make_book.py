@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Makes the file of one title and its cover, or the catalogue of all.
+"""Creates the file of one title and its cover, or the catalogue of all.
 
     make_book.py book TEXT DIRECTORY            writes NAME.FORMAT and, for EPUB and PDF, NAME.png
     make_book.py catalogue DIRECTORY TEXT...    writes catalogue.json
 
-The same text gives the same bytes.
+The same text has the same bytes.
 """
 
 import json

@@ -15,7 +15,7 @@ PAGE = """<html lang="{language}"><head><meta charset="utf-8"><title>{title}</ti
 
 
 def lay_out(book: Book, content: str, size: str, *options: str, colours="") -> bytes:
-    """A PDF that begins with author and title; an unchanged title gives unchanged bytes."""
+    """A PDF that begins with author and title; an unchanged title has unchanged bytes."""
     page = PAGE.format(**book.escaped(), title_size=3 if len(book.title) > 100 else 5,
                        content=content, colours=colours)
     return subprocess.run(

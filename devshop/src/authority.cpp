@@ -28,7 +28,7 @@ struct Issuer {
   Key key{nullptr, EVP_PKEY_free};
 };
 
-Key MakeKey() {
+Key GenerateKey() {
   return {EVP_EC_gen("P-256"), EVP_PKEY_free};
 }
 
@@ -42,7 +42,7 @@ void AddExtension(X509* certificate, X509* issuer, int nid, const std::string& v
 
 /// An unsigned certificate, valid from and to a time counted from now: the caller adds extensions
 /// and signs it.
-Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, long from_s, long to_s) {
+Certificate CreateCertificate(const std::string& name, EVP_PKEY* key, long from_s, long to_s) {
   Certificate certificate(X509_new(), X509_free);
   X509_set_version(certificate.get(), X509_VERSION_3);
   unsigned char serial[16];
@@ -59,10 +59,10 @@ Certificate MakeCertificate(const std::string& name, EVP_PKEY* key, long from_s,
   return certificate;
 }
 
-Issuer MakeAuthority() {
-  Key key = MakeKey();
+Issuer CreateAuthority() {
+  Key key = GenerateKey();
   Certificate owner =
-      MakeCertificate("Quire development authority", key.get(), -kDay_s, kAuthorityLife_s);
+      CreateCertificate("Quire development authority", key.get(), -kDay_s, kAuthorityLife_s);
   X509* certificate = owner.get();
   X509_set_issuer_name(certificate, X509_get_subject_name(certificate));
   AddExtension(certificate, certificate, NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
@@ -72,11 +72,11 @@ Issuer MakeAuthority() {
   return {std::move(owner), std::move(key)};
 }
 
-Certificate MakeServerCertificate(const Issuer& issuer, EVP_PKEY* key, CertificateKind kind) {
+Certificate CreateServerCertificate(const Issuer& issuer, EVP_PKEY* key, CertificateKind kind) {
   const bool expired = kind == CertificateKind::kExpired;
   const std::string host = kind == CertificateKind::kOtherHost ? "other.quire.example" : kShopHost;
-  Certificate certificate = MakeCertificate(host, key, expired ? -30 * kDay_s : -kDay_s,
-                                            expired ? -kDay_s : kServerLife_s);
+  Certificate certificate = CreateCertificate(host, key, expired ? -30 * kDay_s : -kDay_s,
+                                              expired ? -kDay_s : kServerLife_s);
   X509* authority = issuer.certificate.get();
   X509_set_issuer_name(certificate.get(), X509_get_subject_name(authority));
   const auto add = [&](int nid, const std::string& value) {
@@ -140,23 +140,24 @@ Issuer OpenAuthority(const std::filesystem::path& directory) {
     Issuer kept = ReadAuthority(certificate, key);
     if (!kept.certificate || !kept.key ||
         X509_check_private_key(kept.certificate.get(), kept.key.get()) != 1) {
-      throw StartError("The test authority in " + directory.string() +
-                       " is broken; remove ca.pem and ca.key there, and the shop makes new ones.");
+      throw StartError(
+          "The test authority in " + directory.string() +
+          " is broken; remove ca.pem and ca.key there; the shop then creates new ones.");
     }
     if (OutlivesServerCertificates(kept.certificate.get())) return kept;
   }
-  Issuer authority = MakeAuthority();
+  Issuer authority = CreateAuthority();
   WriteAuthority(authority, certificate, key);
   return authority;
 }
 
 }  // namespace
 
-TlsContext MakeServerContext(const std::filesystem::path& directory, CertificateKind kind) {
+TlsContext CreateServerContext(const std::filesystem::path& directory, CertificateKind kind) {
   Issuer issuer = OpenAuthority(directory);
-  if (kind == CertificateKind::kUnknownAuthority) issuer = MakeAuthority();
-  const Key key = MakeKey();
-  const Certificate certificate = MakeServerCertificate(issuer, key.get(), kind);
+  if (kind == CertificateKind::kUnknownAuthority) issuer = CreateAuthority();
+  const Key key = GenerateKey();
+  const Certificate certificate = CreateServerCertificate(issuer, key.get(), kind);
   TlsContext context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
   SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
   if (SSL_CTX_use_certificate(context.get(), certificate.get()) != 1 ||

@@ -17,7 +17,7 @@ using TlsContext = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 /// Its test authority is kept in the directory as `ca.pem` and `ca.key` (mode 0600), so that a
 /// client can trust `ca.pem` between runs, and replaced when it is about to expire. Throws
 /// StartError when the directory cannot be written or its authority is broken.
-TlsContext MakeServerContext(const std::filesystem::path& directory, CertificateKind kind);
+TlsContext CreateServerContext(const std::filesystem::path& directory, CertificateKind kind);
 
 }  // namespace devshop
 

@@ -106,16 +106,16 @@ std::vector<Title> ReadCatalogue(const std::filesystem::path& directory) {
 }
 
 /// A valid EAN derived from the file's name.
-std::string MakeEan(const std::string& file) {
+std::string CreateEan(const std::string& file) {
   const auto hash = std::stoull(Sha256Hex(file).substr(0, 12), nullptr, 16) % 1'000'000'000;
   const std::string digits = std::to_string(hash);
   return CompleteEan("979" + std::string(9 - digits.size(), '0') + digits);
 }
 
-Title MakeTitle(const std::filesystem::path& path) {
+Title CreateTitle(const std::filesystem::path& path) {
   Title title;
   title.file = path.filename().string();
-  title.ean = MakeEan(title.file);
+  title.ean = CreateEan(title.file);
   title.title = path.stem().string();
   title.type = MimeType(path);
   title.format = Format(path);
@@ -129,7 +129,7 @@ std::vector<Title> ListBookFiles(const std::filesystem::path& directory) {
   std::vector<Title> titles;
   for (const auto& entry : std::filesystem::directory_iterator(directory)) {
     if (entry.is_regular_file() && !MimeType(entry.path()).empty()) {
-      titles.push_back(MakeTitle(entry.path()));
+      titles.push_back(CreateTitle(entry.path()));
     }
   }
   std::sort(titles.begin(), titles.end(),

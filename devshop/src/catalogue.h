@@ -13,7 +13,7 @@ namespace devshop {
 /// The titles of a books directory, read once, and generated ones. Thread-safe.
 class Catalogue {
  public:
-  /// Reads the directory's `catalogue.json` or, without one, makes a title of each book file.
+  /// Reads the directory's `catalogue.json` or, without one, creates a title for each book file.
   /// Generated titles follow until there are `min_titles`. Throws StartError.
   Catalogue(const std::filesystem::path& directory, std::size_t min_titles);
   Catalogue(const Catalogue&) = delete;

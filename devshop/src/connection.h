@@ -36,7 +36,7 @@ class Connection {
   asio::awaitable<bool> SleepUnlessClosed(int delay_ms);
 
   /// Ends the connection properly. With `drain`, what the client still sends is read for up to 5 s:
-  /// closing with unread bytes would take the last response from the client.
+  /// closing with unread bytes would discard the last response.
   asio::awaitable<void> Close(bool drain);
   /// Ends the connection with a TCP reset.
   void Reset();

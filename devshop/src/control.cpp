@@ -74,7 +74,8 @@ Json Control::SetOrders(const Json& fields) {
     for (const auto& [name, value] : fields.items()) {
       if (name == "pending_checks") {
         if (!value.is_number_integer() || value < 0 || value > kMaxPendingChecks) {
-          throw InvalidControlRequest("\"pending_checks\" is an integer, 0 or more.");
+          throw InvalidControlRequest("\"pending_checks\" is an integer from 0 to " +
+                                      std::to_string(kMaxPendingChecks) + ".");
         }
         shop_.orders.pending_checks = value.get<int>();
       } else if (name == "next_status") {

@@ -19,7 +19,7 @@ StartError NotWritable(const std::filesystem::path& path, const std::string& rea
                     "); name another with --data.");
 }
 
-std::filesystem::path MakeTemporaryDirectory() {
+std::filesystem::path CreateTemporaryDirectory() {
   std::error_code error;
   auto name = (std::filesystem::temp_directory_path(error) / "quire-devshop-XXXXXX").string();
   if (error || mkdtemp(name.data()) == nullptr) throw NotWritable(name, std::strerror(errno));
@@ -29,7 +29,7 @@ std::filesystem::path MakeTemporaryDirectory() {
 }  // namespace
 
 DataDirectory::DataDirectory(const std::filesystem::path& path)
-    : path_(path.empty() ? MakeTemporaryDirectory() : std::filesystem::absolute(path)),
+    : path_(path.empty() ? CreateTemporaryDirectory() : std::filesystem::absolute(path)),
       temporary_(path.empty()) {
   if (temporary_) return;
   std::error_code error;

@@ -9,7 +9,7 @@ namespace devshop {
 /// temporary one that the destructor removes.
 class DataDirectory {
  public:
-  /// Creates a missing directory; an empty path makes a temporary one. Throws StartError.
+  /// Creates a missing directory; an empty path, a temporary one. Throws StartError.
   explicit DataDirectory(const std::filesystem::path& path);
   ~DataDirectory();
   DataDirectory(const DataDirectory&) = delete;

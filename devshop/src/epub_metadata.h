@@ -7,8 +7,8 @@
 
 namespace devshop {
 
-/// Sets title, author (several joined by ", "), language and summary where the EPUB has them; none
-/// when the file is not an EPUB.
+/// Sets title, author (several joined by ", "), language and summary if the EPUB has them; none
+/// if the file is not an EPUB.
 void ReadEpubMetadata(const std::filesystem::path& epub, Title& title);
 
 }  // namespace devshop

@@ -22,7 +22,7 @@ class InvalidControlRequest : public std::runtime_error {
 /// What a fault does to a request; README.md describes each.
 enum class FaultKind { kRefuse, kStatus, kBody, kHang, kSlow, kTruncate, kReset };
 
-/// Stands between the ports and their sites: logs each request and applies the first armed fault
+/// Called by the ports in place of their sites: logs each request and applies the first armed fault
 /// that matches its path. Thread-safe.
 class FaultInjector {
  public:

@@ -30,8 +30,8 @@ struct Range {
 };
 
 /// Parses `bytes=A-B`, `bytes=A-` or `bytes=-N`; empty when it cannot be satisfied. Anything else,
-/// several ranges included, is no range: the whole file is sent.
-std::optional<Range> ParseRange(const std::string& header, std::size_t whole) {
+/// several ranges included, is not a range: the complete file is sent.
+std::optional<Range> ParseRange(const std::string& header, std::size_t size_bytes) {
   const auto dash = header.find('-');
   if (!header.starts_with("bytes=") || dash == std::string::npos) return std::nullopt;
   const std::string from = header.substr(6, dash - 6), to = header.substr(dash + 1);
@@ -39,10 +39,10 @@ std::optional<Range> ParseRange(const std::string& header, std::size_t whole) {
   if ((!first && !from.empty()) || (!last && !to.empty()) || (!first && !last)) {
     return std::nullopt;
   }
-  if (!first) return Range{whole - std::min(whole, *last), std::min(whole, *last)};
+  if (!first) return Range{size_bytes - std::min(size_bytes, *last), std::min(size_bytes, *last)};
   if (last && *last < *first) return std::nullopt;
-  if (*first >= whole) return Range{};
-  return Range{*first, std::min(last.value_or(whole), whole - 1) - *first + 1};
+  if (*first >= size_bytes) return Range{};
+  return Range{*first, std::min(last.value_or(size_bytes), size_bytes - 1) - *first + 1};
 }
 
 /// Pseudo-random bytes: data at a wrong offset does not compare equal.
@@ -104,17 +104,17 @@ void FileServer::Serve(const Content& content, const ServeOptions& options, cons
   const std::string condition = request.GetHeader("If-Range");
   if (options.ranges && (condition.empty() || condition == content.etag || condition == modified)) {
     const auto range = ParseRange(request.GetHeader("Range"), content.size_bytes);
-    const std::string whole = "/" + std::to_string(content.size_bytes);
+    const std::string total = "/" + std::to_string(content.size_bytes);
     if (range && range->size == 0) {
       response.status = 416;
-      response.SetHeader("Content-Range", "bytes *" + whole);
+      response.SetHeader("Content-Range", "bytes *" + total);
       return;
     }
     if (range) {
       sent = *range;
       response.status = 206;
       response.SetHeader("Content-Range", "bytes " + std::to_string(sent.first) + "-" +
-                                              std::to_string(sent.first + sent.size - 1) + whole);
+                                              std::to_string(sent.first + sent.size - 1) + total);
     }
   }
   response.SetHeader("Content-Type", type);
@@ -135,7 +135,7 @@ FileServer::ServeOptions FileServer::OptionsFor(const std::string& ean) const {
 std::optional<FileServer::Content> FileServer::OpenBook(const Title& title,
                                                         const ServeOptions& options) const {
   if (options.bytes) return OpenBytes(options.bytes, options.revision, options.modified);
-  if (title.generated) return OpenGenerated(MakeBookFile(title));
+  if (title.generated) return OpenGenerated(GenerateBookFile(title));
   return OpenFile(shop_.catalogue().Path(title.file));
 }
 

@@ -66,7 +66,7 @@ class FileServer {
 
   Shop& shop_;
   mutable std::mutex mutex_;
-  std::map<std::string, ServeOptions> options_by_ean_;  // by EAN
+  std::map<std::string, ServeOptions> options_by_ean_;
 };
 
 }  // namespace devshop

@@ -59,11 +59,11 @@ std::string TextDocument(const Title& title) {
 }
 
 void Require(bool done) {
-  if (!done) throw std::runtime_error("Cannot make the archive of a generated EPUB.");
+  if (!done) throw std::runtime_error("Cannot create the archive of a generated EPUB.");
 }
 
 /// The first file is stored, since readers detect the format by it; the others are compressed.
-std::string MakeArchive(const std::vector<std::pair<std::string, std::string>>& files) {
+std::string CreateArchive(const std::vector<std::pair<std::string, std::string>>& files) {
   using Source = std::unique_ptr<zip_source_t, decltype(&zip_source_free)>;
   const Source buffer(zip_source_buffer_create(nullptr, 0, 0, nullptr), zip_source_free);
   Require(buffer != nullptr);
@@ -105,7 +105,7 @@ std::string PdfString(const std::string& utf8) {
 }
 
 /// One page that shows the EAN, since the fonts that every viewer has lack most scripts.
-std::string MakePdf(const Title& title) {
+std::string CreatePdf(const Title& title) {
   const std::string page = "BT /F1 24 Tf 60 500 Td (EAN " + title.ean + ") Tj ET";
   const std::vector<std::string> objects{
       "<< /Type /Catalog /Pages 2 0 R >>",
@@ -129,16 +129,16 @@ std::string MakePdf(const Title& title) {
 
 }  // namespace
 
-std::string MakeBookFile(const Title& title) {
-  if (title.format == "pdf") return MakePdf(title);
+std::string GenerateBookFile(const Title& title) {
+  if (title.format == "pdf") return CreatePdf(title);
   if (title.format == "txt") {
     return title.author + "\n\n" + title.title + "\n\n" + title.summary + "\n";
   }
-  return MakeArchive({{"mimetype", "application/epub+zip"},
-                      {"META-INF/container.xml", kContainer},
-                      {"package.opf", PackageDocument(title)},
-                      {"text.xhtml", TextDocument(title)},
-                      {"cover.png", DrawCover(title.ean)}});
+  return CreateArchive({{"mimetype", "application/epub+zip"},
+                        {"META-INF/container.xml", kContainer},
+                        {"package.opf", PackageDocument(title)},
+                        {"text.xhtml", TextDocument(title)},
+                        {"cover.png", DrawCover(title.ean)}});
 }
 
 }  // namespace devshop

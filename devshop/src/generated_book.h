@@ -7,9 +7,9 @@
 
 namespace devshop {
 
-/// The file of a generated title: a valid EPUB, PDF or text of a few kilobytes that carries its
-/// title, author and language. The same title gives the same bytes. Throws std::runtime_error.
-std::string MakeBookFile(const Title& title);
+/// The file of a generated title: a valid EPUB, PDF or text of a few kilobytes that contains its
+/// title, author and language. The same title has the same bytes. Throws std::runtime_error.
+std::string GenerateBookFile(const Title& title);
 
 }  // namespace devshop
 

@@ -154,7 +154,7 @@ const Vocabulary& VocabularyAt(std::size_t position) {
 }
 
 /// The title with a number among those of its language; a number beyond all pairs is a new volume.
-std::string MakeName(const Vocabulary& words, std::size_t number) {
+std::string GenerateName(const Vocabulary& words, std::size_t number) {
   const std::size_t size = words.beginnings.size();
   const auto volume = number / (size * size) + 1;
   return Pick(words.beginnings, number) + std::string(words.separator) +
@@ -162,7 +162,7 @@ std::string MakeName(const Vocabulary& words, std::size_t number) {
          (volume > 1 ? " " + std::to_string(volume) : "");
 }
 
-std::string MakeAuthor(const Vocabulary& words, std::uint64_t number) {
+std::string GenerateAuthor(const Vocabulary& words, std::uint64_t number) {
   const std::string first = Pick(words.first_names, number);
   const std::string last = Pick(words.last_names, number / words.first_names.size());
   return *words.separator == '\0' ? last + first : first + words.separator + last;
@@ -189,8 +189,8 @@ std::vector<Title> GenerateTitles(std::size_t count) {
     const std::string digits = std::to_string(i);
     title.ean = CompleteEan("9799" + std::string(8 - digits.size(), '0') + digits);
     title.title =
-        MakeName(words, numbers[static_cast<std::size_t>(&words - kVocabularies.data())]++);
-    title.author = MakeAuthor(words, random());
+        GenerateName(words, numbers[static_cast<std::size_t>(&words - kVocabularies.data())]++);
+    title.author = GenerateAuthor(words, random());
     title.language = words.language;
     title.summary = words.summary;
     title.subject = Pick(words.subjects, random());

@@ -31,7 +31,7 @@ void PrintAddresses(int shop, int config, int control, const std::string& token,
 void Run(const Options& options) {
   HttpServer server;
   const DataDirectory data(options.data);
-  const TlsContext tls = MakeServerContext(data.path(), options.certificate);
+  const TlsContext tls = CreateServerContext(data.path(), options.certificate);
   const Catalogue catalogue(options.books, options.min_titles);
   Shop shop(catalogue, options.accounts, data.state_file());
   FileServer files(shop);

@@ -34,7 +34,7 @@ struct FeedSettings {
   std::string start_type;   ///< MIME type of the start page
   std::string titles_path;  ///< the path of the feed of all titles
   std::string updated;      ///< when the newest title was published
-  std::size_t page_size;    ///< titles a page
+  std::size_t page_size;    ///< titles per page
 };
 
 /// A feed with its namespaces, address, title and time, and the links `self`, `start` and `search`.

@@ -47,7 +47,7 @@ OpdsSite::OpdsSite(const Catalogue& catalogue, const OpdsOptions& options)
                 options.page_size},
       started_(std::time(nullptr)) {}
 
-std::optional<OpdsSite::Document> OpdsSite::MakeDocument(const Request& request) const {
+std::optional<OpdsSite::Document> OpdsSite::CreateDocument(const Request& request) const {
   const std::string& path = request.path;
   if (path == kSearchDescriptionPath) {
     return Document{SearchDescription(settings_.titles_path), kSearchType};
@@ -66,7 +66,7 @@ std::optional<OpdsSite::Document> OpdsSite::MakeDocument(const Request& request)
 }
 
 void OpdsSite::Serve(const Request& request, Response& response) const {
-  const auto document = MakeDocument(request);
+  const auto document = CreateDocument(request);
   if (!document) return response.SetError(404, "The catalogue has no such feed, page or order.");
   const std::string etag = "\"" + Sha256Hex(document->content).substr(0, 16) + "\"";
   response.SetHeader("ETag", etag);

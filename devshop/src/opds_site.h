@@ -12,7 +12,7 @@
 namespace devshop {
 
 struct OpdsOptions {
-  std::size_t page_size = 10;  ///< titles a page
+  std::size_t page_size = 10;  ///< titles per page
   bool navigation = false;     ///< the start page lists sections instead of titles
 };
 
@@ -31,7 +31,7 @@ class OpdsSite {
     const char* type;
   };
   /// Empty when the path or the page does not exist.
-  std::optional<Document> MakeDocument(const Request& request) const;
+  std::optional<Document> CreateDocument(const Request& request) const;
 
   const Catalogue& catalogue_;
   const bool navigation_;

@@ -11,11 +11,60 @@ namespace {
 constexpr std::size_t kMaxTitles = 10'000;
 constexpr std::size_t kMaxPageSize = 1000;
 
+const std::map<std::string, CertificateKind> kCertificateKinds{
+    {"good", CertificateKind::kGood},
+    {"other-host", CertificateKind::kOtherHost},
+    {"expired", CertificateKind::kExpired},
+    {"unknown-authority", CertificateKind::kUnknownAuthority}};
+
 /// The data installed with the program; the build tree has the same layout.
 std::filesystem::path ShareDirectory() {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
   return (program.parent_path() / ".." / "share" / "quire").lexically_normal();
+}
+
+void AddContentOptions(CLI::App& app, Options& options) {
+  app.add_option("--data", options.data,
+                 "Directory for the test authority and the shop's state, created when missing\n"
+                 "(default: a temporary one, removed at exit)");
+  app.add_option("--books", options.books, "Directory with the books to sell")
+      ->capture_default_str();
+  app.add_option("--accounts", options.accounts, "JSON file with the customers to start with")
+      ->capture_default_str();
+  app.add_option("--titles", options.min_titles,
+                 "Generated titles follow the books until the shop has N")
+      ->check(CLI::Range(std::size_t{0}, kMaxTitles))
+      ->type_name("N");
+  app.add_option("--page-size", options.opds.page_size, "Titles per page of the catalogue")
+      ->check(CLI::Range(std::size_t{1}, kMaxPageSize))
+      ->type_name("N")
+      ->capture_default_str();
+  app.add_flag("--navigation", options.opds.navigation,
+               "The catalogue starts with a navigation feed of its sections");
+}
+
+void AddServerOptions(CLI::App& app, Options& options) {
+  const auto port = CLI::Range(0, 65535);
+  app.add_option("--shop-port", options.shop_port, "HTTPS port of the shop; 0: any free one")
+      ->check(port);
+  app.add_option("--config-port", options.config_port, "HTTP port of the configuration service")
+      ->check(port);
+  app.add_option("--control-port", options.control_port,
+                 "HTTP port for faults and recorded requests")
+      ->check(port);
+  app.add_option_function<std::string>(
+         "--certificate",
+         [&options](const std::string& kind) { options.certificate = kCertificateKinds.at(kind); },
+         "The shop's certificate: good, other-host, expired, unknown-authority")
+      ->check([](const std::string& kind) {
+        return kCertificateKinds.contains(kind)
+                   ? std::string()
+                   : "There is no kind \"" + kind +
+                         "\"; use good, other-host, expired or unknown-authority";
+      })
+      ->type_name("KIND");
+  app.add_flag("--verbose", options.verbose, "Log each request on standard error");
 }
 
 void PrintUsageError(const std::string& error) {
@@ -34,42 +83,9 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
       "service over HTTP, payment pages, and a control port for faults and recorded requests.",
       "quire-devshop");
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.add_option("--data", options.data,
-                 "Directory for the test authority and the shop's state, created when missing\n"
-                 "(default: a temporary one, removed at exit)");
-  app.add_option("--books", options.books, "Directory with the books to sell")
-      ->capture_default_str();
-  app.add_option("--accounts", options.accounts, "JSON file with the customers to start with")
-      ->capture_default_str();
-  app.add_option("--titles", options.min_titles,
-                 "Generated titles follow the books until the shop has N")
-      ->check(CLI::Range(std::size_t{0}, kMaxTitles))
-      ->type_name("N");
-  app.add_option("--page-size", options.opds.page_size, "Titles a page of the catalogue")
-      ->check(CLI::Range(std::size_t{1}, kMaxPageSize))
-      ->type_name("N")
-      ->capture_default_str();
-  app.add_flag("--navigation", options.opds.navigation,
-               "The catalogue starts with a navigation feed of its sections");
-  const auto port = CLI::Range(0, 65535);
-  app.add_option("--shop-port", options.shop_port, "HTTPS port of the shop; 0: any free one")
-      ->check(port);
-  app.add_option("--config-port", options.config_port, "HTTP port of the configuration service")
-      ->check(port);
-  app.add_option("--control-port", options.control_port,
-                 "HTTP port for faults and recorded requests")
-      ->check(port);
-  const std::map<std::string, CertificateKind> kinds{
-      {"good", CertificateKind::kGood},
-      {"other-host", CertificateKind::kOtherHost},
-      {"expired", CertificateKind::kExpired},
-      {"unknown-authority", CertificateKind::kUnknownAuthority}};
-  app.add_option("--certificate", options.certificate,
-                 "The shop's certificate: good, other-host, expired, unknown-authority")
-      ->transform(CLI::CheckedTransformer(kinds).description(""))
-      ->type_name("KIND");
+  AddContentOptions(app, options);
+  AddServerOptions(app, options);
   app.set_version_flag("--version", "quire-devshop " QUIRE_VERSION, "Print the version");
-  app.add_flag("--verbose", options.verbose, "Log each request on standard error");
 
   try {
     app.parse(argc, argv);

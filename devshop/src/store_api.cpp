@@ -94,7 +94,7 @@ Json RegisterUser(Shop& shop, const Fields& form) {
   const std::string email = GetField(form, "email");
   const std::string password = GetField(form, "password");
   if (!IsEmailAddress(email))
-    throw Refusal("Please give an e-mail address such as you@mail.example.");
+    throw Refusal("Please enter an e-mail address such as you@mail.example.");
   if (password.size() < kMinPassword_characters) {
     throw Refusal("Please choose a password of at least " +
                   std::to_string(kMinPassword_characters) + " characters.");
@@ -140,7 +140,7 @@ Json AddToCart(Shop& shop, const Fields& form) {
   const Account& account = Customer(shop, form);
   Order& cart = shop.orders.Cart(GetField(form, "opdsSessionId"), account.email);
   for (const auto& [name, ean] : form) {
-    if (name.rfind("ean_", 0) != 0) continue;
+    if (!name.starts_with("ean_")) continue;
     const Title* title = shop.catalogue().Find(ean);
     const bool wanted =
         std::strtol(GetField(form, "quantity_" + name.substr(4)).c_str(), nullptr, 10) > 0;
@@ -183,7 +183,7 @@ Json CommitOrder(Shop& shop, const Fields& form) {
     order.success_url = GetField(form, "success_url");
     order.cancel_url = GetField(form, "cancel_url");
     if (!IsWebAddress(order.success_url) || !IsWebAddress(order.cancel_url)) {
-      throw Refusal("The application gave no address to return to after the payment.");
+      throw Refusal("The application sent no valid address to return to after the payment.");
     }
   }
   shop.orders.Commit(order, pay_method);
@@ -241,7 +241,7 @@ const std::map<std::string, Call> kCalls{
     {"/submitOrder", SubmitOrder},
 };
 
-Json Answer(Shop& shop, Call call, const Fields& form) {
+Json HandleCall(Shop& shop, Call call, const Fields& form) {
   // Compatibility: clients send the blank.
   const std::string id = GetField(form, call == LogOut ? " storeId" : "storeId");
   if (id != kStoreId) throw Refusal("This shop has no store \"" + id + "\".");
@@ -265,7 +265,7 @@ void ServeStoreApi(Shop& shop, const Request& request, Response& response) {
   }
   Json json;
   try {
-    json = Answer(shop, call->second, request.form);
+    json = HandleCall(shop, call->second, request.form);
   } catch (const Refusal& refused) {
     json = RefusalToJson(request.path, refused.what());
   }

@@ -21,7 +21,7 @@ struct Title {
   std::string format;        ///< extension of the file, in lower case without the dot
   std::string cover;         ///< name in the books directory; empty: drawn when asked for
   bool out_of_sale = false;  ///< listed, but cannot be put into a cart
-  bool generated = false;    ///< `file` is made when it is downloaded
+  bool generated = false;    ///< `file` is generated for each download
 
   /// The type without its parameters.
   std::string BareType() const { return type.substr(0, type.find(';')); }

@@ -12,22 +12,22 @@ struct Failure {
     kNone = 0,            ///< nothing failed
     kConfigFile,          ///< the device's configuration file cannot be opened
     kNoCredentials,       ///< no credentials are stored: StoreManager::NewSession
-    kNetwork,             ///< no response came: see transport_error
+    kNetwork,             ///< no response: see transport_error
     kHttpStatus,          ///< the server answered http_status instead of 200
-    kUnreadableResponse,  ///< status 200, but not the JSON that the call answers with
+    kUnreadableResponse,  ///< status 200, but not the JSON that the call expects
     kRefused,             ///< the shop refused; its message may be empty
     kNoPaymentPage,       ///< the shop named no payment page
     kBrowser,             ///< the device's browser could not be run, or failed
     kPaymentFailed,       ///< the shop reports that the payment failed or is in progress
     kNoPendingOrder,      ///< StoreManager::CheckOrderIfNeeded without an order
-    kDownload,            ///< a download failed: see the other members, where they are known
-    kNotABook,            ///< the downloaded file is no book and was removed
+    kDownload,            ///< a download failed: see the other members, if they are known
+    kNotABook,            ///< the downloaded file is not a book and was removed
   };
 
   Kind kind = kNone;        ///< what failed
   int transport_error = 0;  ///< the platform's number; 0 when there is none
   int http_status = 0;      ///< 0 when there is none
-  std::string message;      ///< the shop's message or the device's; mostly empty
+  std::string message;      ///< the shop's message or the device's; often empty
 
   /// Whether something failed.
   explicit operator bool() const { return kind != kNone; }

@@ -21,10 +21,10 @@ namespace saltmoor::quire {
 /// The client of the shop's server. StoreManager uses one; an application may use another.
 ///
 /// Each call sends one request, never repeated, and waits up to 30 seconds for the response. Not
-/// thread-safe. A call fails with an empty message when no response came or its status is not 200,
-/// and with the server's message when the server refused; the returned record is then a default
-/// one. A 200 response that is no JSON is a success with an empty record. GetLastFailure has the
-/// reason in every case. No response makes a call throw.
+/// thread-safe. A call fails with an empty message when there is no response or its status is not
+/// 200, and with the server's message when the server refused; the returned record is then a
+/// default one. A 200 response that is not JSON is a success with an empty record. GetLastFailure
+/// has the reason in every case. No call throws because of a response.
 class QUIRE_EXPORT ServerApi {
  public:
   /// Result codes.
@@ -41,7 +41,7 @@ class QUIRE_EXPORT ServerApi {
         : code_(code), message_(std::move(message)) {}
 
     int code_;             ///< kOk or kFailed
-    std::string message_;  ///< the server's message for the user; mostly empty
+    std::string message_;  ///< the server's message for the user; often empty
   };
 
   /// The result of commitOrderForPayment. The strings are empty after a failure.

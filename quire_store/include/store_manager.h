@@ -190,7 +190,7 @@ class QUIRE_EXPORT StoreManager {
   const std::string& GetSavedPath() const;
 
   /// Why the last call failed; kNone after success. Of several failures within one call it is the
-  /// first, since later ones are mostly its consequence. A call with a successful result may have
+  /// first, since later ones are usually its consequence. A call with a successful result may have
   /// one. Valid until the manager's next call.
   const Failure& GetLastFailure() const;
 

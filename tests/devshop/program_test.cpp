@@ -94,7 +94,7 @@ TEST_F(DevshopProgram, ReportsReasonWhenStartFails) {
       {{"--books", nowhere}, "nowhere", "--books"},
       {{"--books", books, "--accounts", nowhere}, "nowhere", "--accounts"},
       {{"--books", books, "--data", directory_ / "accounts.json/data"}, "accounts.json", "--data"},
-      {{"--certificate", "forged"}, "--certificate", "expired"},
+      {{"--certificate", "forged"}, "--certificate", "use good, other-host"},
       {{"--titles", "-1"}, "--titles", "--help"},
       {{"--page-size", "0"}, "--page-size", "--help"},
       {{"--bogus"}, "quire-devshop: There is no option or argument --bogus", "--help"},

@@ -19,7 +19,7 @@ class DevelopmentShop {
   explicit DevelopmentShop(const Command& options = {});
   ~DevelopmentShop();
 
-  /// By the keys that the program prints: "shop", "config", "control", "token", "ca", "connect-to".
+  /// The value that was printed for "shop", "config", "control", "token", "ca" or "connect-to".
   const std::string& Address(const std::string& key) const { return addresses_.at(key); }
 
   /// Sets the environment variables that the Linux platform reads at its first use.

@@ -11,8 +11,8 @@
 
 namespace tests {
 
-/// Whether the programs that browser-chromium runs are installed. To be asserted before a
-/// DevtoolsClient is created, which would wait for a browser in vain.
+/// Whether the programs that browser-chromium runs are installed. Must be asserted before a
+/// DevtoolsClient is created, which otherwise waits for a browser that cannot start.
 testing::AssertionResult IsChromiumInstalled();
 
 /// Controls a running browser-chromium through the DevTools protocol. The functions throw

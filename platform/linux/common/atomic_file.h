@@ -18,7 +18,7 @@ namespace saltmoor::platform {
 /// itself is locked, because a file in it may be replaced. Not recursive.
 class DirectoryLock {
  public:
-  /// Anyone who can open the directory can lock it, so nobody waits longer.
+  /// Anyone who can open the directory can lock it, so no caller waits longer.
   static constexpr std::chrono::seconds kTimeout{5};
 
   explicit DirectoryLock(const std::string& path);

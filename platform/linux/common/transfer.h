@@ -33,7 +33,7 @@ using CurlUrl = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
 
 /// A transfer on a libcurl handle from a pool, whose handles keep their connections.
 ///
-/// Every transfer verifies certificates, applies TABULET_CA_FILE and TABULET_CONNECT_TO, speaks
+/// Every transfer verifies certificates, applies TABULET_CA_FILE and TABULET_CONNECT_TO, uses
 /// only http and https, and follows redirects, if enabled, at most ten times and never from https
 /// to http. It uses no proxy, cookies or signals, and logs no TLS keys except in debug builds.
 ///

@@ -64,7 +64,7 @@ int OpenLog() {
   if (settings.log != "-" && (file = OpenLogFile(settings.log, &cause)) < 0) {
     file = STDERR_FILENO;
     report(file, "TABULET_LOG: cannot write \"" + settings.log + "\" (" + cause +
-                     "), so the log goes here; name a file in a writable directory");
+                     "), so the log is written here; name a file in a writable directory");
   }
   for (const std::string& problem : settings.problems) report(file, problem);
   return file;

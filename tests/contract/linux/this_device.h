@@ -1,7 +1,6 @@
 /// \file
-/// What the suite must know about the device under test beyond the contract, here the Linux
-/// platform. A port has a `this_device.h` of its own, whose directory is set with
-/// -DTHIS_DEVICE=DIRECTORY.
+/// What the suite needs for the device under test beyond the contract, here the Linux platform. A
+/// port has its own `this_device.h`, whose directory is set with -DTHIS_DEVICE=DIRECTORY.
 
 #ifndef TESTS_CONTRACT_LINUX_THIS_DEVICE_H_
 #define TESTS_CONTRACT_LINUX_THIS_DEVICE_H_
@@ -18,7 +17,7 @@ inline constexpr char kDirectory[] = "/mnt/ext1/system/config";
 /// tr and yes.
 inline constexpr char kShell[] = "/bin/sh";
 
-/// Whether HttpRequestRunner returns no other errors than those of HttpRequestRunner::Error.
+/// Whether HttpRequestRunner returns only the errors of HttpRequestRunner::Error.
 inline constexpr bool kReturnsNamedErrors = true;
 
 /// Called once before the platform is used.

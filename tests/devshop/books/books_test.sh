@@ -70,7 +70,7 @@ pdfs() { # <books>
     fail "the cookery book has lost its umlauts"
 }
 
-# The same text gives the same bytes, so that a rebuilt shop serves the same files.
+# The same text has the same bytes, so that a rebuilt shop serves the same files.
 repeatable() { # <books> <texts> <make_book>...
   local books=$1 texts=$2 file
   shift 2

@@ -37,8 +37,8 @@ class HttpRequestRunner {
   /// than 64 MiB, decompressed, is refused.
   ///
   /// \param status  receives the HTTP status of the last response; 0 on failure. May be null.
-  /// \param body  receives the response's bytes, decompressed, in place of its content; empty on
-  ///     failure. May be null.
+  /// \param body  receives the response's bytes, decompressed; its old content is replaced. Empty
+  ///     on failure. May be null.
   /// \param timeout_s  limit for the whole call, name resolution and connecting included.
   /// \return 0 if a response arrived, whatever its status; otherwise an Error, above 0. The reason
   ///     is logged. Throws nothing.
