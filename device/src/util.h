@@ -49,8 +49,10 @@ inline bool IsTraced() {
   return false;
 }
 
-/// Keeps what the user types out of core dumps, and from debuggers of the same user.
-inline void ProtectMemory() {
+/// Keeps what the user types out of core dumps, from debuggers of the same user, and from those who
+/// record the connections: TLS keys are written to no file. Must be called before libcurl starts.
+inline void ProtectSecrets() {
+  unsetenv("SSLKEYLOGFILE");
   const rlimit none = {0, 0};
   setrlimit(RLIMIT_CORE, &none);
 #ifndef __SANITIZE_ADDRESS__  // a leak sanitizer attaches at the exit, as a debugger does

@@ -198,8 +198,10 @@ TEST_F(BrowserAgent, RefusesUntrustedServerAndUnencryptedForm) {
   EXPECT_EQ(site_->requests(), 0);
 
   const Environment trusting =
-      EnvironmentFor("approve") + Environment{{"TABULET_CA_FILE", directory / "ca.pem"}};
+      EnvironmentFor("approve") +
+      Environment{{"TABULET_CA_FILE", directory / "ca.pem"}, {"SSLKEYLOGFILE", directory / "keys"}};
   EXPECT_EQ(RunProgram({kProgram, "https://shop.test/start"}, trusting).exit_code, 0);
+  EXPECT_FALSE(Exists(directory / "keys"));
   EXPECT_EQ(site_->requests(), 4);
 
   for (const std::string scheme : {"http", "HTTP"}) {

@@ -44,16 +44,17 @@ TEST(DevicePrograms, AnswerInOneSentence) {
   }
 }
 
-TEST(DevicePrograms, LeaveNoCoreOfChromium) {
+TEST(DevicePrograms, KeepSecretsOfChromium) {
   const TemporaryDirectory directory;
-  WriteProgram(directory / "chromium", "#!/bin/sh\nulimit -c >&2\n");
+  WriteProgram(directory / "chromium", "#!/bin/sh\necho $(ulimit -c) [$SSLKEYLOGFILE] >&2\n");
   const ProcessResult run =
       RunProgram({"bash", "-c", "ulimit -c unlimited; exec \"$0\" https://shop.test/",
                   QUIRE_BUILD_DIR "/bin/browser-chromium"},
                  {{"PATH", directory.path() + ":" + std::getenv("PATH")},
                   {"TMPDIR", directory.path()},
+                  {"SSLKEYLOGFILE", directory / "keys"},
                   {"QUIRE_BROWSER_VERBOSE", "1"}});
-  EXPECT_EQ(run.err.substr(0, 2), "0\n") << run.err;
+  EXPECT_EQ(run.err.substr(0, 5), "0 []\n") << run.err;
 }
 
 }  // namespace

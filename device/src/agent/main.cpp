@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
                  "usage: browser-agent [--paypal] [-wirecard] [-img FILE] URL | --version\n";
     return 2;
   }
-  ProtectMemory();
+  ProtectSecrets();
   curl_global_init(CURL_GLOBAL_DEFAULT);
   try {
     Browse(*url);

@@ -175,7 +175,7 @@ int main(int argc, char** argv) {
     std::cerr << "browser: the last argument must be an http or https URL\n" << kUsage;
     return 2;
   }
-  ProtectMemory();
+  ProtectSecrets();
   signal(SIGPIPE, SIG_IGN);
   sigset_t handled;
   sigemptyset(&handled);
