@@ -4,6 +4,8 @@
 #ifndef DEVICE_SRC_UTIL_H_
 #define DEVICE_SRC_UTIL_H_
 
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <boost/algorithm/string/predicate.hpp>
@@ -45,6 +47,17 @@ inline bool IsTraced() {
     if (line.starts_with("TracerPid:")) return !line.ends_with("\t0");
   }
   return false;
+}
+
+/// Keeps what the user types out of core dumps, from debuggers of the same user, and from those who
+/// record the connections: TLS keys are written to no file. Must be called before libcurl starts.
+inline void ProtectSecrets() {
+  unsetenv("SSLKEYLOGFILE");
+  const rlimit none = {0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+#ifndef __SANITIZE_ADDRESS__  // a leak sanitizer attaches at the exit, as a debugger does
+  if (!IsTraced()) prctl(PR_SET_DUMPABLE, 0);  // proot must read the paths of system calls
+#endif
 }
 
 /// Prints the program's name and version if --version is the only argument.

@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <optional>
 
 #include "device/test_site.h"
 #include "support/files.h"
+
+namespace fs = std::filesystem;
 
 namespace tests {
 namespace {
@@ -18,6 +23,14 @@ constexpr char kPage[] = R"(<!DOCTYPE html><html><head><meta charset="utf-8"><ti
 <option value="DE" selected>Germany</select>
 <button name="decision" value="approve">Pay 4,99 EUR</button>
 <button name="decision" value="cancel">Cancel</button><button type="button">Help</button></form>)";
+
+/// What a terminal may obey: an escape, a control sequence of one character, an override of the
+/// writing direction.
+constexpr const char* kControls[] = {"\x1b", "\xC2\x9B", "\xE2\x80\xAE"};
+
+void ExpectNoControls(const std::string& shown) {
+  for (const char* control : kControls) EXPECT_EQ(shown.find(control), std::string::npos) << shown;
+}
 
 /// A shop's payment pages, which the browser reaches at http://shop.test.
 class BrowserAgent : public testing::Test {
@@ -40,9 +53,27 @@ class BrowserAgent : public testing::Test {
     site_->AddRedirect("/done", kReturnUrl + "success");
     site_->AddRedirect("/loop", "/loop");
     site_->AddRedirect("/file", "file:///etc/passwd");
+    const std::string controls = std::string(kControls[0]) + "[2J" + kControls[1] + kControls[2];
+    site_->AddRedirect("/elsewhere", "ftp://shop.test/\xC2\x9B\xE2\x80\xAE");
+    site_->AddRedirect("/encoded", "http://%1bc/");
     site_->AddPage("/broken", kPage, 500);
-    site_->AddPage("/plain", "<p>Nothing \x1b[2Jto do here");
-    site_->AddPage("/downgrade", "<form method=post action=http://shop.test/shop/pay><button>Pay");
+    site_->AddPage("/plain", "<p>Nothing " + controls + "to do here");
+    site_->AddPage("/controls", "<p>Text" + controls + "<form action='ftp://shop.test/" + controls +
+                                    "'><input name=field value='value" + controls +
+                                    "'><button>Button" + controls);
+    std::string attributes;
+    for (int i = 0; i < 100'000; ++i) attributes += " a" + std::to_string(i);
+    site_->AddPage("/attributes", "<p" + attributes + ">");
+    site_->AddPage("/large", std::string(10 << 20, 'x'));
+    for (const std::string scheme : {"http", "HTTP"}) {
+      site_->AddPage("/downgrade/" + scheme,
+                     "<form method=post action=" + scheme + "://shop.test/shop/pay><button>Pay");
+      site_->AddPage("/sent/on/" + scheme,
+                     "<form method=post action=HTTPS://shop.test/to/" + scheme + "><button>Pay");
+      site_->AddPostHandler("/to/" + scheme, [=](const auto&, httplib::Response& response) {
+        response.set_redirect(scheme + "://shop.test/shop/pay", 307);
+      });
+    }
     site_->Start();
   }
 
@@ -107,6 +138,16 @@ TEST_F(BrowserAgent, AsksOnTerminal) {
   EXPECT_NE(site_->posts()[0].find("card_number=42%2017&card_cvc=999"), std::string::npos)
       << site_->posts()[0];
 
+  Process controls({kProgram, "http://shop.test/controls"}, EnvironmentFor(""),
+                   Process::On::kTerminal);
+  ASSERT_TRUE(controls.WaitForOutput("or q to close: "));
+  controls.Type("1\n");
+  ASSERT_TRUE(controls.WaitForOutput("field [value"));
+  controls.Type("\n");
+  const std::string shown = controls.Wait().out;
+  EXPECT_NE(shown.find("the page's form goes to ftp:"), std::string::npos) << shown;
+  ExpectNoControls(shown);
+
   Process closed({kProgram, "http://shop.test/shop/pay"}, EnvironmentFor(""),
                  Process::On::kTerminal);
   ASSERT_TRUE(closed.WaitForOutput("or q to close: "));
@@ -123,6 +164,11 @@ TEST_F(BrowserAgent, ReportsFailureInOneSentence) {
       {"http://shop.test/plain", "approve", "leads nowhere"},
       {"http://shop.test/file", "approve",
        "leads to file:///etc/passwd, which is not a web address"},
+      {"http://shop.test/elsewhere", "approve", "http://shop.test/elsewhere leads to ftp://shop."},
+      {"http://shop.test/encoded", "approve", "http://shop.test/encoded leads to http://%1bc/, "},
+      {"http://shop.test/controls", "approve", "the page's form goes to ftp://shop.test/"},
+      {"http://shop.test/attributes", "approve", "the page takes too long to read"},
+      {"http://shop.test/large", "approve", "http://shop.test/large answers with more than a page"},
       {"http://127.0.0.1:1/", "approve", "cannot load http://127.0.0.1:1/: "},
       {"http://shop.test/shop/pay", "", "set QUIRE_BROWSER_ANSWER"},
       {"http://shop.test/shop/pay", "perhaps", "QUIRE_BROWSER_ANSWER is perhaps"},
@@ -132,8 +178,7 @@ TEST_F(BrowserAgent, ReportsFailureInOneSentence) {
     EXPECT_EQ(run.exit_code, 1) << sentence;
     EXPECT_NE(run.err.find(sentence), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("browser: "), std::string::npos) << run.err;
-    EXPECT_EQ(run.err.find('\x1b'), std::string::npos)
-        << "a control character reaches the terminal";
+    ExpectNoControls(run.err);
   }
   EXPECT_TRUE(site_->posts().empty());
 
@@ -153,14 +198,42 @@ TEST_F(BrowserAgent, RefusesUntrustedServerAndUnencryptedForm) {
   EXPECT_EQ(site_->requests(), 0);
 
   const Environment trusting =
-      EnvironmentFor("approve") + Environment{{"TABULET_CA_FILE", directory / "ca.pem"}};
+      EnvironmentFor("approve") +
+      Environment{{"TABULET_CA_FILE", directory / "ca.pem"}, {"SSLKEYLOGFILE", directory / "keys"}};
   EXPECT_EQ(RunProgram({kProgram, "https://shop.test/start"}, trusting).exit_code, 0);
+  EXPECT_FALSE(Exists(directory / "keys"));
   EXPECT_EQ(site_->requests(), 4);
 
-  const ProcessResult downgrade = RunProgram({kProgram, "HTTPS://shop.test/downgrade"}, trusting);
-  EXPECT_EQ(downgrade.exit_code, 1);
-  EXPECT_NE(downgrade.err.find("unencrypted"), std::string::npos) << downgrade.err;
-  EXPECT_EQ(site_->requests(), 5);
+  for (const std::string scheme : {"http", "HTTP"}) {
+    for (const std::string path : {"downgrade/", "sent/on/"}) {
+      const ProcessResult downgrade =
+          RunProgram({kProgram, "HTTPS://shop.test/" + path + scheme}, trusting);
+      EXPECT_EQ(downgrade.exit_code, 1);
+      EXPECT_NE(downgrade.err.find("unencrypted"), std::string::npos) << downgrade.err;
+    }
+  }
+  EXPECT_EQ(site_->requests(), 4 + 6);
+}
+
+/// On the host, where no launcher traces it.
+TEST_F(BrowserAgent, KeepsMemoryFromOtherPrograms) {
+  const TemporaryDirectory directory;
+  fs::permissions(directory.path(), fs::perms::all);
+  const std::string program = directory / "browser-agent";
+  fs::copy_file(kProgram, program);
+  Command command{"bash", "-c", "ulimit -c unlimited; echo $$; exec \"$@\"", "0"};
+  if (geteuid() == 0) {  // root owns all processes that are not to be read
+    command = command + Command{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+  }
+  Process browser(command + Command{program, "http://shop.test/shop/pay"}, EnvironmentFor(""),
+                  Process::On::kTerminal);
+  ASSERT_TRUE(browser.WaitForOutput("or q to close: "));
+  const std::string process = "/proc/" + std::to_string(std::stoi(browser.out()));
+  struct stat status;
+  ASSERT_EQ(stat((process + "/mem").c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 0U);
+  const std::string limits = ReadFile(process + "/limits");
+  EXPECT_NE(limits.find("Max core file size        0 "), std::string::npos) << limits;
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ class Launcher : public testing::TestWithParam<const char*> {
   const std::string kWaitForScannerExit =
       "until [[ $(</proc/$PPID/task/$PPID/children) == \"$$ \" ]]; do :; done";
   const TemporaryDirectory device_;
-  const std::string kDevice = device_ / "my device";
+  const std::string kDevice = device_ / "data/my device";
   const Command kLaunch = kLauncher + Command{"--device", kDevice, "--with", GetParam()};
 };
 
@@ -216,8 +216,10 @@ TEST_P(Launcher, RemovesScratchDevice) {
 
 TEST_P(Launcher, StartsSeveralTimesAtOnceOnNewDevice) {
   std::vector<std::unique_ptr<Process>> launchers;
-  for (int i = 0; i < 8; ++i) {
-    launchers.push_back(std::make_unique<Process>(CommandOnDevice("true")));
+  for (int i = 0; i < 12; ++i) {
+    launchers.push_back(std::make_unique<Process>(
+        kLaunch + Command{"--no-scanner", "--browser", i % 2 ? "agent" : "chromium", "true"},
+        Environment{{"QUIRE_BROWSER_HEADLESS", "1"}}));
   }
   for (const auto& launcher : launchers) {
     const ProcessResult finished = launcher->Wait();
@@ -258,6 +260,8 @@ TEST_P(Launcher, RunsScannerWithProgram) {
                            "scanner: cannot read /mnt/ext1/no: No such file or directory\n"}) {
     EXPECT_NE(log.find(line), std::string::npos) << log;
   }
+  EXPECT_EQ(fs::status(kDevice + "/tmp/scanner.log").permissions(),
+            fs::perms::owner_read | fs::perms::owner_write);
   EXPECT_FALSE(StillRuns(kDevice)) << "proot or the scanner";
 }
 

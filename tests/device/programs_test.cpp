@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "support/files.h"
@@ -41,6 +42,19 @@ TEST(DevicePrograms, AnswerInOneSentence) {
     EXPECT_EQ(run.out, out);
     EXPECT_NE(run.err.find(err), std::string::npos) << run.err;
   }
+}
+
+TEST(DevicePrograms, KeepSecretsOfChromium) {
+  const TemporaryDirectory directory;
+  WriteProgram(directory / "chromium", "#!/bin/sh\necho $(ulimit -c) [$SSLKEYLOGFILE] >&2\n");
+  const ProcessResult run =
+      RunProgram({"bash", "-c", "ulimit -c unlimited; exec \"$0\" https://shop.test/",
+                  QUIRE_BUILD_DIR "/bin/browser-chromium"},
+                 {{"PATH", directory.path() + ":" + std::getenv("PATH")},
+                  {"TMPDIR", directory.path()},
+                  {"SSLKEYLOGFILE", directory / "keys"},
+                  {"QUIRE_BROWSER_VERBOSE", "1"}});
+  EXPECT_EQ(run.err.substr(0, 5), "0 []\n") << run.err;
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 namespace tests {
 
@@ -28,7 +28,9 @@ bool Exists(const std::string& path) {
 
 std::string ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream content;
+  content << file.rdbuf();  // unlike an iterator, does not throw when a process in /proc has exited
+  return content.str();
 }
 
 void WriteFile(const std::string& path, const std::string& content) {

@@ -58,7 +58,7 @@ Response HttpClient::Send(const Request& request) {
   CURL* curl = curl_.get();
   Response response;
   std::array<char, CURL_ERROR_SIZE> error = {};
-  curl_easy_setopt(curl, CURLOPT_URL, request.url.c_str());
+  curl_easy_setopt(curl, CURLOPT_URL, request.url.text().c_str());
   if (request.post) {
     curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(request.body.size()));
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, request.body.c_str());
@@ -71,8 +71,11 @@ Response HttpClient::Send(const Request& request) {
   curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error.data());
   const CURLcode code = curl_easy_perform(curl);
   curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, nullptr);
+  if (code == CURLE_WRITE_ERROR) {
+    throw std::runtime_error(request.url.text() + " answers with more than a page");
+  }
   if (code != CURLE_OK) {
-    throw std::runtime_error("cannot load " + request.url + ": " +
+    throw std::runtime_error("cannot load " + request.url.text() + ": " +
                              (error[0] ? error.data() : curl_easy_strerror(code)));
   }
   const char* location = nullptr;
@@ -81,32 +84,26 @@ Response HttpClient::Send(const Request& request) {
   curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &location);
   curl_easy_getinfo(curl, CURLINFO_CONTENT_TYPE, &content_type);
   response.charset = ParseCharset(content_type);
-  if (location) response.location = ResolveUrl(request.url, location);
-  if (location && response.location.empty()) {
-    throw std::runtime_error(request.url + " leads to " + location +
+  if (location) response.location = request.url.Resolve(location);
+  if (location && !response.location) {
+    throw std::runtime_error(request.url.text() + " leads to " + location +
                              ", which is not a web address");
   }
   return response;
 }
 
-Request HttpClient::BuildSubmission(const std::string& page_url, const Form& form,
-                                    const Button& button) {
-  Request request;
-  request.url = form.action.empty() ? page_url : ResolveUrl(page_url, form.action);
-  request.post = form.post;
-  request.body = EncodeForm(form, button);
-  if (request.url.empty()) {
+Request HttpClient::BuildSubmission(const Url& page_url, const Form& form, const Button& button) {
+  const std::string fields = EncodeForm(form, button);
+  std::optional<Url> url = page_url.Resolve(form.action);
+  if (url && !form.post) url = url->Resolve("?" + fields);
+  if (!url) {
     throw std::runtime_error("the page's form goes to " + form.action +
                              ", which is not a web address");
   }
-  if (boost::istarts_with(page_url, "https:") && !boost::istarts_with(request.url, "https:")) {
-    throw std::runtime_error("the page's form would go to " + request.url + " unencrypted");
+  if (page_url.is_encrypted() && !url->is_encrypted()) {
+    throw std::runtime_error("the page's form would go to " + url->text() + " unencrypted");
   }
-  if (!form.post) {
-    request.url = request.url.substr(0, request.url.find_first_of("?#")) + "?" + request.body;
-    request.body.clear();
-  }
-  return request;
+  return {*url, form.post, form.post ? fields : ""};
 }
 
 std::string HttpClient::EncodeForm(const Form& form, const Button& button) {
@@ -126,18 +123,6 @@ std::string HttpClient::EncodeForm(const Form& form, const Button& button) {
   for (const Field& field : form.fields) append_pair(field.name, field.value);
   if (!button.name.empty()) append_pair(button.name, button.value);
   return encoded;
-}
-
-std::string ResolveUrl(const std::string& base, const std::string& reference) {
-  CURLU* parser = curl_url();
-  char* text = nullptr;
-  const bool good = parser && curl_url_set(parser, CURLUPART_URL, base.c_str(), 0) == CURLUE_OK &&
-                    curl_url_set(parser, CURLUPART_URL, reference.c_str(), 0) == CURLUE_OK &&
-                    curl_url_get(parser, CURLUPART_URL, &text, 0) == CURLUE_OK;
-  const std::string url = good ? text : "";
-  curl_free(text);
-  curl_url_cleanup(parser);
-  return IsWebUrl(url) ? url : "";
 }
 
 }  // namespace agent

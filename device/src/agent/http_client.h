@@ -7,21 +7,23 @@
 #include <curl/curl.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "page.h"
+#include "url.h"
 
 namespace agent {
 
 struct Request {
-  std::string url;
+  Url url;
   bool post = false;
   std::string body;  ///< form-encoded; empty unless `post`
 };
 
 struct Response {
   long status = 0;
-  std::string location;  ///< absolute http or https URL of a redirect, else empty
+  std::optional<Url> location;  ///< of a redirect
   std::string charset;
   std::string body;
 };
@@ -35,7 +37,7 @@ class HttpClient {
   /// Does not follow redirects.
   Response Send(const Request& request);
   /// The request that submits a page's form with a button.
-  Request BuildSubmission(const std::string& page_url, const Form& form, const Button& button);
+  Request BuildSubmission(const Url& page_url, const Form& form, const Button& button);
 
  private:
   struct Free {
@@ -48,9 +50,6 @@ class HttpClient {
   std::unique_ptr<curl_slist, Free> connect_to_;
   std::unique_ptr<CURL, Free> curl_;
 };
-
-/// Resolves a reference against a base URL; empty unless the result is an http or https URL.
-std::string ResolveUrl(const std::string& base, const std::string& reference);
 
 }  // namespace agent
 

@@ -31,7 +31,7 @@ struct Form {
   std::vector<Button> buttons;  ///< at least one
 };
 
-/// All strings are valid UTF-8 without control characters.
+/// The title, the lines and all labels are printable; other strings are as the page has them.
 struct Page {
   std::string title;
   std::vector<std::string> lines;

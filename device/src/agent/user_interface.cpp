@@ -14,6 +14,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "../text.h"
+
 namespace agent {
 namespace {
 
@@ -153,7 +155,7 @@ std::optional<Button> UserInterface::CompleteOnTerminal(Form* form) {
 }
 
 bool UserInterface::ReadLine(const std::string& prompt, std::string* line) {
-  *out_ << prompt << std::flush;
+  *out_ << MakePrintable(prompt) << std::flush;
   return static_cast<bool>(std::getline(terminal_in_, *line));
 }
 

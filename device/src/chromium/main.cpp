@@ -20,6 +20,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "../text.h"
 #include "../util.h"
 #include "devtools_pipe.h"
 #include "payment_window.h"
@@ -174,6 +175,7 @@ int main(int argc, char** argv) {
     std::cerr << "browser: the last argument must be an http or https URL\n" << kUsage;
     return 2;
   }
+  ProtectSecrets();
   signal(SIGPIPE, SIG_IGN);
   sigset_t handled;
   sigemptyset(&handled);
@@ -183,7 +185,7 @@ int main(int argc, char** argv) {
   try {
     return Browse(options, signals);
   } catch (const std::exception& error) {
-    std::cerr << "browser: " << error.what() << std::endl;
+    std::cerr << "browser: " << MakePrintable(error.what()) << std::endl;
     return 1;
   }
 }

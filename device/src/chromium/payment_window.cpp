@@ -3,6 +3,7 @@
 #include <iostream>
 #include <utility>
 
+#include "../text.h"
 #include "../util.h"
 
 namespace chromium {
@@ -65,7 +66,7 @@ void PaymentWindow::OnAttached(const json& params) {
 void PaymentWindow::OnRequestPaused(const json& params, const std::string& session) {
   const std::string url = params.value(JsonPointer("/request/url"), "");
   const bool top_level = main_frames_.contains(params.value("frameId", ""));
-  if (top_level && IsWebUrl(url)) std::cout << url << std::endl;
+  if (top_level && IsWebUrl(url)) std::cout << MakePrintable(url) << std::endl;
   devtools_->Send("Fetch.continueRequest", {{"requestId", params.value("requestId", "")}}, session);
 }
 

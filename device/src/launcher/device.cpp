@@ -114,7 +114,11 @@ void DeviceDirectory::Prepare(const std::string& programs, const std::string& br
 
 void DeviceDirectory::CreateDirectories() const {
   try {
-    fs::create_directories(fs::path(path_).parent_path());
+    const mode_t mask = umask(0077);
+    std::error_code error;
+    fs::create_directories(fs::path(path_).parent_path(), error);
+    umask(mask);
+    if (error) throw std::system_error(error);
     for (const char* name : {"", "/ext1", "/ext1/system", "/ext1/system/config", "/ext1/Downloads",
                              "/ext1/Digital Editions", "/ebrmain", "/ebrmain/bin", "/tmp"}) {
       CreatePrivateDirectory(path_ + name);

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -136,12 +137,22 @@ class Init {
     scanner_ = Fork([&] {
       signal(SIGINT, SIG_IGN);  // Ctrl-C is for the program
       signal(SIGQUIT, SIG_IGN);
-      dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
-      dup2(open(kScannerLog, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666),
-           STDOUT_FILENO);
+      const int null_device = open("/dev/null", O_RDWR | O_CLOEXEC);
+      dup2(null_device, STDIN_FILENO);
+      const int log = OpenScannerLog();
+      dup2(log < 0 ? null_device : log, STDOUT_FILENO);
       dup2(STDOUT_FILENO, STDERR_FILENO);
       return Exec({kScanner});
     });
+  }
+
+  /// Opens a new log, which its owner alone can read. A link or a pipe of its name is not opened.
+  static int OpenScannerLog() {
+    const int log =
+        open(kScannerLog,
+             O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    fchmod(log, 0600);  // of an earlier version, which let all users read it
+    return log;
   }
 
   /// Lets the scanner finish what it writes.

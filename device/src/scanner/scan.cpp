@@ -56,8 +56,8 @@ std::vector<BookFile> FindBookFiles(const fs::path& directory) {
   std::vector<BookFile> books;
   for (int count = 0; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
     if (++count > kMaxEntries) {
-      std::cerr << "scanner: " << directory.string() << " holds more than " << kMaxEntries
-                << " files; the rest is ignored\n";
+      std::cerr << "scanner: " << MakePrintable(directory.string()) << " holds more than "
+                << kMaxEntries << " files; the rest is ignored\n";
       break;
     }
     const std::string name = entry->path().filename().string();
@@ -214,7 +214,7 @@ ScanResult Scan(const fs::path& directory, const fs::path& library_file) {
       const std::string message = library_file.string() + ": " + error.what();
       if (renewed || !IsDamaged(error)) throw std::runtime_error(message);
       const fs::path aside = MoveAside(library_file);
-      std::cerr << "scanner: " << message << "; moved to " << aside.string()
+      std::cerr << "scanner: " << MakePrintable(message + "; moved to " + aside.string())
                 << ", and a new library is created\n";
     }
   }
