@@ -7,6 +7,7 @@
 #include "acquisition.h"
 #include "feed_xml.h"
 #include "money.h"
+#include "opensearch.h"
 #include "text.h"
 
 namespace app {
@@ -16,7 +17,6 @@ using OPDS::IndirectAcquisition;
 
 constexpr std::string_view kAtom = "http://www.w3.org/2005/Atom";
 constexpr std::string_view kOpds = "http://opds-spec.org/2010/catalog";
-constexpr std::string_view kOpenSearch = "http://a9.com/-/spec/opensearch/1.1/";
 constexpr std::string_view kDcTerms = "http://purl.org/dc/terms/";
 constexpr std::string_view kDcElements = "http://purl.org/dc/elements/1.1/";
 constexpr std::string_view kAcquisition = "http://opds-spec.org/acquisition";

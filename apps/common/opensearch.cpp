@@ -12,7 +12,6 @@
 namespace app {
 namespace {
 
-constexpr std::string_view kOpenSearch = "http://a9.com/-/spec/opensearch/1.1/";
 constexpr std::string_view kFeedType = "application/atom+xml";
 constexpr std::string_view kSearchTerms = "{searchTerms}";
 constexpr std::string_view kTitlesPerPage = "50";

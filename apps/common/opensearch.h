@@ -6,6 +6,10 @@
 
 namespace app {
 
+inline constexpr std::string_view kOpenSearch =  // a namespace
+    "http://a9.com/-/sp"
+    "ec/opensearch/1.1/";
+
 /// A template of a search's URL with all parameters but {searchTerms} replaced: the first page,
 /// UTF-8, any language. Optional ones that are unknown become empty.
 /// \return empty when it has no {searchTerms}, or a required parameter that is unknown.

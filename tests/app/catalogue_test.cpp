@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <map>
 
+#include "opensearch.h"
 #include "search_text.h"
 #include "text.h"
 
@@ -39,7 +40,7 @@ std::string Facet(const std::string& group, const std::string& title, const std:
 }
 
 std::string Total(int count) {
-  return "<t:totalResults xmlns:t='http://a9.com/-/spec/opensearch/1.1/'>" + std::to_string(count) +
+  return "<t:totalResults xmlns:t='" + std::string(kOpenSearch) + "'>" + std::to_string(count) +
          "</t:totalResults>";
 }
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "opds_feed.h"
 #include "opensearch.h"
@@ -167,6 +167,12 @@ TEST(ParseFeed, ReadsAcquisitionFeedsOfServers) {
   EXPECT_EQ(free.page_url, "https://shop.example/page/2");
 }
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double kMaxTime_s = 20;
+#else
+constexpr double kMaxTime_s = 2;
+#endif
+
 /// `unit` as often as it fits into the largest page, between `head` and `tail`.
 std::string Fill(const std::string& head, const std::string& unit, const std::string& tail = "") {
   std::string xml = head;
@@ -204,15 +210,14 @@ TEST(ParseFeed, AnswersTheLargestPageInTwoSeconds) {
       {"text", Fill(head, "x", "</feed>")},
       {"bytes", std::string(kMaxPage_bytes, '\xFF')}};
   for (const auto& [name, xml] : pages) {
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();  // of the processor, which others may use, too
     try {
       ParseFeed(xml, kPage);
     } catch (const FeedError& error) {
       EXPECT_STRNE(error.what(), "") << name;
     }
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-    RecordProperty(name, std::to_string(time.count()));
-    EXPECT_LT(time.count(), 2.0) << name;
+    const double time_s = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    EXPECT_LT(time_s, kMaxTime_s) << name;
   }
 }
 
@@ -260,7 +265,7 @@ TEST(ParseFeed, ThrowsTheReasonForABrokenPage) {
 TEST(OpenSearch, ExpandsTheTemplateOfTitles) {
   const std::string url = "https://shop.example/de/search.xml";
   const auto describe = [](const std::string& urls) {
-    return "<OpenSearchDescription xmlns='http://a9.com/-/spec/opensearch/1.1/'>" + urls +
+    return "<OpenSearchDescription xmlns='" + std::string(kOpenSearch) + "'>" + urls +
            "</OpenSearchDescription>";
   };
   const std::string feed = "<Url type='application/atom+xml;profile=opds-catalog' ";
