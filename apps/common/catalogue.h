@@ -2,55 +2,79 @@
 #define QUIRE_APPS_COMMON_CATALOGUE_H_
 
 #include <functional>
-#include <stdexcept>
+#include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "catalogue_error.h"
 #include "opds_feed.h"
+#include "page_cache.h"
 
 namespace app {
 
-/// Thrown when the catalogue cannot be read. The text is for the user: what happened, and what to
-/// do next.
-class CatalogueError : public std::runtime_error {
- public:
-  explicit CatalogueError(const std::string& text, bool server_is_unreachable = false)
-      : std::runtime_error(text), is_unreachable(server_is_unreachable) {}
+/// Fetches a page of the catalogue through a cache on the device. Throws CatalogueError.
+FetchedPage FetchPage(const std::string& url);
 
-  bool is_unreachable;
+/// Which titles of the catalogue to list.
+struct CatalogueQuery {
+  enum class Order { kShop, kTitle, kAuthor, kPrice, kNewest };
+
+  std::vector<std::string> sections;  ///< to enter, by title or number from 1, one in the other
+  std::string words;                  ///< a title has all of them
+  std::string format;                 ///< such as "epub"; empty: any
+  std::string language;               ///< its code or name; empty: any
+  Order order = Order::kShop;
+  std::size_t first = 0;  ///< of the titles that match
+  std::size_t max_count = std::numeric_limits<std::size_t>::max();
 };
 
-/// Fetches a page of the catalogue from the shop. Throws CatalogueError.
-std::string FetchPage(const std::string& url);
+struct CatalogueListing {
+  std::vector<CatalogueEntry> entries;
+  std::vector<CatalogueSection> sections;  ///< of the feed that was entered last, unless all below
+                                           ///< it had to be read
+  std::optional<std::size_t> total;        ///< titles that match, when it is known
+  bool has_more = false;                   ///< titles after these
+  std::size_t skipped_count = 0;           ///< entries of unknown kinds
+  std::optional<CatalogueError> error;     ///< why titles may be missing
+};
 
-/// The shop's catalogue, read page by page from its start page. Keeps no state between two calls.
+/// The shop's catalogue. Keeps nothing between two calls. Reads only pages of the start page's
+/// origin, and a bounded number of them. Not thread-safe.
 class Catalogue {
  public:
   /// Returns the page at an absolute URL. Throws CatalogueError.
-  using Fetch = std::function<std::string(const std::string& url)>;
+  using Fetch = std::function<FetchedPage(const std::string& url)>;
+  /// Called before each page with the number of pages and titles that have been read.
+  using Progress = std::function<void(std::size_t page_count, std::size_t title_count)>;
 
-  explicit Catalogue(std::string start_url, Fetch fetch = FetchPage)
-      : start_url_(std::move(start_url)), fetch_(std::move(fetch)) {}
+  explicit Catalogue(std::string start_url, Fetch fetch = FetchPage, Progress progress = nullptr)
+      : start_url_(std::move(start_url)),
+        fetch_(std::move(fetch)),
+        progress_(std::move(progress)) {}
 
-  /// Reads until `visit` returns false, the catalogue ends or a limit on its size is reached. Each
-  /// title with an EAN is visited once. Only pages of the start page's origin are read.
-  /// \param skipped_count  receives the number of entries of unknown kinds; may be null.
-  /// Throws CatalogueError when it cannot read on; entries before that have been visited.
-  void Read(const std::function<bool(const CatalogueEntry&)>& visit,
-            std::size_t* skipped_count = nullptr) const;
+  /// Lists titles. The shop searches, selects and orders if its feeds say how; otherwise all pages
+  /// are read for it. Without words, only as many pages are read as needed, and those of sections
+  /// only if all titles are wanted. Throws CatalogueError when nothing could be listed, and
+  /// SectionNotFound.
+  CatalogueListing List(const CatalogueQuery& query) const;
 
-  /// Finds entries by their EANs, in no particular order. Throws CatalogueError when some are
-  /// missing and the catalogue cannot be read to its end.
+  /// Finds entries by their EANs, in no particular order: by the shop's search, and what it does
+  /// not find by reading all pages. Throws CatalogueError when some are missing and the catalogue
+  /// cannot be read to its end.
   std::vector<CatalogueEntry> Find(const std::vector<std::string>& eans) const;
 
  private:
+  class Reader;
+
   std::string start_url_;
   Fetch fetch_;
+  Progress progress_;
 };
 
-/// Whether a word that FoldCase returned occurs in the entry's title, author, subject, summary or
-/// EAN.
-bool Matches(const CatalogueEntry& entry, const std::string& folded_word);
+/// Whether each of the words that FoldWords returned occurs in the entry's title, author, subject,
+/// summary or EAN.
+bool Matches(const CatalogueEntry& entry, const std::vector<std::string>& folded_words);
 
 }  // namespace app
 

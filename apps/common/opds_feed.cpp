@@ -1,16 +1,19 @@
 #include "opds_feed.h"
 
+#include <algorithm>
 #include <memory>
-#include <pugixml.hpp>
 #include <sstream>
 
 #include "acquisition.h"
+#include "feed_xml.h"
 #include "money.h"
+#include "opensearch.h"
 #include "text.h"
-#include "url.h"
 
 namespace app {
 namespace {
+
+using OPDS::IndirectAcquisition;
 
 constexpr std::string_view kAtom = "http://www.w3.org/2005/Atom";
 constexpr std::string_view kOpds = "http://opds-spec.org/2010/catalog";
@@ -19,72 +22,26 @@ constexpr std::string_view kDcElements = "http://purl.org/dc/elements/1.1/";
 constexpr std::string_view kAcquisition = "http://opds-spec.org/acquisition";
 constexpr std::string_view kImage = "http://opds-spec.org/image";
 constexpr std::string_view kThumbnail = "http://opds-spec.org/image/thumbnail";
+constexpr std::string_view kFacet = "http://opds-spec.org/facet";
 constexpr std::string_view kFeedType = "application/atom+xml";
+constexpr std::string_view kSearchType = "application/opensearchdescription+xml";
+
+constexpr std::size_t kMaxEntries = 20'000;
+constexpr std::size_t kMaxFeedChildren = kMaxEntries + 10'000;  // facets and other links
+constexpr std::size_t kMaxEntryChildren = 1000;
+constexpr std::size_t kMaxLinkChildren = 100;
 constexpr int kMaxNesting = 8;  // of indirect acquisitions
-constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
 
-std::string_view LocalName(const pugi::xml_node& node) {
-  const std::string_view name = node.name();
-  return name.substr(name.find(':') + 1);  // npos + 1 is 0
-}
-
-std::string Namespace(const pugi::xml_node& node) {
-  static const pugi::xpath_query kQuery("namespace-uri()");
-  std::string space = kQuery.evaluate_string(node);
-  const std::string_view name = node.name();
-  const std::size_t colon = name.find(':');
-  if (!space.empty() || colon == name.npos) return space;
-  throw FeedError("it uses the prefix \"" + Truncate(MakePrintable(name.substr(0, colon)), 40) +
-                  "\" without declaring it");
-}
-
-bool IsElement(const pugi::xml_node& node, std::string_view space, std::string_view name) {
-  return node.type() == pugi::node_element && LocalName(node) == name && Namespace(node) == space;
-}
-
-std::string GetRawText(const pugi::xml_node& node) {
-  static const pugi::xpath_query kQuery("string()");
-  return kQuery.evaluate_string(node);
-}
-
-/// All text below a node without markup; a run of white space becomes one space.
-std::string GetText(const pugi::xml_node& node) {
-  std::string raw = GetRawText(node);
-  if (std::string_view(node.attribute("type").value()) == "html") {  // escaped markup
-    pugi::xml_document html;
-    if (html.load_buffer(raw.data(), raw.size(), kParseOptions | pugi::parse_fragment)) {
-      raw = GetRawText(html);
-    }
-  }
-  std::string out;
-  for (const char c : MakePrintable(raw)) {
-    if (c != ' ' || (!out.empty() && out.back() != ' ')) out += c;
-  }
-  if (out.ends_with(' ')) out.pop_back();
-  return out;
-}
-
-/// The EAN in an identifier such as "urn:isbn:978-0-00-000001-7"; empty when there is none.
-std::string ParseEan(std::string identifier) {
-  identifier.erase(0, identifier.find_last_of(":/") + 1);
-  std::erase(identifier, '-');
-  const bool is_number = identifier.find_first_not_of("0123456789") == identifier.npos;
-  return is_number && identifier.size() >= 8 && identifier.size() <= 14 ? identifier
-                                                                        : std::string();
-}
-
-using OPDS::IndirectAcquisition;
-
-/// Converts a node with a "type" and the acquisitions nested in it.
-std::unique_ptr<IndirectAcquisition> MakeAcquisition(const pugi::xml_node& node, int depth = 0) {
+/// Converts a link or an indirect acquisition with the acquisitions nested in it.
+std::unique_ptr<IndirectAcquisition> MakeAcquisition(const FeedElement& element, int depth = 0) {
   auto acquisition = std::make_unique<IndirectAcquisition>(
-      OPDS::AttributeMap{{"type", node.attribute("type").value()}});
+      OPDS::AttributeMap{{"type", std::string(element.GetAttribute("type"))}});
   if (depth == kMaxNesting) return acquisition;
-  for (const auto& child : node.children()) {
-    if (!IsElement(child, kOpds, "indirectAcquisition")) continue;
+  element.ForEachChild(kMaxLinkChildren, [&](const FeedElement& child) {
+    if (!child.Is(kOpds, "indirectAcquisition")) return;
     auto nested = MakeAcquisition(child, depth + 1);
     if (acquisition->addChild(nested.get())) static_cast<void>(nested.release());
-  }
+  });
   return acquisition;
 }
 
@@ -95,139 +52,213 @@ bool IsAcquisition(std::string_view relation) {
          relation == "/borrow" || relation == "/subscribe";
 }
 
-void ReadPrice(const pugi::xml_node& link, CatalogueEntry& entry) {
-  for (const auto& child : link.children()) {
-    if (entry.price_hundredths || !IsElement(child, kOpds, "price")) continue;
-    entry.price_hundredths = ParsePrice(GetText(child));
-    entry.currency = MakePrintable(child.attribute("currencycode").value());
-  }
+/// Relations of links to titles that other sections have, too.
+bool IsOrderRelation(std::string_view relation) {
+  constexpr std::string_view kPrefix = "http://opds-spec.org/";
+  if (!relation.starts_with(kPrefix)) return false;
+  relation.remove_prefix(kPrefix.size());
+  return relation.starts_with("sort/") || relation == "featured" || relation == "recommended";
 }
 
-void ReadSubject(const pugi::xml_node& category, CatalogueEntry& entry) {
-  const auto label = category.attribute("label");
-  const std::string text = MakePrintable((label ? label : category.attribute("term")).value());
-  if (!text.empty()) entry.subject += (entry.subject.empty() ? "" : ", ") + text;
-}
-
-/// The base URL of what `node` contains.
-std::string ResolveBase(const pugi::xml_node& node, const std::string& outer) {
-  const auto attribute = node.attribute("xml:base");
-  return attribute ? ResolveUrl(outer, attribute.value()) : outer;
+bool IsSectionLink(std::string_view relation, std::string_view type) {
+  if (relation == "subsection" && type.empty()) return true;
+  const bool is_feed = type.starts_with(kFeedType) && type.find("type=entry") == type.npos;
+  return is_feed && (relation.empty() || relation == "subsection" || relation == "collection" ||
+                     IsOrderRelation(relation));
 }
 
 void SetIfEmpty(std::string& field, const std::string& value) {
   if (field.empty()) field = value;
 }
 
-struct Entry {
-  CatalogueEntry title;
-  boost::ptr_vector<IndirectAcquisition> acquisitions;
-  std::string section;
-  bool is_title = false;  // has an acquisition link
-  bool has_links = false;
+void AppendToList(std::string& list, const std::string& value) {
+  if (!value.empty()) list += (list.empty() ? "" : ", ") + value;
+}
+
+/// Reads an entry of a feed, which is a title or a section.
+class EntryReader {
+ public:
+  explicit EntryReader(const FeedElement& entry) {
+    entry.ForEachChild(kMaxEntryChildren, [this](const FeedElement& child) {
+      if (child.space() == kAtom) ReadAtom(child);
+      if (child.space() == kDcTerms || child.space() == kDcElements) ReadDublinCore(child);
+    });
+    SetIfEmpty(title_.ean, ParseEan(id_));
+    SetIfEmpty(title_.summary, content_);
+    ReadFormats();
+  }
+
+  void AddTo(FeedPage& page) {
+    if (is_title_) {
+      page.entries.push_back(std::move(title_));
+    } else if (!section_.url.empty()) {
+      section_.title = std::move(title_.title);
+      section_.summary = std::move(title_.summary);
+      page.sections.push_back(std::move(section_));
+    } else if (has_links_) {
+      ++page.skipped_count;
+    }
+  }
+
+ private:
+  void ReadAtom(const FeedElement& child) {
+    const std::string_view name = child.name();
+    if (name == "link") ReadLink(child);
+    if (name == "title") SetText(title_.title, child);
+    if (name == "id") SetText(id_, child);
+    if (name == "summary") SetText(title_.summary, child);
+    if (name == "content") SetText(content_, child);
+    if (name == "published") SetText(title_.published, child);
+    if (name == "category") {
+      const std::string_view label = child.GetAttribute("label");
+      AppendToList(title_.subject,
+                   MakePrintable(label.empty() ? child.GetAttribute("term") : label));
+    }
+    if (name != "author") return;
+    child.ForEachChild(kMaxEntryChildren, [&](const FeedElement& part) {
+      if (part.Is(kAtom, "name")) AppendToList(title_.author, part.GetText());
+    });
+  }
+
+  void ReadDublinCore(const FeedElement& child) {
+    if (child.name() == "identifier" && title_.ean.empty()) title_.ean = ParseEan(child.GetText());
+    if (child.name() == "language") SetText(title_.language, child);
+    if (child.name() == "issued") SetText(title_.published, child);
+  }
+
+  void ReadLink(const FeedElement& link) {
+    const std::string_view relation = link.GetAttribute("rel");
+    const std::string_view type = link.GetAttribute("type");
+    has_links_ = true;
+    if (IsAcquisition(relation)) {
+      ReadAcquisition(link, relation, type);
+    } else if (relation == kThumbnail) {
+      SetUrl(title_.thumbnail_url, link);
+    } else if (relation == kImage) {
+      SetUrl(title_.image_url, link);
+    } else if (relation == "alternate" && type.starts_with("text/html")) {
+      SetUrl(title_.page_url, link);
+    } else if (IsSectionLink(relation, type) && section_.url.empty()) {
+      SetUrl(section_.url, link);
+      section_.is_order = IsOrderRelation(relation);
+    }
+  }
+
+  /// A link to a page of the shop is not a format itself; the acquisitions nested in it are.
+  void ReadAcquisition(const FeedElement& link, std::string_view relation, std::string_view type) {
+    is_title_ = true;
+    auto acquisition = MakeAcquisition(link);
+    const bool is_page = type.starts_with("text/html");
+    const bool is_free = relation == kAcquisition || relation.ends_with("/open-access");
+    if (is_page) SetUrl(shop_page_, link);
+    if (is_page && !(is_free && acquisition->children.empty())) {
+      acquisitions_.transfer(acquisitions_.end(), acquisition->children);
+    } else {
+      acquisitions_.push_back(acquisition.release());
+    }
+    link.ForEachChild(kMaxLinkChildren, [this](const FeedElement& child) {
+      if (title_.price_hundredths || !child.Is(kOpds, "price")) return;
+      title_.price_hundredths = ParsePrice(child.GetText());
+      if (!title_.price_hundredths) return;
+      title_.currency = MakePrintable(child.GetAttribute("currencycode"));
+    });
+  }
+
+  void ReadFormats() {
+    SetIfEmpty(title_.page_url, shop_page_);
+    if (acquisitions_.empty()) return;
+    title_.type = acquisitions_.front().type;
+    std::stringstream formats;
+    saltmoor::quire::MakeFormat(formats, title_.needs_adobe, acquisitions_);
+    std::vector<std::string>& list = title_.formats;
+    for (std::string format; std::getline(formats, format, ',');) {
+      if (std::find(list.begin(), list.end(), format) == list.end()) list.push_back(format);
+    }
+  }
+
+  /// Sets a field to the first element's text.
+  static void SetText(std::string& field, const FeedElement& element) {
+    if (field.empty()) field = element.GetText();
+  }
+  static void SetUrl(std::string& field, const FeedElement& link) {
+    if (field.empty()) field = link.Resolve(link.GetAttribute("href"));
+  }
+
+  CatalogueEntry title_;
+  CatalogueSection section_;
+  boost::ptr_vector<IndirectAcquisition> acquisitions_;
+  std::string id_;
+  std::string content_;
+  std::string shop_page_;
+  bool is_title_ = false;  // has an acquisition link
+  bool has_links_ = false;
 };
 
-void ReadLink(const pugi::xml_node& link, const std::string& base, Entry& entry) {
-  const std::string_view relation = link.attribute("rel").value();
-  const std::string_view type = link.attribute("type").value();
-  const std::string url = ResolveUrl(base, link.attribute("href").value());
-  entry.has_links = true;
-  if (IsAcquisition(relation)) {
-    entry.is_title = true;
-    // A link to a page of the shop is not a format itself; the acquisitions nested in it are.
-    auto acquisition = MakeAcquisition(link);
-    const bool is_free = relation == kAcquisition || relation.ends_with("/open-access");
-    if (type.starts_with("text/html") && !(is_free && acquisition->children.empty())) {
-      entry.acquisitions.transfer(entry.acquisitions.end(), acquisition->children);
-    } else {
-      entry.acquisitions.push_back(acquisition.release());
-    }
-    ReadPrice(link, entry.title);
-  } else if (relation == kThumbnail) {
-    SetIfEmpty(entry.title.thumbnail_url, url);
-  } else if (relation == kImage) {
-    SetIfEmpty(entry.title.image_url, url);
-  } else if (relation == "alternate" && type.starts_with("text/html")) {
-    SetIfEmpty(entry.title.page_url, url);
-  } else if (type.starts_with(kFeedType) && type.find("type=entry") == type.npos &&
-             (relation.empty() || relation == "subsection" || relation == "collection" ||
-              relation.find("/sort/") != relation.npos)) {
-    SetIfEmpty(entry.section, url);
+void ReadFeedLink(const FeedElement& link, FeedPage& page) {
+  const std::string_view relation = link.GetAttribute("rel");
+  const std::string_view type = link.GetAttribute("type");
+  const std::string_view href = link.GetAttribute("href");
+  if (relation == "next" && page.next_url.empty()) {
+    page.next_url = link.Resolve(href);
+  } else if (relation == "search" && type.starts_with(kSearchType)) {
+    SetIfEmpty(page.search_url, page.search_url.empty() ? link.Resolve(href) : "");
+  } else if (relation == "search" && href.find("{searchTerms}") != href.npos) {
+    // Braces are no part of a URL, so the template is resolved without an expansion.
+    SetIfEmpty(page.search_template, link.Resolve(href));
+  } else if (relation == kFacet) {
+    page.facets.push_back({MakePrintable(link.GetAttribute(kOpds, "facetGroup")),
+                           MakePrintable(link.GetAttribute("title")), link.Resolve(href)});
   }
 }
 
-Entry ReadEntry(const pugi::xml_node& node, const std::string& outer_base) {
-  const std::string base = ResolveBase(node, outer_base);
-  Entry entry;
-  CatalogueEntry& title = entry.title;
-  std::string id;
-  for (const auto& child : node.children()) {
-    if (child.type() != pugi::node_element) continue;
-    const std::string_view name = LocalName(child);
-    const std::string space = Namespace(child);
-    if (space == kAtom) {
-      if (name == "link") ReadLink(child, base, entry);
-      if (name == "title") SetIfEmpty(title.title, GetText(child));
-      if (name == "id") SetIfEmpty(id, GetText(child));
-      if (name == "summary") SetIfEmpty(title.summary, GetText(child));
-      if (name == "published") SetIfEmpty(title.published, GetText(child));
-      if (name == "category") ReadSubject(child, title);
-      if (name != "author") continue;
-      for (const auto& part : child.children()) {
-        if (!IsElement(part, kAtom, "name")) continue;
-        title.author += (title.author.empty() ? "" : ", ") + GetText(part);
-      }
-    } else if (space == kDcTerms || space == kDcElements) {
-      if (name == "identifier") SetIfEmpty(title.ean, ParseEan(GetText(child)));
-      if (name == "language") SetIfEmpty(title.language, GetText(child));
-      if (name == "issued") SetIfEmpty(title.published, GetText(child));
+void ReadTotal(const FeedElement& element, FeedPage& page) {
+  const std::string text = element.GetText();
+  const bool is_number =
+      !text.empty() && text.size() <= 9 && text.find_first_not_of("0123456789") == text.npos;
+  if (is_number) page.total = std::stoul(text);
+}
+
+void ReadFeedChild(const FeedElement& child, FeedPage& page) {
+  if (child.Is(kAtom, "entry")) {
+    if (page.entries.size() + page.sections.size() + page.skipped_count == kMaxEntries) {
+      throw FeedError("it has more than " + std::to_string(kMaxEntries) + " entries");
     }
+    EntryReader(child).AddTo(page);
+  } else if (child.Is(kAtom, "link")) {
+    ReadFeedLink(child, page);
+  } else if (child.Is(kAtom, "title") && page.title.empty()) {
+    page.title = child.GetText();
+  } else if (child.Is(kOpenSearch, "totalResults")) {
+    ReadTotal(child, page);
   }
-  if (title.ean.empty()) title.ean = ParseEan(id);
-  if (!entry.acquisitions.empty()) title.type = entry.acquisitions.front().type;
-  std::stringstream formats;
-  saltmoor::quire::MakeFormat(formats, title.needs_adobe, entry.acquisitions);
-  for (std::string format; std::getline(formats, format, ',');) title.formats.push_back(format);
-  return entry;
 }
 
 }  // namespace
 
+std::string ParseEan(std::string identifier) {
+  identifier.erase(0, identifier.find_last_of(":/") + 1);
+  std::erase_if(identifier, [](char c) { return c == '-' || c == ' '; });
+  const bool is_number = identifier.find_first_not_of("0123456789") == identifier.npos;
+  return is_number && identifier.size() >= 8 && identifier.size() <= 14 ? identifier
+                                                                        : std::string();
+}
+
 FeedPage ParseFeed(std::string_view xml, const std::string& url) {
-  pugi::xml_document document;
-  const auto read = document.load_buffer(xml.data(), xml.size(), kParseOptions);
-  if (!read) {
-    throw FeedError("it is not XML: " + FoldCase(read.description()) + " at byte " +
-                    std::to_string(read.offset));
-  }
-  const pugi::xml_node root = document.document_element();
+  const pugi::xml_document document = ParseFeedXml(xml);
+  const pugi::xml_node root_node = document.document_element();
+  const FeedElement root(root_node, url);
   FeedPage page;
-  const auto add_entry = [&page](Entry entry) {
-    if (entry.is_title) {
-      page.entries.push_back(std::move(entry.title));
-    } else if (!entry.section.empty()) {
-      page.sections.push_back(std::move(entry.section));
-    } else if (entry.has_links) {
-      ++page.skipped_count;
-    }
-  };
-  if (IsElement(root, kAtom, "entry")) {
-    add_entry(ReadEntry(root, url));
+  if (root.Is(kAtom, "entry")) {
+    EntryReader(root).AddTo(page);
     return page;
   }
-  if (!IsElement(root, kAtom, "feed")) {
-    throw FeedError("its outermost element is \"" + Truncate(MakePrintable(root.name()), 40) +
+  if (!root.Is(kAtom, "feed")) {
+    throw FeedError("its outermost element is \"" +
+                    Truncate(MakePrintable(std::string_view(root_node.name()).substr(0, 200)), 40) +
                     "\" and not an Atom feed");
   }
-  const std::string base = ResolveBase(root, url);
-  for (const auto& node : root.children()) {
-    if (IsElement(node, kAtom, "entry")) {
-      add_entry(ReadEntry(node, base));
-    } else if (IsElement(node, kAtom, "link") && page.next_url.empty() &&
-               std::string_view(node.attribute("rel").value()) == "next") {
-      page.next_url = ResolveUrl(base, node.attribute("href").value());
-    }
-  }
+  root.ForEachChild(kMaxFeedChildren,
+                    [&](const FeedElement& child) { ReadFeedChild(child, page); });
   return page;
 }
 

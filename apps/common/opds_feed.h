@@ -16,25 +16,45 @@ struct CatalogueEntry {
   std::string title;
   std::string author;   ///< several joined with ", "
   std::string subject;  ///< several joined with ", "
-  std::string summary;
+  std::string summary;  ///< without markup, at most 64 KiB
   std::string language;
   std::string published;  ///< as in the feed
   std::optional<std::int64_t> price_hundredths;
   std::string currency;
   std::string thumbnail_url;
   std::string image_url;
-  std::string page_url;
+  std::string page_url;              ///< the title's page of the shop
   std::string type;                  ///< MIME type of the first acquisition
   std::vector<std::string> formats;  ///< in upper case, such as "EPUB"
   bool needs_adobe = false;          ///< one format is a ticket for Adobe Digital Editions
 };
 
+/// Another feed that an entry of a navigation feed links to.
+struct CatalogueSection {
+  std::string title;
+  std::string summary;
+  std::string url;
+  bool is_order = false;  ///< titles of other sections, such as the newest or the recommended ones
+};
+
+/// A link to the feed's titles that have one property, such as a language.
+struct Facet {
+  std::string group;  ///< such as "Language"
+  std::string title;
+  std::string url;
+};
+
 /// One page of an OPDS catalogue. URLs are absolute.
 struct FeedPage {
+  std::string title;
   std::vector<CatalogueEntry> entries;
-  std::vector<std::string> sections;  ///< other feeds that entries link to
-  std::string next_url;               ///< empty on the last page
-  std::size_t skipped_count = 0;      ///< entries whose links all have unknown relations
+  std::vector<CatalogueSection> sections;
+  std::vector<Facet> facets;
+  std::string next_url;              ///< empty on the last page
+  std::string search_url;            ///< of an OpenSearch description
+  std::string search_template;       ///< of search results, when the feed has it itself
+  std::optional<std::size_t> total;  ///< titles on all pages
+  std::size_t skipped_count = 0;     ///< entries whose links all have unknown relations
 };
 
 /// Thrown for a page that is not a catalogue feed. The text is the reason, as a clause.
@@ -43,9 +63,18 @@ class FeedError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// A longer page is refused: a device has little memory.
+constexpr std::size_t kMaxPage_bytes = std::size_t{10} << 20;
+
 /// Parses a page that was fetched from `url`. Elements are recognised by namespace, whatever their
-/// prefix; unknown elements and link relations are skipped. Throws FeedError.
+/// prefix; unknown elements and link relations are skipped. Linear in the page's length: a page
+/// with more than 20,000 entries, or with an element of more attributes or children than a
+/// catalogue has, is refused. Throws FeedError.
 FeedPage ParseFeed(std::string_view xml, const std::string& url);
+
+/// The EAN in an identifier such as "urn:isbn:978-0-00-000001-7", or typed with hyphens or spaces;
+/// empty when there is none.
+std::string ParseEan(std::string identifier);
 
 }  // namespace app
 

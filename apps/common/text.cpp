@@ -63,6 +63,11 @@ std::string MakePrintable(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
+    const auto* const end =
+        std::find_if(text.begin(), text.end(), [](char byte) { return byte < ' ' || byte > '~'; });
+    out.append(text.begin(), end);  // what is ASCII needs no look-up
+    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
+    if (text.empty()) break;
     const wchar_t character = ReadCharacter(text);
     if (character != L' ' && std::iswspace(static_cast<wint_t>(character))) {
       out += ' ';

@@ -42,6 +42,13 @@ std::string ResolveUrl(const std::string& base, const std::string& reference) {
   return Get(handle, CURLUPART_URL);
 }
 
+std::string PercentEncode(const std::string& text) {
+  if (text.empty()) return {};  // for libcurl a length of 0 means strlen
+  const std::unique_ptr<char, decltype(&curl_free)> encoded(
+      curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())), &curl_free);
+  return encoded ? encoded.get() : "";
+}
+
 bool IsSameOrigin(const std::string& one, const std::string& other) {
   const std::string origin = Origin(one);
   return !origin.empty() && origin == Origin(other);

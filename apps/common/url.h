@@ -9,6 +9,9 @@ namespace app {
 /// \return the absolute URL; empty when it is not an http or https URL.
 std::string ResolveUrl(const std::string& base, const std::string& reference);
 
+/// `text` percent-encoded except for letters, digits and `-._~`.
+std::string PercentEncode(const std::string& text);
+
 /// Whether both URLs have the same origin: scheme, host and port.
 bool IsSameOrigin(const std::string& one, const std::string& other);
 

@@ -8,6 +8,7 @@
 #include "catalogue.h"
 #include "commands.h"
 #include "screen.h"
+#include "title_choice.h"
 
 namespace app {
 namespace {
@@ -118,8 +119,9 @@ void AddCartCommands(CLI::App& cli, Session& session) {
   CLI::App* cart = AddListing(cli, "cart", "Show the cart, or change it",
                               [&session](bool as_json) { ShowCart(session, as_json); });
   CLI::App* add = cart->add_subcommand("add", "Add titles of the catalogue to it");
-  add->add_option("EAN", *eans, "EANs of the titles")->required();
-  add->callback([&session, eans] { AddToCart(session, *eans); });
+  add->add_option("TITLE", *eans, "EANs, numbers of the last list, or words of one title")
+      ->required();
+  add->callback([&session, eans] { AddToCart(session, ChooseFromCatalogue(session, *eans)); });
   CLI::App* remove = cart->add_subcommand("remove", "Remove a title from it");
   remove->add_option("EAN|#N", *which, "Its EAN, or its position such as '#2'")->required();
   remove->callback([&session, which] { RemoveFromCart(session, *which); });

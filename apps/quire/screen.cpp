@@ -9,6 +9,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <mutex>
 
@@ -40,7 +41,22 @@ std::string ProtectCommands(const std::string& text) {
   return out;
 }
 
-void Spin(const std::stop_token& stop, const char* text) {
+}  // namespace
+
+struct Spinner::Detail {
+  std::string Get() {
+    const std::lock_guard lock(mutex);
+    return text;
+  }
+
+  std::mutex mutex;
+  std::string text;
+};
+
+namespace {
+
+void Spin(const std::stop_token& stop, const char* text,
+          const std::function<std::string()>& get_detail) {
   using namespace std::chrono_literals;
   constexpr std::array kFrames{"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
   const Screen& screen = Screen::Err();
@@ -57,6 +73,7 @@ void Spin(const std::stop_token& stop, const char* text) {
     const auto waited = std::chrono::steady_clock::now() - start;
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
     std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
+    if (const std::string detail = get_detail(); !detail.empty()) line += " " + detail;
     if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
     screen.ReplaceLine(Truncate(line, screen.Width() - 1));
   } while (!ends_within(100ms));
@@ -136,8 +153,14 @@ void PrintError(const std::string& text) {
   }
 }
 
-Spinner::Spinner(const char* text) {
-  if (Screen::Err().IsInteractive()) thread_ = std::jthread(Spin, text);
+Spinner::Spinner(const char* text) : detail_(std::make_shared<Detail>()) {
+  if (!Screen::Err().IsInteractive()) return;
+  thread_ = std::jthread(Spin, text, [detail = detail_] { return detail->Get(); });
+}
+
+void Spinner::SetDetail(const std::string& detail) const {
+  const std::lock_guard lock(detail_->mutex);
+  detail_->text = detail;
 }
 
 std::string ProgressLine(std::string_view title, int percent, int columns) {

@@ -2,6 +2,7 @@
 #define QUIRE_APP_SCREEN_H_
 
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -60,7 +61,12 @@ class Spinner {
  public:
   explicit Spinner(const char* text);
 
+  /// Shows a detail after the text from now on, such as "page 12".
+  void SetDetail(const std::string& detail) const;
+
  private:
+  struct Detail;
+  std::shared_ptr<Detail> detail_;
   std::jthread thread_;
 };
 

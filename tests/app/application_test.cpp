@@ -49,7 +49,7 @@ TEST_F(QuireOnDevice, AsksForThePasswordWithoutShowingIt) {
 }
 
 TEST_F(QuireOnDevice, ListsAndSearchesTheCatalogue) {
-  const Json titles = RunJson({"catalogue"});
+  const Json titles = ListTitles();
   EXPECT_GT(titles.size(), 11U);
   std::set<std::string> formats;
   bool needs_adobe = false;
@@ -62,7 +62,7 @@ TEST_F(QuireOnDevice, ListsAndSearchesTheCatalogue) {
   }
   EXPECT_EQ(formats, (std::set<std::string>{"EPUB", "PDF", "TXT"}));
   EXPECT_TRUE(needs_adobe);
-  EXPECT_EQ(RunJson({"catalogue", titles[0]["ean"]}).size(), 1U);
+  EXPECT_EQ(ListTitles({titles[0]["ean"]}).size(), 1U);
   ExpectContains(Run(5, {"catalogue", "nosuchword"}).err, "nosuchword");
 }
 
@@ -78,7 +78,7 @@ void ExpectFits(const std::string& shown, int columns) {
 }
 
 TEST_F(QuireOnDevice, FitsTablesAndStylesToTheTerminal) {
-  const std::string ean = RunJson({"catalogue"})[0]["ean"];
+  const std::string ean = ListTitles()[0]["ean"];
   ExpectFits(Run(0, {"catalogue"}).out, 80);
   for (const int columns : {80, 40}) {
     const std::string shown = StartOnTerminal(columns, {"catalogue"}).Wait().out;
@@ -88,6 +88,75 @@ TEST_F(QuireOnDevice, FitsTablesAndStylesToTheTerminal) {
   ExpectContains(StartOnTerminal(80, {"catalogue", ean}).Wait().out, "\x1b[1m");
   environment_ = {{"NO_COLOR", "1"}};
   ExpectLacks(StartOnTerminal(80, {"catalogue", ean}).Wait().out, "\x1b");
+}
+
+/// The requests for pages of the catalogue with a number above `after`.
+std::vector<Json> FeedRequests(const DevelopmentShop& shop, int after = 0) {
+  std::vector<Json> feeds;
+  for (const Json& request : shop.Requests("")) {
+    const bool is_feed = request["path"].get<std::string>().find("/opds/") != std::string::npos;
+    if (is_feed && request["number"] > after) feeds.push_back(request);
+  }
+  return feeds;
+}
+
+TEST_F(QuireOnDevice, ReadsAShopWithoutSearchOnce) {
+  shop_.Arm({{"path", "/opds/search.xml"}, {"fault", "status"}, {"status", 404}, {"times", 4}});
+  const Json titles = ListTitles({"müssigbrodt", "KUCHE"});
+  ASSERT_EQ(titles.size(), 1U);
+  const auto first = FeedRequests(shop_);
+  EXPECT_GT(first.size(), 2U) << "page by page";
+  ExpectContains(Run(0, {"cart", "add", "müssigbrodt küche"}).out, "Großmutters Küche");
+  for (const Json& request : FeedRequests(shop_, first.back()["number"])) {
+    const bool is_search = request["path"].get<std::string>().ends_with("/search.xml");
+    EXPECT_EQ(request["status"], is_search ? 404 : 304) << request;
+  }
+  Run(0, {"cart", "remove", "#1"});
+  Run(0, {"cart", "add", "1"});
+  EXPECT_EQ(RunJson({"cart"})["items"][0]["ean"], titles[0]["ean"]) << "the last list's number";
+}
+
+/// The application in a large shop that begins with sections.
+class QuireInLargeShop : public QuireOnDevice {
+ protected:
+  QuireInLargeShop() : QuireOnDevice({"--titles", "3000", "--navigation"}) {}
+};
+
+TEST_F(QuireInLargeShop, EntersSectionsAndTurnsPages) {
+  for (const int columns : {40, 80, 120}) {
+    const std::string sections = StartOnTerminal(columns, {"catalogue"}).Wait().out;
+    ExpectFits(sections, columns);
+    ExpectContains(sections, "By language");
+    const std::string titles =
+        StartOnTerminal(columns, {"catalogue", "kuche", "--page", "2"}).Wait().out;
+    ExpectFits(titles, columns);
+    ExpectContains(titles, "--page 3");
+  }
+  const Json page = RunJson({"catalogue", "--in", "by lang", "--in", "German", "--page", "2"});
+  EXPECT_EQ(page["page"], 2);
+  EXPECT_EQ(page["next_page"], 3);
+  EXPECT_GT(page["total"], 40);
+  ASSERT_EQ(page["titles"].size(), 20U);
+  EXPECT_EQ(page["titles"][0]["number"], 21);
+  for (const Json& title : page["titles"]) {
+    EXPECT_EQ(title["language"], "de");
+    EXPECT_TRUE(title["page_url"].is_string());
+  }
+  Run(0, {"cart", "add", "#22"});
+  EXPECT_EQ(RunJson({"cart"})["items"][0]["ean"], page["titles"][1]["ean"]);
+  EXPECT_LT(ListTitles({"--format", "pdf", "--sort", "price"}).size(), 21U);
+  ExpectContains(Run(5, {"catalogue", "--in", "nowhere"}).err, "no section \"nowhere\"");
+  ExpectContains(Run(5, {"catalogue", "kuche", "--page", "99"}).err, "no page 99");
+  ExpectContains(Run(5, {"cart", "add", "kuche"}).err, "More than one title");
+  Run(2, {"catalogue", "--sort", "colour"});
+  Run(2, {"catalogue", "--page", "0"});
+}
+
+TEST_F(QuireInLargeShop, AddsATitleWithoutReadingAll) {
+  const std::string ean = ListTitles({"--in", "1", "--page", "100"}).back()["ean"];
+  const int before = FeedRequests(shop_).back()["number"];
+  Run(0, {"cart", "add", ean});
+  EXPECT_LT(FeedRequests(shop_, before).size(), 5U);
 }
 
 TEST_F(QuireOnDevice, SurvivesABrokenCatalogue) {

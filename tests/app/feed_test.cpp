@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 #include "opds_feed.h"
+#include "opensearch.h"
+#include "support/files.h"
 #include "text.h"
 #include "url.h"
 
@@ -112,6 +116,111 @@ TEST(ParseFeed, KeepsFirstElementAndStripsMarkup) {
   EXPECT_EQ(Only(Entry("<summary>a\x1b[2Jb</summary>" + Buy("application/pdf"))).summary, "a�[2Jb");
 }
 
+FeedPage ParseFile(const std::string& name) {
+  SetUtf8Locale();
+  const std::string xml = tests::ReadFile(std::string(FEEDS) + "/" + name);
+  return ParseFeed(xml, "https://shop.example/de/list?page=1");
+}
+
+TEST(ParseFeed, ReadsNavigationFeedsOfServers) {
+  const FeedPage page = ParseFile("navigation.xml");
+  EXPECT_EQ(page.title, "The Harbour Library");
+  EXPECT_EQ(page.search_template,
+            "https://books.example/opds/find?q={searchTerms}&page={startPage?}");
+  EXPECT_TRUE(page.entries.empty());
+  EXPECT_EQ(page.skipped_count, 1U);
+  ASSERT_EQ(page.sections.size(), 3U);
+  EXPECT_EQ(page.sections[0].url, "https://books.example/opds/authors");
+  EXPECT_EQ(page.sections[0].summary, "Everyone from A to Z");
+  EXPECT_EQ(page.sections[1].summary, "Added this week");
+  EXPECT_TRUE(page.sections[1].is_order);
+  EXPECT_EQ(page.sections[2].url, "https://books.example/opds/shelves/poems?sort=title&n=2");
+  EXPECT_FALSE(page.sections[2].is_order);
+}
+
+TEST(ParseFeed, ReadsAcquisitionFeedsOfServers) {
+  const FeedPage page = ParseFile("acquisition.xml");
+  EXPECT_EQ(page.title, "Café & Kontor");
+  EXPECT_EQ(page.total, 124U);
+  EXPECT_EQ(page.next_url, "https://shop.example/de/list?page=2");
+  EXPECT_EQ(page.search_url, "https://shop.example/search.xml");
+  ASSERT_EQ(page.facets.size(), 2U);
+  EXPECT_EQ(page.facets[1].group, "Language");
+  EXPECT_EQ(page.facets[1].title, "Français");
+  EXPECT_EQ(page.facets[1].url, "https://shop.example/de/list?lang=fr");
+  ASSERT_EQ(page.entries.size(), 2U);
+  const CatalogueEntry& sold = page.entries[0];
+  EXPECT_EQ(sold.title, "Der Zwölfte – ein <Roman>");
+  EXPECT_EQ(sold.author, "Ann One, Two, Bob");
+  EXPECT_EQ(sold.ean, "9780000000017");
+  EXPECT_EQ(sold.summary, "short");
+  EXPECT_EQ(sold.price_hundredths, 1950);
+  EXPECT_EQ(sold.currency, "CHF");
+  EXPECT_EQ(sold.formats, Formats{"EPUB"}) << "each once";
+  EXPECT_TRUE(sold.needs_adobe);
+  EXPECT_EQ(sold.page_url, "https://shop.example/de/buy/1") << "the page that sells it";
+  const CatalogueEntry& free = page.entries[1];
+  EXPECT_EQ(free.ean, "9780000000024");
+  EXPECT_EQ(free.summary, "Fog\u00A0& sea by night 1 < 2 € &bogus;");
+  EXPECT_EQ(free.price_hundredths, std::nullopt);
+  EXPECT_EQ(free.formats, (Formats{"EPUB", "PDF"}));
+  EXPECT_EQ(free.page_url, "https://shop.example/page/2");
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double kMaxTime_s = 20;
+#else
+constexpr double kMaxTime_s = 2;
+#endif
+
+/// `unit` as often as it fits into the largest page, between `head` and `tail`.
+std::string Fill(const std::string& head, const std::string& unit, const std::string& tail = "") {
+  std::string xml = head;
+  while (xml.size() + unit.size() + tail.size() <= kMaxPage_bytes) xml += unit;
+  return xml + tail;
+}
+
+TEST(ParseFeed, AnswersTheLargestPageInTwoSeconds) {
+  SetUtf8Locale();
+  const std::string head = Feed("").substr(0, Feed("").size() - 7);
+  const std::string buy = Buy("application/pdf");
+  const std::string namespaces = [] {
+    std::string text;
+    for (int i = 0; i < 60; ++i) {
+      text += " xmlns:n" + std::to_string(i) + "='urn:" + std::to_string(i) + "'";
+    }
+    return text;
+  }();
+  const std::pair<const char*, std::string> pages[] = {
+      {"short entries", Fill(head, "<entry><title>T</title>" + buy + "</entry>", "</feed>")},
+      {"empty entries", Fill(head, "<entry/>", "</feed>")},
+      {"foreign elements", Fill(head, "<dc:x/>", "</feed>")},
+      {"attributes", Fill(head + "<entry ", "a=''", "/></feed>")},
+      {"prefixes", Fill(head + "<entry" + namespaces + ">", "<n59:a/>", "</entry></feed>")},
+      {"many namespaces", Fill(head, "<entry" + namespaces + "><n0:a/></entry>", "</feed>")},
+      {"links", Fill(head + "<entry>", "<link rel='alternate' type='text/html' href='x'/>",
+                     "</entry></feed>")},
+      {"a deep element", Fill(head, "<a>")},
+      {"a long summary", Fill(head + "<entry>" + buy + "<summary type='html'>", "&amp;#8364;&lt;b",
+                              "</summary></entry></feed>")},
+      {"summaries", Fill(head,
+                         "<entry>" + buy + "<summary type='html'>" + std::string(7000, 'x') +
+                             "&lt;b&gt;</summary></entry>",
+                         "</feed>")},
+      {"text", Fill(head, "x", "</feed>")},
+      {"bytes", std::string(kMaxPage_bytes, '\xFF')}};
+  for (const auto& [name, xml] : pages) {
+    const std::clock_t start = std::clock();  // of the processor, which others may use, too
+    try {
+      ParseFeed(xml, kPage);
+    } catch (const FeedError& error) {
+      EXPECT_STRNE(error.what(), "") << name;
+    }
+    const double time_s = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    EXPECT_LT(time_s, kMaxTime_s) << name;
+  }
+}
+
 TEST(ParseFeed, DistinguishesTitlesSectionsAndSamples) {
   const FeedPage page =
       ParseFeed(Feed("<link rel='next' href='?page=2'/><link rel='next' href='?page=9'/>"
@@ -124,7 +233,8 @@ TEST(ParseFeed, DistinguishesTitlesSectionsAndSamples) {
                 kPage);
   EXPECT_TRUE(page.entries.empty());
   EXPECT_EQ(page.skipped_count, 2U);
-  EXPECT_EQ(page.sections, std::vector<std::string>{"https://shop.example/4711/opds/new"});
+  ASSERT_EQ(page.sections.size(), 1U);
+  EXPECT_EQ(page.sections[0].url, "https://shop.example/4711/opds/new");
   EXPECT_EQ(page.next_url, "https://shop.example/4711/opds/start?page=2");
 }
 
@@ -143,9 +253,45 @@ TEST(ParseFeed, ThrowsTheReasonForABrokenPage) {
   expect_reason("<html><body/></html>", "\"html\"");
   expect_reason("<\x1b[2J/>", "byte");
   expect_reason(Entry(Buy("text/html", "<o:indirectAcquisition/>")), "the prefix \"o\"");
-  std::string deep;
-  for (int i = 0; i < 200'000; ++i) deep += "<a>";
-  expect_reason(deep, "");
+  expect_reason(std::string(kMaxPage_bytes + 1, ' '), "larger than 10 MiB");
+  std::string attributes;
+  for (int i = 0; i < 100; ++i) attributes += " a" + std::to_string(i) + "=''";
+  expect_reason(Feed("<entry" + attributes + "/>"), "more than 64 attributes");
+  std::string entries;
+  for (int i = 0; i <= 20'000; ++i) entries += "<entry><link/></entry>";
+  expect_reason(Feed(entries), "more than 20000 entries");
+}
+
+TEST(OpenSearch, ExpandsTheTemplateOfTitles) {
+  const std::string url = "https://shop.example/de/search.xml";
+  const auto describe = [](const std::string& urls) {
+    return "<OpenSearchDescription xmlns='" + std::string(kOpenSearch) + "'>" + urls +
+           "</OpenSearchDescription>";
+  };
+  const std::string feed = "<Url type='application/atom+xml;profile=opds-catalog' ";
+  const std::pair<std::string, std::string> cases[] = {
+      {feed + "template='https://a.example/{searchTerms}/x'/>",
+       "https://a.example/%C3%BC%20%26a%2F/x"},
+      {feed + "template='find?q={searchTerms}&amp;p={startPage?}&amp;i={startIndex}&amp;n={count?}"
+              "&amp;x={atom:author?}&amp;e={inputEncoding}'/>",
+       "https://shop.example/de/find?q=%C3%BC%20%26a%2F&p=1&i=1&n=50&x=&e=UTF-8"},
+      {feed + "pageOffset='0' indexOffset='0' "
+              "template='?q={searchTerms}&amp;p={startPage}&amp;i={startIndex}'/>",
+       "https://shop.example/de/search.xml?q=%C3%BC%20%26a%2F&p=0&i=0"},
+      {"<Url type='text/html' template='/page?q={searchTerms}'/>"
+       "<Url type='application/atom+xml' template='/news?q={searchTerms}'/>" +
+           feed + "template='/opds?q={searchTerms}'/>",
+       "https://shop.example/opds?q=%C3%BC%20%26a%2F"},
+      {feed + "template='/opds?q={searchTerms}&amp;k={key}'/>", ""},
+      {feed + "template='/opds?q={searchTerms'/>", ""},
+      {feed + "template='/opds'/>", ""},
+      {feed + "template='javascript:{searchTerms}'/>", ""},
+      {"", ""}};
+  for (const auto& [urls, expected] : cases) {
+    const std::string prepared = ParseSearchDescription(describe(urls), url);
+    EXPECT_EQ(ExpandSearchTemplate(prepared, "ü &a/"), expected) << urls;
+  }
+  EXPECT_THROW(ParseSearchDescription(Feed(""), url), FeedError);
 }
 
 TEST(UrlUtil, ResolvesHttpOnlyAndComparesOrigins) {

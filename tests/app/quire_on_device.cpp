@@ -5,7 +5,7 @@
 
 namespace tests {
 
-QuireOnDevice::QuireOnDevice() {
+QuireOnDevice::QuireOnDevice(const Command& shop_options) : shop_(shop_options) {
   for (const char* name : {"COLUMNS", "NO_COLOR", "TABULET_LOG", "TABULET_LOG_LEVEL"}) {
     unsetenv(name);
   }
@@ -50,7 +50,7 @@ std::vector<std::string> QuireOnDevice::FindUnboughtEans() {
   std::vector<std::string> bought;
   for (const Json& book : RunJson({"books"})) bought.push_back(book["ean"]);
   std::vector<std::string> eans;
-  for (const Json& title : RunJson({"catalogue"})) {
+  for (const Json& title : ListTitles()) {
     const bool is_bought = std::count(bought.begin(), bought.end(), title["ean"]) > 0;
     if (!is_bought && !title["needs_adobe"] && title["price_hundredths"] > 0) {
       eans.push_back(title["ean"]);

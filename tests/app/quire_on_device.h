@@ -14,7 +14,7 @@ namespace tests {
 /// The application on a device and with a development shop of the test's own.
 class QuireOnDevice : public testing::Test {
  protected:
-  QuireOnDevice();
+  explicit QuireOnDevice(const Command& shop_options = {});
 
   /// Runs quire with `input` as its standard input. The test fails when it ends with another exit
   /// code, or when a failure is not reported in one line.
@@ -22,6 +22,11 @@ class QuireOnDevice : public testing::Test {
 
   /// The JSON that a command prints which has to succeed.
   Json RunJson(const Command& arguments);
+
+  /// The titles that "catalogue" lists with these arguments.
+  Json ListTitles(const Command& arguments = {"--all"}) {
+    return RunJson(Command{"catalogue"} + arguments)["titles"];
+  }
 
   /// Starts quire on a terminal of that width.
   Process StartOnTerminal(int columns, const Command& arguments) const;
