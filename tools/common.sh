@@ -36,11 +36,11 @@ tree_files() {
 }
 
 # open_shop LOG [OPTION…]: starts $bin/quire-devshop with its messages in LOG, waits until it is ready, exports
-# what an application needs to reach it, and sets shop_pid.
+# what an application needs to reach it, and sets shop_pid. The shop ends with this process, if not before.
 open_shop() {
   local log=$1 key value
   shift
-  exec {shop_output}< <(exec "${bin:?}/quire-devshop" "$@" 2>>"$log")
+  exec {shop_output}< <(exec setpriv --pdeathsig TERM "${bin:?}/quire-devshop" "$@" 2>>"$log")
   shop_pid=$!
   while read -r -t 30 -u "$shop_output" key value; do
     case $key in

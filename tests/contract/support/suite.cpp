@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -108,7 +109,8 @@ bool WaitFor(const std::function<bool()>& condition) {
 TemporaryDirectory::TemporaryDirectory()
     : path_(std::string(this_device::kDirectory) + "/contract-XXXXXX") {
   if (!mkdtemp(path_.data())) {
-    throw std::runtime_error("cannot create " + path_ + ": run the test on a device");
+    throw std::runtime_error("cannot create " + path_ + " (" + std::strerror(errno) +
+                             "); run this program on the device, on a PC with quire-device");
   }
 }
 
@@ -129,7 +131,7 @@ int ForkedProcess::Wait() {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   const bool run_isolated = argc == 1;
   testing::InitGoogleTest(&argc, argv);
   const Environment environment_of_run;
@@ -138,4 +140,7 @@ int main(int argc, char** argv) {
   environment->authority.Save(ca_file);
   this_device::Prepare(ca_file, LogPath());
   return run_isolated ? RunIsolated() : RUN_ALL_TESTS();
+} catch (const std::exception& error) {
+  std::cerr << program_invocation_short_name << ": " << error.what() << '\n';
+  return 2;
 }
