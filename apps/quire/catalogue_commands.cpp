@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kTitlesPerPage = 20;
 
 std::string FormatsCell(const CatalogueEntry& entry) {
-  const std::string formats = boost::algorithm::join(entry.formats, ",");
+  std::string formats = boost::algorithm::join(entry.formats, ",");
   if (!entry.needs_adobe) return formats;
   return (formats.empty() ? "Adobe" : formats) + " *";
 }

@@ -90,9 +90,9 @@ std::string ChooseTitle(
     const std::string& named, const LastList& list,
     const std::function<std::vector<NamedTitle>(const std::string& words)>& find,
     const std::string& advice) {
-  if (const std::string ean = ParseTypedEan(named); !ean.empty()) return ean;
+  if (std::string ean = ParseTypedEan(named); !ean.empty()) return ean;
   if (const auto number = ParseNumber(named)) {
-    const std::string ean = list.FindEan(*number);
+    std::string ean = list.FindEan(*number);
     if (!ean.empty()) return ean;
     if (named.starts_with('#')) {
       throw CommandError(kNotFound, "The last list has no title " + named + ". " + advice);
