@@ -229,9 +229,9 @@ void StoreManager::LogOut() {
   session_id_.clear();
   server_api_.SetSessionId(session_id_);
   cart_.orderItems.clear();
-  CartFile file(*failure_);
-  file.Save(cart_);
-  file.Save(cart_);  // Compatibility: saved twice, as in AddToCart and RemoveFromCart.
+  CartFile file(cart_, *failure_);
+  file.Save();
+  file.Save();  // Compatibility: saved twice, as in AddToCart and RemoveFromCart.
   purchased_->Clear();
   downloads_->Clear();
 }
@@ -244,23 +244,23 @@ std::vector<Book> StoreManager::LoadPurchased() {
 
 ServerApi::Result StoreManager::AddToCart(const Book& book) {
   const FirstFailure::Call call(*failure_);
-  CartFile file(*failure_);
-  if (AddItem(cart_, book)) file.Save(cart_);
-  file.Save(cart_);
+  CartFile file(cart_, *failure_);
+  if (AddItem(cart_, book)) file.Save();
+  file.Save();
   return ServerApi::Result(ServerApi::kOk);
 }
 
 int StoreManager::RemoveFromCart(const Book& book) {
   const FirstFailure::Call call(*failure_);
-  if (RemoveItem(cart_, book)) CartFile(*failure_).Save(cart_);
+  if (RemoveItem(cart_, book)) CartFile(cart_, *failure_).Save();
   return 0;
 }
 
 int StoreManager::RemoveFromCart(unsigned int index) {
   const FirstFailure::Call call(*failure_);
-  CartFile file(*failure_);
-  if (RemoveItem(cart_, index)) file.Save(cart_);
-  file.Save(cart_);  // Compatibility: also when the index is out of range.
+  CartFile file(cart_, *failure_);
+  if (RemoveItem(cart_, index)) file.Save();
+  file.Save();  // Compatibility: also when the index is out of range.
   return 0;
 }
 
@@ -295,7 +295,7 @@ ServerApi::Result StoreManager::CheckPaymentResult() {
   ServerApi::Result result = payment_->Complete();
   if (result.code_ == ServerApi::kOk) {
     cart_.orderItems.clear();
-    CartFile(*failure_).Save(cart_);
+    CartFile(cart_, *failure_).Save();
     purchased_->Fetch();
   }
   return result;
