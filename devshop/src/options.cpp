@@ -53,7 +53,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, int* exit_code) {
       {"unknown-authority", CertificateKind::kUnknownAuthority}};
   app.add_option("--certificate", options.certificate,
                  "The shop's certificate: good, other-host, expired, unknown-authority")
-      ->transform(CLI::CheckedTransformer(kinds).description(""))
+      ->transform(CLI::Transformer(kinds).description(""))
+      ->transform(CLI::IsMember(kinds).description(""))  // runs first; its message names the kinds
       ->type_name("KIND");
   app.set_version_flag("--version", "quire-devshop " QUIRE_VERSION, "Print the version");
   app.add_flag("--verbose", options.verbose, "Log each request on standard error");

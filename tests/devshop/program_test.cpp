@@ -111,7 +111,7 @@ TEST_F(DevshopProgram, ReportsReasonWhenStartFails) {
   ExpectStartFailure({"--books", books, "--accounts", nowhere}, "nowhere", "--accounts");
   ExpectStartFailure({"--books", books, "--data", directory_ / "accounts.json/data"},
                      "accounts.json", "--data");
-  ExpectStartFailure({"--certificate", "forged"}, "--certificate", "expired");
+  ExpectStartFailure({"--certificate", "forged"}, "--certificate", "expired,");
   ExpectStartFailure({"--books", empty.path()}, "no EPUB", "--books");
   const std::pair<const char*, const char*> bad_catalogues[] = {
       {"{", "books"},
