@@ -25,11 +25,32 @@ std::string DisplayTitle(const store::Book& book);
 /// where unknown.
 Json BookToJson(const store::Book& book);
 
+/// A title's EAN as a user typed it, without hyphens and spaces; anything else unchanged.
+std::string NormalizeEan(const std::string& typed);
+
+/// The position that a user typed, such as "2" or "#2"; 0 for anything else.
+unsigned ParsePosition(const std::string& typed);
+
+struct CartItem {
+  unsigned position;  ///< counted from 1; a title that the shop left out of an order leaves a gap
+  store::Book book;
+};
+
+/// The cart's titles as they are numbered everywhere: in the order in which they were added, which
+/// the shop's order does not change.
+std::vector<CartItem> ListCart(Session& session);
+
+/// Numbers the titles anew, without gaps, in the order of ListCart.
+void NumberCart(Session& session);
+
+/// Numbers the titles anew and saves the cart in their order; to be called after a change.
+void SaveCart(Session& session);
+
 /// Prints the cart's items and its total.
-void PrintCart(const store::Cart& cart);
+void PrintCart(Session& session);
 
 /// "items" (a book each, with its "position"), "total_hundredths", "total" and "order_id".
-Json CartToJson(const store::Cart& cart);
+Json CartToJson(Session& session);
 
 }  // namespace app
 

@@ -1,7 +1,6 @@
 #include <json/value.h>
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 
 #include "book_view.h"
@@ -38,26 +37,40 @@ store::Book ToBook(const CatalogueEntry& entry) {
 }
 
 void ShowCart(Session& session, bool as_json) {
-  const store::Cart& cart = session.Store().GetCart();
-  if (as_json) return PrintJson(CartToJson(cart));
-  if (cart.GetSize() > 0) return PrintCart(cart);
+  if (as_json) return PrintJson(CartToJson(session));
+  if (session.Store().GetCart().GetSize() > 0) return PrintCart(session);
   Screen::Out().PrintLine("The cart is empty. Fill it with \"quire cart add EAN\".");
 }
 
-void AddToCart(Session& session, const std::vector<std::string>& eans) {
+/// Prints why a title is not added, or returns true.
+bool CanAdd(store::StoreManager& manager, const std::string& ean, bool again) {
+  const auto status = manager.GetBookStatus(ean).status;
+  if (status == store::BookStatus::kNotPurchased) return true;
+  if (status == store::BookStatus::kInCart) {
+    Screen::Out().PrintLine(ean + " is in the cart already.");
+  } else if (again) {
+    return true;
+  } else {
+    PrintError("You have bought " + ean + " already. Get it with \"quire download " + ean +
+               "\", or add it with --again to buy it once more.");
+  }
+  return false;
+}
+
+void AddToCart(Session& session, const std::vector<std::string>& typed, bool again) {
   store::StoreManager& manager = session.Store();
   std::vector<std::string> wanted;
-  bool is_any_bought = false;
-  for (const std::string& ean : eans) {
-    const auto status = manager.GetBookStatus(ean).status;
-    if (status == store::BookStatus::kInCart) {
-      Screen::Out().PrintLine(ean + " is in the cart already.");
-    } else if (status != store::BookStatus::kNotPurchased) {
-      is_any_bought = true;
-      PrintError("You have bought " + ean + " already. Get it with \"quire download " + ean +
-                 "\".");
-    } else {
+  bool is_any_refused = false;
+  for (const std::string& each : typed) {
+    const std::string ean = NormalizeEan(each);
+    if (ean.empty()) {
+      throw CommandError(kUsage, "An EAN is empty. Name titles as \"quire catalogue\" lists them.");
+    }
+    if (CanAdd(manager, ean, again)) {
       wanted.push_back(ean);
+    } else {
+      is_any_refused =
+          is_any_refused || manager.GetBookStatus(ean).status != store::BookStatus::kInCart;
     }
   }
   std::vector<CatalogueEntry> found;
@@ -74,6 +87,7 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
       continue;
     }
     manager.AddToCart(ToBook(*entry));
+    SaveCart(session);
     session.order_is_priced = false;
     Screen::Out().PrintLine("Added to the cart: " + QuoteTitle(entry->title) + ".");
   }
@@ -81,33 +95,30 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
     throw CommandError(kNotFound, "The catalogue has no " + missing +
                                       ". See what it has with \"quire catalogue\".");
   }
-  if (is_any_bought) throw CommandError(kFailed, "");
+  if (is_any_refused) throw CommandError(kFailed, "");
 }
 
-/// The index of the item that `which` names: an EAN, or "#" and a position counted from 1.
-unsigned FindPosition(const store::Cart& cart, const std::string& which) {
-  for (unsigned i = 0; i < cart.GetSize(); ++i) {
-    if (GetString(cart.GetItem(i), store::Book::kEan) == which) return i;
+/// The title of the cart that the user named by EAN or position.
+store::Book FindInCart(Session& session, const std::string& which) {
+  const std::vector<CartItem> items = ListCart(session);
+  const std::string ean = NormalizeEan(which);
+  for (const CartItem& item : items) {
+    if (GetString(item.book, store::Book::kEan) == ean) return item.book;
   }
-  unsigned position = 0;
-  if (which.starts_with('#')) {
-    const char* end = which.data() + which.size();
-    const auto read = std::from_chars(which.data() + 1, end, position);
-    if (read.ec == std::errc() && read.ptr == end && position >= 1 && position <= cart.GetSize()) {
-      return position - 1;
-    }
+  const unsigned position = ParsePosition(which);
+  for (const CartItem& item : items) {
+    if (item.position == position) return item.book;
   }
   throw CommandError(kNotFound,
-                     "The cart has no " + which + ". See what it has with \"quire cart\".");
+                     "The cart has no \"" + which + "\". See what it has with \"quire cart\".");
 }
 
 void RemoveFromCart(Session& session, const std::string& which) {
-  store::StoreManager& manager = session.Store();
-  const unsigned position = FindPosition(manager.GetCart(), which);
-  const std::string title = GetString(manager.GetCart().GetItem(position), store::Book::kTitle);
-  manager.RemoveFromCart(position);
+  const store::Book book = FindInCart(session, which);
+  session.Store().RemoveFromCart(book);
+  SaveCart(session);
   session.order_is_priced = false;
-  Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(title) + ".");
+  Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(DisplayTitle(book)) + ".");
 }
 
 }  // namespace
@@ -115,15 +126,18 @@ void RemoveFromCart(Session& session, const std::string& which) {
 void AddCartCommands(CLI::App& cli, Session& session) {
   const auto eans = std::make_shared<std::vector<std::string>>();
   const auto which = std::make_shared<std::string>();
+  const auto again = std::make_shared<bool>(false);
 
   CLI::App* cart = AddListing(cli, "cart", "Show the cart, or change it",
                               [&session](bool as_json) { ShowCart(session, as_json); });
   CLI::App* add = cart->add_subcommand("add", "Add titles of the catalogue to it");
   add->add_option("TITLE", *eans, "EANs, numbers of the last list, or words of one title")
       ->required();
-  add->callback([&session, eans] { AddToCart(session, ChooseFromCatalogue(session, *eans)); });
+  add->add_flag("--again", *again, "Also titles that you have bought already");
+  add->callback(
+      [&session, eans, again] { AddToCart(session, ChooseFromCatalogue(session, *eans), *again); });
   CLI::App* remove = cart->add_subcommand("remove", "Remove a title from it");
-  remove->add_option("EAN|#N", *which, "Its EAN, or its position such as '#2'")->required();
+  remove->add_option("EAN|N", *which, "Its EAN, or its position such as 2 or '#2'")->required();
   remove->callback([&session, which] { RemoveFromCart(session, *which); });
 }
 

@@ -66,8 +66,7 @@ std::optional<std::string> ReadLine(bool at_prompt) {
   return line;
 }
 
-/// Splits a line into words, which may be quoted; drops a leading "quire" and turns "help" into
-/// "--help".
+/// Splits a line into words, which may be quoted; drops a leading "quire".
 std::vector<std::string> SplitWords(const std::string& line) {
   std::istringstream in(line);
   std::vector<std::string> words;
@@ -75,10 +74,6 @@ std::vector<std::string> SplitWords(const std::string& line) {
     in >> std::quoted(words.emplace_back(), in.peek() == '\'' ? '\'' : '"');
   }
   if (!words.empty() && words.front() == "quire") words.erase(words.begin());
-  if (!words.empty() && words.front() == "help") {
-    words.erase(words.begin());
-    words.push_back("--help");
-  }
   return words;
 }
 

@@ -39,7 +39,7 @@ bool ShrinkToFit(std::vector<int>& widths, const std::vector<Column>& columns, i
 Cell::Cell(std::string value, Style shown_style) : text(MakePrintable(value)), style(shown_style) {}
 
 void Table::Print() const {
-  Screen::Out().Write(Render(Screen::Out().Width()));
+  Screen::Out().Write(Render(Screen::Out().WidthLimit()));
 }
 
 std::string Table::Render(int width) const {
