@@ -166,6 +166,7 @@ bool IsDamaged(const SQLite::Exception& error) {
   return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR;
 }
 
+/// Throws SQLite::Exception.
 ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFile>& found,
                          const fs::path& file) {
   SQLite::Database library(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
@@ -191,7 +192,7 @@ fs::path MoveAside(const fs::path& file) {
     aside += ".damaged-" + std::to_string(number);
   }
   std::error_code error;
-  // A journal that were left alone would be applied to the new library.
+  // First the journal: if it stayed, it would be applied to the new library.
   fs::rename(file.string() + "-journal", aside.string() + "-journal", error);
   fs::rename(file, aside, error);
   if (error) {
