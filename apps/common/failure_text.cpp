@@ -1,5 +1,6 @@
 #include "failure_text.h"
 
+#include <system_error>
 #include <utility>
 
 #include "saltmoor/utilities/http_request_runner.h"
@@ -53,6 +54,8 @@ std::string Reason(Failure::Kind kind) {
       return "the download failed";
     case Failure::kNotABook:
       return "the shop sent something that is not a book";
+    case Failure::kNotSaved:
+      return "a file of the device could not be saved";
   }
   return "the command failed for an unknown reason";
 }
@@ -68,6 +71,8 @@ std::string Advice(Failure::Kind kind) {
       return "Check the network and try again.";
     case Failure::kBrowser:
       return "Check that it is installed.";
+    case Failure::kNotSaved:
+      return "Check that the disk is not full and that the file can be written.";
     case Failure::kNoPendingOrder:
       return "\"quire books\" shows whether an earlier one succeeded.";
     case Failure::kRefused:
@@ -91,6 +96,13 @@ std::string DescribeFailure(const Failure& failure) {
     return "\"" + failure.message + "\"";
   }
   if (!failure.message.empty() && failure.kind == Failure::kDownload) return failure.message;
+  if (failure.kind == Failure::kNotSaved && !failure.path.empty()) {
+    const std::string reason =
+        failure.system_error != 0
+            ? " (" + std::generic_category().message(failure.system_error) + ")"
+            : "";
+    return failure.path + " could not be saved" + reason;
+  }
   return Reason(failure.kind);
 }
 

@@ -18,6 +18,8 @@ ExitCode ExitCodeOf(Failure::Kind kind) {
     case Failure::kHttpStatus:
     case Failure::kUnreadableResponse:
       return kUnreachable;
+    case Failure::kNotSaved:
+      return kNotSaved;
     case Failure::kNoPendingOrder:
       return kNotFound;
     default:

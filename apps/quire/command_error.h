@@ -17,6 +17,7 @@ enum ExitCode {
   kUnreachable = 4,  ///< the shop does not answer, or not readably
   kNotFound = 5,     ///< nothing was found
   kDevice = 6,       ///< a file, directory or program of the device is missing or broken
+  kNotSaved = 7,     ///< a file of the device could not be written
   kInterrupted = 130,
 };
 

@@ -22,12 +22,15 @@ struct Failure {
     kNoPendingOrder,      ///< StoreManager::CheckOrderIfNeeded without an order
     kDownload,            ///< a download failed: see the other members, where they are known
     kNotABook,            ///< the downloaded file is no book and was removed
+    kNotSaved,            ///< the file `path` was not written: see system_error
   };
 
   Kind kind = kNone;        ///< what failed
   int transport_error = 0;  ///< the platform's number; 0 when there is none
   int http_status = 0;      ///< 0 when there is none
   std::string message;      ///< the shop's message or the device's; mostly empty
+  std::string path{};       ///< the file that was not saved; empty otherwise
+  int system_error = 0;     ///< errno; 0 when there is none or it is not known
 
   /// Whether something failed.
   explicit operator bool() const { return kind != kNone; }

@@ -25,7 +25,7 @@ TEST(DescribeFailure, NamesTheErrorOrQuotesTheShop) {
 
 TEST(ToCommandError, HandlesEveryKind) {
   const std::string unknown = ToCommandError("What", Failure()).what();
-  for (int kind = Failure::kNone + 1; kind <= Failure::kNotABook; ++kind) {
+  for (int kind = Failure::kNone + 1; kind <= Failure::kNotSaved; ++kind) {
     const CommandError error = ToCommandError("What", {static_cast<Failure::Kind>(kind), 0, 0, ""});
     EXPECT_NE(error.what(), unknown) << kind;
     EXPECT_EQ(std::string(error.what()).find("What: "), 0U) << error.what();
@@ -33,6 +33,11 @@ TEST(ToCommandError, HandlesEveryKind) {
   const CommandError later = ToCommandError("What", {Failure::kRefused, 0, 0, "No!"}, "Ask again.");
   EXPECT_STREQ(later.what(), "What: \"No!\" Ask again.");
   EXPECT_EQ(later.code, kFailed);
+  const CommandError unsaved = ToCommandError("What", {Failure::kNotSaved, 0, 0, "", "/f", 28});
+  EXPECT_STREQ(unsaved.what(),
+               "What: /f could not be saved (No space left on device). Check that the "
+               "disk is not full and that the file can be written.");
+  EXPECT_EQ(unsaved.code, kNotSaved);
 }
 
 }  // namespace

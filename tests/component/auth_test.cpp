@@ -84,12 +84,17 @@ TEST_F(AuthTest, RunsUntilEndedFromAnotherThread) {
   device.browser.stays_open = true;
   std::thread payment([&] { EXPECT_EQ(auth.Run("https://pay/", "CCARD"), 0); });
   while (!auth.IsRunning()) std::this_thread::yield();
+  const auto watch = [&] {
+    while (auth.IsRunning()) std::this_thread::yield();
+  };
+  std::thread watchers[] = {std::thread(watch), std::thread(watch)};
   auth.SetFocus();
   auth.BrowserClosed();
   EXPECT_TRUE(auth.IsRunning());
   auth.UrlChanged(kReturnPage + "cancel");
   EXPECT_FALSE(auth.IsRunning());
   payment.join();
+  for (std::thread& watcher : watchers) watcher.join();
   EXPECT_EQ(device.Calls({"browser focus"}).size(), 1u);
 }
 

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <random>
+
 #include "fake_device_fixture.h"
 
 namespace saltmoor::quire {
@@ -75,6 +77,37 @@ TEST_F(CartTest, ReloadsItemsAndPartOfHeader) {
   EXPECT_EQ(loaded.orderAmount, 0.0);
   ASSERT_EQ(loaded.GetSize(), 1u);
   EXPECT_EQ(loaded.GetItem(0).int_props.at(Book::kPrice), 1299);
+}
+
+TEST_F(CartTest, WritesFileOfOlderStyledWriter) {
+  std::mt19937 random(71);
+  const auto pick = [&](unsigned size) { return static_cast<int>(random() % size); };
+  const std::vector<std::string> words = {
+      "",      "EUR",      "a\"\\/b",          "\x7f\x01\n\t",
+      "Größe", "\xff\xc3", "\u20ac\U0001d11e", std::string("\0x", 2)};
+  Book::s_book_int_map = {{"currency", static_cast<Book::IntProps>(1)},
+                          {"a \"key\"", static_cast<Book::IntProps>(2)},
+                          {"orderItemPrice", static_cast<Book::IntProps>(2)}};
+  for (int round = 0; round < 500; ++round) {
+    Cart any;
+    for (std::string* text : {&any.orderId, &any.opdsSessionId, &any.userID, &any.cartLastChange}) {
+      *text = words[pick(8)] + words[pick(8)];
+    }
+    any.orderAmount = (pick(2000000) - 1000000) / 100.0 * (pick(9) == 0 ? 1e20 : 1);
+    any.orderItems.resize(pick(4));
+    for (Book& item : any.orderItems) {
+      for (int i = pick(20); i > 0; --i) {
+        item.string_props[static_cast<Book::StringProps>(pick(20))] =
+            words[pick(8)] + words[pick(8)];
+      }
+      for (int i = pick(4); i > 0; --i) {
+        item.int_props[static_cast<Book::IntProps>(pick(4))] = pick(2000000) - 1000000;
+      }
+    }
+    any.Save();
+    ASSERT_EQ(ReadFile(kCartPath), Json::StyledWriter().write(any.ToJson()));
+  }
+  Book::s_book_int_map.clear();
 }
 
 TEST_F(CartTest, ReadsHeaderFromResponse) {

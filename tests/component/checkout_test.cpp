@@ -125,6 +125,16 @@ TEST_F(StoreManagerCheckout, ShowsPaymentPageForTwoMethodsOnly) {
   }
 }
 
+TEST_F(StoreManagerCheckout, KeepsPayMethodOfFailedCommit) {
+  StartOrder("PAYPAL");
+  device.AddResponse("/commitOrderForPayment", kRefusal);
+  device.AddResponse("/submitOrder", "{}");
+  manager().StartPayment("INVOICE");
+  device.ClearCalls();
+  EXPECT_EQ(Describe(manager().CheckPaymentResult()), "ok");
+  EXPECT_EQ(device.Calls({"POST"}), (Lines{kSubmit, kList}));
+}
+
 TEST_F(StoreManagerCheckout, KeepsPendingOrderAfterFailedPaymentStart) {
   const auto log = [](const char* line, const char* condition, const char* returned) {
     return kManagerLog + line + kFunction + "StartPayment(const std::string &)" +

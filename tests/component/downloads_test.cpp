@@ -65,6 +65,7 @@ TEST_F(StoreManagerDownloads, RenamesByContentTypeAndScansOrRemoves) {
   const std::tuple<const char*, const char*, const char*, bool> rows[] = {
       {"application/epub+zip; x", "M - T.bin", "M - T.epub", true},
       {"application/pdf", "M. N - T", "M.pdf", true},
+      {"application/pdf; application/force-download", "M - T.bin", "M - T.pdf", true},
       {"application/force-download", "M - T.bin", "M - T.bin", true},
       {"application/force-download; x", "M - T", "M - T", false},
       {"application/force-download", "M - T.html", "M - T.html", false},
@@ -105,13 +106,16 @@ TEST_F(StoreManagerDownloads, ShowsFailureAndRemovesNothing) {
   device.download.result = 3;
   device.download.transport_error = 28;
   device.download.http_status = 404;
-  device.ClearCalls();
-  manager().DownloadBookById("A");
-  EXPECT_EQ(Finish(), "download 28 404: no book came");
-  EXPECT_EQ(LastFailure() + manager().GetSavedPath(), "");
-  EXPECT_EQ(device.Calls({"status of download"}).size(), 1u);
-  EXPECT_EQ(device.Calls({"task", "sleep", "message", "unlink", "log"}), Lines{kError});
-  EXPECT_EQ(GetStatus("A"), BookStatus::kPurchased);
+  for (const bool throws : {false, true}) {
+    device.download.throws = throws;
+    device.ClearCalls();
+    manager().DownloadBookById("A");
+    EXPECT_EQ(Finish(), "download 28 404: no book came");
+    EXPECT_EQ(LastFailure() + manager().GetSavedPath(), "");
+    EXPECT_EQ(device.Calls({"status of download"}).size(), 1u);
+    EXPECT_EQ(device.Calls({"task", "sleep", "message", "unlink", "log"}), Lines{kError});
+    EXPECT_EQ(GetStatus("A"), BookStatus::kPurchased);
+  }
 }
 
 TEST_F(StoreManagerDownloads, FollowsFileThatCannotBeRenamed) {
@@ -142,6 +146,9 @@ TEST_F(StoreManagerDownloads, DropsBookQueuedWhileAnotherDownloads) {
   device.holds_downloads = true;
   EXPECT_EQ(manager().DownloadBookById("A"), 0);
   EXPECT_EQ(GetStatus("A"), BookStatus::kDownloading);
+  WriteFile(kDownloads + "M - A.epub", "");
+  EXPECT_EQ(GetStatus("A"), BookStatus::kDownloaded);
+  unlink((kDownloads + "M - A.epub").c_str());
   EXPECT_EQ(manager().DownloadBookById("B"), 1);
   EXPECT_EQ(GetStatus("A"), BookStatus::kPurchased);
   const std::tuple<bool, int, int, int> rows[] = {{true, 100, 50, 50},

@@ -41,10 +41,12 @@ std::string Describe(const Failure& failure) {
       "",        "config file",    "credentials",      "network",
       "status",  "unreadable",     "refused",          "no payment page",
       "browser", "payment failed", "no pending order", "download",
-      "no book"};
+      "no book", "not saved"};
   std::string text = kNames[failure.kind];
   if (failure.transport_error != 0) text += " " + std::to_string(failure.transport_error);
   if (failure.http_status != 0) text += " " + std::to_string(failure.http_status);
+  if (!failure.path.empty()) text += failure.path.substr(failure.path.rfind('/'));
+  if (failure.system_error != 0) text += " " + std::to_string(failure.system_error);
   return failure.message.empty() ? text : text + ": " + failure.message;
 }
 
@@ -69,6 +71,7 @@ void FakeDeviceFixture::SetUp() {
 }
 
 void FakeDeviceFixture::TearDown() {
+  device.on_file_call = nullptr;
   device.ReleaseDownloads();
   EXPECT_EQ(device.OpenHandles(), 0);
   EXPECT_EQ(device.Misuse(), Lines());

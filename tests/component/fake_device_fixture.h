@@ -45,7 +45,7 @@ inline const std::string kRefusal =
 
 /// A configuration with the store id 4711.
 inline const std::string kSwitchboardResponse =
-    R"({"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
+    R"({/* a note */"clientId":" C-9 ","shopName":"\tThe Shop\n",)"
     R"("opdsUrl":{"OPDSStartPage":"https://shop/de/4711/opds/start"}})";
 
 std::string Repeat(const std::string& text, int times);

@@ -75,7 +75,7 @@ class BookFile : public FakeDeviceFixture {};
 
 TEST_F(BookFile, IsFirstExistingCandidate) {
   const std::string downloads = "/mnt/ext1/Downloads/", editions = "/mnt/ext1/Digital Editions/";
-  Book book = MakeBook("1", "A", "T: 1");
+  Book book = MakeBook("1", "A", "T:# 1");
   book.string_props[Book::kEbookFormat] = "fb2";
   Lines places = {downloads + "A - T 1.fb2",  downloads + "A - T 1.epub", downloads + "A - T 1.pdf",
                   downloads + "A - T 1.acsm", editions + "T 1.epub",      editions + "T 1.pdf"};

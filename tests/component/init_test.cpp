@@ -34,7 +34,11 @@ TEST_F(StoreManagerInit, FetchesLogsInAndLoadsInOrder) {
   WriteFile(kCartPath, R"({"orderItems":[{"orderItemEAN":"C1"}]})");
   manager();
   device.ClearCalls();
+  std::map<std::string, unsigned> items;  // in the cart at each request
+  device.on_request = [&](const std::string& path) { items[path] = manager().GetCart().GetSize(); };
   EXPECT_EQ(manager().Init(), 0);
+  device.on_request = nullptr;
+  EXPECT_TRUE(items["/login"] == 0 && items["/getUserEbook"] == 1);
   EXPECT_EQ(
       device.Calls(),
       (Lines{kOpen, "config read " + kTimeKey, "key Tw3kH-pL",
@@ -76,6 +80,19 @@ TEST_F(StoreManagerInit, UsesCacheUpTo1800Seconds) {
     EXPECT_EQ(device.Calls({"GET", "config write int"}).size(), asked ? 2u : 0u);
     EXPECT_EQ(manager().GetShopName(), asked ? "The Shop" : "Cached");
     EXPECT_EQ(device.Calls({"POST /login"}), Lines{kLogIn + (asked ? "4711" : "5")});
+  }
+}
+
+TEST_F(StoreManagerInit, ReportsConfigurationWithoutContentAndCachesIt) {
+  device.clock_s = {1000};
+  for (const char* page : {"<html>sign in</html>", "{}", R"({"partner":1.5})"}) {
+    device.SetOnlyResponse(kSwitchboardUrl, page);
+    EXPECT_EQ(manager().ConfigFromServer(), 0);
+    EXPECT_EQ(LastFailure(), "unreadable");
+    device.config[kTimeKey] = "1000";
+    EXPECT_EQ(manager().Init(), 0);
+    EXPECT_EQ(LastFailure(), "unreadable");
+    EXPECT_EQ(device.Calls({"GET"}).size(), 1u);
   }
 }
 

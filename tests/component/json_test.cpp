@@ -31,11 +31,13 @@ TEST(ToString, ConvertsStringsBooleansAndIntegers) {
   EXPECT_EQ(ToString(Json::Value(with_zero)), with_zero);
 }
 
-/// German numbers for C++ streams.
-struct GermanPunctuation : std::numpunct<char> {
-  char do_decimal_point() const override { return ','; }
+/// German numbers for C++ streams, or such with another decimal point.
+struct Punctuation : std::numpunct<char> {
+  explicit Punctuation(char decimal_point) : point(decimal_point) {}
+  char do_decimal_point() const override { return point; }
   char do_thousands_sep() const override { return '.'; }
   std::string do_grouping() const override { return "\3"; }
+  const char point;
 };
 
 class NumericLocale : public FakeDeviceFixture {
@@ -50,9 +52,11 @@ class NumericLocale : public FakeDeviceFixture {
       EXPECT_TRUE(InLocale(name, body)) << name;
     }
     unsetenv("LOCPATH");
-    std::locale::global(std::locale(std::locale::classic(), new GermanPunctuation));
-    body();
-    Reset();
+    for (const char point : {',', '\''}) {
+      std::locale::global(std::locale(std::locale::classic(), new Punctuation(point)));
+      body();
+      Reset();
+    }
   }
 
  private:

@@ -106,7 +106,8 @@ TEST_F(ServerApiCall, SucceedsWithEmptyRecordWithoutJson) {
   for (const StoreCall& call : kStoreCalls) {
     const bool list = call.path == "/getUserEbook";
     for (const std::string body : {"", "<html>", "null", "[{}]", "{}", R"({"response":{}})"}) {
-      const bool readable = !list && !body.empty() && body[0] == '{';
+      const bool has_content = !list && call.path != kSwitchboardUrl;
+      const bool readable = has_content && !body.empty() && body[0] == '{';
       SCOPED_TRACE(std::string(call.name) + " " + body);
       EXPECT_EQ(Describe(Make(call, body)) + record, "ok");
       EXPECT_EQ(Describe(api.GetLastFailure()), readable ? "" : "unreadable");

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <mutex>
@@ -56,12 +57,20 @@ class Device {
   void SetOnlyResponse(const std::string& path, const std::string& body, long status = 200);
   void ClearResponses();
   int network_state = 0x100;
+  std::function<void(const std::string& path)> on_request;  ///< before the response
 
   // --- The configuration file, as saved
 
   std::map<std::string, std::string> config;
   bool config_opens = true;
+  bool config_saves = true;
   std::set<std::string> null_reads;  ///< keys that read as null
+
+  // --- The file system
+
+  /// Before each open, read, write, fsync and rename, of the library and the test: the errno with
+  /// which it fails, or 0.
+  std::function<int(const std::string& call)> on_file_call;
 
   // --- The rest
 
@@ -79,6 +88,7 @@ class Device {
     std::string saved_name;  ///< empty: as requested
     bool active = false;     ///< the result of GetProgress
     int total = 0, done = 0;
+    bool throws = false;
     int transport_error = 0, http_status = 0;  ///< of a failed one, with "no book came"
   } download;
   std::atomic<bool> holds_downloads = false;

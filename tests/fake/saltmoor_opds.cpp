@@ -1,4 +1,5 @@
 #include <fstream>
+#include <stdexcept>
 
 #include "fake_device.h"
 #include "saltmoor/opds/resource_downloader.h"
@@ -24,6 +25,7 @@ int ResourceDownloader::DownloadResource(const std::string& url, const std::stri
   device.Record("download " + url + " as " + file_name);
   if (progress) device.RecordMisuse("a progress callback");
   device.holds_downloads.wait(true);
+  if (device.download.throws) throw std::runtime_error("no book");
   if (device.download.result != 0) return device.download.result;
   const std::string& name = device.download.saved_name;
   state_->saved_path = state_->directory + "/" + (name.empty() ? file_name : name);

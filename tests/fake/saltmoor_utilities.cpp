@@ -39,6 +39,7 @@ int HttpRequestRunner::PerformRequest(const HttpRequest& request, long* status,
   if (timeout_s != 30) device.RecordMisuse(line + ": time-out " + std::to_string(timeout_s));
   if (*status != 0 || !body->empty()) device.RecordMisuse(line + ": status or body not empty");
 
+  if (device.on_request) device.on_request(path);
   const fake::Device::Response response = device.NextResponse(path);
   *status = response.status;
   body->assign(response.body.begin(), response.body.end());

@@ -126,7 +126,7 @@ void Write(iconfig_s* config, const std::string& key, const std::string& value) 
 void Release(iconfig_s* config, bool save) {
   device.Record(save ? "config close" : "config discard");
   if (!Usable(config, "config close")) return;
-  if (save && config->changed) device.config = config->values;
+  if (save && config->changed && device.config_saves) device.config = config->values;
   fake::open_handles.erase(config);
   delete config;
 }
@@ -169,7 +169,7 @@ void WriteInt(iconfig_s* config, const char* key, int value) {
 
 int SaveConfig(iconfig_s* config) {
   device.Record("config save");
-  if (!Usable(config, "config save")) return 0;
+  if (!Usable(config, "config save") || !device.config_saves) return 0;
   device.config = config->values;
   config->changed = false;
   return 1;

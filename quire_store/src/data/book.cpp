@@ -4,13 +4,12 @@
 #include <cstdint>
 #include <utility>
 
+#include "book_properties.h"
 #include "file_names.h"
 #include "json.h"
 
 namespace saltmoor::quire {
 namespace {
-
-constexpr char kPriceKey[] = "orderItemPrice";
 
 std::int64_t ParseCents(const std::string& text) {
   constexpr double kInt64End = 9223372036854775808.0;
@@ -93,6 +92,12 @@ Book Book::FromJson(const Json::Value& json) {
   return book;
 }
 
+std::string FormatPrice(const Book& book) {
+  const auto price = book.int_props.find(Book::kPrice);
+  const std::int64_t cents = price != book.int_props.end() ? price->second : 0;
+  return FormatNumber(static_cast<double>(cents) / 100.0);
+}
+
 Json::Value Book::ToJson() const {
   Json::Value json(Json::objectValue);
   for (const auto& [key, property] : s_book_int_map) {
@@ -103,10 +108,7 @@ Json::Value Book::ToJson() const {
     const auto value = string_props.find(property);
     if (value != string_props.end()) json[key] = value->second;
   }
-  // Compatibility: six significant digits, which lose the cents of a large price.
-  const auto price = int_props.find(kPrice);
-  const std::int64_t cents = price != int_props.end() ? price->second : 0;
-  json[kPriceKey] = FormatNumber(static_cast<double>(cents) / 100.0);
+  json[kPriceKey] = FormatPrice(*this);
   return json;
 }
 

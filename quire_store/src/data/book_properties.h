@@ -17,6 +17,13 @@ inline const std::string& GetString(const Book& book, Book::StringProps property
   return value != book.string_props.end() ? value->second : kNone;
 }
 
+/// The JSON key of the price, which is in no table of Book.
+inline constexpr char kPriceKey[] = "orderItemPrice";
+
+/// The price as the cart file has it.
+// Compatibility: six significant digits, which lose the cents of a large price.
+std::string FormatPrice(const Book& book);
+
 /// The first book with exactly this EAN, a missing one counting as empty; the end when there is
 /// none.
 inline std::vector<Book>::const_iterator FindByEan(const std::vector<Book>& books,

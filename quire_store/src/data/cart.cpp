@@ -10,6 +10,8 @@
 
 #include "atomic_file.h"
 #include "book_properties.h"
+#include "cart_changes.h"
+#include "cart_file.h"
 #include "device_paths.h"
 #include "json.h"
 
@@ -33,15 +35,34 @@ std::string FormatTime(const tm& time, const char* format) {
 
 }  // namespace
 
+bool AddItem(Cart& cart, const Book& book) {
+  if (cart.IsContain(GetString(book, Book::kEan))) return false;
+  cart.orderItems.push_back(book);
+  return true;
+}
+
+bool RemoveItem(Cart& cart, unsigned int index) {
+  if (index >= cart.GetSize()) return false;
+  cart.orderItems.erase(cart.orderItems.begin() + index);
+  return true;
+}
+
+bool RemoveItem(Cart& cart, const Book& book) {
+  const auto item = FindByEan(cart.orderItems, GetString(book, Book::kEan));
+  if (item == cart.orderItems.end()) return false;
+  cart.orderItems.erase(item);
+  return true;
+}
+
 void Cart::Load() {
   Json::Value json;
   // Compatibility: of a damaged file, what the reader built counts.
-  if (const auto content = ReadFile(paths::kCart)) ParseJson(*content, json);
+  if (!ParseJson(ReadFile(paths::kCart), json) || !json.isObject()) MarkDamaged(paths::kCart);
   FromJson(json);
 }
 
 void Cart::Save() {
-  ReplaceFile(paths::kCart, SerializeStyledJson(ToJson()));
+  ReplaceFile(paths::kCart, SerializeCart(*this));
 }
 
 void Cart::Clear() {
@@ -50,9 +71,7 @@ void Cart::Clear() {
 }
 
 void Cart::AddToCart(const Book& book) {
-  if (IsContain(GetString(book, Book::kEan))) return;
-  orderItems.push_back(book);
-  Save();
+  if (AddItem(*this, book)) Save();
 }
 
 // Compatibility: two books without an EAN are the same book.
@@ -61,16 +80,11 @@ bool Cart::IsContain(std::string ean) const {
 }
 
 void Cart::RemoveFromCart(unsigned int index) {
-  if (index >= GetSize()) return;
-  orderItems.erase(orderItems.begin() + index);
-  Save();
+  if (RemoveItem(*this, index)) Save();
 }
 
 void Cart::RemoveFromCart(const Book& book) {
-  const auto item = FindByEan(orderItems, GetString(book, Book::kEan));
-  if (item == orderItems.end()) return;
-  orderItems.erase(item);
-  Save();
+  if (RemoveItem(*this, book)) Save();
 }
 
 const Book& Cart::GetItem(unsigned int index) const {

@@ -31,6 +31,12 @@ class FirstFailure {
   }
   void Record(Failure::Kind kind) { Record(Failure{kind, 0, 0, {}}); }
 
+  /// Records that the file at `path` was not saved.
+  /// \param error  errno; 0 when it was saved.
+  void RecordSave(const char* path, int error) {
+    if (error != 0) Record(Failure{Failure::kNotSaved, 0, 0, {}, path, error});
+  }
+
   /// Forgets the shop's refusal of a request for which nobody was logged in.
   void ForgetRefusal() {
     if (failure_.kind == Failure::kRefused) failure_ = Failure();

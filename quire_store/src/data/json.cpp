@@ -85,6 +85,13 @@ std::string RemoveDecimalPoints(std::string_view json) {
   return out;
 }
 
+// Compatibility: the form of the cart files on devices.
+std::string WriteStyled(const Json::Value& value) {
+  std::string text = Json::StyledWriter().write(value);
+  text.pop_back();  // the end of the line
+  return text;
+}
+
 }  // namespace
 
 bool ParseJson(std::string_view text, Json::Value& value) {
@@ -107,10 +114,20 @@ std::string SerializeJson(const Json::Value& value) {
   return out.str();
 }
 
-std::string SerializeStyledJson(const Json::Value& value) {
+void AppendQuoted(const std::string& text, std::string& out) {
+  const bool plain = std::all_of(text.begin(), text.end(), [](char c) {
+    return c >= ' ' && c < '\x7f' && c != '"' && c != '\\';
+  });
+  if (plain) {
+    out.append("\"").append(text).append("\"");
+  } else {
+    out += WriteStyled(text);
+  }
+}
+
+std::string FormatReal(double number) {
   const ScopedCNumericLocale c_locale;
-  // Compatibility: the form of the cart files on devices.
-  return Json::StyledWriter().write(value);
+  return WriteStyled(number);
 }
 
 const Json::Value* FindMember(const Json::Value& value, std::string_view key) {

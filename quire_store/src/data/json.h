@@ -24,8 +24,10 @@ bool ParseJson(std::string_view text, Json::Value& value);
 /// The document as jsoncpp's stream operator writes it: the form of the configuration's cache.
 std::string SerializeJson(const Json::Value& value);
 
-/// The document as jsoncpp's older styled writer writes it: the form of the cart file.
-std::string SerializeStyledJson(const Json::Value& value);
+/// Appends `text`, quoted, to `out`, and writes a real number, as jsoncpp's older styled writer
+/// does: the form of the cart file.
+void AppendQuoted(const std::string& text, std::string& out);
+std::string FormatReal(double number);
 
 /// The member `key`; null when `value` is no object or has no such member. Valid as long as `value`
 /// is.

@@ -12,6 +12,7 @@
 #include "saltmoor/utilities/signature.h"
 #include "saltmoor/utilities/tev_utilities.h"
 #include "server_calls.h"
+#include "switchboard_config_fields.h"
 #include "tabulet.h"
 
 namespace saltmoor::quire {
@@ -110,7 +111,9 @@ std::tuple<ServerApi::Result, SwitchboardConfig> ServerApi::CallSwitchboard(
                       utilities::Signature::CreateSignature(request, "", SigningKey()));
   const auto response = Perform(request, server_calls::kCallSwitchboard, &last_failure_);
   if (!response) return {Result(kFailed), SwitchboardConfig()};
-  return {Result(kOk), SwitchboardConfig::Parse(*response)};
+  auto config = SwitchboardConfig::Parse(*response);
+  if (IsEmpty(config)) last_failure_.kind = Failure::kUnreadableResponse;
+  return {Result(kOk), std::move(config)};
 }
 
 ServerApi::Result ServerApi::LogIn(const std::string& user, const std::string& password) {

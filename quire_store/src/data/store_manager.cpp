@@ -11,12 +11,15 @@
 #include "atomic_file.h"
 #include "book_files.h"
 #include "book_properties.h"
+#include "cart_changes.h"
+#include "cart_file.h"
 #include "device_paths.h"
 #include "download_queue.h"
 #include "first_failure.h"
 #include "json.h"
 #include "pending_payment.h"
 #include "saltmoor/utilities/book_store_auth_configs.h"
+#include "switchboard_config_fields.h"
 #include "tabulet.h"
 
 namespace saltmoor::quire {
@@ -46,6 +49,10 @@ DeviceConfig OpenConfigOrRecord(decltype(&CloseConfig) close, FirstFailure& fail
   return config;
 }
 
+void SaveOrRecord(iconfig_s* config, FirstFailure& failure) {
+  if (SaveConfig(config) == 0) failure.Record({Failure::kNotSaved, 0, 0, {}, paths::kConfig, 0});
+}
+
 int NowInSeconds() {
   timeval now{};
   gettimeofday(&now, nullptr);
@@ -63,11 +70,11 @@ std::string BaseName(const std::string& path) {
 }
 
 void StoreCredentials(iconfig_s* config, const std::string& session_id, const std::string& user,
-                      const std::string& password) {
+                      const std::string& password, FirstFailure& failure) {
   WriteString(config, config_keys::kSessionId, session_id.c_str());
   WriteString(config, config_keys::kUserName, user.c_str());
   WriteSecret(config, config_keys::kPassword, password.c_str());
-  SaveConfig(config);
+  SaveOrRecord(config, failure);
 }
 
 }  // namespace
@@ -92,15 +99,16 @@ int StoreManager::Init() {
   const int update_time_s = ReadInt(config.get(), config_keys::kSwitchboardUpdateTime, 0);
   const int now_s = NowInSeconds();
   const bool fresh = IsFresh(update_time_s, now_s);
-  const auto cache = fresh ? ReadFile(paths::kSwitchboard) : std::nullopt;
   Json::Value cached;
-  if (cache && ParseJson(*cache, cached)) {
+  if (fresh && ParseJson(ReadFile(paths::kSwitchboard), cached)) {
     switchboard_ = SwitchboardConfig::Parse(cached);
     server_api_.SetConfig(switchboard_);
+    if (IsEmpty(switchboard_)) failure_->Record(Failure::kUnreadableResponse);
   } else {
+    if (fresh) MarkDamaged(paths::kSwitchboard);
     if (ConfigFromServer() != 0) return -1;
     WriteInt(config.get(), config_keys::kSwitchboardUpdateTime, fresh ? NowInSeconds() : now_s);
-    SaveConfig(config.get());
+    SaveOrRecord(config.get(), *failure_);
   }
 
   // Compatibility: a stored session counts as logged in, but is not sent to the shop.
@@ -122,7 +130,8 @@ int StoreManager::ConfigFromServer() {
       failure_->RecordCall(server_api_.CallSwitchboard(addresses::kSwitchboard));
   if (result.code_ != ServerApi::kOk) return -1;
   server_api_.SetConfig(switchboard_);
-  ReplaceFile(paths::kSwitchboard, SerializeJson(switchboard_.ToJson()));
+  const std::string cache = SerializeJson(switchboard_.ToJson());
+  failure_->RecordSave(paths::kSwitchboard, ReplaceFile(paths::kSwitchboard, cache).error);
   return 0;
 }
 
@@ -143,7 +152,7 @@ int StoreManager::NewSession(iconfig_s* config) {
 
   session_id_ = server_api_.GetSessionId();
   WriteString(config, config_keys::kSessionId, session_id_.c_str());
-  SaveConfig(config);
+  SaveOrRecord(config, *failure_);
   return 0;
 }
 
@@ -187,7 +196,7 @@ ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string
   ServerApi::Result result = failure_->RecordCall(server_api_.LogIn(user, password));
   if (result.code_ != ServerApi::kOk) return result;
   session_id_ = server_api_.GetSessionId();
-  StoreCredentials(config.get(), session_id_, user, password);
+  StoreCredentials(config.get(), session_id_, user, password, *failure_);
   LoadPurchased();
   return result;
 }
@@ -205,7 +214,7 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
   if (result.code_ != ServerApi::kOk) return result;
   // Compatibility: registering opens no session; this is the one of an earlier log-in, if any.
   session_id_ = server_api_.GetSessionId();
-  StoreCredentials(config.get(), session_id_, email, password);
+  StoreCredentials(config.get(), session_id_, email, password, *failure_);
   LoadPurchased();
   if (!IsLoggedIn()) failure_->ForgetRefusal();
   return result;
@@ -217,8 +226,10 @@ void StoreManager::LogOut() {
   utilities::BookStoreAuthConfigs::logOut();
   session_id_.clear();
   server_api_.SetSessionId(session_id_);
-  cart_.Clear();
-  cart_.Save();  // Compatibility: saved twice, as in AddToCart and RemoveFromCart.
+  cart_.orderItems.clear();
+  CartFile file(*failure_);
+  file.Save(cart_);
+  file.Save(cart_);  // Compatibility: saved twice, as in AddToCart and RemoveFromCart.
   purchased_.clear();
   purchased_known_ = false;
   downloads_->Clear();
@@ -233,21 +244,23 @@ std::vector<Book> StoreManager::LoadPurchased() {
 
 ServerApi::Result StoreManager::AddToCart(const Book& book) {
   const FirstFailure::Call call(*failure_);
-  cart_.AddToCart(book);
-  cart_.Save();
+  CartFile file(*failure_);
+  if (AddItem(cart_, book)) file.Save(cart_);
+  file.Save(cart_);
   return ServerApi::Result(ServerApi::kOk);
 }
 
 int StoreManager::RemoveFromCart(const Book& book) {
   const FirstFailure::Call call(*failure_);
-  cart_.RemoveFromCart(book);
+  if (RemoveItem(cart_, book)) CartFile(*failure_).Save(cart_);
   return 0;
 }
 
 int StoreManager::RemoveFromCart(unsigned int index) {
   const FirstFailure::Call call(*failure_);
-  cart_.RemoveFromCart(index);
-  cart_.Save();  // Compatibility: also when the index is out of range.
+  CartFile file(*failure_);
+  if (RemoveItem(cart_, index)) file.Save(cart_);
+  file.Save(cart_);  // Compatibility: also when the index is out of range.
   return 0;
 }
 
@@ -281,7 +294,8 @@ ServerApi::Result StoreManager::CheckPaymentResult() {
   const FirstFailure::Call call(*failure_);
   ServerApi::Result result = payment_->Complete();
   if (result.code_ == ServerApi::kOk) {
-    cart_.Clear();
+    cart_.orderItems.clear();
+    CartFile(*failure_).Save(cart_);
     LoadPurchased();
   }
   return result;

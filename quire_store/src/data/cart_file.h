@@ -1,0 +1,37 @@
+#ifndef QUIRE_CART_FILE_H_
+#define QUIRE_CART_FILE_H_
+
+#include <optional>
+#include <string>
+
+#include "atomic_file.h"
+#include "cart.h"
+#include "first_failure.h"
+
+namespace saltmoor::quire {
+
+/// The content of the cart file: Cart::ToJson as jsoncpp's older styled writer writes it.
+std::string SerializeCart(const Cart& cart);
+
+/// The cart file during one call of the manager.
+class CartFile {
+ public:
+  /// \param failure  receives why the last save failed, when this is destroyed.
+  explicit CartFile(FirstFailure& failure) : failure_(failure) {}
+  CartFile(const CartFile&) = delete;
+  CartFile& operator=(const CartFile&) = delete;
+  ~CartFile();
+
+  /// Saves the cart. Writes nothing when the last save wrote the same and the file is unchanged
+  /// since.
+  void Save(const Cart& cart);
+
+ private:
+  FirstFailure& failure_;
+  std::string content_;
+  ReplaceResult saved_;
+};
+
+}  // namespace saltmoor::quire
+
+#endif  // QUIRE_CART_FILE_H_
