@@ -7,11 +7,10 @@
 ///     QUIRE_FAULT_REPORT      a file outside it, which gets the call's name and path
 ///
 /// The modes: `eio`, this call fails; `full`, from this call on nothing can be written or created;
-/// `kill`; `count`, none fails and the report gets their number; and `cut-DATA` or
-/// `cut-DATA-undone`, where DATA says what becomes of bytes that were not synced (`kept`,
-/// `dropped`, `short`, `zeroed`), and `undone` takes back every name that was created, renamed or
-/// removed since the last sync of its directory. A write that is hit has written its first half.
-/// Syncs go no further than this library: the process alone is cut.
+/// `kill`; and `cut-DATA` or `cut-DATA-undone`, where DATA says what becomes of bytes that were not
+/// synced (`kept`, `dropped`, `short`, `zeroed`), and `undone` takes back every name that was
+/// created, renamed or removed since the last sync of its directory. A write that is hit has
+/// written its first half. Syncs go no further than this library.
 ///
 /// The calls of stdio do not pass here. No writer of the device uses it.
 
@@ -27,6 +26,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -167,13 +167,12 @@ class FaultInjector {
   /// Counts a call. Does not return if the process ends here.
   /// \param half  does what a failed call has still done.
   /// \return the errno that it fails with; 0 if it is to be made.
-  template <typename Half>
-  int Apply(const std::string& call, Effect effect, Half half) {
-    const bool concerned = mode_ == "eio" || mode_ == "count" ? true
-                           : mode_ == "full"                  ? effect == Effect::kChangeWithSpace
-                                                              : effect != Effect::kNone;
+  int Apply(const std::string& call, Effect effect, const std::function<void()>& half) {
+    const bool concerned = mode_ == "eio"    ? true
+                           : mode_ == "full" ? effect == Effect::kChangeWithSpace
+                                             : effect != Effect::kNone;
     if (!concerned || ++calls_ < number_ || (calls_ > number_ && mode_ != "full")) return 0;
-    half();
+    if (half) half();
     if (calls_ == number_) std::ofstream(report_) << call;
     if (mode_ == "eio") return EIO;
     if (mode_ == "full") return ENOSPC;
@@ -183,7 +182,6 @@ class FaultInjector {
 
   /// The end of the process counts as a call: then, too, the power can be cut.
   void Exit() {
-    if (mode_ == "count") std::ofstream(report_) << calls_;
     if (!IsCut() || ++calls_ != number_) return;
     std::ofstream(report_) << "exit";
     EndProcess();
@@ -225,33 +223,33 @@ class FaultInjector {
 
 thread_local bool inside = false;  // calls that this library makes are not counted
 
-constexpr auto kNothing = [] {};
+/// What is done besides a call.
+struct Hooks {
+  std::function<void()> half{};         ///< what a call that fails has still done
+  std::function<void(Disk&)> before{};  ///< runs before a call that is made
+  std::function<void(Disk&)> after{};   ///< runs after a call that has succeeded
+};
 
 /// Makes a call, or has it fail.
-/// \param half    what a failed call has still done.
-/// \param before  runs before the call that is made.
-/// \param after   runs after the call that has succeeded.
-template <typename Real, typename Half, typename Before, typename After>
-auto Intercept(const char* name, const std::string& path, Effect effect, Real real, Half half,
-               Before before, After after) -> decltype(real()) {
+template <typename Real>
+auto Intercept(const char* name, const std::string& path, Effect effect, Real real,
+               const Hooks& hooks = {}) -> decltype(real()) {
   FaultInjector& injector = FaultInjector::Instance();
   if (inside || !injector.Concerns(path)) return real();
   const std::lock_guard<std::mutex> lock(injector.mutex);
   inside = true;
   decltype(real()) result = -1;
-  int error = injector.Apply(name + (" " + path), effect, half);
+  int error = injector.Apply(name + (" " + path), effect, hooks.half);
   if (error == 0) {
-    before(injector.disk);
+    if (hooks.before) hooks.before(injector.disk);
     result = real();
     error = errno;
-    if (result >= 0) after(injector.disk);
+    if (hooks.after && result >= 0) hooks.after(injector.disk);
   }
   inside = false;
   errno = error;
   return result;
 }
-
-constexpr auto kNoRecord = [](Disk&) {};
 
 template <typename Function>
 Function* Next(Function* /*type*/, const char* name) {
@@ -281,55 +279,33 @@ template <typename Real>
 int InterceptOpen(const std::string& path, int flags, Real real) {
   const bool writes = (flags & O_ACCMODE) != O_RDONLY;
   const bool creates = (flags & O_CREAT) != 0 && access(path.c_str(), F_OK) != 0;
-  const Effect effect = creates  ? Effect::kChangeWithSpace
-                        : writes ? Effect::kChange
-                                 : Effect::kNone;
-  return Intercept(
-      "open", path, effect, real, kNothing,
-      [&](Disk& disk) {
-        if (writes || creates) disk.Open(path);
-      },
-      [&](Disk& disk) {
-        if (creates) disk.Create(path);
-      });
+  Hooks hooks;
+  if (writes || creates) hooks.before = [&](Disk& disk) { disk.Open(path); };
+  if (creates) hooks.after = [&](Disk& disk) { disk.Create(path); };
+  const Effect effect = writes ? Effect::kChange : Effect::kNone;
+  return Intercept("open", path, creates ? Effect::kChangeWithSpace : effect, real, hooks);
 }
 
 template <typename Real>
 ssize_t InterceptWrite(int fd, std::size_t size, Real real) {
-  return Intercept(
-      "write", PathOf(fd), Effect::kChangeWithSpace, [&] { return real(size); },
-      [&] { static_cast<void>(real(size / 2)); }, kNoRecord, kNoRecord);
+  return Intercept("write", PathOf(fd), Effect::kChangeWithSpace, [&] { return real(size); },
+                   {.half = [&] { static_cast<void>(real(size / 2)); }});
 }
 
 template <typename Real>
-auto InterceptFd(const char* name, int fd, Effect effect, Real real) -> decltype(real()) {
-  return Intercept(name, PathOf(fd), effect, real, kNothing, kNoRecord, kNoRecord);
-}
-
-int InterceptSync(int fd) {
-  const std::string path = PathOf(fd);
-  if (!FaultInjector::Instance().Concerns(path + '/')) return NEXT(fsync)(fd);
-  return Intercept(
-      "fsync", path, Effect::kChangeWithSpace, [] { return 0; }, kNothing, kNoRecord,
-      [&](Disk& disk) { disk.Sync(fd, path); });
-}
-
-template <typename Real>
-int InterceptRemove(const char* name, const std::string& path, Real real) {
-  return Intercept(
-      name, path, Effect::kChange, real, kNothing, [&](Disk& disk) { disk.Remove(path); },
-      kNoRecord);
+int InterceptRemove(const std::string& path, Real real) {
+  return Intercept("unlink", path, Effect::kChange, real,
+                   {.before = [&](Disk& disk) { disk.Remove(path); }});
 }
 
 template <typename Real>
 int InterceptRename(const std::string& from, const std::string& to, Real real) {
-  return Intercept(
-      "rename", to, Effect::kChangeWithSpace, real, kNothing,
-      [&](Disk& disk) {
-        disk.RecordName(from);
-        disk.Remove(to);
-      },
-      [&](Disk& disk) { disk.Rename(to); });
+  const auto before = [&](Disk& disk) {
+    disk.RecordName(from);
+    disk.Remove(to);
+  };
+  return Intercept("rename", to, Effect::kChangeWithSpace, real,
+                   {.before = before, .after = [&](Disk& disk) { disk.Rename(to); }});
 }
 
 __attribute__((destructor)) void OnExit() {
@@ -370,12 +346,12 @@ EXPORT int openat(int directory, const char* path, int flags, ...) {
 EXPORT_ALIAS("openat") int openat64(int, const char*, int, ...);
 
 EXPORT ssize_t read(int fd, void* buffer, size_t size) {
-  return InterceptFd("read", fd, Effect::kNone, [=] { return NEXT(read)(fd, buffer, size); });
+  return Intercept("read", PathOf(fd), Effect::kNone, [=] { return NEXT(read)(fd, buffer, size); });
 }
 
 EXPORT ssize_t pread(int fd, void* buffer, size_t size, off_t offset) {
-  return InterceptFd("read", fd, Effect::kNone,
-                     [=] { return NEXT(pread)(fd, buffer, size, offset); });
+  return Intercept("read", PathOf(fd), Effect::kNone,
+                   [=] { return NEXT(pread)(fd, buffer, size, offset); });
 }
 EXPORT_ALIAS("pread") ssize_t pread64(int, void*, size_t, off64_t);
 
@@ -390,22 +366,21 @@ EXPORT ssize_t pwrite(int fd, const void* buffer, size_t size, off_t offset) {
 EXPORT_ALIAS("pwrite") ssize_t pwrite64(int, const void*, size_t, off64_t);
 
 EXPORT int ftruncate(int fd, off_t size) noexcept {
-  return InterceptFd("ftruncate", fd, Effect::kChange, [=] { return NEXT(ftruncate)(fd, size); });
+  return Intercept("ftruncate", PathOf(fd), Effect::kChange,
+                   [=] { return NEXT(ftruncate)(fd, size); });
 }
 EXPORT_ALIAS("ftruncate") int ftruncate64(int, off64_t) noexcept;
 
 EXPORT int close(int fd) {
-  return Intercept(
-      "close", PathOf(fd), Effect::kNone, [=] { return NEXT(close)(fd); },
-      [=] {
-        NEXT(close)
-        (fd);
-      },
-      kNoRecord, kNoRecord);
+  const auto real = [=] { return NEXT(close)(fd); };
+  return Intercept("close", PathOf(fd), Effect::kNone, real,
+                   {.half = [&] { static_cast<void>(real()); }});
 }
 
 EXPORT int fsync(int fd) {
-  return InterceptSync(fd);
+  const std::string path = PathOf(fd);
+  return Intercept("fsync", path, Effect::kChangeWithSpace, [] { return 0; },
+                   {.after = [&](Disk& disk) { disk.Sync(fd, path); }});
 }
 EXPORT_ALIAS("fsync") int fdatasync(int);
 
@@ -420,26 +395,24 @@ EXPORT int renameat(int from_directory, const char* from, int to_directory,
 }
 
 EXPORT int link(const char* from, const char* to) noexcept {
-  return Intercept(
-      "link", to, Effect::kChangeWithSpace, [=] { return NEXT(link)(from, to); }, kNothing,
-      [=](Disk& disk) { disk.RecordName(to); }, kNoRecord);
+  return Intercept("link", to, Effect::kChangeWithSpace, [=] { return NEXT(link)(from, to); },
+                   {.before = [=](Disk& disk) { disk.RecordName(to); }});
 }
 
 EXPORT int unlink(const char* path) noexcept {
-  return InterceptRemove("unlink", path, [=] { return NEXT(unlink)(path); });
+  return InterceptRemove(path, [=] { return NEXT(unlink)(path); });
 }
 
 EXPORT int unlinkat(int directory, const char* path, int flags) noexcept {
-  return InterceptRemove("unlink", PathAt(directory, path),
+  return InterceptRemove(PathAt(directory, path),
                          [=] { return NEXT(unlinkat)(directory, path, flags); });
 }
 
 EXPORT int remove(const char* path) noexcept {
-  return InterceptRemove("remove", path, [=] { return NEXT(remove)(path); });
+  return InterceptRemove(path, [=] { return NEXT(remove)(path); });
 }
 
 EXPORT int mkdir(const char* path, mode_t mode) noexcept {
-  return Intercept(
-      "mkdir", path, Effect::kChangeWithSpace, [=] { return NEXT(mkdir)(path, mode); }, kNothing,
-      [=](Disk& disk) { disk.RecordName(path); }, kNoRecord);
+  return Intercept("mkdir", path, Effect::kChangeWithSpace, [=] { return NEXT(mkdir)(path, mode); },
+                   {.before = [=](Disk& disk) { disk.RecordName(path); }});
 }
