@@ -23,7 +23,7 @@ std::string Upper(const std::string& text) {
   return upper.get();
 }
 
-TEST(Strings, ConvertsAllAlphabetsToUpperCaseInEveryLocale) {
+TEST(Strings, UppercasesAllAlphabetsInEveryLocale) {
   ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
   EXPECT_EQ(Upper(""), "");
   EXPECT_EQ(Upper("epub 3.0"), "EPUB 3.0");

@@ -35,7 +35,7 @@ TEST_F(LinuxSecret, CreatesDeviceKeyAtFirstUse) {
   EXPECT_EQ(ReadAll(LogPath()).find(key.substr(0, 4)), std::string::npos);
 }
 
-TEST_F(LinuxSecret, BindsValueToKeyAndTreatsDamagedAsAbsent) {
+TEST_F(LinuxSecret, BindsValueToKeyAndIgnoresDamaged) {
   WriteSecret(config_, "other", kSecret);
   const std::string others = config_.Read("other");
   WriteSecret(config_, "password", kSecret);
@@ -89,7 +89,7 @@ TEST_F(LinuxSecret, ProtectsKeyAndMovesDamagedOneAside) {
   EXPECT_EQ(ReadAll(kKeyPath + ".bad"), damaged);
 }
 
-TEST_F(LinuxSecret, RemovesOldValueAndTriesAgainWhenEncryptionFails) {
+TEST_F(LinuxSecret, RemovesOldValueAndRetriesWhenEncryptionFails) {
   WriteSecret(config_, "password", "old");
   fs::remove(kKeyPath);
   fs::create_symlink("/proc/self/mem", kKeyPath);  // reading it fails with EIO
