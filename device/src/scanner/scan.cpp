@@ -226,6 +226,7 @@ std::vector<LibraryBook> ReadLibrary(const fs::path& library_file) try {
   if (!fs::exists(library_file)) return books;
   // Not read-only: the transaction of a scan that was killed may have to be rolled back.
   const SQLite::Database library(library_file.string(), SQLite::OPEN_READWRITE, kBusyTimeout_ms);
+  if (!library.tableExists("books")) return books;  // its first scan has not succeeded yet
   SQLite::Statement query(
       library, "SELECT path, format, size, modified, title, author FROM books ORDER BY path");
   while (query.executeStep()) books.push_back(query.getColumns<LibraryBook, 6>());
