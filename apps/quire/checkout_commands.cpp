@@ -163,7 +163,7 @@ SettledOrder WaitForPayment(store::StoreManager& manager, OrderPayment& payment,
   const Spinner spinner("Waiting for the shop to confirm the payment …");
   const auto end = steady_clock::now() + kMaxWait;
   while (true) {
-    const SettledOrder settled = SettleOrder(manager, payment, order);
+    SettledOrder settled = SettleOrder(manager, payment, order);
     if (settled.outcome.state != State::kPending || steady_clock::now() > end) return settled;
     const auto next = steady_clock::now() + kPollPeriod;
     while (steady_clock::now() < next) {

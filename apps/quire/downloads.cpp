@@ -99,7 +99,7 @@ bool WaitForDownload(store::StoreManager& manager, const store::Book& book,
 std::string FinishDownload(store::StoreManager& manager, const store::Book& book,
                            const store::Failure& failure) {
   if (failure) return {};
-  const std::string path = manager.GetSavedPath();
+  std::string path = manager.GetSavedPath();
   if (!SavedBooks().Add(GetString(book, store::Book::kEan), path)) {
     PrintError("The path of " + QuoteTitle(DisplayTitle(book)) +
                " could not be stored, so that quire may not find it again. Check whether the "

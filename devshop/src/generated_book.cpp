@@ -107,11 +107,11 @@ std::string PdfString(const std::string& utf8) {
 /// One page that shows the EAN, since the fonts that every viewer has lack most scripts.
 std::string CreatePdf(const Title& title) {
   const std::string page = "BT /F1 24 Tf 60 500 Td (EAN " + title.ean + ") Tj ET";
+  const std::string fonts = "<< /Font << /F1 5 0 R >> >> >>";
   const std::vector<std::string> objects{
       "<< /Type /Catalog /Pages 2 0 R >>",
       "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-      "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 420 595] /Contents 4 0 R "
-      "/Resources << /Font << /F1 5 0 R >> >> >>",
+      "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 420 595] /Contents 4 0 R /Resources " + fonts,
       "<< /Length " + std::to_string(page.size()) + " >>\nstream\n" + page + "\nendstream",
       "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>",
       "<< /Title " + PdfString(title.title) + " /Author " + PdfString(title.author) + " >>"};

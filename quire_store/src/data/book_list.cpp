@@ -32,7 +32,7 @@ std::optional<std::int64_t> GetInt64(const Member& member) {
 class MemberTable {
  public:
   // Members as they were found. Most books have the same ones in the same order, so the next one
-  // is mostly known.
+  // is usually known.
   struct Sequence {
     std::vector<std::pair<const std::string, Member>*> found;
     std::size_t next = 0;

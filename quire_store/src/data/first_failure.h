@@ -5,8 +5,8 @@
 
 namespace saltmoor::quire {
 
-/// Why the manager's last call failed: the first failure within it, since later ones are mostly its
-/// consequence.
+/// Why the manager's last call failed: the first failure within it, since later ones are usually
+/// its consequence.
 class FirstFailure {
  public:
   /// Marks a call of the manager while it runs. The outermost one starts without a failure.

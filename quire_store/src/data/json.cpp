@@ -65,7 +65,7 @@ std::size_t AppendFraction(std::string_view json, std::size_t point, std::string
   return end;
 }
 
-// The same document with every real number in a form that is read alike in all locales: 125e-1 for
+// The same document with every real number in a form that reads the same in all locales: 125e-1 for
 // 12.5.
 std::string RemoveDecimalPoints(std::string_view json) {
   std::string out;
@@ -96,7 +96,7 @@ std::string WriteStyled(const Json::Value& value) {
 
 bool ParseJson(std::string_view text, Json::Value& value) {
   value = Json::Value();
-  // The reader makes a stream for each real number, and streams take the global C++ locale.
+  // The reader creates a stream for each real number, and streams take the global C++ locale.
   std::string rewritten;
   if (std::locale() != std::locale::classic()) text = rewritten = RemoveDecimalPoints(text);
   if (text.empty()) return false;

@@ -24,13 +24,6 @@ using utilities::HttpRequest;
 constexpr unsigned kTimeout_s = 30;
 constexpr char kSigningData[] = "Tw3kH-pL";
 
-void LogTransportError(const ServerCall& call) {
-  const std::string function =
-      std::string(call.return_type) + " saltmoor::quire::ServerApi::" + call.signature;
-  LogEarlyReturn({"quire_store/src/data/server_api", call.log_line, function.c_str()}, "0 == err",
-                 call.returned);
-}
-
 // Performs a request; returns the body of its response, nothing when there is none with status 200.
 // \param failure  receives why there is no response; empty when there is one.
 std::optional<std::vector<char>> Perform(HttpRequest& request, const ServerCall& call,
@@ -42,7 +35,7 @@ std::optional<std::vector<char>> Perform(HttpRequest& request, const ServerCall&
   const int err =
       utilities::HttpRequestRunner().PerformRequest(request, &status, &body, kTimeout_s);
   if (err != 0) {
-    LogTransportError(call);
+    LogEarlyReturn(call.place, "0 == err", call.returned);
     *failure = {Failure::kNetwork, err, 0, {}};
     return std::nullopt;
   }
