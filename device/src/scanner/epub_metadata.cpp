@@ -16,7 +16,6 @@ namespace {
 // Far above what large books need: the container names one file, the package lists all files.
 constexpr std::size_t kMaxContainer_bytes = 64 << 10;
 constexpr std::size_t kMaxPackage_bytes = 4 << 20;
-constexpr std::size_t kMaxField_bytes = 1000;
 
 struct Free {
   void operator()(zip_t* zip) const { zip_discard(zip); }
@@ -45,44 +44,26 @@ XmlDocument ReadXml(zip_t* zip, const std::string& name, std::size_t max_bytes) 
                     XML_PARSE_NONET | XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
 }
 
-/// The first child element of that name in any namespace; null if there is none.
-const xmlNode* FindChild(const xmlNode* parent, std::string_view name) {
-  for (const xmlNode* node = parent ? parent->children : nullptr; node; node = node->next) {
-    if (ElementName(node) == name) return node;
-  }
-  return nullptr;
-}
-
-/// Truncates at a character boundary.
-std::string Truncate(std::string text) {
-  if (text.size() > kMaxField_bytes) {
-    std::size_t end = kMaxField_bytes;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
-    text.resize(end);
-  }
-  return text;
-}
-
-EpubMetadata ReadPackage(const xmlDoc* package) {
-  EpubMetadata metadata;
+BookMetadata ReadPackage(const xmlDoc* package) {
+  BookMetadata metadata;
   const xmlNode* section = FindChild(xmlDocGetRootElement(package), "metadata");
   // The first version of the format has one more level.
   if (const xmlNode* inner = section ? FindChild(section, "dc-metadata") : nullptr) section = inner;
   for (const xmlNode* node = section ? section->children : nullptr; node; node = node->next) {
     if (ElementName(node) == "title" && metadata.title.empty())
-      metadata.title = Truncate(GetText(node));
+      metadata.title = TruncateField(GetText(node));
     if (ElementName(node) != "creator") continue;
     const std::string role = GetAttribute(node, "role");
     const std::string name = GetText(node);
     if (name.empty() || (!role.empty() && role != "aut")) continue;
-    metadata.author = Truncate(metadata.author.empty() ? name : metadata.author + ", " + name);
+    metadata.author = TruncateField(metadata.author.empty() ? name : metadata.author + ", " + name);
   }
   return metadata;
 }
 
 }  // namespace
 
-EpubMetadata ReadEpubMetadata(const std::filesystem::path& file) {
+BookMetadata ReadEpubMetadata(const std::filesystem::path& file) {
   const Owned<zip_t> zip(zip_open(file.c_str(), ZIP_RDONLY, nullptr));
   if (!zip) return {};
   const XmlDocument container = ReadXml(zip.get(), "META-INF/container.xml", kMaxContainer_bytes);
@@ -92,7 +73,7 @@ EpubMetadata ReadEpubMetadata(const std::filesystem::path& file) {
   if (!root_file) return {};
   const XmlDocument package =
       ReadXml(zip.get(), GetAttribute(root_file, "full-path"), kMaxPackage_bytes);
-  return package ? ReadPackage(package.get()) : EpubMetadata();
+  return package ? ReadPackage(package.get()) : BookMetadata();
 }
 
 }  // namespace scanner

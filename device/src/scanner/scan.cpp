@@ -15,7 +15,7 @@
 #include <system_error>
 #include <vector>
 
-#include "epub_metadata.h"
+#include "book_metadata.h"
 #include "tabulet.h"
 
 namespace fs = std::filesystem;
@@ -25,6 +25,8 @@ namespace {
 
 constexpr int kMaxDepth = 32;
 constexpr int kMaxEntries = 200'000;
+// Of ReadMetadata. After an increase the next scan reads the files of its directory again.
+constexpr int kMetadataVersion = 1;
 constexpr int kBusyTimeout_ms = 5000;  // while other programs read
 
 struct BookFile {
@@ -87,6 +89,9 @@ void PrepareTable(SQLite::Database* library) {
     throw SQLite::Exception("the integrity check failed", SQLITE_CORRUPT);
   }
   SQLite::Statement(*library, "SELECT path, format, size, modified, title, author FROM books");
+  if (library->execAndGet("PRAGMA user_version").getInt() >= kMetadataVersion) return;
+  library->exec("UPDATE books SET modified = 0");
+  library->exec("PRAGMA user_version = " + std::to_string(kMetadataVersion));
 }
 
 /// The recorded books in a directory and below it, by their paths.
@@ -106,8 +111,7 @@ std::map<std::string, BookFile> FindRecordedBooks(const SQLite::Database& librar
 
 /// Inserts a book, or replaces the one with the same path.
 void InsertOrReplace(const SQLite::Database& library, const BookFile& book) {
-  const EpubMetadata metadata =
-      book.format == "epub" ? ReadEpubMetadata(book.path) : EpubMetadata();
+  const BookMetadata metadata = ReadMetadata(book.path, book.format);
   SQLite::Statement put(library,
                         "INSERT OR REPLACE INTO books(path, format, size, modified, title, author)"
                         " VALUES(?, ?, ?, ?, nullif(?, ''), nullif(?, ''))");
