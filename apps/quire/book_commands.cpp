@@ -1,5 +1,6 @@
-#include <array>
+#include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "book_view.h"
 #include "commands.h"
@@ -7,6 +8,7 @@
 #include "failure_text.h"
 #include "saved_books.h"
 #include "table.h"
+#include "title_cache.h"
 
 namespace app {
 namespace {
@@ -15,34 +17,8 @@ namespace {
 constexpr char kNothingBought[] =
     "You have bought no books yet. See what there is with \"quire catalogue\".";
 
-struct StatusView {
-  const char* key;
-  const char* text;
-  Style style;
-};
-
-constexpr std::array<StatusView, 5> kStatusViews{{
-    // by BookStatus::Status
-    {"not_bought", "not bought", Style::kDim},
-    {"in_cart", "in the cart", Style::kPlain},
-    {"bought", "bought", Style::kPlain},
-    {"downloading", "downloading", Style::kPlain},
-    {"downloaded", "on the device", Style::kSuccess},
-}};
-
-const StatusView& ViewOf(const store::BookStatus& status) {
-  return kStatusViews.at(static_cast<std::size_t>(status.status));
-}
-
-Cell StatusCell(const store::BookStatus& status) {
-  const StatusView& view = ViewOf(status);
-  const bool has_progress = status.status == store::BookStatus::kDownloading;
-  const std::string progress = " " + std::to_string(status.progress) + " %";
-  return {view.text + (has_progress ? progress : ""), view.style};
-}
-
 Json WithStatus(Json json, const store::BookStatus& status) {
-  json["status"] = ViewOf(status).key;
+  json["status"] = StatusKey(status);
   json["path"] = StringOrNull(status.path);
   json["progress_percent"] = status.progress;
   return json;
@@ -52,33 +28,58 @@ void ShowBooks(Session& session, bool as_json) {
   const std::vector<store::Book> books = session.PurchasedBooks();
   store::StoreManager& manager = session.Store();
   const SavedBooks saved_books;
+  std::vector<std::pair<std::string, std::string>> titles;
   Json json = Json::array();
   Table table({{"Title", 16}, {"Author", 10}, {"Format"}, {"Status"}, {"EAN"}});
   for (const store::Book& book : books) {
     const std::string ean = GetString(book, store::Book::kEan);
     const store::BookStatus status = saved_books.GetStatus(manager, book);
+    titles.emplace_back(ean, DisplayTitle(book));
     json.push_back(WithStatus(BookToJson(book), status));
     table.AddRow({DisplayTitle(book), GetString(book, store::Book::kAuthor),
                   GetString(book, store::Book::kEbookFormat), StatusCell(status), ean});
   }
+  TitleCache().Add(titles, true);
   if (as_json) return PrintJson(json);
   if (!books.empty()) return table.Print();
   Screen::Out().PrintLine(kNothingBought);
 }
 
+/// The state of a book that the device alone decides: in the cart, or downloaded by quire.
+std::optional<store::BookStatus> FindLocalStatus(const store::Cart& cart,
+                                                 const SavedBooks& saved_books,
+                                                 const std::string& ean) {
+  store::BookStatus status;
+  if (cart.IsContain(ean)) {
+    status.status = store::BookStatus::kInCart;
+    return status;
+  }
+  store::Book book;
+  book.string_props[store::Book::kEan] = ean;
+  status.status = store::BookStatus::kDownloaded;
+  status.path = saved_books.Find(book);
+  return status.path.empty() ? std::nullopt : std::optional(status);
+}
+
 void ShowStatus(Session& session, const std::vector<std::string>& eans, bool as_json) {
-  store::StoreManager& manager = session.Store();
-  if (manager.IsLoggedIn()) session.PurchasedBooks();
+  store::StoreManager& manager = store::StoreManager::Instance();
   const SavedBooks saved_books;
+  const bool needs_shop = std::any_of(eans.begin(), eans.end(), [&](const std::string& ean) {
+    return !FindLocalStatus(session.LocalCart(), saved_books, ean);
+  });
+  if (needs_shop && session.Store().IsLoggedIn()) session.PurchasedBooks();
+  const TitleCache titles;
   Json json = Json::array();
   Table table({{"EAN"}, {"Status"}, {"Title", 16}});
   for (const std::string& ean : eans) {
     const store::Book* bought = FindByEan(manager.GetPurchased(), ean);
-    const store::Book* in_cart = FindByEan(manager.GetCart().orderItems, ean);
-    const auto status =
-        bought ? saved_books.GetStatus(manager, *bought) : manager.GetBookStatusById(ean);
+    const store::Book* in_cart = FindByEan(session.LocalCart().orderItems, ean);
+    const auto local = FindLocalStatus(session.LocalCart(), saved_books, ean);
+    const auto status = local    ? *local
+                        : bought ? saved_books.GetStatus(manager, *bought)
+                                 : manager.GetBookStatusById(ean);
     const store::Book* known = in_cart ? in_cart : bought;
-    const std::string title = known ? GetString(*known, store::Book::kTitle) : std::string();
+    const std::string title = known ? GetString(*known, store::Book::kTitle) : titles.Find(ean);
     json.push_back(WithStatus({{"ean", ean}, {"title", StringOrNull(title)}}, status));
     table.AddRow({ean, StatusCell(status), title});
   }

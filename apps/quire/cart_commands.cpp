@@ -37,7 +37,7 @@ store::Book ToBook(const CatalogueEntry& entry) {
 }
 
 void ShowCart(Session& session, bool as_json) {
-  const store::Cart& cart = session.Store().GetCart();
+  const store::Cart& cart = session.LocalCart();
   if (as_json) return PrintJson(CartToJson(cart));
   if (cart.GetSize() > 0) return PrintCart(cart);
   Screen::Out().PrintLine("The cart is empty. Fill it with \"quire cart add EAN\".");
@@ -101,10 +101,10 @@ unsigned FindPosition(const store::Cart& cart, const std::string& which) {
 }
 
 void RemoveFromCart(Session& session, const std::string& which) {
-  store::StoreManager& manager = session.Store();
-  const unsigned position = FindPosition(manager.GetCart(), which);
-  const std::string title = GetString(manager.GetCart().GetItem(position), store::Book::kTitle);
-  manager.RemoveFromCart(position);
+  const store::Cart& cart = session.LocalCart();
+  const unsigned position = FindPosition(cart, which);
+  const std::string title = GetString(cart.GetItem(position), store::Book::kTitle);
+  session.RemoveFromCart(position);
   session.order_is_priced = false;
   Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(title) + ".");
 }

@@ -8,6 +8,7 @@
 #include "screen.h"
 #include "table.h"
 #include "text.h"
+#include "title_cache.h"
 
 namespace app {
 namespace {
@@ -64,6 +65,9 @@ void ShowCatalogue(Session& session, const std::string& word, bool as_json) {
       error = incomplete;
     }
   }
+  std::vector<std::pair<std::string, std::string>> titles;
+  for (const CatalogueEntry& entry : entries) titles.emplace_back(entry.ean, entry.title);
+  TitleCache().Add(titles, false);
   if (as_json) {
     Json json = Json::array();
     for (const CatalogueEntry& entry : entries) json.push_back(EntryToJson(entry));

@@ -16,6 +16,9 @@ class SavedBooks {
   /// Reads the file; one that is missing or unreadable has no entries.
   explicit SavedBooks(std::string file = "/mnt/ext1/system/config/quire_saved_books.json");
 
+  /// The paths by EAN; a file may be gone.
+  const std::map<std::string, std::string>& paths() const { return paths_; }
+
   /// The path of the book's file, where the library finds it or where it was saved; empty when
   /// there is none.
   std::string Find(const store::Book& book) const;
