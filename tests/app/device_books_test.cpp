@@ -1,3 +1,7 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <filesystem>
 #include <regex>
@@ -106,6 +110,11 @@ TEST_F(BooksOnDevice, DeletesABookFromTheDeviceOnly) {
   WriteFile(part, "half");
   WriteFile(part + ".info", "version");
   ExpectContains(Run(1, {"open", "half a book"}).err, "not complete");
+  const int fd = open(part.c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(fd, LOCK_EX), 0) << "as a download does";
+  ExpectContains(Run(1, {"delete", "--yes", "half", "book"}).err, "is being downloaded");
+  close(fd);
+  EXPECT_TRUE(Exists(part));
   Run(0, {"delete", "--yes", "half", "book"});
   EXPECT_FALSE(Exists(part) || Exists(part + ".info"));
 }
