@@ -1,5 +1,6 @@
-#include <array>
+#include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "book_view.h"
 #include "commands.h"
@@ -7,42 +8,20 @@
 #include "failure_text.h"
 #include "saved_books.h"
 #include "table.h"
+#include "title_cache.h"
+#include "title_choice.h"
 
 namespace app {
 namespace {
+
+constexpr char kWhichTitles[] = "EANs, numbers of the last list, or words of one title";
 
 /// Shown for an empty list of bought books, which must be known.
 constexpr char kNothingBought[] =
     "You have bought no books yet. See what there is with \"quire catalogue\".";
 
-struct StatusView {
-  const char* key;
-  const char* text;
-  Style style;
-};
-
-constexpr std::array<StatusView, 5> kStatusViews{{
-    // by BookStatus::Status
-    {"not_bought", "not bought", Style::kDim},
-    {"in_cart", "in the cart", Style::kPlain},
-    {"bought", "bought", Style::kPlain},
-    {"downloading", "downloading", Style::kPlain},
-    {"downloaded", "on the device", Style::kSuccess},
-}};
-
-const StatusView& ViewOf(const store::BookStatus& status) {
-  return kStatusViews.at(static_cast<std::size_t>(status.status));
-}
-
-Cell StatusCell(const store::BookStatus& status) {
-  const StatusView& view = ViewOf(status);
-  const bool has_progress = status.status == store::BookStatus::kDownloading;
-  const std::string progress = " " + std::to_string(status.progress) + " %";
-  return {view.text + (has_progress ? progress : ""), view.style};
-}
-
 Json WithStatus(Json json, const store::BookStatus& status) {
-  json["status"] = ViewOf(status).key;
+  json["status"] = StatusKey(status);
   json["path"] = StringOrNull(status.path);
   json["progress_percent"] = status.progress;
   return json;
@@ -61,24 +40,63 @@ void ShowBooks(Session& session, bool as_json) {
     table.AddRow({DisplayTitle(book), GetString(book, store::Book::kAuthor),
                   GetString(book, store::Book::kEbookFormat), StatusCell(status), ean});
   }
+  TitleCache().Add(ToNamedTitles(books), true);
   if (as_json) return PrintJson(json);
   if (!books.empty()) return table.Print();
   Screen::Out().PrintLine(kNothingBought);
 }
 
-void ShowStatus(Session& session, const std::vector<std::string>& eans, bool as_json) {
-  store::StoreManager& manager = session.Store();
-  if (manager.IsLoggedIn()) session.PurchasedBooks();
+/// The state of a book that the device alone decides: in the cart, or downloaded by quire.
+std::optional<store::BookStatus> FindLocalStatus(const store::Cart& cart,
+                                                 const SavedBooks& saved_books,
+                                                 const std::string& ean) {
+  store::BookStatus status;
+  if (cart.IsContain(ean)) {
+    status.status = store::BookStatus::kInCart;
+    return status;
+  }
+  store::Book book;
+  book.string_props[store::Book::kEan] = ean;
+  status.status = store::BookStatus::kDownloaded;
+  status.path = saved_books.Find(book);
+  return status.path.empty() ? std::nullopt : std::optional(status);
+}
+
+/// The EANs that users mean among the titles of the cart and of earlier lists.
+std::vector<std::string> ChooseListed(Session& session, const std::vector<std::string>& named) {
+  const auto find = [&](const std::string& words) {
+    const TitleCache cache;
+    std::vector<NamedTitle> titles = ToNamedTitles(session.LocalCart().orderItems);
+    std::erase_if(titles, [&](const NamedTitle& each) { return !cache.Find(each.id).empty(); });
+    for (const auto& [ean, title] : cache.titles()) titles.push_back({ean, title.text, ""});
+    return SelectByWords(std::move(titles), words);
+  };
+  const TitleSource source{find, "List titles with \"quire books\" or \"quire catalogue\"."};
+  std::vector<std::string> eans;
+  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
+  return eans;
+}
+
+void ShowStatus(Session& session, const std::vector<std::string>& named, bool as_json) {
+  const std::vector<std::string> eans = ChooseListed(session, named);
+  store::StoreManager& manager = store::StoreManager::Instance();
   const SavedBooks saved_books;
+  const bool needs_shop = std::any_of(eans.begin(), eans.end(), [&](const std::string& ean) {
+    return !FindLocalStatus(session.LocalCart(), saved_books, ean);
+  });
+  if (needs_shop && session.Store().IsLoggedIn()) session.PurchasedBooks();
+  const TitleCache titles;
   Json json = Json::array();
   Table table({{"EAN"}, {"Status"}, {"Title", 16}});
   for (const std::string& ean : eans) {
     const store::Book* bought = FindByEan(manager.GetPurchased(), ean);
-    const store::Book* in_cart = FindByEan(manager.GetCart().orderItems, ean);
-    const auto status =
-        bought ? saved_books.GetStatus(manager, *bought) : manager.GetBookStatusById(ean);
+    const store::Book* in_cart = FindByEan(session.LocalCart().orderItems, ean);
+    const auto local = FindLocalStatus(session.LocalCart(), saved_books, ean);
+    const auto status = local    ? *local
+                        : bought ? saved_books.GetStatus(manager, *bought)
+                                 : manager.GetBookStatusById(ean);
     const store::Book* known = in_cart ? in_cart : bought;
-    const std::string title = known ? GetString(*known, store::Book::kTitle) : std::string();
+    const std::string title = known ? GetString(*known, store::Book::kTitle) : titles.Find(ean);
     json.push_back(WithStatus({{"ean", ean}, {"title", StringOrNull(title)}}, status));
     table.AddRow({ean, StatusCell(status), title});
   }
@@ -126,12 +144,19 @@ Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
           {"reason", has_failed ? Json(DescribeFailure(failure)) : Json()}};
 }
 
-void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool all, bool as_json) {
-  if (eans.empty() && !all) {
+void DownloadBooks(Session& session, const std::vector<std::string>& named, bool all,
+                   bool as_json) {
+  if (named.empty() && !all) {
     throw CommandError(kUsage,
-                       "No book was named. Give EANs as \"quire books\" lists them, or --all.");
+                       "No book was named. Name books that \"quire books\" lists, or give --all.");
   }
   const std::vector<store::Book> bought = session.PurchasedBooks();
+  const auto find = [&](const std::string& words) {
+    return SelectByWords(ToNamedTitles(bought), words);
+  };
+  const TitleSource source{find, "See what you have with \"quire books\"."};
+  std::vector<std::string> eans;
+  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
   std::string missing;
   const auto books = all ? bought : SelectBooks(bought, eans, missing);
   Json json = Json::array();
@@ -152,22 +177,22 @@ void DownloadBooks(Session& session, const std::vector<std::string>& eans, bool 
 }  // namespace
 
 void AddBookCommands(CLI::App& cli, Session& session) {
-  const auto eans = std::make_shared<std::vector<std::string>>();
+  const auto named = std::make_shared<std::vector<std::string>>();
   const auto all = std::make_shared<bool>(false);
 
   AddListing(cli, "books", "List the books you have bought",
              [&session](bool as_json) { ShowBooks(session, as_json); });
 
   AddListing(cli, "status", "Show where books stand",
-             [&session, eans](bool as_json) { ShowStatus(session, *eans, as_json); })
-      ->add_option("EAN", *eans, "EANs of the books")
+             [&session, named](bool as_json) { ShowStatus(session, *named, as_json); })
+      ->add_option("TITLE", *named, kWhichTitles)
       ->required();
 
   CLI::App* download = AddListing(
       cli, "download", "Get bought books onto the device",
-      [&session, eans, all](bool as_json) { DownloadBooks(session, *eans, *all, as_json); });
-  CLI::Option* named = download->add_option("EAN", *eans, "EANs of the books");
-  download->add_flag("--all", *all, "All that you have bought")->excludes(named);
+      [&session, named, all](bool as_json) { DownloadBooks(session, *named, *all, as_json); });
+  CLI::Option* titles = download->add_option("TITLE", *named, kWhichTitles);
+  download->add_flag("--all", *all, "All that you have bought")->excludes(titles);
 }
 
 }  // namespace app

@@ -1,7 +1,9 @@
 #include "book_view.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
 
 #include "money.h"
 #include "table.h"
@@ -18,7 +20,37 @@ std::string FormatBookPrice(const store::Book& book) {
   return is_known ? FormatPrice(price->second, currency) : "-";
 }
 
+struct StatusView {
+  const char* key;
+  const char* text;
+  Style style;
+};
+
+constexpr std::array<StatusView, 5> kStatusViews{{
+    // by BookStatus::Status
+    {"not_bought", "not bought", Style::kDim},
+    {"in_cart", "in the cart", Style::kPlain},
+    {"bought", "bought", Style::kPlain},
+    {"downloading", "downloading", Style::kPlain},
+    {"downloaded", "on the device", Style::kSuccess},
+}};
+
+const StatusView& ViewOf(const store::BookStatus& status) {
+  return kStatusViews.at(static_cast<std::size_t>(status.status));
+}
+
 }  // namespace
+
+const char* StatusKey(const store::BookStatus& status) {
+  return ViewOf(status).key;
+}
+
+Cell StatusCell(const store::BookStatus& status) {
+  const StatusView& view = ViewOf(status);
+  const bool has_progress = status.status == store::BookStatus::kDownloading;
+  const std::string progress = " " + std::to_string(status.progress) + " %";
+  return {view.text + (has_progress ? progress : ""), view.style};
+}
 
 std::string GetString(const store::Book& book, store::Book::StringProps property) {
   const auto found = book.string_props.find(property);
@@ -35,6 +67,13 @@ const store::Book* FindByEan(const std::vector<store::Book>& books, const std::s
 std::string QuoteTitle(const std::string& title) {
   constexpr int kColumns = 60;
   return "“" + Truncate(MakePrintable(title), kColumns) + "”";
+}
+
+std::string FormatSize(std::int64_t bytes) {
+  if (bytes < 1'000'000) return std::to_string((bytes + 999) / 1000) + " kB";
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / 1e6);
+  return text;
 }
 
 std::string DisplayTitle(const store::Book& book) {

@@ -1,11 +1,13 @@
 #ifndef QUIRE_APP_BOOK_VIEW_H_
 #define QUIRE_APP_BOOK_VIEW_H_
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "json_output.h"
 #include "session.h"
+#include "table.h"
 
 namespace app {
 
@@ -18,12 +20,21 @@ const store::Book* FindByEan(const std::vector<store::Book>& books, const std::s
 /// A title in quotation marks for a sentence, truncated to 60 columns.
 std::string QuoteTitle(const std::string& title);
 
+/// A size such as "12 kB" or "3.4 MB".
+std::string FormatSize(std::int64_t bytes);
+
 /// The book's title; its EAN where it has none.
 std::string DisplayTitle(const store::Book& book);
 
 /// A book's "ean", "title", "author", "format", "price_hundredths", "currency" and "date"; null
 /// where unknown.
 Json BookToJson(const store::Book& book);
+
+/// The state of a book in JSON, such as "in_cart".
+const char* StatusKey(const store::BookStatus& status);
+
+/// The state of a book, and while it downloads, how far it is.
+Cell StatusCell(const store::BookStatus& status);
 
 /// Prints the cart's items and its total.
 void PrintCart(const store::Cart& cart);

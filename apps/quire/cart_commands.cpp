@@ -1,7 +1,6 @@
 #include <json/value.h>
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 
 #include "book_view.h"
@@ -38,7 +37,7 @@ store::Book ToBook(const CatalogueEntry& entry) {
 }
 
 void ShowCart(Session& session, bool as_json) {
-  const store::Cart& cart = session.Store().GetCart();
+  const store::Cart& cart = session.LocalCart();
   if (as_json) return PrintJson(CartToJson(cart));
   if (cart.GetSize() > 0) return PrintCart(cart);
   Screen::Out().PrintLine("The cart is empty. Fill it with \"quire cart add EAN\".");
@@ -84,28 +83,28 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
   if (is_any_bought) throw CommandError(kFailed, "");
 }
 
-/// The index of the item that `which` names: an EAN, or "#" and a position counted from 1.
-unsigned FindPosition(const store::Cart& cart, const std::string& which) {
+/// The index of the item that a user names; numbers are positions in the cart.
+unsigned FindPosition(const store::Cart& cart, const std::string& named) {
+  const auto find_words = [&](const std::string& words) {
+    return SelectByWords(ToNamedTitles(cart.orderItems), words);
+  };
+  const auto find_number = [&](std::size_t number) {
+    return number >= 1 && number <= cart.GetSize() ? "#" + std::to_string(number) : std::string();
+  };
+  const std::string advice = "See what the cart has with \"quire cart\".";
+  const std::string id = ChooseTitle(named, {find_words, advice, find_number});
+  if (id.starts_with('#')) return static_cast<unsigned>(std::stoul(id.substr(1)) - 1);
   for (unsigned i = 0; i < cart.GetSize(); ++i) {
-    if (GetString(cart.GetItem(i), store::Book::kEan) == which) return i;
+    if (GetString(cart.GetItem(i), store::Book::kEan) == id) return i;
   }
-  unsigned position = 0;
-  if (which.starts_with('#')) {
-    const char* end = which.data() + which.size();
-    const auto read = std::from_chars(which.data() + 1, end, position);
-    if (read.ec == std::errc() && read.ptr == end && position >= 1 && position <= cart.GetSize()) {
-      return position - 1;
-    }
-  }
-  throw CommandError(kNotFound,
-                     "The cart has no " + which + ". See what it has with \"quire cart\".");
+  throw CommandError(kNotFound, "The cart has no " + id + ". " + advice);
 }
 
 void RemoveFromCart(Session& session, const std::string& which) {
-  store::StoreManager& manager = session.Store();
-  const unsigned position = FindPosition(manager.GetCart(), which);
-  const std::string title = GetString(manager.GetCart().GetItem(position), store::Book::kTitle);
-  manager.RemoveFromCart(position);
+  const store::Cart& cart = session.LocalCart();
+  const unsigned position = FindPosition(cart, which);
+  const std::string title = GetString(cart.GetItem(position), store::Book::kTitle);
+  session.RemoveFromCart(position);
   session.order_is_priced = false;
   Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(title) + ".");
 }
@@ -123,7 +122,8 @@ void AddCartCommands(CLI::App& cli, Session& session) {
       ->required();
   add->callback([&session, eans] { AddToCart(session, ChooseFromCatalogue(session, *eans)); });
   CLI::App* remove = cart->add_subcommand("remove", "Remove a title from it");
-  remove->add_option("EAN|#N", *which, "Its EAN, or its position such as '#2'")->required();
+  remove->add_option("TITLE", *which, "Its EAN, its number in the cart, or words of its title")
+      ->required();
   remove->callback([&session, which] { RemoveFromCart(session, *which); });
 }
 

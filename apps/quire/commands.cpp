@@ -5,12 +5,14 @@
 #include <sstream>
 
 #include "catalogue.h"
+#include "completion.h"
 #include "screen.h"
 #include "text.h"
 
 namespace app {
 namespace {
 
+constexpr char kCompleteCommand[] = "complete";  // for the shell's completion, not in --help
 constexpr int kMaxHelpColumns = 80;
 constexpr char kFooter[] =
     "Every listing takes --json. Passwords are asked for, or read from the standard input; they "
@@ -18,8 +20,7 @@ constexpr char kFooter[] =
     "\n"
     "Exit codes: 0 done; 1 the shop refused, or the command failed; 2 wrong command line; 3 not "
     "logged in; 4 shop unreachable; 5 nothing found; 6 a file, directory or program of the device "
-    "is "
-    "missing or broken; 130 interrupted.";
+    "is missing or broken; 130 interrupted.";
 
 /// Shows the platform's log up to `level`. Before the first call of the library.
 void ShowLog(int level) {
@@ -30,9 +31,9 @@ void ShowLog(int level) {
 /// Options of the process; their callbacks run before that of any command.
 void AddProcessOptions(CLI::App& cli) {
   cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
-  cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to LEVEL (1 to 5)")
-      ->type_name("LEVEL")
-      ->check(CLI::Range(1, 5))
+  cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to that level")
+      ->type_name("1|2|3|4|5")
+      ->check(CLI::Range(1, 5).description(""))
       ->trigger_on_parse();  // a wrong level is then an error of "quire", not of the command
   cli.add_flag_callback(
       "-v,--verbose", [] { ShowLog(5); }, "The same as --log 5");
@@ -86,22 +87,6 @@ ExitCode ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
   return kUsage;
 }
 
-void AddCommands(CLI::App& cli, Session& session) {
-  cli.footer(kFooter);
-  cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
-  cli.require_subcommand(1);
-  AddAccountCommands(cli, session);
-  AddCatalogueCommands(cli, session);
-  AddCartCommands(cli, session);
-  AddCheckoutCommands(cli, session);
-  AddBookCommands(cli, session);
-  AddLibraryCommand(cli);
-  if (session.mode() == Session::Mode::kSingleCommand) {
-    AddShellCommand(cli);
-    AddProcessOptions(cli);
-  }
-}
-
 /// Parses the arguments, which runs the command that they name, and reports its failure.
 ExitCode ParseAndRun(CLI::App& cli, std::vector<std::string> arguments) try {
   std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
@@ -138,6 +123,23 @@ CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& 
   return command;
 }
 
+void AddCommands(CLI::App& cli, Session& session) {
+  cli.footer(kFooter);
+  cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
+  cli.require_subcommand(1);
+  AddAccountCommands(cli, session);
+  AddCatalogueCommands(cli, session);
+  AddShowCommand(cli, session);
+  AddCartCommands(cli, session);
+  AddCheckoutCommands(cli, session);
+  AddBookCommands(cli, session);
+  AddLibraryCommands(cli);
+  if (session.mode() == Session::Mode::kSingleCommand) {
+    AddShellCommand(cli);
+    AddProcessOptions(cli);
+  }
+}
+
 ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
   CLI::App cli("The shop of your e-reader: browse, buy and download e-books.", "quire");
   AddCommands(cli, session);
@@ -145,6 +147,10 @@ ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
     PrintHelp(cli.help());
     PrintError("No command was given. Try \"quire catalogue\".");
     return kUsage;
+  }
+  if (arguments.front() == kCompleteCommand) {
+    PrintCompletions(cli, session, {arguments.begin() + 1, arguments.end()});
+    return kOk;
   }
   if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
     PrintError("There is no command \"" + unknown + "\". See \"quire --help\".");

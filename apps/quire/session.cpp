@@ -16,6 +16,20 @@ store::StoreManager& Session::Store() {
   return manager;
 }
 
+const store::Cart& Session::LocalCart() {
+  if (is_initialised_) return store::StoreManager::Instance().GetCart();
+  stored_cart_.Load();
+  return stored_cart_;
+}
+
+void Session::RemoveFromCart(unsigned index) {
+  if (is_initialised_) {
+    store::StoreManager::Instance().RemoveFromCart(index);
+  } else {
+    stored_cart_.RemoveFromCart(index);
+  }
+}
+
 store::StoreManager& Session::LoggedInStore() {
   store::StoreManager& manager = Store();
   if (!manager.IsLoggedIn()) {

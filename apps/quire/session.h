@@ -30,6 +30,12 @@ class Session {
   /// The initialised manager. Throws CommandError when Init fails.
   store::StoreManager& Store();
 
+  /// The cart, without asking the shop. Valid until the session's next call.
+  const store::Cart& LocalCart();
+
+  /// Removes an item of LocalCart, without asking the shop.
+  void RemoveFromCart(unsigned index);
+
   /// The manager with a user logged in. Throws CommandError when nobody is.
   store::StoreManager& LoggedInStore();
 
@@ -52,6 +58,7 @@ class Session {
  private:
   Mode mode_;
   bool is_initialised_ = false;
+  store::Cart stored_cart_;  ///< read from its file as long as the manager is not initialised
   bool purchased_are_fresh_ = false;
 };
 

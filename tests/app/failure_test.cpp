@@ -73,11 +73,11 @@ TEST_F(QuireFailure, ReportsWhyItCannotStart) {
 
   const std::string service = "/get-device-opds-config";
   ExpectFailure(4, "The shop cannot be opened: the server answered HTTP 503. Try again later.",
-                {"cart"}, {{service, status_503_}});
+                {"account"}, {{service, status_503_}});
   ExpectFailure(4, "The shop is unknown: the server's answer is unreadable. Try again later.",
                 {"shop"}, {{service, unreadable_, 2}});
   DisconnectServers();
-  ExpectFailure(4, std::string("The shop cannot be opened: ") + kNoConnection, {"cart"});
+  ExpectFailure(4, std::string("The shop cannot be opened: ") + kNoConnection, {"account"});
 
   if (std::filesystem::exists("/mnt/ext1")) return;
   const ProcessResult off_device = RunProgram({QUIRE_BUILD_DIR "/bin/quire", "shop"});
