@@ -24,12 +24,14 @@ TEST_F(QuireOnDevice, LogsInRegistersAndShowsTheAccount) {
   ExpectContains(Run(0, {"account"}).out, "Möller");
   EXPECT_TRUE(RunJson({"shop"})["store_id"].is_string());
 
-  const Command enrol{"register", "new@quire.example", "--name", "Ada", "--lastname", "Lovelace"};
-  const ProcessResult registered = Run(0, enrol + Command{"--title", "Dr."}, "geheimnis\n");
+  const Command register_command{"register", "new@quire.example", "--name",
+                                 "Ada",      "--lastname",        "Lovelace"};
+  const ProcessResult registered =
+      Run(0, register_command + Command{"--title", "Dr."}, "geheimnis\n");
   ExpectContains(registered.out, "Logged in as new@quire.example");
   EXPECT_EQ(RunJson({"books"}), Json::array());
   ExpectContains(Run(0, {"books"}).out, "You have bought no books yet");
-  Run(1, enrol, "geheimnis\n");
+  Run(1, register_command, "geheimnis\n");
   Run(0, {"logout"});
   for (const auto& entry : fs::recursive_directory_iterator(device_)) {
     if (!entry.is_regular_file()) continue;
