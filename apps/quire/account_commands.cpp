@@ -3,14 +3,17 @@
 #include <unistd.h>
 
 #include <array>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <tuple>
 
+#include "catalogue.h"
 #include "commands.h"
 #include "interrupts.h"
 #include "json_output.h"
 #include "screen.h"
+#include "state_file.h"
 #include "table.h"
 #include "text.h"
 
@@ -38,7 +41,7 @@ void PrintFields(const Data& data, const std::vector<Field<typename Data::Fields
   }
   if (as_json) return PrintJson(json);
   const Screen& out = Screen::Out();
-  out.Write(RenderDetails(out.Width(), details));
+  out.Write(RenderDetails(out.WidthLimit(), details));
 }
 
 /// The library reports success when it could not store the credentials.
@@ -130,6 +133,8 @@ void LogIn(Session& session, std::string user) {
   CheckStored(manager, user, password.value());
   const std::string shop = manager.GetShopName();
   Screen::Out().PrintLine("Logged in" + (shop.empty() ? "" : " to " + shop) + " as " + user + ".");
+  session.BeginCommand();  // an earlier user's order says nothing about this one's
+  session.SettleOpenOrder();
 }
 
 struct Customer {
@@ -159,13 +164,46 @@ void Register(Session& session, const Customer& customer) {
   }
 }
 
-void LogOut(Session& session) {
+/// Removes what the device's files keep about a user. Downloaded books stay.
+void ForgetUser(const std::string& user) {
+  const std::string directory = kStateDirectory;
+  bool is_done = ReadOrderJournal().RemoveUser(user);
+  const auto remove = [&](const std::string& path) {
+    std::error_code error;
+    std::filesystem::remove_all(path, error);
+    is_done = is_done && !error;
+  };
+  for (const char* name : {"quire_config.cfg", "quire_downloads.json", "quire_history",
+                           "quire_saved_books.json", "quire_titles.json"}) {
+    remove(directory + name);
+  }
+  remove(kCatalogueCache);
+  if (is_done) return;
+  throw CommandError(
+      kDevice, "Not everything could be removed. Check the permissions of " + directory + ".");
+}
+
+void LogOut(Session& session, bool forget) {
   store::StoreManager& manager = session.LoggedInStore();
+  const std::string user = manager.getLogin();
+  session.SettleOpenOrder();
+  if (forget && ReadOrderJournal().FindOpen(user)) {
+    throw CommandError(kFailed,
+                       "An order is open, and forgetting it could cost you its books. End it first "
+                       "with \"quire orders check\" or \"quire orders cancel\".");
+  }
   manager.LogOut();
   session.order_is_priced = false;
+  session.cart_numbering.clear();
+  if (forget) {
+    ForgetUser(user);
+    return Screen::Out().PrintLine(
+        "Logged out. The device keeps your downloaded books, but no user name, password, cart, "
+        "orders, lists or history of yours; the shop was not told.");
+  }
   Screen::Out().PrintLine(
-      "Logged out, and the cart is empty now. The device keeps your user name and password, so the "
-      "next start of quire logs in again.");
+      "Logged out, and the cart is empty now. The shop is not told, and the device keeps user name "
+      "and password for the next start; \"quire logout --forget\" removes them.");
 }
 
 void ShowAccount(Session& session, bool as_json) {
@@ -228,9 +266,10 @@ void AddAccountCommands(CLI::App& cli, Session& session) {
   register_command->add_option("--title", customer->title, "Title, such as Dr.");
   register_command->callback([&session, customer] { Register(session, *customer); });
 
-  cli.add_subcommand("logout", "End the session and empty the cart")->callback([&session] {
-    LogOut(session);
-  });
+  CLI::App* logout = cli.add_subcommand("logout", "End the session and empty the cart");
+  const auto forget = std::make_shared<bool>(false);
+  logout->add_flag("--forget", *forget, "Also remove what the device remembers of you");
+  logout->callback([&session, forget] { LogOut(session, *forget); });
 
   AddListing(cli, "account", "Show your profile",
              [&session](bool as_json) { ShowAccount(session, as_json); });

@@ -32,18 +32,30 @@ void ShowBooks(Session& session, bool as_json) {
   store::StoreManager& manager = session.Store();
   const SavedBooks saved_books;
   Json json = Json::array();
-  Table table({{"Title", 16}, {"Author", 10}, {"Format"}, {"Status"}, {"EAN"}});
+  Table table({{"#", 0, true}, {"Title", 16}, {"Author", 10}, {"Format"}, {"Status"}, {"EAN"}});
   for (const store::Book& book : books) {
     const std::string ean = GetString(book, store::Book::kEan);
     const store::BookStatus status = saved_books.GetStatus(manager, book);
     json.push_back(WithStatus(BookToJson(book), status));
-    table.AddRow({DisplayTitle(book), GetString(book, store::Book::kAuthor),
-                  GetString(book, store::Book::kEbookFormat), StatusCell(status), ean});
+    table.AddRow({"#" + std::to_string(json.size()), DisplayTitle(book),
+                  GetString(book, store::Book::kAuthor), GetString(book, store::Book::kEbookFormat),
+                  StatusCell(status), ean});
   }
-  TitleCache().Add(ToNamedTitles(books), true);
+  if (!TitleCache().ReplaceList(1, ToNamedTitles(books), true)) PrintListNotStored();
   if (as_json) return PrintJson(json);
   if (!books.empty()) return table.Print();
   Screen::Out().PrintLine(kNothingBought);
+}
+
+/// Whether a string is an EAN with a correct check digit.
+bool IsEan(const std::string& text) {
+  constexpr std::size_t kDigits = 13;
+  if (text.size() != kDigits || text.find_first_not_of("0123456789") != std::string::npos) {
+    return false;
+  }
+  int sum = 0;
+  for (std::size_t i = 0; i < kDigits; ++i) sum += (text[i] - '0') * (i % 2 == 0 ? 1 : 3);
+  return sum % 10 == 0;
 }
 
 /// The state of a book that the device alone decides: in the cart, or downloaded by quire.
@@ -84,27 +96,39 @@ void ShowStatus(Session& session, const std::vector<std::string>& named, bool as
   const bool needs_shop = std::any_of(eans.begin(), eans.end(), [&](const std::string& ean) {
     return !FindLocalStatus(session.LocalCart(), saved_books, ean);
   });
-  if (needs_shop && session.Store().IsLoggedIn()) session.PurchasedBooks();
+  if (needs_shop) session.PurchasedBooks();
   const TitleCache titles;
   Json json = Json::array();
   Table table({{"EAN"}, {"Status"}, {"Title", 16}});
+  std::string missing;
   for (const std::string& ean : eans) {
-    const store::Book* bought = FindByEan(manager.GetPurchased(), ean);
-    const store::Book* in_cart = FindByEan(session.LocalCart().orderItems, ean);
+    const store::Book* const bought = FindByEan(manager.GetPurchased(), ean);
+    const store::Book* const in_cart = FindByEan(session.LocalCart().orderItems, ean);
+    const store::Book* const known = in_cart ? in_cart : bought;
     const auto local = FindLocalStatus(session.LocalCart(), saved_books, ean);
+    const std::string title = known ? GetString(*known, store::Book::kTitle) : titles.Find(ean);
+    if (!known && !local && title.empty() && !IsEan(ean)) {
+      missing += (missing.empty() ? "" : ", ") + ean;
+      continue;
+    }
     const auto status = local    ? *local
                         : bought ? saved_books.GetStatus(manager, *bought)
-                                 : manager.GetBookStatusById(ean);
-    const store::Book* known = in_cart ? in_cart : bought;
-    const std::string title = known ? GetString(*known, store::Book::kTitle) : titles.Find(ean);
+                                 : manager.GetBookStatus(ean);
     json.push_back(WithStatus({{"ean", ean}, {"title", StringOrNull(title)}}, status));
     table.AddRow({ean, StatusCell(status), title});
   }
-  if (as_json) return PrintJson(json);
-  table.Print();
-  for (const Json& each : json) {
-    if (each["path"].is_string()) Screen::Out().PrintPath(each["path"].get<std::string>());
+  if (as_json) {
+    PrintJson(json);
+  } else if (!json.empty()) {
+    table.Print();
+    for (const Json& each : json) {
+      if (each["path"].is_string()) Screen::Out().PrintPath(each["path"].get<std::string>());
+    }
   }
+  if (missing.empty()) return;
+  throw CommandError(kNotFound, "There is no book " + missing +
+                                    " in a list or in the cart, and it is no EAN. See what you "
+                                    "have with \"quire books\".");
 }
 
 /// The bought books with these EANs, in their order; `missing` receives the EANs of the others.
@@ -123,46 +147,57 @@ std::vector<store::Book> SelectBooks(const std::vector<store::Book>& bought,
 
 /// Downloads a book that is not on the device yet.
 /// \return "ean", "title", "status" ("downloaded", "present" or "failed"), "path" and "reason".
-Json DownloadOne(Session& session, const store::Book& book, bool as_json) {
+Json DownloadOne(Session& session, const store::Book& book, const DownloadCount& count,
+                 bool as_json) {
   std::string path = SavedBooks().Find(book);
   const bool is_present = !path.empty();
-  store::Failure failure;
-  if (!is_present) path = DownloadBook(session, book, &failure);
-  const bool has_failed = path.empty();
+  DownloadResult result;
+  if (!is_present) result = DownloadBook(session, book, count);
+  RemovePending(session, book);
+  if (is_present) result.path = path;
+  const bool has_failed = result.path.empty();
   if (has_failed || (!is_present && !as_json)) {
-    ReportDownload(book, path, failure);
+    ReportDownload(book, result);
   } else if (!as_json) {
     Screen::Out().PrintLine(QuoteTitle(DisplayTitle(book)) + " is on the device already:");
     Screen::Out().PrintPath(path);
   }
   return {{"ean", GetString(book, store::Book::kEan)},
           {"title", DisplayTitle(book)},
-          {"status", failure      ? "failed"
+          {"status", has_failed   ? "failed"
                      : is_present ? "present"
                                   : "downloaded"},
-          {"path", StringOrNull(path)},
-          {"reason", has_failed ? Json(DescribeFailure(failure)) : Json()}};
+          {"path", StringOrNull(result.path)},
+          {"reason", has_failed ? Json(DescribeFailure(result.failure)) : Json()}};
 }
 
-void DownloadBooks(Session& session, const std::vector<std::string>& named, bool all,
-                   bool as_json) {
-  if (named.empty() && !all) {
-    throw CommandError(kUsage,
-                       "No book was named. Name books that \"quire books\" lists, or give --all.");
-  }
-  const std::vector<store::Book> bought = session.PurchasedBooks();
+/// The EANs that users mean among the bought books.
+std::vector<std::string> ChooseBought(Session& session, const std::vector<std::string>& named) {
   const auto find = [&](const std::string& words) {
-    return SelectByWords(ToNamedTitles(bought), words);
+    return SelectByWords(ToNamedTitles(session.PurchasedBooks()), words);
   };
   const TitleSource source{find, "See what you have with \"quire books\"."};
   std::vector<std::string> eans;
   for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
+  return eans;
+}
+
+void DownloadBooks(Session& session, const std::vector<std::string>& named, bool all,
+                   bool as_json) {
+  std::vector<std::string> eans = ChooseBought(session, named);
+  if (eans.empty() && !all) eans = ListPending(session);
+  if (eans.empty() && !all) {
+    throw CommandError(kUsage,
+                       "No book was named. Name books that \"quire books\" lists, or give --all.");
+  }
+  const std::vector<store::Book> bought = session.PurchasedBooks();
   std::string missing;
   const auto books = all ? bought : SelectBooks(bought, eans, missing);
+  AddPending(session, books);
   Json json = Json::array();
   bool failed = false;
-  for (const store::Book& book : books) {
-    json.push_back(DownloadOne(session, book, as_json));
+  for (std::size_t i = 0; i < books.size(); ++i) {
+    json.push_back(DownloadOne(session, books[i], {i + 1, books.size()}, as_json));
     failed = failed || json.back()["status"] == "failed";
   }
   if (as_json) PrintJson(json);
@@ -189,7 +224,7 @@ void AddBookCommands(CLI::App& cli, Session& session) {
       ->required();
 
   CLI::App* download = AddListing(
-      cli, "download", "Get bought books onto the device",
+      cli, "download", "Get bought books onto the device; without a name, those that are left",
       [&session, named, all](bool as_json) { DownloadBooks(session, *named, *all, as_json); });
   CLI::Option* titles = download->add_option("TITLE", *named, kWhichTitles);
   download->add_flag("--all", *all, "All that you have bought")->excludes(titles);

@@ -95,23 +95,56 @@ Json BookToJson(const store::Book& book) {
           {"date", StringOrNull(MakePrintable(GetString(book, store::Book::kDate)))}};
 }
 
-void PrintCart(const store::Cart& cart) {
+std::vector<CartItem> ListCart(Session& session) {
+  const std::vector<store::Book>& books = session.LocalCart().orderItems;
+  std::vector<CartItem> items;
+  const auto& numbering = session.cart_numbering;
+  for (std::size_t i = 0; i < numbering.size(); ++i) {
+    const store::Book* const book = FindByEan(books, numbering[i]);
+    if (book != nullptr) items.push_back({static_cast<unsigned>(i + 1), *book});
+  }
+  auto position = static_cast<unsigned>(numbering.size());
+  for (const store::Book& book : books) {
+    const std::string ean = GetString(book, store::Book::kEan);
+    const bool is_numbered = std::find(numbering.begin(), numbering.end(), ean) != numbering.end();
+    if (!is_numbered) items.push_back({++position, book});
+  }
+  return items;
+}
+
+void NumberCart(Session& session) {
+  std::vector<std::string> numbering;
+  for (const CartItem& item : ListCart(session)) {
+    numbering.push_back(GetString(item.book, store::Book::kEan));
+  }
+  session.cart_numbering = std::move(numbering);
+}
+
+void SaveCart(Session& session) {
+  NumberCart(session);
+  store::Cart cart = session.LocalCart();
+  cart.orderItems.clear();
+  for (CartItem& item : ListCart(session)) cart.orderItems.push_back(std::move(item.book));
+  cart.Save();
+}
+
+void PrintCart(Session& session) {
   Table table({{"#", 0, true}, {"Title", 16}, {"Author", 10}, {"Price", 0, true}, {"EAN"}});
-  for (unsigned i = 0; i < cart.GetSize(); ++i) {
-    const store::Book& book = cart.GetItem(i);
-    table.AddRow({"#" + std::to_string(i + 1), GetString(book, store::Book::kTitle),
+  for (const auto& [position, book] : ListCart(session)) {
+    table.AddRow({"#" + std::to_string(position), GetString(book, store::Book::kTitle),
                   GetString(book, store::Book::kAuthor), FormatBookPrice(book),
                   GetString(book, store::Book::kEan)});
   }
   table.Print();
-  Screen::Out().PrintLine("Total: " + cart.GetTotalPriceFormatted(), Style::kBold);
+  Screen::Out().PrintLine("Total: " + session.LocalCart().GetTotalPriceFormatted(), Style::kBold);
 }
 
-Json CartToJson(const store::Cart& cart) {
+Json CartToJson(Session& session) {
+  const store::Cart& cart = session.LocalCart();
   Json items = Json::array();
-  for (unsigned i = 0; i < cart.GetSize(); ++i) {
-    Json item = {{"position", i + 1}};
-    item.update(BookToJson(cart.GetItem(i)));
+  for (const auto& [position, book] : ListCart(session)) {
+    Json item = {{"position", position}};
+    item.update(BookToJson(book));
     items.push_back(std::move(item));
   }
   return {{"items", std::move(items)},

@@ -36,11 +36,26 @@ const char* StatusKey(const store::BookStatus& status);
 /// The state of a book, and while it downloads, how far it is.
 Cell StatusCell(const store::BookStatus& status);
 
+struct CartItem {
+  unsigned position;  ///< counted from 1; a title that the shop left out of an order leaves a gap
+  store::Book book;
+};
+
+/// The cart's titles as they are numbered everywhere: in the order in which they were added, which
+/// the shop's order does not change. Does not ask the shop.
+std::vector<CartItem> ListCart(Session& session);
+
+/// Numbers the titles anew, without gaps, in the order of ListCart.
+void NumberCart(Session& session);
+
+/// Numbers the titles anew and saves the cart in their order; to be called after a change.
+void SaveCart(Session& session);
+
 /// Prints the cart's items and its total.
-void PrintCart(const store::Cart& cart);
+void PrintCart(Session& session);
 
 /// "items" (a book each, with its "position"), "total_hundredths", "total" and "order_id".
-Json CartToJson(const store::Cart& cart);
+Json CartToJson(Session& session);
 
 }  // namespace app
 

@@ -37,26 +37,36 @@ store::Book ToBook(const CatalogueEntry& entry) {
 }
 
 void ShowCart(Session& session, bool as_json) {
-  const store::Cart& cart = session.LocalCart();
-  if (as_json) return PrintJson(CartToJson(cart));
-  if (cart.GetSize() > 0) return PrintCart(cart);
+  if (as_json) return PrintJson(CartToJson(session));
+  if (session.LocalCart().GetSize() > 0) return PrintCart(session);
   Screen::Out().PrintLine("The cart is empty. Fill it with \"quire cart add EAN\".");
 }
 
-void AddToCart(Session& session, const std::vector<std::string>& eans) {
+/// Prints why a title is not added, or returns true.
+bool CanAdd(store::StoreManager& manager, const std::string& ean, bool again) {
+  const auto status = manager.GetBookStatus(ean).status;
+  if (status == store::BookStatus::kNotPurchased) return true;
+  if (status == store::BookStatus::kInCart) {
+    Screen::Out().PrintLine(ean + " is in the cart already.");
+  } else if (again) {
+    return true;
+  } else {
+    PrintError("You have bought " + ean + " already. Get it with \"quire download " + ean +
+               "\", or add it with --again to buy it once more.");
+  }
+  return false;
+}
+
+void AddToCart(Session& session, const std::vector<std::string>& eans, bool again) {
   store::StoreManager& manager = session.Store();
   std::vector<std::string> wanted;
-  bool is_any_bought = false;
+  bool is_any_refused = false;
   for (const std::string& ean : eans) {
-    const auto status = manager.GetBookStatus(ean).status;
-    if (status == store::BookStatus::kInCart) {
-      Screen::Out().PrintLine(ean + " is in the cart already.");
-    } else if (status != store::BookStatus::kNotPurchased) {
-      is_any_bought = true;
-      PrintError("You have bought " + ean + " already. Get it with \"quire download " + ean +
-                 "\".");
-    } else {
+    if (CanAdd(manager, ean, again)) {
       wanted.push_back(ean);
+    } else {
+      is_any_refused =
+          is_any_refused || manager.GetBookStatus(ean).status != store::BookStatus::kInCart;
     }
   }
   std::vector<CatalogueEntry> found;
@@ -73,6 +83,7 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
       continue;
     }
     manager.AddToCart(ToBook(*entry));
+    SaveCart(session);
     session.order_is_priced = false;
     Screen::Out().PrintLine("Added to the cart: " + QuoteTitle(entry->title) + ".");
   }
@@ -80,33 +91,36 @@ void AddToCart(Session& session, const std::vector<std::string>& eans) {
     throw CommandError(kNotFound, "The catalogue has no " + missing +
                                       ". See what it has with \"quire catalogue\".");
   }
-  if (is_any_bought) throw CommandError(kFailed, "");
+  if (is_any_refused) throw CommandError(kFailed, "");
 }
 
-/// The index of the item that a user names; numbers are positions in the cart.
-unsigned FindPosition(const store::Cart& cart, const std::string& named) {
+/// The item that a user names; numbers are positions as ListCart has them.
+store::Book ChooseFromCart(Session& session, const std::string& named) {
+  const std::vector<CartItem> items = ListCart(session);
   const auto find_words = [&](const std::string& words) {
-    return SelectByWords(ToNamedTitles(cart.orderItems), words);
+    return SelectByWords(ToNamedTitles(session.LocalCart().orderItems), words);
   };
   const auto find_number = [&](std::size_t number) {
-    return number >= 1 && number <= cart.GetSize() ? "#" + std::to_string(number) : std::string();
+    const bool is_listed = std::any_of(
+        items.begin(), items.end(), [&](const CartItem& item) { return item.position == number; });
+    return is_listed ? "#" + std::to_string(number) : std::string();
   };
-  const std::string advice = "See what the cart has with \"quire cart\".";
+  const std::string advice = "See what it has with \"quire cart\".";
   const std::string id = ChooseTitle(named, {find_words, advice, find_number});
-  if (id.starts_with('#')) return static_cast<unsigned>(std::stoul(id.substr(1)) - 1);
-  for (unsigned i = 0; i < cart.GetSize(); ++i) {
-    if (GetString(cart.GetItem(i), store::Book::kEan) == id) return i;
+  for (const auto& [position, book] : items) {
+    if (id == GetString(book, store::Book::kEan) || id == "#" + std::to_string(position)) {
+      return book;
+    }
   }
   throw CommandError(kNotFound, "The cart has no " + id + ". " + advice);
 }
 
-void RemoveFromCart(Session& session, const std::string& which) {
-  const store::Cart& cart = session.LocalCart();
-  const unsigned position = FindPosition(cart, which);
-  const std::string title = GetString(cart.GetItem(position), store::Book::kTitle);
-  session.RemoveFromCart(position);
+void RemoveFromCart(Session& session, const std::string& named) {
+  const store::Book book = ChooseFromCart(session, named);
+  session.RemoveFromCart(book);
+  SaveCart(session);
   session.order_is_priced = false;
-  Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(title) + ".");
+  Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(DisplayTitle(book)) + ".");
 }
 
 }  // namespace
@@ -114,13 +128,16 @@ void RemoveFromCart(Session& session, const std::string& which) {
 void AddCartCommands(CLI::App& cli, Session& session) {
   const auto eans = std::make_shared<std::vector<std::string>>();
   const auto which = std::make_shared<std::string>();
+  const auto again = std::make_shared<bool>(false);
 
   CLI::App* cart = AddListing(cli, "cart", "Show the cart, or change it",
                               [&session](bool as_json) { ShowCart(session, as_json); });
   CLI::App* add = cart->add_subcommand("add", "Add titles of the catalogue to it");
   add->add_option("TITLE", *eans, "EANs, numbers of the last list, or words of one title")
       ->required();
-  add->callback([&session, eans] { AddToCart(session, ChooseFromCatalogue(session, *eans)); });
+  add->add_flag("--again", *again, "Also titles that you have bought already");
+  add->callback(
+      [&session, eans, again] { AddToCart(session, ChooseFromCatalogue(session, *eans), *again); });
   CLI::App* remove = cart->add_subcommand("remove", "Remove a title from it");
   remove->add_option("TITLE", *which, "Its EAN, its number in the cart, or words of its title")
       ->required();

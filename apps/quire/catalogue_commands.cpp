@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t kTitlesPerPage = 20;
 
 std::string FormatsCell(const CatalogueEntry& entry) {
-  const std::string formats = boost::algorithm::join(entry.formats, ",");
+  std::string formats = boost::algorithm::join(entry.formats, ",");
   if (!entry.needs_adobe) return formats;
   return (formats.empty() ? "Adobe" : formats) + " *";
 }
@@ -157,8 +157,8 @@ void ShowCatalogue(Session& session, const Request& request, bool as_json) {
     PrintListing(listing, request, first_number);
   }
   const std::vector<NamedTitle> shown = ToNamedTitles(listing.entries);
-  if (!shown.empty() && !TitleCache().ReplaceList(first_number, shown)) {
-    PrintError("The list could not be stored, so that titles cannot be named by its numbers.");
+  if (!shown.empty() && !TitleCache().ReplaceList(first_number, shown, false)) {
+    PrintListNotStored();
   }
   if (const std::size_t count = listing.skipped_count; count > 0) {
     Screen::Err().PrintLine((count == 1 ? "1 title is" : std::to_string(count) + " titles are") +

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <numeric>
 #include <sstream>
+#include <string_view>
+#include <utility>
 
 #include "catalogue.h"
 #include "completion.h"
@@ -30,7 +33,6 @@ void ShowLog(int level) {
 
 /// Options of the process; their callbacks run before that of any command.
 void AddProcessOptions(CLI::App& cli) {
-  cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
   cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to that level")
       ->type_name("1|2|3|4|5")
       ->check(CLI::Range(1, 5).description(""))
@@ -39,11 +41,60 @@ void AddProcessOptions(CLI::App& cli) {
       "-v,--verbose", [] { ShowLog(5); }, "The same as --log 5");
 }
 
-/// The first argument when it is no option and names no command; empty otherwise.
-std::string FindUnknownCommand(const CLI::App& cli, const std::vector<std::string>& arguments) {
-  if (arguments.empty() || arguments.front().starts_with('-')) return {};
-  const auto is_named = [&](const CLI::App* each) { return each->get_name() == arguments.front(); };
-  return cli.get_subcommands(is_named).empty() ? arguments.front() : "";
+/// The number of characters to insert, remove or replace to turn `one` into `other`.
+std::size_t EditDistance(std::string_view one, std::string_view other) {
+  std::vector<std::size_t> row(other.size() + 1);
+  std::iota(row.begin(), row.end(), 0);
+  for (std::size_t i = 0; i < one.size(); ++i) {
+    std::size_t diagonal = row[0]++;
+    for (std::size_t j = 0; j < other.size(); ++j) {
+      const std::size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+/// What another program would call a command.
+constexpr std::pair<const char*, const char*> kSynonyms[] = {
+    {"search", "catalogue"}, {"find", "catalogue"}, {"browse", "catalogue"}, {"list", "catalogue"},
+    {"basket", "cart"},      {"add", "cart"},       {"buy", "pay"},          {"order", "orders"},
+    {"get", "download"},     {"signin", "login"},   {"signup", "register"},  {"purchased", "books"},
+    {"profile", "account"},  {"whoami", "account"}, {"info", "show"},        {"details", "show"},
+    {"read", "open"},        {"remove", "delete"}};
+
+/// The command that the user may have meant; empty when none is near.
+std::string SuggestCommand(const CLI::App& cli, const std::string& unknown) {
+  constexpr std::size_t kMaxDistance = 2;
+  std::string nearest;
+  std::size_t least = std::min(kMaxDistance, unknown.size() / 2);
+  for (const CLI::App* command : cli.get_subcommands({})) {
+    const std::size_t distance = EditDistance(unknown, command->get_name());
+    if (distance > least || (distance == least && !nearest.empty())) continue;
+    nearest = command->get_name();
+    least = distance;
+  }
+  for (const auto& [synonym, command] : kSynonyms) {
+    if (unknown == synonym) return command;
+  }
+  return nearest;
+}
+
+/// Throws CommandError when the first argument names neither a command nor an option.
+void CheckCommand(const CLI::App& cli, const std::string& first) {
+  if (first.starts_with('-')) {
+    const std::string name = first.substr(0, first.find('='));
+    if (cli.get_option_no_throw(name) != nullptr) return;
+    throw CommandError(kUsage, "There is no option \"" + name + "\". See \"quire --help\".");
+  }
+  const auto is_named = [&](const CLI::App* each) { return each->get_name() == first; };
+  if (!cli.get_subcommands(is_named).empty()) return;
+  const std::string suggestion = SuggestCommand(cli, first);
+  throw CommandError(kUsage,
+                     "There is no command \"" + first + "\". " +
+                         (suggestion.empty() ? "See \"quire --help\"."
+                                             : "Did you mean \"quire " + suggestion + "\"?"));
 }
 
 /// Prints help within the screen's width: a long line continues in the column where its text
@@ -89,6 +140,7 @@ ExitCode ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
 
 /// Parses the arguments, which runs the command that they name, and reports its failure.
 ExitCode ParseAndRun(CLI::App& cli, std::vector<std::string> arguments) try {
+  CheckCommand(cli, arguments.front());
   std::reverse(arguments.begin(), arguments.end());  // CLI11 expects this order
   cli.parse(std::move(arguments));
   return kOk;
@@ -134,6 +186,7 @@ void AddCommands(CLI::App& cli, Session& session) {
   AddCheckoutCommands(cli, session);
   AddBookCommands(cli, session);
   AddLibraryCommands(cli);
+  cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
   if (session.mode() == Session::Mode::kSingleCommand) {
     AddShellCommand(cli);
     AddProcessOptions(cli);
@@ -152,9 +205,9 @@ ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
     PrintCompletions(cli, session, {arguments.begin() + 1, arguments.end()});
     return kOk;
   }
-  if (const std::string unknown = FindUnknownCommand(cli, arguments); !unknown.empty()) {
-    PrintError("There is no command \"" + unknown + "\". See \"quire --help\".");
-    return kUsage;
+  if (arguments.front() == "help") {
+    arguments.erase(arguments.begin());
+    arguments.push_back("--help");
   }
   session.BeginCommand();
   return ParseAndRun(cli, std::move(arguments));

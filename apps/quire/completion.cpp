@@ -38,15 +38,15 @@ Position Locate(const CLI::App& cli, const std::vector<std::string>& before) {
   return at;
 }
 
-std::vector<Completion> ListCart(Session& session) {
+std::vector<Completion> CompleteCart(Session& session) {
   std::vector<Completion> titles;
-  for (const store::Book& book : session.LocalCart().orderItems) {
+  for (const auto& [position, book] : ListCart(session)) {
     titles.push_back({GetString(book, store::Book::kEan), DisplayTitle(book)});
   }
   return titles;
 }
 
-std::vector<Completion> ListDevice() try {
+std::vector<Completion> CompleteDevice() try {
   std::vector<Completion> titles;
   const std::vector<DeviceBook> books = FindDeviceBooks();
   for (std::size_t i = 0; i < books.size(); ++i) {
@@ -60,8 +60,8 @@ std::vector<Completion> ListDevice() try {
 
 /// The titles that may follow a command.
 std::vector<Completion> ListTitles(const std::string& command, Session& session) {
-  if (command == "cart remove") return ListCart(session);
-  if (command == "open" || command == "delete") return ListDevice();
+  if (command == "cart remove") return CompleteCart(session);
+  if (command == "open" || command == "delete") return CompleteDevice();
   const bool is_for_bought = command == "download";
   const bool is_for_others = command == "cart add";
   if (!is_for_bought && !is_for_others && command != "show" && command != "status") return {};

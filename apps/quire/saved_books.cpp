@@ -6,6 +6,7 @@
 #include "book_files.h"
 #include "book_view.h"
 #include "json_output.h"
+#include "state_file.h"
 
 namespace app {
 namespace {

@@ -60,6 +60,7 @@ void Spin(const std::stop_token& stop, const char* text,
   using namespace std::chrono_literals;
   constexpr std::array kFrames{"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
   const Screen& screen = Screen::Err();
+  const bool is_plain = screen.IsPlainTerminal();
   const auto start = std::chrono::steady_clock::now();
   std::mutex mutex;
   std::condition_variable_any ended;
@@ -67,16 +68,21 @@ void Spin(const std::stop_token& stop, const char* text,
   const auto ends_within = [&](std::chrono::milliseconds time) {
     return ended.wait_for(lock, stop, time, [&] { return stop.stop_requested(); });
   };
-  if (ends_within(300ms)) return;
+  if (ends_within(is_plain ? kPlainProgressPeriod : 300ms)) return;
   std::size_t frame = 0;
   do {
     const auto waited = std::chrono::steady_clock::now() - start;
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited).count();
-    std::string line = std::string(kFrames[frame++ % kFrames.size()]) + " " + text;
+    std::string line = text;
     if (const std::string detail = get_detail(); !detail.empty()) line += " " + detail;
     if (seconds >= 3) line += " " + std::to_string(seconds) + " s";
-    screen.ReplaceLine(Truncate(line, screen.Width() - 1));
-  } while (!ends_within(100ms));
+    if (is_plain) {
+      screen.PrintLine(line);
+    } else {
+      const std::string spinner = kFrames[frame++ % kFrames.size()];
+      screen.ReplaceLine(Truncate(spinner + " " + line, screen.Width() - 1));
+    }
+  } while (!ends_within(is_plain ? kPlainProgressPeriod : 100ms));
   screen.ReplaceLine("");
 }
 
@@ -109,6 +115,10 @@ int Screen::Width() const {
     return kDefaultColumns;
   }
   return std::max<int>(size.ws_col, kMinColumns);
+}
+
+int Screen::WidthLimit() const {
+  return terminal_ || IsSet("COLUMNS") ? Width() : 0;
 }
 
 std::string Screen::ApplyStyle(Style style, const std::string& text) const {
@@ -154,7 +164,7 @@ void PrintError(const std::string& text) {
 }
 
 Spinner::Spinner(const char* text) : detail_(std::make_shared<Detail>()) {
-  if (!Screen::Err().IsInteractive()) return;
+  if (!Screen::Err().IsInteractive() && !Screen::Err().IsPlainTerminal()) return;
   thread_ = std::jthread(Spin, text, [detail = detail_] { return detail->Get(); });
 }
 

@@ -1,6 +1,7 @@
 #ifndef QUIRE_APP_SCREEN_H_
 #define QUIRE_APP_SCREEN_H_
 
+#include <chrono>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -17,11 +18,18 @@ class Screen {
   static const Screen& Out();
   static const Screen& Err();
 
-  /// Whether styles and lines that change are shown: on a terminal, unless NO_COLOR is set.
+  /// Whether styles and lines that change are shown: on a terminal, unless NO_COLOR is set or it
+  /// is a dumb one.
   bool IsInteractive() const { return interactive_; }
+
+  /// Whether progress is shown as plain lines: on a terminal that is not interactive.
+  bool IsPlainTerminal() const { return terminal_ && !interactive_; }
 
   /// Columns to fit into: $COLUMNS, else the terminal's width, else 80.
   int Width() const;
+
+  /// Columns to which tables are cut: Width on a terminal or with $COLUMNS, elsewhere 0: no limit.
+  int WidthLimit() const;
 
   /// A printable string with the escape sequences of a style, if the stream shows styles.
   std::string ApplyStyle(Style style, const std::string& text) const;
@@ -55,8 +63,11 @@ class Screen {
 /// Prints an error on the standard error.
 void PrintError(const std::string& text);
 
-/// Shows on an interactive error stream what the program waits for, from 300 ms after construction
-/// until destruction. Its thread only prints.
+/// How often progress is shown on a terminal that is not interactive.
+inline constexpr std::chrono::seconds kPlainProgressPeriod{3};
+
+/// Shows on a terminal what the program waits for: from 300 ms after construction until
+/// destruction, or as a plain line every few seconds. Its thread only prints.
 class Spinner {
  public:
   explicit Spinner(const char* text);

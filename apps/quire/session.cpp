@@ -7,12 +7,19 @@ namespace app {
 store::StoreManager& Session::Store() {
   store::StoreManager& manager = store::StoreManager::Instance();
   if (is_initialised_) return manager;
-  const Spinner spinner("Asking the shop …");
-  if (manager.Init() != 0) {
-    throw ToCommandError("The shop cannot be opened", manager.GetLastFailure());
+  {
+    const Spinner spinner("Asking the shop …");
+    if (manager.Init() != 0) {
+      throw ToCommandError("The shop cannot be opened", manager.GetLastFailure());
+    }
   }
   is_initialised_ = true;
   purchased_are_fresh_ = manager.IsPurchasedKnown();
+  try {
+    SettleOpenOrder();
+  } catch (const CommandError& error) {
+    Screen::Err().PrintLine(error.what(), Style::kError);  // it stops payments only
+  }
   return manager;
 }
 
@@ -22,12 +29,29 @@ const store::Cart& Session::LocalCart() {
   return stored_cart_;
 }
 
-void Session::RemoveFromCart(unsigned index) {
+void Session::RemoveFromCart(const store::Book& book) {
   if (is_initialised_) {
-    store::StoreManager::Instance().RemoveFromCart(index);
+    store::StoreManager::Instance().RemoveFromCart(book);
   } else {
-    stored_cart_.RemoveFromCart(index);
+    stored_cart_.RemoveFromCart(book);
   }
+}
+
+std::optional<SettledOrder> Session::SettleOpenOrder() {
+  store::StoreManager& manager = store::StoreManager::Instance();
+  if (settled_ || !manager.IsLoggedIn()) return settled_;
+  const auto order = ReadOrderJournal().FindOpen(manager.getLogin());
+  if (!order) return std::nullopt;
+  std::optional<PaymentLock> lock;
+  if (!payment_lock && lock.emplace().state() == FileLock::State::kBusy) return std::nullopt;
+  {
+    const Spinner spinner("Asking the shop about an open order …");
+    OrderPayment payment(manager);
+    settled_ = SettleOrder(manager, payment, *order);
+  }
+  if (settled_->HasEnded()) purchased_are_fresh_ = manager.IsPurchasedKnown();
+  Screen::Err().PrintLine(DescribeOrder(*settled_));
+  return settled_;
 }
 
 store::StoreManager& Session::LoggedInStore() {

@@ -55,8 +55,7 @@ class ScopedCtrlCKey {
   bool changed_ = false;
 };
 
-/// Splits a line into words, which may be quoted; drops a leading "quire" and turns "help" into
-/// "--help".
+/// Splits a line into words, which may be quoted; drops a leading "quire".
 std::vector<std::string> SplitWords(const std::string& line) {
   std::istringstream in(line);
   std::vector<std::string> words;
@@ -64,10 +63,6 @@ std::vector<std::string> SplitWords(const std::string& line) {
     in >> std::quoted(words.emplace_back(), in.peek() == '\'' ? '\'' : '"');
   }
   if (!words.empty() && words.front() == "quire") words.erase(words.begin());
-  if (!words.empty() && words.front() == "help") {
-    words.erase(words.begin());
-    words.push_back("--help");
-  }
   return words;
 }
 
@@ -84,6 +79,7 @@ void AddToHistory(const std::string& line) {
     return word == "login" || word == "register";
   });
   if (words.empty() || is_secret) return;
+  if (access(kHistoryFile, F_OK) != 0) clear_history();  // "logout --forget" has removed it
   add_history(line.c_str());
   // The line editor writes an existing file only with the mode that it has.
   const int fd = open(kHistoryFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);

@@ -147,7 +147,7 @@ void PrintTitle(const Title& title, const std::optional<store::BookStatus>& stat
   const std::string adobe = entry.needs_adobe ? " (some need Adobe Digital Editions)" : "";
   const Screen& out = Screen::Out();
   out.Write(RenderDetails(
-      out.Width(),
+      out.WidthLimit(),
       {{"Title", {title.Text(), Style::kBold}},
        {"Author", title.Get(&CatalogueEntry::author, store::Book::kAuthor)},
        {"EAN", title.Ean()},

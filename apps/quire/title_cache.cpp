@@ -42,25 +42,19 @@ std::string TitleCache::FindEan(std::size_t number) const {
   return is_listed ? list_[number - first_number_] : std::string();
 }
 
-bool TitleCache::Insert(const std::vector<NamedTitle>& titles, bool are_bought) {
-  bool has_changed = false;
+void TitleCache::Insert(const std::vector<NamedTitle>& titles, bool are_bought) {
   if (titles_.size() + titles.size() > 2 * kMaxTitles) titles_.clear();
   for (const NamedTitle& title : titles) {
     if (title.id.empty() || titles_.size() > kMaxTitles) continue;
-    const std::string text = Truncate(MakePrintable(title.title), kMaxTitle_columns);
     Title& known = titles_[title.id];
-    has_changed = has_changed || known.text != text || (are_bought && !known.is_bought);
-    known = {text, known.is_bought || are_bought};
+    known = {Truncate(MakePrintable(title.title), kMaxTitle_columns),
+             known.is_bought || are_bought};
   }
-  return has_changed;
 }
 
-void TitleCache::Add(const std::vector<NamedTitle>& titles, bool are_bought) {
-  if (Insert(titles, are_bought)) static_cast<void>(Save());
-}
-
-bool TitleCache::ReplaceList(std::size_t first_number, const std::vector<NamedTitle>& titles) {
-  Insert(titles, false);
+bool TitleCache::ReplaceList(std::size_t first_number, const std::vector<NamedTitle>& titles,
+                             bool are_bought) {
+  Insert(titles, are_bought);
   first_number_ = first_number;
   list_.clear();
   for (const NamedTitle& title : titles) list_.push_back(title.id);

@@ -37,19 +37,15 @@ class TitleCache {
   /// The EAN of the title under a number of the last list; empty when there is none.
   std::string FindEan(std::size_t number) const;
 
-  /// Adds titles by their EANs and replaces the file if that changes it. When there are too many,
-  /// earlier ones are dropped. A failure is ignored: the next list is another chance.
-  void Add(const std::vector<NamedTitle>& titles, bool are_bought);
-
-  /// Adds titles, numbers them instead of those of the last list, and replaces the file (mode
-  /// 0600).
+  /// Adds titles by their EANs, numbers them instead of those of the last list, and replaces the
+  /// file (mode 0600). When there are too many, earlier titles are dropped.
   /// \param first_number  of the first title; the others follow.
   /// \return false when the file could not be written.
-  [[nodiscard]] bool ReplaceList(std::size_t first_number, const std::vector<NamedTitle>& titles);
+  [[nodiscard]] bool ReplaceList(std::size_t first_number, const std::vector<NamedTitle>& titles,
+                                 bool are_bought);
 
  private:
-  /// \return whether that has changed something.
-  bool Insert(const std::vector<NamedTitle>& titles, bool are_bought);
+  void Insert(const std::vector<NamedTitle>& titles, bool are_bought);
   bool Save() const;
 
   std::string file_;

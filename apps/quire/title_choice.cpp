@@ -64,21 +64,27 @@ CommandError Ambiguous(const std::string& named, const std::vector<NamedTitle>& 
 }  // namespace
 
 std::string ChooseTitle(const std::string& named, const TitleSource& source) {
-  if (const std::string ean = ParseTypedEan(named); !ean.empty()) return ean;
+  if (std::string ean = ParseTypedEan(named); !ean.empty()) return ean;
   if (const auto number = ParseNumber(named)) {
-    const std::string id = source.find_number(*number);
+    std::string id = source.find_number(*number);
     if (!id.empty()) return id;
     if (named.starts_with('#')) {
       throw CommandError(kNotFound, "The list has no title " + named + ". " + source.advice);
     }
   }
-  if (FoldWords(named).empty()) throw CommandError(kUsage, "No title was named. " + source.advice);
+  if (FoldWords(named).empty()) {
+    throw CommandError(kUsage, "The name of a book is empty. " + source.advice);
+  }
   const std::vector<NamedTitle> found = Narrow(source.find_words(named), named);
   if (found.empty()) {
     throw CommandError(kNotFound, "No title has \"" + named + "\". " + source.advice);
   }
   if (found.size() > 1) throw Ambiguous(named, found);
   return found.front().id;
+}
+
+void PrintListNotStored() {
+  PrintError("The list could not be stored, so that titles cannot be named by its numbers.");
 }
 
 std::vector<CatalogueEntry> SearchCatalogue(Session& session, const std::string& words) {

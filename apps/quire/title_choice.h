@@ -31,6 +31,9 @@ struct TitleSource {
 ///     title or more than one is meant.
 std::string ChooseTitle(const std::string& named, const TitleSource& source);
 
+/// Reports that TitleCache::ReplaceList failed.
+void PrintListNotStored();
+
 /// The titles of the catalogue that the shop finds for some words. Throws CatalogueError.
 std::vector<CatalogueEntry> SearchCatalogue(Session& session, const std::string& words);
 

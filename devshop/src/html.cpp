@@ -19,6 +19,8 @@ label { display: block; margin-top: 12px; font-weight: 600; }
 input, button { box-sizing: border-box; padding: 10px; font: inherit; }
 button { margin-top: 12px; }
 button.main { background: #23527c; color: #fff; }
+input[aria-invalid] { border: 2px solid #b3261e; }
+:focus-visible { outline: 3px solid #23527c; outline-offset: 2px; }
 .error { color: #b3261e; margin: 4px 0 0; }
 )";
 
@@ -45,8 +47,8 @@ void ServePage(Response& response, const std::string& title, const std::string& 
       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
       "<link rel=\"icon\" href=\"data:,\">\n<title>" +
           name + " - " + kShopName + "</title>\n<style>" + kStyle +
-          "</style>\n</head>\n<body>\n<p>" + kShopName + "</p>\n<h1>" + name + "</h1>\n" + content +
-          "</body>\n</html>\n",
+          "</style>\n</head>\n<body>\n<header><p>" + kShopName + "</p></header>\n<main>\n<h1>" +
+          name + "</h1>\n" + content + "</main>\n</body>\n</html>\n",
       "text/html; charset=utf-8");
 }
 

@@ -84,15 +84,25 @@ const Input kInputs[] = {
     {"card_expiry", "Valid until", R"(autocomplete="cc-exp" placeholder="MM/YY" maxlength="9")"},
     {"card_cvc", "CVC", R"(autocomplete="cc-csc" inputmode="numeric" maxlength="4")"}};
 
-std::string InputHtml(const Input& input, const Fields& typed, const FieldErrors& errors) {
+std::string InputHtml(const Input& input, const Fields& typed, const FieldErrors& errors,
+                      bool focused) {
   const auto& name = input.name;
   const auto found = errors.find(name);
   const std::string value = name == "card_cvc" ? "" : EscapeHtml(GetField(typed, name));
   std::string html = "<label for=\"" + name + "\">" + input.label + "</label>\n<input id=\"" +
-                     name + "\" name=\"" + name + "\" value=\"" + value + "\" " + input.attributes;
+                     name + "\" name=\"" + name + "\" value=\"" + value + "\" " + input.attributes +
+                     (focused ? " autofocus" : "");
   if (found == errors.end()) return html + ">\n";
   return html + " aria-invalid=\"true\" aria-describedby=\"" + name +
          "_error\">\n<p class=\"error\" id=\"" + name + "_error\">" + found->second + "</p>\n";
+}
+
+/// The name of the first input with an error, or of the first one if there is none.
+std::string FindFirstInvalid(const FieldErrors& errors) {
+  const auto found = std::find_if(std::begin(kInputs), std::end(kInputs), [&](const Input& input) {
+    return errors.count(input.name) != 0;
+  });
+  return found != std::end(kInputs) ? found->name : kInputs[0].name;
 }
 
 void ServeSettled(const Order& order, Response& response) {
@@ -118,7 +128,10 @@ void ServeForm(const Catalogue& catalogue, const Order& order, const Fields& typ
   }
   const std::string amount = EscapeHtml(FormatPrice(order.AmountHundredths(catalogue), currency));
   if (by_card) {
-    for (const Input& input : kInputs) inputs += InputHtml(input, typed, errors);
+    const std::string focused = FindFirstInvalid(errors);
+    for (const Input& input : kInputs) {
+      inputs += InputHtml(input, typed, errors, input.name == focused);
+    }
   } else {
     inputs = "<p>Your wallet account<br>\n" + EscapeHtml(order.email) +
              "<br>\nApprove in your wallet account, and the shop gets " + amount +

@@ -46,6 +46,8 @@ void HttpRequest::AddPostParam(const std::string& /*key*/, const std::string& /*
 
 void HttpRequest::AddPostParam(const std::string& /*key*/, int /*value*/) {}
 
+void HttpRequest::AddHeader(const std::string& /*name*/, const std::string& /*value*/) {}
+
 void HttpRequest::SetFollowRedirects(bool /*on*/) {}
 
 const std::string& HttpRequest::GetMethod() const {
@@ -68,10 +70,20 @@ const HttpRequest::Parameters& HttpRequest::GetPostParams() const {
   return post_params_;
 }
 
+const HttpRequest::Parameters& HttpRequest::GetHeaders() const {
+  return headers_;
+}
+
 int HttpRequestRunner::PerformRequest(const HttpRequest& /*request*/, long* status,
                                       std::vector<char>* body, unsigned /*timeout_s*/) {
   if (status != nullptr) *status = 0;
   if (body != nullptr) body->clear();
+  return kOther;
+}
+
+int HttpRequestRunner::PerformRequest(const HttpRequest& /*request*/, Response* response,
+                                      unsigned /*timeout_s*/) {
+  *response = {};
   return kOther;
 }
 

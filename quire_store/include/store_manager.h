@@ -20,6 +20,7 @@ namespace saltmoor::quire {
 class DownloadQueue;
 class FirstFailure;
 class PendingPayment;
+class PurchasedBooks;
 
 /// The store: everything that an application does with the user's account at the shop. It shows
 /// nothing but a message when a download failed and the payment page in the device's browser.
@@ -203,8 +204,7 @@ class QUIRE_EXPORT StoreManager {
   SwitchboardConfig switchboard_;
   std::string session_id_;
   Cart cart_;
-  std::vector<Book> purchased_;
-  bool purchased_known_ = false;
+  std::unique_ptr<PurchasedBooks> purchased_;
   std::unique_ptr<DownloadQueue> downloads_;
   std::unique_ptr<PendingPayment> payment_;
 };

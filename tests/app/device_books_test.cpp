@@ -66,7 +66,7 @@ TEST_F(BooksOnDevice, OpensABookInTheNamedViewer) {
       {5, "#99", "no title #99"},
       {5, "#0", "no title #0"},
       {5, "9780000000000", "No book on the device has the EAN 9780000000000"},
-      {2, " ", "No title was named"},
+      {2, " ", "The name of a book is empty"},
       {5, "e", "More than one title has \"e\": “"}};
   for (const auto& [exit_code, name, reason] : wrong) {
     ExpectContains(Run(exit_code, {"open", name}).err, reason);

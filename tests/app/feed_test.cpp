@@ -294,7 +294,7 @@ TEST(OpenSearch, ExpandsTheTemplateOfTitles) {
   EXPECT_THROW(ParseSearchDescription(Feed(""), url), FeedError);
 }
 
-TEST(UrlUtil, ResolvesHttpOnlyAndComparesOrigins) {
+TEST(CatalogueUrl, ResolvesHttpOnlyAndComparesOrigins) {
   EXPECT_EQ(ResolveUrl("https://a.example/b/c?d", "../e?f#g"), "https://a.example/e?f");
   EXPECT_EQ(ResolveUrl("https://a.example/b", "//c.example/d"), "https://c.example/d");
   EXPECT_EQ(ResolveUrl("https://a.example/", "file:///etc/passwd"), "");

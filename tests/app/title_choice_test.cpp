@@ -13,8 +13,8 @@ class ListedTitles : public testing::Test {
  protected:
   void SetUp() override {
     SetUtf8Locale();
-    ASSERT_TRUE(
-        list_.ReplaceList(21, {{"11111111", "A", ""}, {"", "no EAN", ""}, {"33333333", "C", ""}}));
+    ASSERT_TRUE(list_.ReplaceList(
+        21, {{"11111111", "A", ""}, {"", "no EAN", ""}, {"33333333", "C", ""}}, false));
   }
 
   /// The chosen EAN, or "exit code: message".
@@ -49,8 +49,8 @@ TEST_F(ListedTitles, AreChosenByEanNumberOrWords) {
       {"fog bob", "55555555"},
       {"1984", "66666666"},
       {"none", "5: No title has \"none\". Look."},
-      {"", "2: No title was named. Look."},
-      {" ", "2: No title was named. Look."}};
+      {"", "2: The name of a book is empty. Look."},
+      {" ", "2: The name of a book is empty. Look."}};
   for (const auto& [named, chosen] : cases) EXPECT_EQ(Choose(named), chosen) << named;
   const std::string ambiguous = Choose("the");
   EXPECT_EQ(ambiguous.find("5: More than one title has \"the\": “The Fog” (44444444), “The Fog at"),
@@ -71,7 +71,7 @@ TEST_F(ListedTitles, SurviveTheProcessPrivately) {
     EXPECT_EQ(TitleCache(file_).FindEan(1), "") << damaged;
     EXPECT_TRUE(TitleCache(file_).titles().empty()) << damaged;
   }
-  EXPECT_FALSE(TitleCache(directory_ / "no/such").ReplaceList(1, {}));
+  EXPECT_FALSE(TitleCache(directory_ / "no/such").ReplaceList(1, {}, false));
 }
 
 }  // namespace

@@ -166,6 +166,7 @@ bool IsDamaged(const SQLite::Exception& error) {
   return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB || kind == SQLITE_ERROR;
 }
 
+/// Throws SQLite::Exception.
 ScanResult UpdateLibrary(const std::string& directory, const std::vector<BookFile>& found,
                          const fs::path& file) {
   SQLite::Database library(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE,
@@ -191,7 +192,7 @@ fs::path MoveAside(const fs::path& file) {
     aside += ".damaged-" + std::to_string(number);
   }
   std::error_code error;
-  // A journal that were left alone would be applied to the new library.
+  // First the journal: if it stayed, it would be applied to the new library.
   fs::rename(file.string() + "-journal", aside.string() + "-journal", error);
   fs::rename(file, aside, error);
   if (error) {
@@ -225,6 +226,7 @@ std::vector<LibraryBook> ReadLibrary(const fs::path& library_file) try {
   if (!fs::exists(library_file)) return books;
   // Not read-only: the transaction of a scan that was killed may have to be rolled back.
   const SQLite::Database library(library_file.string(), SQLite::OPEN_READWRITE, kBusyTimeout_ms);
+  if (!library.tableExists("books")) return books;  // its first scan has not succeeded yet
   SQLite::Statement query(
       library, "SELECT path, format, size, modified, title, author FROM books ORDER BY path");
   while (query.executeStep()) books.push_back(query.getColumns<LibraryBook, 6>());

@@ -5,20 +5,17 @@
 #include <utility>
 
 #include "book_properties.h"
-#include "file_names.h"
+#include "book_reader.h"
 #include "json.h"
 
 namespace saltmoor::quire {
-namespace {
 
-std::int64_t ParseCents(const std::string& text) {
+std::int64_t ParseCents(const std::string& price) {
   constexpr double kInt64End = 9223372036854775808.0;
-  const double cents = ParseNumber(text) * 100.0;
+  const double cents = ParseNumber(price) * 100.0;
   return std::abs(cents) < kInt64End ? std::llround(cents) : 0;
 }
 
-// Breaks a timestamp into two lines between day and time; another date gets "| " after its first
-// space.
 std::string FormatDate(std::string date) {
   const std::size_t colon = date.find(':');
   const std::size_t before_time =
@@ -28,8 +25,6 @@ std::string FormatDate(std::string date) {
   if (gap != std::string::npos) date.insert(gap + 1, "| ");
   return date;
 }
-
-}  // namespace
 
 std::map<std::string, Book::StringProps> Book::s_book_string_map{
     {"orderItemEAN", kEan},
@@ -64,32 +59,8 @@ Book& Book::operator=(Book&& other) noexcept {
 }
 
 Book Book::FromJson(const Json::Value& json) {
-  Book book;
-  if (!json.isObject()) return book;
-
-  for (const auto& [key, property] : s_book_int_map) {
-    if (const Json::Value* const value = FindMember(json, key)) {
-      book.int_props[property] = GetInt64(*value).value_or(0);
-    }
-  }
-  // Compatibility: of two keys of one property the later one in byte order wins.
-  for (const auto& [key, property] : s_book_string_map) {
-    if (const Json::Value* const value = FindMember(json, key)) {
-      book.string_props[property] = ToString(*value);
-    }
-  }
-  if (const Json::Value* const price = FindMember(json, kPriceKey)) {
-    book.int_props[kPrice] = ParseCents(ToString(*price));
-  }
-
-  // Compatibility: dates are stored in their form for display.
-  std::string& date = book.string_props[kDate];
-  date = FormatDate(date);
-  std::string& format = book.string_props[kEbookFormat];
-  if (std::string extension = ExtentionByMime(format); !extension.empty()) {
-    format = std::move(extension);
-  }
-  return book;
+  if (!json.isObject()) return {};
+  return ReadBook([&json](const std::string& key) { return FindMember(json, key); });
 }
 
 std::string FormatPrice(const Book& book) {

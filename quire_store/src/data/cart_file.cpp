@@ -77,7 +77,9 @@ class ItemWriter {
 }  // namespace
 
 std::string SerializeCart(const Cart& cart) {
+  constexpr std::size_t kUsualItemSize_bytes = 1200;
   std::string out;
+  out.reserve((cart.orderItems.size() + 1) * kUsualItemSize_bytes);
   const auto append = [&out](const char* before, const std::string& text) {
     AppendQuoted(text, out += before);
   };
@@ -101,12 +103,9 @@ CartFile::~CartFile() {
   failure_.RecordSave(paths::kCart, saved_.error);
 }
 
-void CartFile::Save(const Cart& cart) {
-  std::string content = SerializeCart(cart);
-  const bool unchanged =
-      saved_.version && content == content_ && GetFileVersion(paths::kCart) == saved_.version;
-  if (unchanged) return;
-  content_ = std::move(content);
+void CartFile::Save() {
+  if (saved_.version && GetFileVersion(paths::kCart) == saved_.version) return;
+  if (content_.empty()) content_ = SerializeCart(cart_);
   saved_ = ReplaceFile(paths::kCart, content_);
 }
 

@@ -16,17 +16,18 @@ std::string SerializeCart(const Cart& cart);
 /// The cart file during one call of the manager.
 class CartFile {
  public:
+  /// \param cart  must not change after the first save; both must outlive this.
   /// \param failure  receives why the last save failed, when this is destroyed.
-  explicit CartFile(FirstFailure& failure) : failure_(failure) {}
+  CartFile(const Cart& cart, FirstFailure& failure) : cart_(cart), failure_(failure) {}
   CartFile(const CartFile&) = delete;
   CartFile& operator=(const CartFile&) = delete;
   ~CartFile();
 
-  /// Saves the cart. Writes nothing when the last save wrote the same and the file is unchanged
-  /// since.
-  void Save(const Cart& cart);
+  /// Saves the cart. Writes nothing when the file is unchanged since the last save.
+  void Save();
 
  private:
+  const Cart& cart_;
   FirstFailure& failure_;
   std::string content_;
   ReplaceResult saved_;

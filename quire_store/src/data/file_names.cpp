@@ -1,13 +1,31 @@
 #include "file_names.h"
 
-#include <cstring>
 #include <string_view>
 #include <utility>
+
+#include "file_names_parts.h"
 
 namespace saltmoor::quire {
 namespace {
 
-constexpr char kDroppedCharacters[] = "\"'*/:<>?\\`|";
+bool IsDropped(char c) {
+  switch (c) {
+    case '"':
+    case '\'':
+    case '*':
+    case '/':
+    case ':':
+    case '<':
+    case '>':
+    case '?':
+    case '\\':
+    case '`':
+    case '|':
+      return true;
+    default:
+      return false;
+  }
+}
 
 // Compatibility: DEL does not count as a character, like a continuation byte.
 bool StartsCharacter(char c) {
@@ -37,26 +55,32 @@ constexpr std::pair<std::string_view, const char*> kMimeTable[] = {
 
 std::string VerifyFilename(const char* name, unsigned max_chars, bool drop_hash) {
   std::string out;
-  unsigned count = 0;
-  for (const char* at = name; *at != '\0'; ++at) {
-    const char c = *at;
-    if (std::strchr(kDroppedCharacters, c) != nullptr || (c == '#' && drop_hash)) continue;
-    if ((c == '.' || c == '#') && out.empty()) out += '_';
-    if (StartsCharacter(c)) {
-      if (count == max_chars) break;
-      ++count;
-    }
-    out += c;
-  }
+  FileNameAppender(out, max_chars, drop_hash).Append(name);
   return out;
 }
 
-std::tuple<std::string, std::string> ParseToNameExtention(const std::string& path) {
-  const std::size_t dot = path.rfind('.');
-  if (dot == std::string::npos || dot == 0 || path.find('/', dot) != std::string::npos) {
-    return {path, {}};
+void FileNameAppender::Append(std::string_view part) {
+  for (const char c : part) {
+    if (IsDropped(c) || (c == '#' && drop_hash_)) continue;
+    if ((c == '.' || c == '#') && path_.size() == begin_) path_ += '_';
+    ended_ = ended_ || c == '\0' || (StartsCharacter(c) && chars_left_ == 0);
+    if (ended_) return;
+    if (StartsCharacter(c)) --chars_left_;
+    path_ += c;
   }
+}
+
+std::tuple<std::string, std::string> ParseToNameExtention(const std::string& path) {
+  const std::size_t dot = FindExtension(path);
+  if (dot == path.size()) return {path, {}};
   return {path.substr(0, dot), path.substr(dot + 1)};
+}
+
+std::size_t FindExtension(const std::string& path) {
+  const std::size_t dot = path.rfind('.');
+  const bool none =
+      dot == std::string::npos || dot == 0 || path.find('/', dot) != std::string::npos;
+  return none ? path.size() : dot;
 }
 
 std::string ExtentionByMime(const std::string& mime) {

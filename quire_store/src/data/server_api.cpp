@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "addresses.h"
+#include "book_list.h"
 #include "json.h"
 #include "log.h"
 #include "pay_methods.h"
@@ -30,9 +31,10 @@ void LogTransportError(const ServerCall& call) {
                  call.returned);
 }
 
-// Performs a request and parses its response; nothing when there is none with status 200.
-// \param failure  receives why there is no readable response; empty when there is one.
-std::optional<Json::Value> Perform(HttpRequest& request, const ServerCall& call, Failure* failure) {
+// Performs a request; returns the body of its response, nothing when there is none with status 200.
+// \param failure  receives why there is no response; empty when there is one.
+std::optional<std::vector<char>> Perform(HttpRequest& request, const ServerCall& call,
+                                         Failure* failure) {
   *failure = Failure();
   request.SetFollowRedirects(true);
   long status = 0;
@@ -48,6 +50,11 @@ std::optional<Json::Value> Perform(HttpRequest& request, const ServerCall& call,
     *failure = {Failure::kHttpStatus, 0, static_cast<int>(status), {}};
     return std::nullopt;
   }
+  return body;
+}
+
+// \param failure  receives kUnreadableResponse when there is nothing to read.
+Json::Value Parse(const std::vector<char>& body, Failure* failure) {
   Json::Value json;
   // Compatibility: an unreadable response is a success with nothing in it.
   const bool is_json = ParseJson({body.data(), body.size()}, json);
@@ -77,19 +84,39 @@ class StoreRequest {
   }
 
   Response Send() {
-    const auto json = Perform(request_, call_, failure_);
-    if (!json) return {ServerApi::Result(ServerApi::kFailed), {}};
-    const Json::Value& content = GetMember(*json, "response");
-    // Compatibility: only true, as a string or a boolean, is a refusal.
-    if (ToString(GetMember(*json, "error")) == "true") {
-      *failure_ = {Failure::kRefused, 0, 0, ToString(GetMember(content, call_.error_text_key))};
-      return {{ServerApi::kFailed, failure_->message}, {}};
+    const auto body = Perform(request_, call_, failure_);
+    if (!body) return {ServerApi::Result(ServerApi::kFailed), {}};
+    return Read(*body);
+  }
+
+  std::tuple<ServerApi::Result, std::vector<Book>> SendForBooks() {
+    auto body = Perform(request_, call_, failure_);
+    if (!body) return {ServerApi::Result(ServerApi::kFailed), {}};
+    if (auto list = ReadBookList(*body)) {
+      return {ServerApi::Result(ServerApi::kOk), std::move(*list)};
     }
-    if (call_.returns_list && !content.isArray()) failure_->kind = Failure::kUnreadableResponse;
-    return {ServerApi::Result(ServerApi::kOk), content};
+    const Response response = Read(*body);
+    std::vector<Book> books;
+    if (!response.content.isArray()) {
+      if (response.ok()) failure_->kind = Failure::kUnreadableResponse;
+      return {response.result, std::move(books)};
+    }
+    for (const Json::Value& item : response.content) books.push_back(Book::FromJson(item));
+    return {response.result, std::move(books)};
   }
 
  private:
+  Response Read(const std::vector<char>& body) {
+    const Json::Value json = Parse(body, failure_);
+    const Json::Value& content = GetMember(json, "response");
+    // Compatibility: only true, as a string or a boolean, is a refusal.
+    if (ToString(GetMember(json, "error")) == "true") {
+      *failure_ = {Failure::kRefused, 0, 0, ToString(GetMember(content, call_.error_text_key))};
+      return {{ServerApi::kFailed, failure_->message}, {}};
+    }
+    return {ServerApi::Result(ServerApi::kOk), content};
+  }
+
   const ServerCall& call_;
   Failure* const failure_;
   HttpRequest request_;
@@ -109,9 +136,9 @@ std::tuple<ServerApi::Result, SwitchboardConfig> ServerApi::CallSwitchboard(
   request.AddGetParam("nonce", utilities::Signature::GenerateNonce());
   request.AddGetParam("client_signature",
                       utilities::Signature::CreateSignature(request, "", SigningKey()));
-  const auto response = Perform(request, server_calls::kCallSwitchboard, &last_failure_);
-  if (!response) return {Result(kFailed), SwitchboardConfig()};
-  auto config = SwitchboardConfig::Parse(*response);
+  const auto body = Perform(request, server_calls::kCallSwitchboard, &last_failure_);
+  if (!body) return {Result(kFailed), SwitchboardConfig()};
+  auto config = SwitchboardConfig::Parse(Parse(*body, &last_failure_));
   if (IsEmpty(config)) last_failure_.kind = Failure::kUnreadableResponse;
   return {Result(kOk), std::move(config)};
 }
@@ -221,15 +248,10 @@ ServerApi::CommitOrderResult ServerApi::commitOrderForPayment(const std::string&
 }
 
 std::tuple<ServerApi::Result, std::vector<Book>> ServerApi::GetUserEbook() {
-  const auto response = StoreRequest(server_calls::kGetUserEbook, &last_failure_)
-                            .With("opdsSessionId", session_id_)
-                            .With("storeId", config_[SwitchboardConfig::kStoreId])
-                            .Send();
-  std::vector<Book> books;
-  if (response.content.isArray()) {
-    for (const Json::Value& item : response.content) books.push_back(Book::FromJson(item));
-  }
-  return {response.result, std::move(books)};
+  return StoreRequest(server_calls::kGetUserEbook, &last_failure_)
+      .With("opdsSessionId", session_id_)
+      .With("storeId", config_[SwitchboardConfig::kStoreId])
+      .SendForBooks();
 }
 
 std::tuple<ServerApi::Result, Order> ServerApi::SubmitOrder(const std::string& order_id,

@@ -11,7 +11,6 @@ struct ServerCall {
   const char* signature;    ///< its name and parameters
   const char* returned;     ///< the expression that it returns after a failure
   const char* error_text_key = "ErrorMsg";
-  bool returns_list = false;
 };
 
 namespace server_calls {
@@ -45,7 +44,7 @@ inline constexpr ServerCall kGetUserEbook{
     "/getUserEbook", 458, "std::tuple<Result, std::vector<Book>>", "GetUserEbook()",
     "make_tuple(Result(kFailed), books)",
     // Compatibility: the one call whose key begins in lower case.
-    "errorMsg", true};
+    "errorMsg"};
 inline constexpr ServerCall kSubmitOrder{"/submitOrder", 494, "std::tuple<Result, Order>",
                                          "SubmitOrder(const std::string &, const std::string &)",
                                          "make_tuple(Result(kFailed), order)"};

@@ -18,6 +18,7 @@
 #include "first_failure.h"
 #include "json.h"
 #include "pending_payment.h"
+#include "purchased_books.h"
 #include "saltmoor/utilities/book_store_auth_configs.h"
 #include "switchboard_config_fields.h"
 #include "tabulet.h"
@@ -81,6 +82,7 @@ void StoreCredentials(iconfig_s* config, const std::string& session_id, const st
 
 StoreManager::StoreManager()
     : failure_(std::make_unique<FirstFailure>(server_api_.GetLastFailure())),
+      purchased_(std::make_unique<PurchasedBooks>(server_api_, *failure_)),
       downloads_(std::make_unique<DownloadQueue>(*failure_)),
       payment_(std::make_unique<PendingPayment>(server_api_, *failure_)) {}
 
@@ -116,7 +118,7 @@ int StoreManager::Init() {
   const bool log_in_succeeded = NewSession(config.get()) == 0;
   const bool log_in_failed = static_cast<bool>(failure_->Get());
   cart_.Load();
-  LoadPurchased();
+  purchased_->Fetch();
   const bool without_credentials = !log_in_succeeded && !log_in_failed;
   if (without_credentials && !IsLoggedIn()) failure_->ForgetRefusal();
   return 0;
@@ -197,7 +199,7 @@ ServerApi::Result StoreManager::LogIn(const std::string& user, const std::string
   if (result.code_ != ServerApi::kOk) return result;
   session_id_ = server_api_.GetSessionId();
   StoreCredentials(config.get(), session_id_, user, password, *failure_);
-  LoadPurchased();
+  purchased_->Fetch();
   return result;
 }
 
@@ -215,7 +217,7 @@ ServerApi::Result StoreManager::Register(const std::string& email, const std::st
   // Compatibility: registering opens no session; this is the one of an earlier log-in, if any.
   session_id_ = server_api_.GetSessionId();
   StoreCredentials(config.get(), session_id_, email, password, *failure_);
-  LoadPurchased();
+  purchased_->Fetch();
   if (!IsLoggedIn()) failure_->ForgetRefusal();
   return result;
 }
@@ -227,40 +229,38 @@ void StoreManager::LogOut() {
   session_id_.clear();
   server_api_.SetSessionId(session_id_);
   cart_.orderItems.clear();
-  CartFile file(*failure_);
-  file.Save(cart_);
-  file.Save(cart_);  // Compatibility: saved twice, as in AddToCart and RemoveFromCart.
-  purchased_.clear();
-  purchased_known_ = false;
+  CartFile file(cart_, *failure_);
+  file.Save();
+  file.Save();  // Compatibility: saved twice, as in AddToCart and RemoveFromCart.
+  purchased_->Clear();
   downloads_->Clear();
 }
 
 std::vector<Book> StoreManager::LoadPurchased() {
   const FirstFailure::Call call(*failure_);
-  std::tie(std::ignore, purchased_) = failure_->RecordCall(server_api_.GetUserEbook());
-  purchased_known_ = !server_api_.GetLastFailure();
-  return purchased_;
+  purchased_->Fetch();
+  return purchased_->Get();
 }
 
 ServerApi::Result StoreManager::AddToCart(const Book& book) {
   const FirstFailure::Call call(*failure_);
-  CartFile file(*failure_);
-  if (AddItem(cart_, book)) file.Save(cart_);
-  file.Save(cart_);
+  CartFile file(cart_, *failure_);
+  if (AddItem(cart_, book)) file.Save();
+  file.Save();
   return ServerApi::Result(ServerApi::kOk);
 }
 
 int StoreManager::RemoveFromCart(const Book& book) {
   const FirstFailure::Call call(*failure_);
-  if (RemoveItem(cart_, book)) CartFile(*failure_).Save(cart_);
+  if (RemoveItem(cart_, book)) CartFile(cart_, *failure_).Save();
   return 0;
 }
 
 int StoreManager::RemoveFromCart(unsigned int index) {
   const FirstFailure::Call call(*failure_);
-  CartFile file(*failure_);
-  if (RemoveItem(cart_, index)) file.Save(cart_);
-  file.Save(cart_);  // Compatibility: also when the index is out of range.
+  CartFile file(cart_, *failure_);
+  if (RemoveItem(cart_, index)) file.Save();
+  file.Save();  // Compatibility: also when the index is out of range.
   return 0;
 }
 
@@ -295,8 +295,8 @@ ServerApi::Result StoreManager::CheckPaymentResult() {
   ServerApi::Result result = payment_->Complete();
   if (result.code_ == ServerApi::kOk) {
     cart_.orderItems.clear();
-    CartFile(*failure_).Save(cart_);
-    LoadPurchased();
+    CartFile(cart_, *failure_).Save();
+    purchased_->Fetch();
   }
   return result;
 }
@@ -304,7 +304,7 @@ ServerApi::Result StoreManager::CheckPaymentResult() {
 int StoreManager::CheckOrderIfNeeded() {
   const FirstFailure::Call call(*failure_);
   if (!payment_->Check()) return -1;
-  LoadPurchased();
+  purchased_->Fetch();
   return 0;
 }
 
@@ -315,8 +315,8 @@ BookStatus StoreManager::GetBookStatusById(const std::string& id) {
 BookStatus StoreManager::GetBookStatus(const std::string& ean) {
   // Compatibility: the cart comes before everything, even for a downloaded book.
   if (cart_.IsContain(ean)) return {BookStatus::kInCart, {}, 0};
-  const auto book = FindByEan(purchased_, ean);
-  if (book == purchased_.end()) return {BookStatus::kNotPurchased, {}, 0};
+  const Book* const book = purchased_->Find(ean);
+  if (book == nullptr) return {BookStatus::kNotPurchased, {}, 0};
   if (std::string path = GetBookFile(*book); !path.empty()) {
     return {BookStatus::kDownloaded, std::move(path), 0};
   }
@@ -329,8 +329,8 @@ BookStatus StoreManager::GetBookStatus(const std::string& ean) {
 
 int StoreManager::DownloadBookById(const std::string& id) {
   const FirstFailure::Call call(*failure_);
-  const auto book = FindByEan(purchased_, BaseName(id));
-  if (book == purchased_.end()) return 0;
+  const Book* const book = purchased_->Find(BaseName(id));
+  if (book == nullptr) return 0;
   downloads_->Add(*book);
   return CheckDownloadState();
 }
@@ -345,7 +345,7 @@ const Cart& StoreManager::GetCart() const {
 }
 
 const std::vector<Book>& StoreManager::GetPurchased() const {
-  return purchased_;
+  return purchased_->Get();
 }
 
 const std::string& StoreManager::GetOrderDatePlaced() const {
@@ -353,7 +353,7 @@ const std::string& StoreManager::GetOrderDatePlaced() const {
 }
 
 bool StoreManager::IsPurchasedKnown() const {
-  return purchased_known_;
+  return purchased_->IsKnown();
 }
 
 const SwitchboardConfig& StoreManager::GetConfig() const {

@@ -47,7 +47,7 @@ class HttpRequestRunner {
 
   /// A response of any status.
   struct Response {
-    long status = 0;         ///< of HTTP
+    long status = 0;         ///< the HTTP status; 0 on failure
     std::vector<char> body;  ///< decompressed
     std::string url;         ///< that answered: after redirects another than the request's
     /// Names are in lower case; values of the same name are joined with ", ".
