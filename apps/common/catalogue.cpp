@@ -16,7 +16,6 @@
 namespace app {
 namespace {
 
-constexpr char kCacheDirectory[] = "/mnt/ext1/system/cache/quire";
 constexpr std::size_t kMaxPages = 2000;
 constexpr std::size_t kMaxTitles = 20'000;
 constexpr std::size_t kMaxSections = 2000;
@@ -305,7 +304,7 @@ std::vector<CatalogueEntry> Catalogue::Find(const std::vector<std::string>& eans
 }
 
 FetchedPage FetchPage(const std::string& url) {
-  static PageCache cache(kCacheDirectory);
+  static PageCache cache(kCatalogueCache);
   return cache.Fetch(url);
 }
 

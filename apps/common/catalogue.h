@@ -13,6 +13,9 @@
 
 namespace app {
 
+/// The directory of FetchPage's cache.
+inline constexpr char kCatalogueCache[] = "/mnt/ext1/system/cache/quire";
+
 /// Fetches a page of the catalogue through a cache on the device. Throws CatalogueError.
 FetchedPage FetchPage(const std::string& url);
 

@@ -16,7 +16,7 @@ constexpr std::pair<int, const char*> kTransportErrors[] = {
     {HttpRequestRunner::kConnectionRefused, "the connection was refused"},
     {HttpRequestRunner::kAnswerTooLarge, "its answer is too large"},
     {HttpRequestRunner::kTimedOut, "it took too long to answer"},
-    {HttpRequestRunner::kTlsFailed, "no secure connection could be made"},
+    {HttpRequestRunner::kTlsFailed, "no secure connection could be established"},
     {HttpRequestRunner::kConnectionLost, "the connection was lost"},
     {HttpRequestRunner::kCertificateNotTrusted, "its certificate is not trusted"}};
 
@@ -60,29 +60,6 @@ std::string Reason(Failure::Kind kind) {
   return "the command failed for an unknown reason";
 }
 
-std::string Advice(Failure::Kind kind) {
-  switch (kind) {
-    case Failure::kConfigFile:
-      return "On a PC, run quire through the launcher, as in \"quire-device quire shop\"; on a "
-             "device, check the file's permissions.";
-    case Failure::kNoCredentials:
-      return "Log in with \"quire login\".";
-    case Failure::kNetwork:
-      return "Check the network and try again.";
-    case Failure::kBrowser:
-      return "Check that it is installed.";
-    case Failure::kNotSaved:
-      return "Check that the disk is not full and that the file can be written.";
-    case Failure::kNoPendingOrder:
-      return "\"quire books\" shows whether an earlier one succeeded.";
-    case Failure::kRefused:
-    case Failure::kPaymentFailed:
-      return "";
-    default:
-      return "Try again later.";
-  }
-}
-
 }  // namespace
 
 std::string DescribeFailure(const Failure& failure) {
@@ -110,8 +87,7 @@ std::string ExplainFailure(const std::string& what, const Failure& failure,
                            const std::string& advice) {
   std::string text = what + ": " + DescribeFailure(failure);
   if (!text.ends_with('"')) text += ".";
-  const std::string next = advice.empty() ? Advice(failure.kind) : advice;
-  return next.empty() ? text : text + " " + next;
+  return advice.empty() ? text : text + " " + advice;
 }
 
 }  // namespace app

@@ -11,9 +11,9 @@ namespace app {
 std::string DescribeFailure(const saltmoor::quire::Failure& failure);
 
 /// A failure as sentences for the user: "WHAT: REASON. ADVICE".
-/// \param advice  what to do next; empty: the usual advice for the kind of failure.
+/// \param advice  what to do next; may be empty.
 std::string ExplainFailure(const std::string& what, const saltmoor::quire::Failure& failure,
-                           const std::string& advice = "");
+                           const std::string& advice);
 
 }  // namespace app
 

@@ -68,7 +68,8 @@ FetchedPage PageCache::Fetch(const std::string& url) {
   const int error = send_(request, &response);
   if (error != 0) {
     throw CatalogueError(ExplainFailure("The catalogue cannot be read",
-                                        {saltmoor::quire::Failure::kNetwork, error, 0, {}}),
+                                        {saltmoor::quire::Failure::kNetwork, error, 0, {}},
+                                        "Check the network and try again."),
                          true);
   }
   if (response.status == 304 && !kept.page.url.empty()) {

@@ -39,8 +39,13 @@ std::optional<std::string> ReadStateFile(const std::string& path) {
 bool ReplaceStateFile(const std::string& path, const std::string& content) {
   std::string temp_file = path + ".XXXXXX";
   const int fd = mkostemp(temp_file.data(), O_CLOEXEC);  // mode 0600
-  FILE* const file = fd < 0 ? nullptr : fdopen(fd, "wb");
-  if (file == nullptr) return false;
+  if (fd < 0) return false;
+  FILE* const file = fdopen(fd, "wb");
+  if (file == nullptr) {
+    close(fd);
+    unlink(temp_file.c_str());
+    return false;
+  }
   bool done = std::fwrite(content.data(), 1, content.size(), file) == content.size() &&
               std::fflush(file) == 0 && fsync(fd) == 0;
   done = std::fclose(file) == 0 && done;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <tuple>
 
+#include "catalogue.h"
 #include "commands.h"
 #include "interrupts.h"
 #include "json_output.h"
@@ -167,11 +168,16 @@ void Register(Session& session, const Customer& customer) {
 void ForgetUser(const std::string& user) {
   const std::string directory = kStateDirectory;
   bool is_done = ReadOrderJournal().RemoveUser(user);
-  for (const char* name : {"quire_config.cfg", "quire_downloads.json", "quire_saved_books.json"}) {
+  const auto remove = [&](const std::string& path) {
     std::error_code error;
-    std::filesystem::remove(directory + name, error);
+    std::filesystem::remove_all(path, error);
     is_done = is_done && !error;
+  };
+  for (const char* name : {"quire_config.cfg", "quire_downloads.json", "quire_history",
+                           "quire_saved_books.json", "quire_titles.json"}) {
+    remove(directory + name);
   }
+  remove(kCatalogueCache);
   if (is_done) return;
   throw CommandError(
       kDevice, "Not everything could be removed. Check the permissions of " + directory + ".");
@@ -192,8 +198,8 @@ void LogOut(Session& session, bool forget) {
   if (forget) {
     ForgetUser(user);
     return Screen::Out().PrintLine(
-        "Logged out. The device keeps your downloaded books, but no user name, password, cart or "
-        "orders of yours; the shop was not told.");
+        "Logged out. The device keeps your downloaded books, but no user name, password, cart, "
+        "orders, lists or history of yours; the shop was not told.");
   }
   Screen::Out().PrintLine(
       "Logged out, and the cart is empty now. The shop is not told, and the device keeps user name "

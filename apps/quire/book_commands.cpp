@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <array>
 #include <memory>
+#include <optional>
 
 #include "book_view.h"
 #include "commands.h"
@@ -8,42 +8,20 @@
 #include "failure_text.h"
 #include "saved_books.h"
 #include "table.h"
+#include "title_cache.h"
+#include "title_choice.h"
 
 namespace app {
 namespace {
+
+constexpr char kWhichTitles[] = "EANs, numbers of the last list, or words of one title";
 
 /// Shown for an empty list of bought books, which must be known.
 constexpr char kNothingBought[] =
     "You have bought no books yet. See what there is with \"quire catalogue\".";
 
-struct StatusView {
-  const char* key;
-  const char* text;
-  Style style;
-};
-
-constexpr std::array<StatusView, 5> kStatusViews{{
-    // by BookStatus::Status
-    {"not_bought", "not bought", Style::kDim},
-    {"in_cart", "in the cart", Style::kPlain},
-    {"bought", "bought", Style::kPlain},
-    {"downloading", "downloading", Style::kPlain},
-    {"downloaded", "on the device", Style::kSuccess},
-}};
-
-const StatusView& ViewOf(const store::BookStatus& status) {
-  return kStatusViews.at(static_cast<std::size_t>(status.status));
-}
-
-Cell StatusCell(const store::BookStatus& status) {
-  const StatusView& view = ViewOf(status);
-  const bool has_progress = status.status == store::BookStatus::kDownloading;
-  const std::string progress = " " + std::to_string(status.progress) + " %";
-  return {view.text + (has_progress ? progress : ""), view.style};
-}
-
 Json WithStatus(Json json, const store::BookStatus& status) {
-  json["status"] = ViewOf(status).key;
+  json["status"] = StatusKey(status);
   json["path"] = StringOrNull(status.path);
   json["progress_percent"] = status.progress;
   return json;
@@ -63,17 +41,10 @@ void ShowBooks(Session& session, bool as_json) {
                   GetString(book, store::Book::kAuthor), GetString(book, store::Book::kEbookFormat),
                   StatusCell(status), ean});
   }
+  if (!TitleCache().ReplaceList(1, ToNamedTitles(books), true)) PrintListNotStored();
   if (as_json) return PrintJson(json);
   if (!books.empty()) return table.Print();
   Screen::Out().PrintLine(kNothingBought);
-}
-
-/// The bought book that the user named by its EAN or by its position in the list of books; null
-/// when there is none.
-const store::Book* FindNamed(const std::vector<store::Book>& bought, const std::string& typed) {
-  if (const store::Book* book = FindByEan(bought, NormalizeEan(typed))) return book;
-  const unsigned position = ParsePosition(typed);
-  return position >= 1 && position <= bought.size() ? &bought[position - 1] : nullptr;
 }
 
 /// Whether a string is an EAN with a correct check digit.
@@ -87,34 +58,62 @@ bool IsEan(const std::string& text) {
   return sum % 10 == 0;
 }
 
-void RequireNames(const std::vector<std::string>& names) {
-  if (std::find(names.begin(), names.end(), "") == names.end()) return;
-  throw CommandError(kUsage,
-                     "The name of a book is empty. Give EANs as \"quire books\" lists them.");
+/// The state of a book that the device alone decides: in the cart, or downloaded by quire.
+std::optional<store::BookStatus> FindLocalStatus(const store::Cart& cart,
+                                                 const SavedBooks& saved_books,
+                                                 const std::string& ean) {
+  store::BookStatus status;
+  if (cart.IsContain(ean)) {
+    status.status = store::BookStatus::kInCart;
+    return status;
+  }
+  store::Book book;
+  book.string_props[store::Book::kEan] = ean;
+  status.status = store::BookStatus::kDownloaded;
+  status.path = saved_books.Find(book);
+  return status.path.empty() ? std::nullopt : std::optional(status);
 }
 
-void ShowStatus(Session& session, const std::vector<std::string>& names, bool as_json) {
-  RequireNames(names);
-  store::StoreManager& manager = session.Store();
+/// The EANs that users mean among the titles of the cart and of earlier lists.
+std::vector<std::string> ChooseListed(Session& session, const std::vector<std::string>& named) {
+  const auto find = [&](const std::string& words) {
+    const TitleCache cache;
+    std::vector<NamedTitle> titles = ToNamedTitles(session.LocalCart().orderItems);
+    std::erase_if(titles, [&](const NamedTitle& each) { return !cache.Find(each.id).empty(); });
+    for (const auto& [ean, title] : cache.titles()) titles.push_back({ean, title.text, ""});
+    return SelectByWords(std::move(titles), words);
+  };
+  const TitleSource source{find, "List titles with \"quire books\" or \"quire catalogue\"."};
+  std::vector<std::string> eans;
+  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
+  return eans;
+}
+
+void ShowStatus(Session& session, const std::vector<std::string>& named, bool as_json) {
+  const std::vector<std::string> eans = ChooseListed(session, named);
+  store::StoreManager& manager = store::StoreManager::Instance();
   const SavedBooks saved_books;
+  const bool needs_shop = std::any_of(eans.begin(), eans.end(), [&](const std::string& ean) {
+    return !FindLocalStatus(session.LocalCart(), saved_books, ean);
+  });
+  if (needs_shop) session.PurchasedBooks();
+  const TitleCache titles;
   Json json = Json::array();
   Table table({{"EAN"}, {"Status"}, {"Title", 16}});
   std::string missing;
-  for (const std::string& typed : names) {
-    std::string ean = NormalizeEan(typed);
-    const store::Book* known = FindByEan(manager.GetCart().orderItems, ean);
-    store::BookStatus status = manager.GetBookStatus(ean);
-    if (known == nullptr) {
-      known = FindNamed(session.PurchasedBooks(), typed);
-      if (known != nullptr) {
-        ean = GetString(*known, store::Book::kEan);
-        status = saved_books.GetStatus(manager, *known);
-      } else if (!IsEan(ean)) {
-        missing += (missing.empty() ? "\"" : ", \"") + typed + "\"";
-        continue;
-      }
+  for (const std::string& ean : eans) {
+    const store::Book* const bought = FindByEan(manager.GetPurchased(), ean);
+    const store::Book* const in_cart = FindByEan(session.LocalCart().orderItems, ean);
+    const store::Book* const known = in_cart ? in_cart : bought;
+    const auto local = FindLocalStatus(session.LocalCart(), saved_books, ean);
+    const std::string title = known ? GetString(*known, store::Book::kTitle) : titles.Find(ean);
+    if (!known && !local && title.empty() && !IsEan(ean)) {
+      missing += (missing.empty() ? "" : ", ") + ean;
+      continue;
     }
-    const std::string title = known ? GetString(*known, store::Book::kTitle) : std::string();
+    const auto status = local    ? *local
+                        : bought ? saved_books.GetStatus(manager, *bought)
+                                 : manager.GetBookStatus(ean);
     json.push_back(WithStatus({{"ean", ean}, {"title", StringOrNull(title)}}, status));
     table.AddRow({ean, StatusCell(status), title});
   }
@@ -128,19 +127,19 @@ void ShowStatus(Session& session, const std::vector<std::string>& names, bool as
   }
   if (missing.empty()) return;
   throw CommandError(kNotFound, "There is no book " + missing +
-                                    " in your list or in the cart, and it is no EAN. See what you "
+                                    " in a list or in the cart, and it is no EAN. See what you "
                                     "have with \"quire books\".");
 }
 
-/// The bought books that the user named, in their order; `missing` receives the other names.
+/// The bought books with these EANs, in their order; `missing` receives the EANs of the others.
 std::vector<store::Book> SelectBooks(const std::vector<store::Book>& bought,
-                                     const std::vector<std::string>& names, std::string& missing) {
+                                     const std::vector<std::string>& eans, std::string& missing) {
   std::vector<store::Book> books;
-  for (const std::string& typed : names) {
-    if (const store::Book* found = FindNamed(bought, typed)) {
+  for (const std::string& ean : eans) {
+    if (const store::Book* found = FindByEan(bought, ean)) {
       books.push_back(*found);
     } else {
-      missing += (missing.empty() ? "" : ", ") + typed;
+      missing += (missing.empty() ? "" : ", ") + ean;
     }
   }
   return books;
@@ -172,16 +171,28 @@ Json DownloadOne(Session& session, const store::Book& book, const DownloadCount&
           {"reason", has_failed ? Json(DescribeFailure(result.failure)) : Json()}};
 }
 
-void DownloadBooks(Session& session, std::vector<std::string> names, bool all, bool as_json) {
-  RequireNames(names);
-  if (names.empty() && !all) names = ListPending(session);
-  if (names.empty() && !all) {
+/// The EANs that users mean among the bought books.
+std::vector<std::string> ChooseBought(Session& session, const std::vector<std::string>& named) {
+  const auto find = [&](const std::string& words) {
+    return SelectByWords(ToNamedTitles(session.PurchasedBooks()), words);
+  };
+  const TitleSource source{find, "See what you have with \"quire books\"."};
+  std::vector<std::string> eans;
+  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
+  return eans;
+}
+
+void DownloadBooks(Session& session, const std::vector<std::string>& named, bool all,
+                   bool as_json) {
+  std::vector<std::string> eans = ChooseBought(session, named);
+  if (eans.empty() && !all) eans = ListPending(session);
+  if (eans.empty() && !all) {
     throw CommandError(kUsage,
-                       "No book was named. Give EANs as \"quire books\" lists them, or --all.");
+                       "No book was named. Name books that \"quire books\" lists, or give --all.");
   }
   const std::vector<store::Book> bought = session.PurchasedBooks();
   std::string missing;
-  const auto books = all ? bought : SelectBooks(bought, names, missing);
+  const auto books = all ? bought : SelectBooks(bought, eans, missing);
   AddPending(session, books);
   Json json = Json::array();
   bool failed = false;
@@ -201,23 +212,22 @@ void DownloadBooks(Session& session, std::vector<std::string> names, bool all, b
 }  // namespace
 
 void AddBookCommands(CLI::App& cli, Session& session) {
-  const auto names = std::make_shared<std::vector<std::string>>();
+  const auto named = std::make_shared<std::vector<std::string>>();
   const auto all = std::make_shared<bool>(false);
 
   AddListing(cli, "books", "List the books you have bought",
              [&session](bool as_json) { ShowBooks(session, as_json); });
 
   AddListing(cli, "status", "Show where books stand",
-             [&session, names](bool as_json) { ShowStatus(session, *names, as_json); })
-      ->add_option("EAN|N", *names, "EANs of the books, or their positions in \"books\"")
+             [&session, named](bool as_json) { ShowStatus(session, *named, as_json); })
+      ->add_option("TITLE", *named, kWhichTitles)
       ->required();
 
   CLI::App* download = AddListing(
       cli, "download", "Get bought books onto the device; without a name, those that are left",
-      [&session, names, all](bool as_json) { DownloadBooks(session, *names, *all, as_json); });
-  CLI::Option* named =
-      download->add_option("EAN|N", *names, "EANs of the books, or their positions in \"books\"");
-  download->add_flag("--all", *all, "All that you have bought")->excludes(named);
+      [&session, named, all](bool as_json) { DownloadBooks(session, *named, *all, as_json); });
+  CLI::Option* titles = download->add_option("TITLE", *named, kWhichTitles);
+  download->add_flag("--all", *all, "All that you have bought")->excludes(titles);
 }
 
 }  // namespace app

@@ -1,8 +1,9 @@
 #include "book_view.h"
 
 #include <algorithm>
-#include <charconv>
+#include <array>
 #include <cmath>
+#include <cstdio>
 
 #include "money.h"
 #include "table.h"
@@ -19,7 +20,37 @@ std::string FormatBookPrice(const store::Book& book) {
   return is_known ? FormatPrice(price->second, currency) : "-";
 }
 
+struct StatusView {
+  const char* key;
+  const char* text;
+  Style style;
+};
+
+constexpr std::array<StatusView, 5> kStatusViews{{
+    // by BookStatus::Status
+    {"not_bought", "not bought", Style::kDim},
+    {"in_cart", "in the cart", Style::kPlain},
+    {"bought", "bought", Style::kPlain},
+    {"downloading", "downloading", Style::kPlain},
+    {"downloaded", "on the device", Style::kSuccess},
+}};
+
+const StatusView& ViewOf(const store::BookStatus& status) {
+  return kStatusViews.at(static_cast<std::size_t>(status.status));
+}
+
 }  // namespace
+
+const char* StatusKey(const store::BookStatus& status) {
+  return ViewOf(status).key;
+}
+
+Cell StatusCell(const store::BookStatus& status) {
+  const StatusView& view = ViewOf(status);
+  const bool has_progress = status.status == store::BookStatus::kDownloading;
+  const std::string progress = " " + std::to_string(status.progress) + " %";
+  return {view.text + (has_progress ? progress : ""), view.style};
+}
 
 std::string GetString(const store::Book& book, store::Book::StringProps property) {
   const auto found = book.string_props.find(property);
@@ -36,6 +67,13 @@ const store::Book* FindByEan(const std::vector<store::Book>& books, const std::s
 std::string QuoteTitle(const std::string& title) {
   constexpr int kColumns = 60;
   return "“" + Truncate(MakePrintable(title), kColumns) + "”";
+}
+
+std::string FormatSize(std::int64_t bytes) {
+  if (bytes < 1'000'000) return std::to_string((bytes + 999) / 1000) + " kB";
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(bytes) / 1e6);
+  return text;
 }
 
 std::string DisplayTitle(const store::Book& book) {
@@ -57,29 +95,8 @@ Json BookToJson(const store::Book& book) {
           {"date", StringOrNull(MakePrintable(GetString(book, store::Book::kDate)))}};
 }
 
-std::string NormalizeEan(const std::string& typed) {
-  constexpr int kMinDigits = 8;
-  std::string digits;
-  for (const char character : typed) {
-    if (character >= '0' && character <= '9') {
-      digits += character;
-    } else if (character != '-' && character != ' ') {
-      return typed;
-    }
-  }
-  return digits.size() < kMinDigits ? typed : digits;
-}
-
-unsigned ParsePosition(const std::string& typed) {
-  const std::size_t begin = typed.starts_with('#') ? 1 : 0;
-  const char* const end = typed.data() + typed.size();
-  unsigned position = 0;
-  const auto read = std::from_chars(typed.data() + begin, end, position);
-  return read.ec == std::errc() && read.ptr == end ? position : 0;
-}
-
 std::vector<CartItem> ListCart(Session& session) {
-  const std::vector<store::Book>& books = session.Store().GetCart().orderItems;
+  const std::vector<store::Book>& books = session.LocalCart().orderItems;
   std::vector<CartItem> items;
   const auto& numbering = session.cart_numbering;
   for (std::size_t i = 0; i < numbering.size(); ++i) {
@@ -105,7 +122,7 @@ void NumberCart(Session& session) {
 
 void SaveCart(Session& session) {
   NumberCart(session);
-  store::Cart cart = session.Store().GetCart();
+  store::Cart cart = session.LocalCart();
   cart.orderItems.clear();
   for (CartItem& item : ListCart(session)) cart.orderItems.push_back(std::move(item.book));
   cart.Save();
@@ -119,12 +136,11 @@ void PrintCart(Session& session) {
                   GetString(book, store::Book::kEan)});
   }
   table.Print();
-  Screen::Out().PrintLine("Total: " + session.Store().GetCart().GetTotalPriceFormatted(),
-                          Style::kBold);
+  Screen::Out().PrintLine("Total: " + session.LocalCart().GetTotalPriceFormatted(), Style::kBold);
 }
 
 Json CartToJson(Session& session) {
-  const store::Cart& cart = session.Store().GetCart();
+  const store::Cart& cart = session.LocalCart();
   Json items = Json::array();
   for (const auto& [position, book] : ListCart(session)) {
     Json item = {{"position", position}};

@@ -1,11 +1,13 @@
 #ifndef QUIRE_APP_BOOK_VIEW_H_
 #define QUIRE_APP_BOOK_VIEW_H_
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "json_output.h"
 #include "session.h"
+#include "table.h"
 
 namespace app {
 
@@ -18,6 +20,9 @@ const store::Book* FindByEan(const std::vector<store::Book>& books, const std::s
 /// A title in quotation marks for a sentence, truncated to 60 columns.
 std::string QuoteTitle(const std::string& title);
 
+/// A size such as "12 kB" or "3.4 MB".
+std::string FormatSize(std::int64_t bytes);
+
 /// The book's title; its EAN where it has none.
 std::string DisplayTitle(const store::Book& book);
 
@@ -25,11 +30,11 @@ std::string DisplayTitle(const store::Book& book);
 /// where unknown.
 Json BookToJson(const store::Book& book);
 
-/// A title's EAN as a user typed it, without hyphens and spaces; anything else unchanged.
-std::string NormalizeEan(const std::string& typed);
+/// The state of a book in JSON, such as "in_cart".
+const char* StatusKey(const store::BookStatus& status);
 
-/// The position that a user typed, such as "2" or "#2"; 0 for anything else.
-unsigned ParsePosition(const std::string& typed);
+/// The state of a book, and while it downloads, how far it is.
+Cell StatusCell(const store::BookStatus& status);
 
 struct CartItem {
   unsigned position;  ///< counted from 1; a title that the shop left out of an order leaves a gap
@@ -37,7 +42,7 @@ struct CartItem {
 };
 
 /// The cart's titles as they are numbered everywhere: in the order in which they were added, which
-/// the shop's order does not change.
+/// the shop's order does not change. Does not ask the shop.
 std::vector<CartItem> ListCart(Session& session);
 
 /// Numbers the titles anew, without gaps, in the order of ListCart.

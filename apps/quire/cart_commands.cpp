@@ -38,7 +38,7 @@ store::Book ToBook(const CatalogueEntry& entry) {
 
 void ShowCart(Session& session, bool as_json) {
   if (as_json) return PrintJson(CartToJson(session));
-  if (session.Store().GetCart().GetSize() > 0) return PrintCart(session);
+  if (session.LocalCart().GetSize() > 0) return PrintCart(session);
   Screen::Out().PrintLine("The cart is empty. Fill it with \"quire cart add EAN\".");
 }
 
@@ -57,15 +57,11 @@ bool CanAdd(store::StoreManager& manager, const std::string& ean, bool again) {
   return false;
 }
 
-void AddToCart(Session& session, const std::vector<std::string>& typed, bool again) {
+void AddToCart(Session& session, const std::vector<std::string>& eans, bool again) {
   store::StoreManager& manager = session.Store();
   std::vector<std::string> wanted;
   bool is_any_refused = false;
-  for (const std::string& each : typed) {
-    const std::string ean = NormalizeEan(each);
-    if (ean.empty()) {
-      throw CommandError(kUsage, "An EAN is empty. Name titles as \"quire catalogue\" lists them.");
-    }
+  for (const std::string& ean : eans) {
     if (CanAdd(manager, ean, again)) {
       wanted.push_back(ean);
     } else {
@@ -98,24 +94,30 @@ void AddToCart(Session& session, const std::vector<std::string>& typed, bool aga
   if (is_any_refused) throw CommandError(kFailed, "");
 }
 
-/// The title of the cart that the user named by EAN or position.
-store::Book FindInCart(Session& session, const std::string& which) {
+/// The item that a user names; numbers are positions as ListCart has them.
+store::Book ChooseFromCart(Session& session, const std::string& named) {
   const std::vector<CartItem> items = ListCart(session);
-  const std::string ean = NormalizeEan(which);
-  for (const CartItem& item : items) {
-    if (GetString(item.book, store::Book::kEan) == ean) return item.book;
+  const auto find_words = [&](const std::string& words) {
+    return SelectByWords(ToNamedTitles(session.LocalCart().orderItems), words);
+  };
+  const auto find_number = [&](std::size_t number) {
+    const bool is_listed = std::any_of(
+        items.begin(), items.end(), [&](const CartItem& item) { return item.position == number; });
+    return is_listed ? "#" + std::to_string(number) : std::string();
+  };
+  const std::string advice = "See what it has with \"quire cart\".";
+  const std::string id = ChooseTitle(named, {find_words, advice, find_number});
+  for (const auto& [position, book] : items) {
+    if (id == GetString(book, store::Book::kEan) || id == "#" + std::to_string(position)) {
+      return book;
+    }
   }
-  const unsigned position = ParsePosition(which);
-  for (const CartItem& item : items) {
-    if (item.position == position) return item.book;
-  }
-  throw CommandError(kNotFound,
-                     "The cart has no \"" + which + "\". See what it has with \"quire cart\".");
+  throw CommandError(kNotFound, "The cart has no " + id + ". " + advice);
 }
 
-void RemoveFromCart(Session& session, const std::string& which) {
-  const store::Book book = FindInCart(session, which);
-  session.Store().RemoveFromCart(book);
+void RemoveFromCart(Session& session, const std::string& named) {
+  const store::Book book = ChooseFromCart(session, named);
+  session.RemoveFromCart(book);
   SaveCart(session);
   session.order_is_priced = false;
   Screen::Out().PrintLine("Removed from the cart: " + QuoteTitle(DisplayTitle(book)) + ".");
@@ -137,7 +139,8 @@ void AddCartCommands(CLI::App& cli, Session& session) {
   add->callback(
       [&session, eans, again] { AddToCart(session, ChooseFromCatalogue(session, *eans), *again); });
   CLI::App* remove = cart->add_subcommand("remove", "Remove a title from it");
-  remove->add_option("EAN|N", *which, "Its EAN, or its position such as 2 or '#2'")->required();
+  remove->add_option("TITLE", *which, "Its EAN, its number in the cart, or words of its title")
+      ->required();
   remove->callback([&session, which] { RemoveFromCart(session, *which); });
 }
 

@@ -1,6 +1,8 @@
 #include <boost/algorithm/string/join.hpp>
-#include <map>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "catalogue.h"
 #include "commands.h"
@@ -8,6 +10,7 @@
 #include "money.h"
 #include "screen.h"
 #include "table.h"
+#include "title_cache.h"
 #include "title_choice.h"
 
 namespace app {
@@ -153,12 +156,9 @@ void ShowCatalogue(Session& session, const Request& request, bool as_json) {
   } else {
     PrintListing(listing, request, first_number);
   }
-  std::vector<NamedTitle> shown;
-  for (const CatalogueEntry& entry : listing.entries) {
-    shown.push_back({entry.ean, entry.title, entry.author});
-  }
-  if (!shown.empty() && !LastList().Replace(first_number, shown)) {
-    PrintError("The list could not be stored, so that titles cannot be named by its numbers.");
+  const std::vector<NamedTitle> shown = ToNamedTitles(listing.entries);
+  if (!shown.empty() && !TitleCache().ReplaceList(first_number, shown, false)) {
+    PrintListNotStored();
   }
   if (const std::size_t count = listing.skipped_count; count > 0) {
     Screen::Err().PrintLine((count == 1 ? "1 title is" : std::to_string(count) + " titles are") +
@@ -169,7 +169,7 @@ void ShowCatalogue(Session& session, const Request& request, bool as_json) {
   if (listing.entries.empty() && !has_sections) throw NothingFound(request);
 }
 
-const std::map<std::string, CatalogueQuery::Order> kOrders{
+const std::vector<std::pair<std::string, CatalogueQuery::Order>> kOrders{
     {"title", CatalogueQuery::Order::kTitle},
     {"author", CatalogueQuery::Order::kAuthor},
     {"price", CatalogueQuery::Order::kPrice},
@@ -192,7 +192,7 @@ void AddCatalogueCommands(CLI::App& cli, Session& session) {
   catalogue->add_option("--language", query.language, "Only titles in this language, such as de")
       ->type_name("LANGUAGE");
   catalogue->add_option("--sort", query.order, "By title, author, price or newest first")
-      ->type_name("ORDER")
+      ->type_name("title|author|price|newest")
       ->transform(CLI::CheckedTransformer(kOrders).description(""));
   CLI::Option* page = catalogue->add_option("--page", request->page, "Page of 20 titles, from 1");
   page->type_name("N")->check(CLI::Range(1, 1000).description(""));

@@ -32,6 +32,7 @@ class CommandError : public std::runtime_error {
 };
 
 /// The error that ends a command after a failure, with the text of ExplainFailure.
+/// \param advice  what to do next; empty: the usual advice for the kind of failure.
 CommandError ToCommandError(const std::string& what, const saltmoor::quire::Failure& failure,
                             const std::string& advice = "");
 

@@ -8,12 +8,14 @@
 #include <utility>
 
 #include "catalogue.h"
+#include "completion.h"
 #include "screen.h"
 #include "text.h"
 
 namespace app {
 namespace {
 
+constexpr char kCompleteCommand[] = "complete";  // for the shell's completion, not in --help
 constexpr int kMaxHelpColumns = 80;
 constexpr char kFooter[] =
     "Every listing takes --json. Passwords are asked for, or read from the standard input; they "
@@ -21,8 +23,7 @@ constexpr char kFooter[] =
     "\n"
     "Exit codes: 0 done; 1 the shop refused, or the command failed; 2 wrong command line; 3 not "
     "logged in; 4 shop unreachable; 5 nothing found; 6 a file, directory or program of the device "
-    "is "
-    "missing or broken; 130 interrupted.";
+    "is missing or broken; 130 interrupted.";
 
 /// Shows the platform's log up to `level`. Before the first call of the library.
 void ShowLog(int level) {
@@ -32,9 +33,9 @@ void ShowLog(int level) {
 
 /// Options of the process; their callbacks run before that of any command.
 void AddProcessOptions(CLI::App& cli) {
-  cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to LEVEL (1 to 5)")
-      ->type_name("LEVEL")
-      ->check(CLI::Range(1, 5))
+  cli.add_option_function<int>("--log", ShowLog, "Show the device's log up to that level")
+      ->type_name("1|2|3|4|5")
+      ->check(CLI::Range(1, 5).description(""))
       ->trigger_on_parse();  // a wrong level is then an error of "quire", not of the command
   cli.add_flag_callback(
       "-v,--verbose", [] { ShowLog(5); }, "The same as --log 5");
@@ -60,7 +61,8 @@ constexpr std::pair<const char*, const char*> kSynonyms[] = {
     {"search", "catalogue"}, {"find", "catalogue"}, {"browse", "catalogue"}, {"list", "catalogue"},
     {"basket", "cart"},      {"add", "cart"},       {"buy", "pay"},          {"order", "orders"},
     {"get", "download"},     {"signin", "login"},   {"signup", "register"},  {"purchased", "books"},
-    {"profile", "account"},  {"whoami", "account"}};
+    {"profile", "account"},  {"whoami", "account"}, {"info", "show"},        {"details", "show"},
+    {"read", "open"},        {"remove", "delete"}};
 
 /// The command that the user may have meant; empty when none is near.
 std::string SuggestCommand(const CLI::App& cli, const std::string& unknown) {
@@ -136,23 +138,6 @@ ExitCode ReportUsageError(const CLI::App& cli, const CLI::ParseError& error) {
   return kUsage;
 }
 
-void AddCommands(CLI::App& cli, Session& session) {
-  cli.footer(kFooter);
-  cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
-  cli.require_subcommand(1);
-  AddAccountCommands(cli, session);
-  AddCatalogueCommands(cli, session);
-  AddCartCommands(cli, session);
-  AddCheckoutCommands(cli, session);
-  AddBookCommands(cli, session);
-  AddLibraryCommand(cli);
-  cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
-  if (session.mode() == Session::Mode::kSingleCommand) {
-    AddShellCommand(cli);
-    AddProcessOptions(cli);
-  }
-}
-
 /// Parses the arguments, which runs the command that they name, and reports its failure.
 ExitCode ParseAndRun(CLI::App& cli, std::vector<std::string> arguments) try {
   CheckCommand(cli, arguments.front());
@@ -190,6 +175,24 @@ CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& 
   return command;
 }
 
+void AddCommands(CLI::App& cli, Session& session) {
+  cli.footer(kFooter);
+  cli.get_formatter()->column_width(std::min(26, Screen::Out().Width() / 3));
+  cli.require_subcommand(1);
+  AddAccountCommands(cli, session);
+  AddCatalogueCommands(cli, session);
+  AddShowCommand(cli, session);
+  AddCartCommands(cli, session);
+  AddCheckoutCommands(cli, session);
+  AddBookCommands(cli, session);
+  AddLibraryCommands(cli);
+  cli.set_version_flag("--version", "quire " QUIRE_VERSION, "Show the version");
+  if (session.mode() == Session::Mode::kSingleCommand) {
+    AddShellCommand(cli);
+    AddProcessOptions(cli);
+  }
+}
+
 ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
   CLI::App cli("The shop of your e-reader: browse, buy and download e-books.", "quire");
   AddCommands(cli, session);
@@ -197,6 +200,10 @@ ExitCode RunCommand(std::vector<std::string> arguments, Session& session) {
     PrintHelp(cli.help());
     PrintError("No command was given. Try \"quire catalogue\".");
     return kUsage;
+  }
+  if (arguments.front() == kCompleteCommand) {
+    PrintCompletions(cli, session, {arguments.begin() + 1, arguments.end()});
+    return kOk;
   }
   if (arguments.front() == "help") {
     arguments.erase(arguments.begin());

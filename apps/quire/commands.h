@@ -16,7 +16,8 @@ void AddAccountCommands(CLI::App& cli, Session& session);
 void AddCatalogueCommands(CLI::App& cli, Session& session);
 void AddCartCommands(CLI::App& cli, Session& session);
 void AddBookCommands(CLI::App& cli, Session& session);
-void AddLibraryCommand(CLI::App& cli);
+void AddLibraryCommands(CLI::App& cli);
+void AddShowCommand(CLI::App& cli, Session& session);
 void AddCheckoutCommands(CLI::App& cli, Session& session);
 void AddShellCommand(CLI::App& cli);
 
@@ -24,6 +25,9 @@ void AddShellCommand(CLI::App& cli);
 /// \param show  runs the command unless a subcommand of it was named.
 CLI::App* AddListing(CLI::App& cli, const std::string& name, const std::string& description,
                      std::function<void(bool as_json)> show);
+
+/// Adds all commands.
+void AddCommands(CLI::App& cli, Session& session);
 
 /// Runs one command line and reports its failure on the standard error.
 /// \param arguments  without the program's name.

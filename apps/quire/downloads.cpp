@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
@@ -137,16 +137,11 @@ std::string DescribeTransfer(const DownloadResult& result) {
   std::error_code error;
   const auto size_bytes = std::filesystem::file_size(result.path, error);
   if (error) return {};
-  const auto format = [](double bytes, const char* unit) {
-    char text[48];
-    std::snprintf(text, sizeof text, bytes < 1e6 ? "%.0f kB%s" : "%.1f MB%s",
-                  bytes < 1e6 ? bytes / 1e3 + 0.5 : bytes / 1e6, unit);
-    return std::string(text);
-  };
-  std::string text = format(static_cast<double>(size_bytes), "");
+  std::string text = FormatSize(static_cast<std::int64_t>(size_bytes));
   constexpr double kMinTime_s = 1;  // a shorter one says nothing about the speed
   if (result.seconds < kMinTime_s) return text;
-  return text + ", " + format(static_cast<double>(size_bytes) / result.seconds, "/s");
+  const double speed = static_cast<double>(size_bytes) / result.seconds;
+  return text + ", " + FormatSize(std::llround(speed)) + "/s";
 }
 
 }  // namespace

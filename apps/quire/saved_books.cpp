@@ -1,6 +1,7 @@
 #include "saved_books.h"
 
 #include <filesystem>
+#include <utility>
 
 #include "book_files.h"
 #include "book_view.h"

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "session.h"
+#include "state_file.h"
 
 namespace app {
 
@@ -14,7 +15,10 @@ namespace app {
 class SavedBooks {
  public:
   /// Reads the file; one that is missing or unreadable has no entries.
-  explicit SavedBooks(std::string file = "/mnt/ext1/system/config/quire_saved_books.json");
+  explicit SavedBooks(std::string file = std::string(kStateDirectory) + "quire_saved_books.json");
+
+  /// The paths by EAN; a file may be gone.
+  const std::map<std::string, std::string>& paths() const { return paths_; }
 
   /// The path of the book's file, where the library finds it or where it was saved; empty when
   /// there is none.

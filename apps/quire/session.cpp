@@ -23,6 +23,20 @@ store::StoreManager& Session::Store() {
   return manager;
 }
 
+const store::Cart& Session::LocalCart() {
+  if (is_initialised_) return store::StoreManager::Instance().GetCart();
+  stored_cart_.Load();
+  return stored_cart_;
+}
+
+void Session::RemoveFromCart(const store::Book& book) {
+  if (is_initialised_) {
+    store::StoreManager::Instance().RemoveFromCart(book);
+  } else {
+    stored_cart_.RemoveFromCart(book);
+  }
+}
+
 std::optional<SettledOrder> Session::SettleOpenOrder() {
   store::StoreManager& manager = store::StoreManager::Instance();
   if (settled_ || !manager.IsLoggedIn()) return settled_;

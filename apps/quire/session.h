@@ -33,6 +33,12 @@ class Session {
   /// fails.
   store::StoreManager& Store();
 
+  /// The cart, without asking the shop. Valid until the session's next call.
+  const store::Cart& LocalCart();
+
+  /// Removes an item of LocalCart, without asking the shop.
+  void RemoveFromCart(const store::Book& book);
+
   /// The manager with a user logged in. Throws CommandError when nobody is.
   store::StoreManager& LoggedInStore();
 
@@ -63,6 +69,7 @@ class Session {
  private:
   Mode mode_;
   bool is_initialised_ = false;
+  store::Cart stored_cart_;  ///< read from its file as long as the manager is not initialised
   bool purchased_are_fresh_ = false;
   std::optional<SettledOrder> settled_;
 };

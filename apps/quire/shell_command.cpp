@@ -1,7 +1,11 @@
 #include <editline/readline.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
@@ -9,7 +13,9 @@
 #include <optional>
 #include <sstream>
 
+#include "book_view.h"
 #include "commands.h"
+#include "completion.h"
 #include "downloads.h"
 #include "screen.h"
 
@@ -17,6 +23,8 @@ namespace app {
 namespace {
 
 constexpr char kPrompt[] = "quire> ";
+constexpr char kHistoryFile[] = "/mnt/ext1/system/config/quire_history";
+constexpr int kMaxHistory = 1000;  // lines
 
 constexpr int kCtrlC = 'C' & 0x1F;
 bool line_discarded = false;  // libedit passes no user data to its callbacks
@@ -47,6 +55,70 @@ class ScopedCtrlCKey {
   bool changed_ = false;
 };
 
+/// Splits a line into words, which may be quoted; drops a leading "quire".
+std::vector<std::string> SplitWords(const std::string& line) {
+  std::istringstream in(line);
+  std::vector<std::string> words;
+  while (in >> std::ws && in.peek() != std::istringstream::traits_type::eof()) {
+    in >> std::quoted(words.emplace_back(), in.peek() == '\'' ? '\'' : '"');
+  }
+  if (!words.empty() && words.front() == "quire") words.erase(words.begin());
+  return words;
+}
+
+/// Reads the lines of earlier prompts.
+void ReadHistory() {
+  stifle_history(kMaxHistory);
+  read_history(kHistoryFile);
+}
+
+/// Adds a line to the history and its file, unless it may contain a password.
+void AddToHistory(const std::string& line) {
+  const std::vector<std::string> words = SplitWords(line);
+  const bool is_secret = std::any_of(words.begin(), words.end(), [](const std::string& word) {
+    return word == "login" || word == "register";
+  });
+  if (words.empty() || is_secret) return;
+  if (access(kHistoryFile, F_OK) != 0) clear_history();  // "logout --forget" has removed it
+  add_history(line.c_str());
+  // The line editor writes an existing file only with the mode that it has.
+  const int fd = open(kHistoryFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  if (fd < 0) return;
+  if (fchmod(fd, 0600) == 0) write_history(kHistoryFile);
+  close(fd);
+}
+
+Session* completion_session = nullptr;  // libedit passes no user data to its callbacks
+
+/// Completes the word of the line that ends at the cursor.
+/// \return what replaces the word, then the choices to show, then null, all from malloc; null when
+///     there are none.
+char** CompleteAtPrompt(const char* text, int start, int) {
+  rl_attempted_completion_over = 1;  // no names of files
+  CLI::App cli;
+  AddCommands(cli, *completion_session);
+  const std::string before(rl_line_buffer, static_cast<std::size_t>(start));
+  const std::string current = text;
+  const auto found = Complete(cli, *completion_session, SplitWords(before), current);
+  if (found.empty()) return nullptr;
+  std::vector<std::string> lines;
+  std::string common = found.front().word;
+  for (const Completion& each : found) {
+    const auto end =
+        std::mismatch(common.begin(), common.end(), each.word.begin(), each.word.end());
+    common.erase(end.first, common.end());
+    lines.push_back(each.title.empty() ? each.word : each.word + "  " + QuoteTitle(each.title));
+  }
+  // Choices found by their titles share no beginning with what was typed.
+  lines.insert(lines.begin(), common.starts_with(current) || found.size() == 1 ? common : current);
+  if (found.size() == 1) lines.pop_back();
+  auto** const matches = static_cast<char**>(std::calloc(lines.size() + 1, sizeof(char*)));
+  for (std::size_t i = 0; matches != nullptr && i < lines.size(); ++i) {
+    matches[i] = strdup(lines[i].c_str());
+  }
+  return matches;
+}
+
 /// Reads a line at the prompt or from the standard input; nothing at its end.
 std::optional<std::string> ReadLine(bool at_prompt) {
   std::string line;
@@ -62,26 +134,13 @@ std::optional<std::string> ReadLine(bool at_prompt) {
     return line_discarded ? std::optional<std::string>("") : std::nullopt;
   }
   line = typed.get();
-  if (line.find_first_not_of(' ') != std::string::npos) add_history(line.c_str());
+  AddToHistory(line);
   return line;
 }
 
-/// Splits a line into words, which may be quoted; drops a leading "quire".
-std::vector<std::string> SplitWords(const std::string& line) {
-  std::istringstream in(line);
-  std::vector<std::string> words;
-  while (in >> std::ws && in.peek() != std::istringstream::traits_type::eof()) {
-    in >> std::quoted(words.emplace_back(), in.peek() == '\'' ? '\'' : '"');
-  }
-  if (!words.empty() && words.front() == "quire") words.erase(words.begin());
-  return words;
-}
-
-void PrintGreeting(Session& session) {
-  store::StoreManager& manager = session.Store();
-  const std::string shop = manager.GetShopName();
-  const std::string user = manager.IsLoggedIn() ? manager.getLogin() : "";
-  Screen::Out().PrintLine("Welcome" + (shop.empty() ? "" : " to " + shop) +
+void PrintGreeting() {
+  const std::string user = store::StoreManager::Instance().getLogin();
+  Screen::Out().PrintLine("Welcome" +
                           (user.empty() ? ". Log in with \"login\"." : ", " + user + ".") +
                           " \"help\" lists the commands, \"exit\" leaves.");
 }
@@ -92,11 +151,10 @@ void RunShell(bool keep_going, bool echo) {
   if (at_prompt) {
     rl_initialize();
     rl_add_defun("quire-discard-line", DiscardLine, kCtrlC);
-    try {
-      PrintGreeting(session);
-    } catch (const CommandError& error) {
-      PrintError(error.what());  // the next command retries
-    }
+    completion_session = &session;
+    rl_attempted_completion_function = CompleteAtPrompt;
+    ReadHistory();
+    PrintGreeting();
   }
   ExitCode exit_code = kOk;
   while (const auto line = ReadLine(at_prompt)) {

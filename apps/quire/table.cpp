@@ -10,6 +10,7 @@ namespace app {
 namespace {
 
 constexpr int kGap = 2;
+constexpr int kMaxPadding = 200;  // columns to which cells are padded if they are not cut
 constexpr int kMaxHeadLines = 3;  // of a card
 
 std::string Spaces(int count) {
@@ -45,24 +46,26 @@ void Table::Print() const {
 std::string Table::Render(int width) const {
   std::vector<int> widths;
   for (const Column& column : columns_) widths.push_back(DisplayWidth(column.heading));
+  const bool is_limited = width > 0;
   for (const auto& row : rows_) {
     for (std::size_t i = 0; i < row.size(); ++i) {
-      widths[i] = std::max(widths[i], DisplayWidth(row[i].text));
+      const int columns = DisplayWidth(row[i].text);
+      if (is_limited || columns <= kMaxPadding) widths[i] = std::max(widths[i], columns);
     }
   }
-  if (width > 0 && !ShrinkToFit(widths, columns_, width)) return RenderCards(width);
-  return RenderRows(widths);
+  if (is_limited && !ShrinkToFit(widths, columns_, width)) return RenderCards(width);
+  return RenderRows(widths, is_limited);
 }
 
-std::string Table::RenderRows(const std::vector<int>& widths) const {
+std::string Table::RenderRows(const std::vector<int>& widths, bool truncates) const {
   std::string out;
   const auto add_line = [&](const std::vector<Cell>& cells) {
     std::string line;
     int pending = 0;  // spaces before the next text, so that none end a line
     for (std::size_t i = 0; i < columns_.size(); ++i) {
       const Cell& cell = cells[i];
-      const std::string text = Truncate(cell.text, widths[i]);
-      const int padding = widths[i] - DisplayWidth(text);
+      const std::string text = truncates ? Truncate(cell.text, widths[i]) : cell.text;
+      const int padding = std::max(widths[i] - DisplayWidth(text), 0);
       if (columns_[i].is_right_aligned) pending += padding;
       if (!text.empty()) {
         line += Spaces(pending) + Screen::Out().ApplyStyle(cell.style, text);

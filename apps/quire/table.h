@@ -38,11 +38,11 @@ class Table {
   /// Prints the table on the standard output.
   void Print() const;
 
-  /// \param width  columns to fit into; 0: no limit.
+  /// \param width  columns to fit into; 0: no limit, and a very wide cell widens no other row.
   std::string Render(int width) const;
 
  private:
-  std::string RenderRows(const std::vector<int>& widths) const;
+  std::string RenderRows(const std::vector<int>& widths, bool truncates) const;
   std::string RenderCards(int width) const;
 
   std::vector<Column> columns_;

@@ -6,10 +6,8 @@
 
 #include "book_view.h"
 #include "catalogue.h"
-#include "json_output.h"
 #include "screen.h"
 #include "search_text.h"
-#include "state_file.h"
 
 namespace app {
 namespace {
@@ -21,7 +19,6 @@ bool HasWords(const NamedTitle& title, const std::vector<std::string>& words) {
   CatalogueEntry entry;
   entry.title = title.title;
   entry.author = title.author;
-  entry.ean = title.ean;
   return Matches(entry, words);
 }
 
@@ -43,7 +40,7 @@ std::optional<std::size_t> ParseNumber(std::string_view typed) {
 /// The titles that the words mean: one whose title they are, else one that has them in its title
 /// and author, else all.
 std::vector<NamedTitle> Narrow(std::vector<NamedTitle> found, const std::string& named) {
-  std::erase_if(found, [](const NamedTitle& title) { return title.ean.empty(); });
+  std::erase_if(found, [](const NamedTitle& title) { return title.id.empty(); });
   const std::string folded = FoldForSearch(named);
   const std::vector<std::string> words = FoldWords(named);
   const auto keep_if_one = [&](const auto& is_meant) {
@@ -51,94 +48,88 @@ std::vector<NamedTitle> Narrow(std::vector<NamedTitle> found, const std::string&
     if (count == 1) std::erase_if(found, [&](const NamedTitle& each) { return !is_meant(each); });
   };
   keep_if_one([&](const NamedTitle& each) { return FoldForSearch(each.title) == folded; });
-  keep_if_one([&](const NamedTitle& each) {
-    return HasWords({"", each.title, each.author}, words);
-  });
+  keep_if_one([&](const NamedTitle& each) { return HasWords(each, words); });
   return found;
 }
 
 CommandError Ambiguous(const std::string& named, const std::vector<NamedTitle>& found) {
   std::string text = "More than one title has \"" + named + "\": ";
   for (std::size_t i = 0; i < std::min(found.size(), kMaxNamed); ++i) {
-    text += (i > 0 ? ", " : "") + QuoteTitle(found[i].title) + " (" + found[i].ean + ")";
+    text += (i > 0 ? ", " : "") + QuoteTitle(found[i].title) + " (" + found[i].id + ")";
   }
   if (found.size() > kMaxNamed) text += " and others";
-  return {kNotFound, text + ". Name one by its EAN, or with more words."};
+  return {kNotFound, text + ". Name one as in brackets, or with more words."};
 }
 
 }  // namespace
 
-bool LastList::Replace(std::size_t first_number, const std::vector<NamedTitle>& titles) const {
-  Json eans = Json::array();
-  for (const NamedTitle& title : titles) eans.push_back(title.ean);
-  return ReplaceStateFile(file_, SerializeJson({{"first", first_number}, {"eans", eans}}));
-}
-
-std::string LastList::FindEan(std::size_t number) const {
-  const Json list = Json::parse(ReadStateFile(file_).value_or(""), nullptr, false);
-  if (!list.is_object() || !list.contains("first") || !list["first"].is_number_unsigned() ||
-      !list.contains("eans") || !list["eans"].is_array()) {
-    return {};
-  }
-  const auto first = list["first"].get<std::size_t>();
-  if (number < first || number - first >= list["eans"].size()) return {};
-  const Json& ean = list["eans"][number - first];
-  return ean.is_string() ? ean.get<std::string>() : std::string();
-}
-
-std::string ChooseTitle(
-    const std::string& named, const LastList& list,
-    const std::function<std::vector<NamedTitle>(const std::string& words)>& find,
-    const std::string& advice) {
+std::string ChooseTitle(const std::string& named, const TitleSource& source) {
   if (std::string ean = ParseTypedEan(named); !ean.empty()) return ean;
   if (const auto number = ParseNumber(named)) {
-    std::string ean = list.FindEan(*number);
-    if (!ean.empty()) return ean;
+    std::string id = source.find_number(*number);
+    if (!id.empty()) return id;
     if (named.starts_with('#')) {
-      throw CommandError(kNotFound, "The last list has no title " + named + ". " + advice);
+      throw CommandError(kNotFound, "The list has no title " + named + ". " + source.advice);
     }
   }
-  if (FoldWords(named).empty()) throw CommandError(kUsage, "No title was named. " + advice);
-  const std::vector<NamedTitle> found = Narrow(find(named), named);
-  if (found.empty()) throw CommandError(kNotFound, "No title has \"" + named + "\". " + advice);
+  if (FoldWords(named).empty()) {
+    throw CommandError(kUsage, "The name of a book is empty. " + source.advice);
+  }
+  const std::vector<NamedTitle> found = Narrow(source.find_words(named), named);
+  if (found.empty()) {
+    throw CommandError(kNotFound, "No title has \"" + named + "\". " + source.advice);
+  }
   if (found.size() > 1) throw Ambiguous(named, found);
-  return found.front().ean;
+  return found.front().id;
+}
+
+void PrintListNotStored() {
+  PrintError("The list could not be stored, so that titles cannot be named by its numbers.");
+}
+
+std::vector<CatalogueEntry> SearchCatalogue(Session& session, const std::string& words) {
+  const std::string start = session.Config()[store::SwitchboardConfig::kOpdsStartPage];
+  const Spinner spinner("Searching the catalogue …");
+  CatalogueQuery query;
+  query.words = words;
+  query.max_count = kMaxCandidates;
+  CatalogueListing listing = Catalogue(start).List(query);
+  if (listing.error) throw CatalogueError(*listing.error);
+  return std::move(listing.entries);
 }
 
 std::vector<std::string> ChooseFromCatalogue(Session& session,
                                              const std::vector<std::string>& named) {
   const auto find = [&](const std::string& words) {
-    const Spinner spinner("Searching the catalogue …");
-    CatalogueQuery query;
-    query.words = words;
-    query.max_count = kMaxCandidates;
-    std::vector<NamedTitle> found;
-    const Catalogue catalogue(session.Config()[store::SwitchboardConfig::kOpdsStartPage]);
-    const CatalogueListing listing = catalogue.List(query);
-    if (listing.error) throw CatalogueError(*listing.error);
-    for (const CatalogueEntry& entry : listing.entries) {
-      found.push_back({entry.ean, entry.title, entry.author});
-    }
-    return found;
+    return ToNamedTitles(SearchCatalogue(session, words));
   };
+  const TitleSource source{find, "See what there is with \"quire catalogue\"."};
   std::vector<std::string> eans;
-  for (const std::string& each : named) {
-    eans.push_back(
-        ChooseTitle(each, LastList(), find, "See what there is with \"quire catalogue\"."));
-  }
+  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
   return eans;
 }
 
-std::vector<NamedTitle> FindByWords(const std::vector<store::Book>& books,
-                                    const std::string& words) {
-  const std::vector<std::string> folded = FoldWords(words);
-  std::vector<NamedTitle> found;
-  for (const store::Book& book : books) {
-    NamedTitle title{GetString(book, store::Book::kEan), GetString(book, store::Book::kTitle),
-                     GetString(book, store::Book::kAuthor)};
-    if (HasWords(title, folded)) found.push_back(std::move(title));
+std::vector<NamedTitle> ToNamedTitles(const std::vector<CatalogueEntry>& entries) {
+  std::vector<NamedTitle> titles;
+  for (const CatalogueEntry& entry : entries) {
+    titles.push_back({entry.ean, entry.title, entry.author});
   }
-  return found;
+  return titles;
+}
+
+std::vector<NamedTitle> ToNamedTitles(const std::vector<store::Book>& books) {
+  std::vector<NamedTitle> titles;
+  for (const store::Book& book : books) {
+    titles.push_back({GetString(book, store::Book::kEan), DisplayTitle(book),
+                      GetString(book, store::Book::kAuthor)});
+  }
+  return titles;
+}
+
+std::vector<NamedTitle> SelectByWords(std::vector<NamedTitle> titles, const std::string& words) {
+  const std::vector<std::string> folded = FoldWords(words);
+  std::erase_if(titles, [&](const NamedTitle& title) { return !HasWords(title, folded); });
+  return titles;
 }
 
 }  // namespace app

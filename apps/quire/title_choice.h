@@ -5,52 +5,47 @@
 #include <string>
 #include <vector>
 
+#include "opds_feed.h"
 #include "session.h"
+#include "title_cache.h"
 
 namespace app {
 
-/// A title as users name it.
-struct NamedTitle {
-  std::string ean;
-  std::string title;
-  std::string author;
+/// Among which titles a command chooses.
+struct TitleSource {
+  /// Returns the titles that may have some words, or all of them.
+  std::function<std::vector<NamedTitle>(const std::string& words)> find_words;
+  /// What to do when no title is meant, such as "See what you have with …".
+  std::string advice;
+  /// Returns the id of the title under a number; empty when there is none. By default that of the
+  /// last list.
+  std::function<std::string(std::size_t number)> find_number = [](std::size_t number) {
+    return TitleCache().FindEan(number);
+  };
 };
 
-/// The titles that the last listing showed under numbers, kept in a file of the application.
-class LastList {
- public:
-  explicit LastList(std::string file = "/mnt/ext1/system/config/quire_last_list.json")
-      : file_(std::move(file)) {}
+/// What a user means by `named`: an EAN, which may have hyphens; the title under a number, with or
+/// without "#"; or the one title that has some words, or the only one that has them in its title
+/// and author. Every command finds titles here.
+/// \return the EAN, which the source need not have, or the title's id. Throws CommandError when no
+///     title or more than one is meant.
+std::string ChooseTitle(const std::string& named, const TitleSource& source);
 
-  /// Replaces the list and the file (mode 0600).
-  /// \param first_number  of the first title; the others follow.
-  /// \return false when the file could not be written.
-  [[nodiscard]] bool Replace(std::size_t first_number, const std::vector<NamedTitle>& titles) const;
+/// Reports that TitleCache::ReplaceList failed.
+void PrintListNotStored();
 
-  /// The EAN of the title under a number; empty when there is none.
-  std::string FindEan(std::size_t number) const;
-
- private:
-  std::string file_;
-};
-
-/// The EAN of the title that a user names: by an EAN, which may have hyphens; by a number of the
-/// last list, with or without "#"; or by words that only one title has, or only one in its title
-/// and author. Throws CommandError when no title or more than one is meant. \param find  returns
-/// the titles that have some words. \param advice  what to do when no title is meant, such as "See
-/// what you have with …".
-std::string ChooseTitle(
-    const std::string& named, const LastList& list,
-    const std::function<std::vector<NamedTitle>(const std::string& words)>& find,
-    const std::string& advice);
+/// The titles of the catalogue that the shop finds for some words. Throws CatalogueError.
+std::vector<CatalogueEntry> SearchCatalogue(Session& session, const std::string& words);
 
 /// Each of `named` as the EAN of a title of the catalogue, which is asked for words only.
 std::vector<std::string> ChooseFromCatalogue(Session& session,
                                              const std::vector<std::string>& named);
 
-/// Those of some books that have all of the words in title, author or EAN.
-std::vector<NamedTitle> FindByWords(const std::vector<store::Book>& books,
-                                    const std::string& words);
+std::vector<NamedTitle> ToNamedTitles(const std::vector<CatalogueEntry>& entries);
+std::vector<NamedTitle> ToNamedTitles(const std::vector<store::Book>& books);
+
+/// Those of some titles that have all of the words in title and author.
+std::vector<NamedTitle> SelectByWords(std::vector<NamedTitle> titles, const std::string& words);
 
 }  // namespace app
 

@@ -20,6 +20,13 @@ std::string_view ElementName(const xmlNode* node) {
   return reinterpret_cast<const char*>(node->name);
 }
 
+const xmlNode* FindChild(const xmlNode* parent, std::string_view name) {
+  for (const xmlNode* node = parent ? parent->children : nullptr; node; node = node->next) {
+    if (ElementName(node) == name) return node;
+  }
+  return nullptr;
+}
+
 std::string GetAttribute(const xmlNode* element, const char* name) {
   return ToString(OwnedText(xmlGetProp(element, reinterpret_cast<const xmlChar*>(name))).get());
 }

@@ -21,6 +21,10 @@ std::string ToString(const xmlChar* text);
 /// The name of an element without its namespace; empty for another node.
 std::string_view ElementName(const xmlNode* node);
 
+/// The first child element of that name in any namespace; null if there is none, also for a null
+/// parent.
+const xmlNode* FindChild(const xmlNode* parent, std::string_view name);
+
 /// The unchanged value of an attribute; empty if it is missing.
 std::string GetAttribute(const xmlNode* element, const char* name);
 

@@ -24,12 +24,14 @@ TEST_F(QuireOnDevice, LogsInRegistersAndShowsTheAccount) {
   ExpectContains(Run(0, {"account"}).out, "Möller");
   EXPECT_TRUE(RunJson({"shop"})["store_id"].is_string());
 
-  const Command enrol{"register", "new@quire.example", "--name", "Ada", "--lastname", "Lovelace"};
-  const ProcessResult registered = Run(0, enrol + Command{"--title", "Dr."}, "geheimnis\n");
+  const Command register_command{"register", "new@quire.example", "--name",
+                                 "Ada",      "--lastname",        "Lovelace"};
+  const ProcessResult registered =
+      Run(0, register_command + Command{"--title", "Dr."}, "geheimnis\n");
   ExpectContains(registered.out, "Logged in as new@quire.example");
   EXPECT_EQ(RunJson({"books"}), Json::array());
   ExpectContains(Run(0, {"books"}).out, "You have bought no books yet");
-  Run(1, enrol, "geheimnis\n");
+  Run(1, register_command, "geheimnis\n");
   Run(0, {"logout"});
   for (const auto& entry : fs::recursive_directory_iterator(device_)) {
     if (!entry.is_regular_file()) continue;
@@ -204,7 +206,7 @@ TEST_F(QuireOnDevice, KeepsTheCartOnTheDevice) {
   Run(0, {"cart", "add", eans[1]});
   EXPECT_EQ(RunJson({"status", eans[1]})[0]["status"], "in_cart");
   EXPECT_EQ(RunJson({"status", eans[0]})[0]["status"], "not_bought");
-  ExpectContains(Run(5, {"status", "123"}).err, "There is no book \"123\"");
+  ExpectContains(Run(5, {"status", "123"}).err, "No title has \"123\"");
   ExpectContains(Run(0, {"cart"}).out, "Total: ");
 }
 
@@ -393,7 +395,7 @@ TEST_F(QuireOnDevice, ExplainsTheCommandLine) {
       {{"catalog"}, "Did you mean \"quire catalogue\"?"},
       {{"search"}, "Did you mean \"quire catalogue\"?"},
       {{"--bogus"}, "There is no option \"--bogus\""},
-      {{"cart", "add", ""}, "An EAN is empty"},
+      {{"cart", "add", ""}, "The name of a book is empty"},
       {{"download", ""}, "The name of a book is empty"},
       {{"status", ""}, "The name of a book is empty"},
       {{"cart", "remove"}, "See \"quire cart remove --help\""},

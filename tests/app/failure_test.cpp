@@ -7,10 +7,10 @@
 namespace tests {
 namespace {
 
-/// The application with what makes it fail.
+/// The application, with faults armed in the shop.
 class QuireFailure : public QuireOnDevice {
  protected:
-  /// Makes the next requests of a path meet a fault.
+  /// A fault for the next requests of a path.
   struct Fault {
     std::string path;
     Json fault;
@@ -25,7 +25,7 @@ class QuireFailure : public QuireOnDevice {
     for (const char* level : {"0", "2", "5"}) {
       SCOPED_TRACE(std::string("log level ") + level);
       environment_ = base + Environment{{"TABULET_LOG_LEVEL", level}};
-      if (forgets_shop_) std::filesystem::remove(device_ + "/ext1/system/config/switchboard.json");
+      if (clears_cache_) std::filesystem::remove(device_ + "/ext1/system/config/switchboard.json");
       int delivered = shop_.Delivered();
       for (const Fault& each : faults) {
         Json fault = each.fault;
@@ -53,7 +53,7 @@ class QuireFailure : public QuireOnDevice {
                      "shop.quire.example:443:127.0.0.1:1,config.saltmoor.example:80:127.0.0.1:1"}};
   }
 
-  bool forgets_shop_ = false;  ///< without the library's cache of which shop this is
+  bool clears_cache_ = false;  ///< without the library's cache of which shop this is
   const Json status_503_ = {{"fault", "status"}};
   const Json unreadable_ = {{"fault", "body"}, {"body", "<html>no JSON</html>"}};
 };
@@ -70,15 +70,15 @@ TEST_F(QuireFailure, ReportsWhyItCannotStart) {
                 "device, check the file's permissions.",
                 {"shop"});
   std::filesystem::remove(config_file);
-  forgets_shop_ = true;
+  clears_cache_ = true;
 
   const std::string service = "/get-device-opds-config";
   ExpectFailure(4, "The shop cannot be opened: the server answered HTTP 503. Try again later.",
-                {"cart"}, {{service, status_503_}});
+                {"account"}, {{service, status_503_}});
   ExpectFailure(4, "The shop is unknown: the server's answer is unreadable. Try again later.",
                 {"shop"}, {{service, unreadable_, 2}});
   DisconnectServers();
-  ExpectFailure(4, std::string("The shop cannot be opened: ") + kNoConnection, {"cart"});
+  ExpectFailure(4, std::string("The shop cannot be opened: ") + kNoConnection, {"account"});
 
   if (std::filesystem::exists("/mnt/ext1")) return;
   const ProcessResult off_device = RunProgram({QUIRE_BUILD_DIR "/bin/quire", "shop"});
@@ -113,7 +113,7 @@ TEST_F(QuireFailure, ReportsWhyNobodyIsLoggedIn) {
   ExpectFailure(3, "You are not logged in. Log in with \"quire login\".", {"books"});
   Run(0, {"shop"});
   const Command login{"login", "anna@quire.example"};
-  const Command enrol{"register", "a@b.example", "--name", "A", "--lastname", "B"};
+  const Command register_command{"register", "a@b.example", "--name", "A", "--lastname", "B"};
   const std::string not_logged_in = "You are not logged in: ";
   ExpectFailure(
       1, not_logged_in + "\"The e-mail address or the password is wrong. Please try again.\"",
@@ -123,10 +123,11 @@ TEST_F(QuireFailure, ReportsWhyNobodyIsLoggedIn) {
   ExpectFailure(4,
                 "Whether you are registered is unknown: the server's answer is unreadable. Try "
                 "\"quire login\".",
-                enrol, {{"/registerUser", unreadable_}}, "secret\n");
+                register_command, {{"/registerUser", unreadable_}}, "secret\n");
   DisconnectServers();
   ExpectFailure(4, not_logged_in + kNoConnection, login, {}, "secret\n");
-  ExpectFailure(4, std::string("You are not registered: ") + kNoConnection, enrol, {}, "secret\n");
+  ExpectFailure(4, std::string("You are not registered: ") + kNoConnection, register_command, {},
+                "secret\n");
 }
 
 TEST_F(QuireFailure, KeepsACartThatCannotBePriced) {

@@ -78,7 +78,7 @@ void ExpectContains(const std::string& text, const std::string& part) {
 }
 
 void ExpectLacks(const std::string& text, const std::string& part) {
-  EXPECT_EQ(text.find(part), std::string::npos) << "\"" << part << "\" stands in:\n" << text;
+  EXPECT_EQ(text.find(part), std::string::npos) << "\"" << part << "\" is in:\n" << text;
 }
 
 }  // namespace tests

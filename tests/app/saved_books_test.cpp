@@ -52,7 +52,7 @@ TEST_F(SavedBooksDirectory, DropsEntriesWhoseFileIsGone) {
   EXPECT_EQ(tests::ReadFile(file_).find("a.txt"), std::string::npos);
 }
 
-TEST_F(SavedBooksDirectory, GivesAPathToOneBookOnly) {
+TEST_F(SavedBooksDirectory, KeepsOneBookPerPath) {
   Save("1", "same.txt");
   const std::string path = Save("2", "same.txt");
   EXPECT_EQ(Find("1"), "");

@@ -13,8 +13,8 @@ class ListedTitles : public testing::Test {
  protected:
   void SetUp() override {
     SetUtf8Locale();
-    ASSERT_TRUE(
-        list_.Replace(21, {{"11111111", "A", ""}, {"", "no EAN", ""}, {"33333333", "C", ""}}));
+    ASSERT_TRUE(list_.ReplaceList(
+        21, {{"11111111", "A", ""}, {"", "no EAN", ""}, {"33333333", "C", ""}}, false));
   }
 
   /// The chosen EAN, or "exit code: message".
@@ -26,14 +26,15 @@ class ListedTitles : public testing::Test {
               {"66666666", "1984", "Fo\x1b"},
               {"", "Fog without", ""}};
     };
-    return ChooseTitle(named, list_, find, "Look.");
+    const auto find_number = [this](std::size_t number) { return list_.FindEan(number); };
+    return ChooseTitle(named, {find, "Look.", find_number});
   } catch (const CommandError& error) {
     return std::to_string(error.code) + ": " + error.what();
   }
 
   const tests::TemporaryDirectory directory_;
   const std::string file_ = directory_ / "list.json";
-  const LastList list_{file_};
+  TitleCache list_{file_};
 };
 
 TEST_F(ListedTitles, AreChosenByEanNumberOrWords) {
@@ -42,14 +43,14 @@ TEST_F(ListedTitles, AreChosenByEanNumberOrWords) {
       {"9780000000017", "9780000000017"},
       {"21", "11111111"},
       {"#23", "33333333"},
-      {"#24", "5: The last list has no title #24. Look."},
-      {"#22", "5: The last list has no title #22. Look."},
+      {"#24", "5: The list has no title #24. Look."},
+      {"#22", "5: The list has no title #22. Look."},
       {"THE FOG", "44444444"},
       {"fog bob", "55555555"},
       {"1984", "66666666"},
       {"none", "5: No title has \"none\". Look."},
-      {"", "2: No title was named. Look."},
-      {" ", "2: No title was named. Look."}};
+      {"", "2: The name of a book is empty. Look."},
+      {" ", "2: The name of a book is empty. Look."}};
   for (const auto& [named, chosen] : cases) EXPECT_EQ(Choose(named), chosen) << named;
   const std::string ambiguous = Choose("the");
   EXPECT_EQ(ambiguous.find("5: More than one title has \"the\": “The Fog” (44444444), “The Fog at"),
@@ -61,12 +62,16 @@ TEST_F(ListedTitles, SurviveTheProcessPrivately) {
   struct stat status {};
   ASSERT_EQ(stat(file_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0600U);
-  for (const char* damaged : {"", "[]", "{\"first\": -1, \"eans\": [\"1\"]}", "{\"first\": 1}",
-                              "{\"first\": 1, \"eans\": [5]}"}) {
+  EXPECT_EQ(TitleCache(file_).FindEan(23), "33333333");
+  EXPECT_EQ(TitleCache(file_).Find("33333333"), "C");
+  for (const char* damaged :
+       {"", "[]", "{\"first_number\": -1, \"list\": [\"1\"]}", "{\"first_number\": 1}",
+        "{\"first_number\": 1, \"list\": [5]}", "{\"catalogue\": {\"1\": 5}, \"bought\": []}"}) {
     tests::WriteFile(file_, damaged);
-    EXPECT_EQ(list_.FindEan(1), "") << damaged;
+    EXPECT_EQ(TitleCache(file_).FindEan(1), "") << damaged;
+    EXPECT_TRUE(TitleCache(file_).titles().empty()) << damaged;
   }
-  EXPECT_FALSE(LastList(directory_ / "no/such").Replace(1, {}));
+  EXPECT_FALSE(TitleCache(directory_ / "no/such").ReplaceList(1, {}, false));
 }
 
 }  // namespace

@@ -6,12 +6,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "book_metadata.h"
 #include "epub_metadata.h"
 #include "scan.h"
 #include "support/files.h"
@@ -31,7 +33,7 @@ std::string Package(const std::string& metadata) {
 /// An EPUB file with a package of the test.
 class EpubMetadata : public testing::Test {
  protected:
-  scanner::EpubMetadata ReadPackage(const std::string& package) {
+  scanner::BookMetadata ReadPackage(const std::string& package) {
     WriteEpub(file_, package);
     return scanner::ReadEpubMetadata(file_);
   }
@@ -59,7 +61,7 @@ TEST_F(EpubMetadata, ReadsTitleAndAuthors) {
       {Package("<dc:title>Torn</dc:title>").substr(0, 215), "Torn", ""},
   };
   for (const auto& [package, title, author] : cases) {
-    const scanner::EpubMetadata metadata = ReadPackage(package);
+    const scanner::BookMetadata metadata = ReadPackage(package);
     EXPECT_EQ(metadata.title, title) << package;
     EXPECT_EQ(metadata.author, author) << package;
   }
@@ -131,6 +133,90 @@ TEST_F(EpubMetadata, ReadsWhatDamageHasLeft) {
     WriteFile(file_, flipped);
     scanner::ReadEpubMetadata(file_);
   }
+}
+
+/// A PDF file whose information dictionary has these entries.
+std::string Pdf(const std::string& information) {
+  return "%PDF-1.4\n1 0 obj<<" + information +
+         ">>endobj\n2 0 obj<</Type/Catalog/Pages 3 0 R>>endobj\n"
+         "3 0 obj<</Type/Pages/Kids[4 0 R]/Count 1>>endobj\n"
+         "4 0 obj<</Type/Page/Parent 3 0 R/MediaBox[0 0 9 9]>>endobj\n"
+         "trailer<</Root 2 0 R/Info 1 0 R/Size 5>>\n%%EOF\n";
+}
+
+std::string FictionBook(const std::string& title_info) {
+  return "<?xml version='1.0'?><FictionBook xmlns='http://www.gribuser.ru/xml/fictionbook/2.0'>"
+         "<description><title-info>" +
+         title_info + "</title-info></description><body>";
+}
+
+TEST(BookMetadata, ReadsEveryFormatThatCarriesIt) {
+  const TemporaryDirectory directory;
+  WriteZip(directory / "a.fb2.zip", {{"a.fb2", FictionBook("<book-title>Zipped</book-title>")}});
+  const std::string zipped = ReadFile(directory / "a.fb2.zip");
+  const std::string person = "<author><first-name>A</first-name><last-name>B</last-name></author>";
+  const std::string lines(5 << 20, '\n');
+  std::string nested;
+  for (int i = 0; i < 100'000; ++i) nested += "<a>";
+  const struct {
+    std::string name, format, content, title, author;
+  } cases[] = {
+      {"a.pdf", "pdf", Pdf("/Title(Der  Titel)/Author(A. Eins)"), "Der Titel", "A. Eins"},
+      {"a.pdf", "pdf", Pdf("/Title<FEFF00C4202E000A0078>"), "\xC3\x84", ""},
+      {"a.pdf", "pdf", Pdf("/Title<FEFF001B0054000A0041007500740068006F0072003A>"), "T", ""},
+      {"-v \n'.pdf", "pdf", Pdf("/Title(N)"), "N", ""},
+      {"a.pdf", "pdf", Pdf("/Title(" + std::string(300'000, 'x') + ")"), std::string(1000, 'x'),
+       ""},
+      {"a.pdf", "pdf", "%PDF-1.4 and nothing else", "", ""},
+      {"a.pdf", "pdf", "", "", ""},
+      {"A. Eins - Der - Titel.txt", "txt", "x", "Der - Titel", "A. Eins"},
+      {"Titel\x1b\t.txt", "txt", "x", "Titel", ""},
+      {"\xFF - \xFF.txt", "txt", "x", "\xEF\xBF\xBD", "\xEF\xBF\xBD"},
+      {"a.fb2", "fb2", FictionBook("<book-title>T &amp; U</book-title>" + person + person), "T & U",
+       "A B, A B"},
+      {"a.fb2", "fb2",
+       "<?xml version='1.0' encoding='windows-1251'?><FictionBook><description><title-info>"
+       "<book-title>\xC0</book-title></title-info>",
+       "\xD0\x90", ""},
+      {"a.fb2", "fb2",
+       "<!DOCTYPE x [<!ENTITY e 'E'>]>" + FictionBook("<book-title>&e;</book-title>"), "", ""},
+      {"a.fb2", "fb2", FictionBook(nested + "<book-title>deep</book-title>"), "", ""},
+      {"a.fb2", "fb2", FictionBook(lines + "<book-title>late</book-title>"), "", ""},
+      {"a.fb2.zip", "fb2.zip", zipped, "Zipped", ""},
+      {"a.fb2.zip", "fb2.zip", zipped.substr(0, 40), "", ""},
+      {"a.chm", "chm", Pdf("/Title(T)"), "", ""},
+  };
+  for (const auto& book : cases) {
+    WriteFile(directory / book.name, book.content);
+    const scanner::BookMetadata metadata =
+        scanner::ReadMetadata(directory / book.name, book.format);
+    EXPECT_EQ(metadata.title, book.title) << book.name;
+    EXPECT_EQ(metadata.author, book.author) << book.name;
+  }
+}
+
+TEST(BookMetadata, SurvivesEveryEndOfThePdfReader) {
+  const TemporaryDirectory directory;
+  const std::string path = std::getenv("PATH");
+  WriteFile(directory / "a.pdf", Pdf("/Title(T)"));
+  const std::pair<const char*, const char*> readers[] = {
+      // The reader of PDF files, and the title that remains.
+      {"echo 'Title: T'; kill -SEGV $$", "T"},
+      {"while :; do :; done", ""},
+      {"while :; do echo 'Subject: S'; done", ""},
+      {"exec perl -e '$x = \"x\" x (1 << 30); print \"Title: T\"'", ""},
+      {"echo x >\"$0.out\" && echo 'Title: T'", ""},
+      {"printf 'Title: \\377\\nAuthor: A\\n'", "\xEF\xBF\xBD"}};
+  for (const auto& [script, title] : readers) {
+    WriteProgram(directory / "bin/pdfinfo", std::string("#!/bin/sh\n") + script + "\n");
+    setenv("PATH", (directory / "bin:" + path).c_str(), 1);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(scanner::ReadMetadata(directory / "a.pdf", "pdf").title, title) << script;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15)) << script;
+  }
+  setenv("PATH", directory.path().c_str(), 1);
+  EXPECT_EQ(scanner::ReadMetadata(directory / "a.pdf", "pdf").title, "") << "without pdfinfo";
+  setenv("PATH", path.c_str(), 1);
 }
 
 /// A library, and a directory with books.

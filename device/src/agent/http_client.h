@@ -40,15 +40,15 @@ class HttpClient {
   Request BuildSubmission(const Url& page_url, const Form& form, const Button& button);
 
  private:
-  struct Free {
+  struct CurlDeleter {
     void operator()(CURL* curl) const { curl_easy_cleanup(curl); }
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
   std::string EncodeForm(const Form& form, const Button& button);
 
-  std::unique_ptr<curl_slist, Free> connect_to_;
-  std::unique_ptr<CURL, Free> curl_;
+  std::unique_ptr<curl_slist, CurlDeleter> connect_to_;
+  std::unique_ptr<CURL, CurlDeleter> curl_;
 };
 
 }  // namespace agent

@@ -112,7 +112,9 @@ std::optional<Button> UserInterface::CompleteFromScript(Form* form) {
     std::raise(SIGSEGV);
   }
   constexpr int kMaxForms = 3;
-  if (++scripted_forms_ > kMaxForms) throw std::runtime_error("the page asks again and again");
+  if (++scripted_forms_ > kMaxForms) {
+    throw std::runtime_error("the page showed more than " + std::to_string(kMaxForms) + " forms");
+  }
   const bool cancel = scripted_answer_ == "cancel";
   const auto button = std::find_if(form->buttons.begin(), form->buttons.end(),
                                    [&](const Button& b) { return IsCancelButton(b) == cancel; });

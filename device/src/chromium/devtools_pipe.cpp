@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,27 +12,11 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "../util.h"
+#include "process.h"
 
 namespace chromium {
 
 using nlohmann::json;
-
-pid_t StartProcess(const std::vector<std::string>& command, const std::vector<int>& fds) {
-  const pid_t pid = fork();
-  if (pid != 0) return pid;
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
-  // dup2 must not overwrite a descriptor that is still to be copied.
-  std::vector<int> copies;
-  const int count = static_cast<int>(fds.size());
-  for (const int fd : fds) copies.push_back(fcntl(fd, F_DUPFD_CLOEXEC, count));
-  for (int fd = 0; fd < count; ++fd) dup2(copies[fd], fd);
-  Exec(command);
-  _exit(127);
-}
 
 DevtoolsPipe::DevtoolsPipe(const std::vector<std::string>& command) {
   std::array<int, 2> commands;

@@ -1,5 +1,5 @@
 /// \file
-/// Runs Chromium and speaks the DevTools protocol with it through a pipe.
+/// Runs Chromium and communicates with it over the DevTools protocol.
 
 #ifndef DEVICE_CHROMIUM_DEVTOOLS_PIPE_H_
 #define DEVICE_CHROMIUM_DEVTOOLS_PIPE_H_
@@ -12,11 +12,6 @@
 #include <vector>
 
 namespace chromium {
-
-/// Starts a program that is killed when this one exits. It exits with 127 if it is not installed.
-/// \param fds  the program's descriptors 0, 1, 2 and so on; other descriptors must be
-/// close-on-exec. \return the process, or -1.
-pid_t StartProcess(const std::vector<std::string>& command, const std::vector<int>& fds);
 
 class DevtoolsPipe {
  public:

@@ -12,7 +12,7 @@
 #include <system_error>
 #include <vector>
 
-#include "devtools_pipe.h"
+#include "process.h"
 
 namespace fs = std::filesystem;
 

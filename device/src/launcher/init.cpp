@@ -1,4 +1,4 @@
-#include "process.h"
+#include "init.h"
 
 #include <fcntl.h>
 #include <linux/audit.h>
@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "../util.h"
+#include "process.h"
 
 namespace launcher {
 namespace {

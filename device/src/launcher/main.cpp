@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "device.h"
+#include "init.h"
 #include "options.h"
 #include "process.h"
 #include "sandbox.h"

@@ -1,6 +1,5 @@
 /// \file
-/// The launcher's two processes: the supervisor, which starts the sandbox, and the init, which the
-/// sandbox starts; and what both use.
+/// The supervisor, which starts the sandbox, and the functions that it shares with the init.
 
 #ifndef DEVICE_LAUNCHER_PROCESS_H_
 #define DEVICE_LAUNCHER_PROCESS_H_
@@ -10,32 +9,10 @@
 
 #include <string>
 
+#include "init.h"
 #include "options.h"
 
 namespace launcher {
-
-/// How the sandbox runs this program a second time, as the device's init.
-///
-/// The supervisor and the init exchange ints over a socket. The init sends its process id when it
-/// runs, waits for kStartProgram, and finally sends the program's exit code. The supervisor sends
-/// the number of each signal that it forwards. When the stream ends, the supervisor has exited, and
-/// the init kills all processes on the device and exits.
-struct InitOptions {
-  bool under_proot = false;  ///< there is no process namespace, and proot translates paths
-  bool scanner = false;      ///< run the scanner, too
-  int channel_fd = -1;
-  int stderr_fd = -1;  ///< the program's standard error
-  Command program;
-
-  /// The arguments of this program.
-  Command Serialize() const;
-};
-
-inline constexpr char kInitOption[] = "--inside";
-inline constexpr int kStartProgram = 0;
-
-/// Runs the program that the serialized options name, and returns its exit code.
-int RunInit(const Command& arguments);
 
 struct SandboxRun {
   bool started = false;  ///< whether the sandbox could run

@@ -26,7 +26,7 @@ constexpr int kScanRequest = 84;
 constexpr std::string_view kScanPrefix = "-scan:";
 
 constexpr char kUsage[] =
-    "usage: scanner.app [--library FILE] [--scan DIR | --list] | --version\n"
+    "usage: scanner.app [--library FILE] [--scan DIR | --list] | --version | --help\n"
     "Without --scan and --list, serves requests as the task /ebrmain/bin/scanner.app until "
     "SIGTERM.\n"
     "  --library FILE  the library, /mnt/ext1/system/library.sqlite by default\n"
@@ -100,7 +100,7 @@ bool IsOnStorage(const std::string& directory) {
 int HandleRequest(int request, const std::string& data, const std::string& library) {
   if (request != kScanRequest || !data.starts_with(kScanPrefix)) return -1;
   std::string directory = data.substr(kScanPrefix.size());
-  // Some callers send the terminating zero byte, too.
+  // Some callers also send the terminating zero byte.
   directory.resize(std::min(directory.find('\0'), directory.size()));
   if (!IsOnStorage(directory)) {
     std::cerr << "scanner: asked to scan " << MakePrintable(directory) << ", which is not on "
@@ -137,6 +137,10 @@ int Serve(const std::string& library) {
 
 int main(int argc, char** argv) {
   if (PrintVersion(argc, argv, "scanner.app " QUIRE_VERSION)) return 0;
+  if (argc == 2 && std::string_view(argv[1]) == "--help") {
+    std::cout << kUsage;
+    return 0;
+  }
   Options options;
   if (!ParseOptions(argc, argv, &options)) {
     std::cerr << kUsage;

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "../text.h"
-#include "epub_metadata.h"
+#include "book_metadata.h"
 #include "tabulet.h"
 
 namespace fs = std::filesystem;
@@ -108,8 +108,8 @@ std::map<std::string, LibraryBook> FindRecordedBooks(const SQLite::Database& lib
   return books;
 }
 
-EpubMetadata ReadMetadata(const BookFile& book) try {
-  return book.format == "epub" ? ReadEpubMetadata(book.path) : EpubMetadata();
+BookMetadata TryReadMetadata(const BookFile& book) try {
+  return ReadMetadata(book.path, book.format);
 } catch (const std::exception& error) {
   std::cerr << "scanner: cannot read " << MakePrintable(book.path) << ": " << error.what() << '\n';
   return {};
@@ -117,7 +117,7 @@ EpubMetadata ReadMetadata(const BookFile& book) try {
 
 /// Inserts a book, or replaces the one with the same path.
 void InsertOrReplace(const SQLite::Database& library, const BookFile& book,
-                     const EpubMetadata& metadata) {
+                     const BookMetadata& metadata) {
   SQLite::Statement put(library,
                         "INSERT OR REPLACE INTO books(path, format, size, modified, title, author)"
                         " VALUES(?, ?, ?, ?, nullif(?, ''), nullif(?, ''))");
@@ -147,7 +147,7 @@ ScanResult UpdateBooks(const std::string& directory, const std::vector<BookFile>
                            known.mapped().modified_s == book.modified_s;
     if (unchanged && !known.mapped().title.empty()) continue;
     if (!known) ++result.new_books;
-    const EpubMetadata metadata = ReadMetadata(book);
+    const BookMetadata metadata = TryReadMetadata(book);
     if (unchanged && metadata.title.empty()) continue;
     InsertOrReplace(*library, book, metadata);
   }
