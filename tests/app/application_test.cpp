@@ -207,6 +207,7 @@ TEST_F(QuireOnDevice, KeepsTheCartOnTheDevice) {
   EXPECT_EQ(RunJson({"status", eans[1]})[0]["status"], "in_cart");
   EXPECT_EQ(RunJson({"status", eans[0]})[0]["status"], "not_bought");
   ExpectContains(Run(5, {"status", "123"}).err, "No title has \"123\"");
+  ExpectContains(Run(5, {"status", "9780000000018"}).err, "There is no book 9780000000018");
   ExpectContains(Run(0, {"cart"}).out, "Total: ");
 }
 
@@ -312,6 +313,7 @@ TEST_F(QuireOnDevice, TakesUpTheBooksThatAreLeft) {
   ASSERT_TRUE(shell.WaitForOutput(std::to_string(books.size() - 1) + " more books are left"));
   shell.Kill(SIGKILL);
   environment_ = {};
+  EXPECT_EQ(RunJson({"status", "#2"})[0]["ean"], name(1)) << "a number of the last list";
   const Json downloaded = RunJson({"download"});
   EXPECT_EQ(downloaded.size(), books.size());
   Run(2, {"download"});

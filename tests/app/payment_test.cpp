@@ -249,6 +249,11 @@ TEST_F(QuirePayment, NumbersTheCartInOneWay) {
   EXPECT_EQ(numbered({"cart"}), std::vector{eans[3]});
   Run(5, {"cart", "remove", "0"});
   Run(5, {"cart", "remove", "2"});
+  Run(0, {"cart", "add", eans[0], eans[1]});
+  const std::size_t request_count = shop_.Requests("").size();
+  Run(0, {"shell"}, "cart remove 1\ncart remove 2\n");
+  EXPECT_EQ(numbered({"cart"}), std::vector{eans[0]});
+  EXPECT_EQ(shop_.Requests("").size(), request_count) << "the shop was asked";
 }
 
 TEST_F(QuirePayment, KeepsThePromptAfterCtrlC) {
@@ -275,7 +280,12 @@ TEST_F(QuirePayment, ForgetsTheUserOnRequest) {
   Run(0, {"cart", "add", FindSoldEans().at(0)});
   Run(0, {"pay", "card"});
   ExpectContains(Run(0, {"logout"}).out, "logout --forget");
+  Run(0, {"catalogue"});
+  WriteFile(device_ + "/ext1/system/config/quire_history", "show Anna's book\n");
   Run(0, {"logout", "--forget"});
+  for (const char* path : {"config/quire_history", "config/quire_titles.json", "cache/quire"}) {
+    EXPECT_FALSE(Exists(device_ + "/ext1/system/" + path)) << path;
+  }
   Run(3, {"books"});
   for (const auto& entry : fs::recursive_directory_iterator(device_ + "/ext1/system")) {
     if (entry.is_regular_file()) ExpectLacks(ReadFile(entry.path()), "anna@");

@@ -62,6 +62,10 @@ TEST(Wrap, TakesLinearTimeForHugeTitles) {
   Table table({{"Title", 8}, {"EAN"}});
   table.AddRow({std::string(300'000, 'x'), "9780000000017"});
   for (const int width : {20, 40, 80, 120}) EXPECT_LT(table.Render(width).size(), 400U) << width;
+  for (int i = 0; i < 100; ++i) table.AddRow({"short", "9780000000017"});
+  const std::string whole = table.Render(0);
+  EXPECT_GT(whole.size(), 300'000U) << "not truncated";
+  EXPECT_LT(whole.size(), 310'000U) << "padded to the widest";
 }
 
 TEST(FormatPrice, MatchesTheCartsTotal) {
