@@ -23,7 +23,7 @@ constexpr char kFooter[] =
     "\n"
     "Exit codes: 0 done; 1 the shop refused, or the command failed; 2 wrong command line; 3 not "
     "logged in; 4 shop unreachable; 5 nothing found; 6 a file, directory or program of the device "
-    "is missing or broken; 130 interrupted.";
+    "is missing or broken; 7 the device could not store a change; 130 interrupted.";
 
 /// Shows the platform's log up to `level`. Before the first call of the library.
 void ShowLog(int level) {
