@@ -83,10 +83,7 @@ std::vector<std::string> ChooseListed(Session& session, const std::vector<std::s
     for (const auto& [ean, title] : cache.titles()) titles.push_back({ean, title.text, ""});
     return SelectByWords(std::move(titles), words);
   };
-  const TitleSource source{find, "List titles with \"quire books\" or \"quire catalogue\"."};
-  std::vector<std::string> eans;
-  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
-  return eans;
+  return ChooseTitles(named, {find, "List titles with \"quire books\" or \"quire catalogue\"."});
 }
 
 void ShowStatus(Session& session, const std::vector<std::string>& named, bool as_json) {
@@ -176,10 +173,7 @@ std::vector<std::string> ChooseBought(Session& session, const std::vector<std::s
   const auto find = [&](const std::string& words) {
     return SelectByWords(ToNamedTitles(session.PurchasedBooks()), words);
   };
-  const TitleSource source{find, "See what you have with \"quire books\"."};
-  std::vector<std::string> eans;
-  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
-  return eans;
+  return ChooseTitles(named, {find, "See what you have with \"quire books\"."});
 }
 
 void DownloadBooks(Session& session, const std::vector<std::string>& named, bool all,

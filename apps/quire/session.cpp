@@ -25,7 +25,8 @@ store::StoreManager& Session::Store() {
 
 const store::Cart& Session::LocalCart() {
   if (is_initialised_) return store::StoreManager::Instance().GetCart();
-  stored_cart_.Load();
+  if (!is_cart_loaded_) stored_cart_.Load();
+  is_cart_loaded_ = true;
   return stored_cart_;
 }
 

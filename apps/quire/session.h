@@ -25,6 +25,7 @@ class Session {
 
   /// Starts a new command: what an earlier one fetched is fetched again.
   void BeginCommand() {
+    is_cart_loaded_ = false;
     purchased_are_fresh_ = false;
     settled_.reset();
   }
@@ -33,7 +34,7 @@ class Session {
   /// fails.
   store::StoreManager& Store();
 
-  /// The cart, without asking the shop. Valid until the session's next call.
+  /// The cart, read once per command, without asking the shop. Valid until the session's next call.
   const store::Cart& LocalCart();
 
   /// Removes an item of LocalCart, without asking the shop.
@@ -70,6 +71,7 @@ class Session {
   Mode mode_;
   bool is_initialised_ = false;
   store::Cart stored_cart_;  ///< read from its file as long as the manager is not initialised
+  bool is_cart_loaded_ = false;
   bool purchased_are_fresh_ = false;
   std::optional<SettledOrder> settled_;
 };

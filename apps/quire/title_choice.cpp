@@ -83,6 +83,13 @@ std::string ChooseTitle(const std::string& named, const TitleSource& source) {
   return found.front().id;
 }
 
+std::vector<std::string> ChooseTitles(const std::vector<std::string>& named,
+                                      const TitleSource& source) {
+  std::vector<std::string> ids;
+  for (const std::string& each : named) ids.push_back(ChooseTitle(each, source));
+  return ids;
+}
+
 void PrintListNotStored() {
   PrintError("The list could not be stored, so that titles cannot be named by its numbers.");
 }
@@ -103,10 +110,7 @@ std::vector<std::string> ChooseFromCatalogue(Session& session,
   const auto find = [&](const std::string& words) {
     return ToNamedTitles(SearchCatalogue(session, words));
   };
-  const TitleSource source{find, "See what there is with \"quire catalogue\"."};
-  std::vector<std::string> eans;
-  for (const std::string& each : named) eans.push_back(ChooseTitle(each, source));
-  return eans;
+  return ChooseTitles(named, {find, "See what there is with \"quire catalogue\"."});
 }
 
 std::vector<NamedTitle> ToNamedTitles(const std::vector<CatalogueEntry>& entries) {

@@ -31,6 +31,10 @@ struct TitleSource {
 ///     title or more than one is meant.
 std::string ChooseTitle(const std::string& named, const TitleSource& source);
 
+/// ChooseTitle for each of `named`.
+std::vector<std::string> ChooseTitles(const std::vector<std::string>& named,
+                                      const TitleSource& source);
+
 /// Reports that TitleCache::ReplaceList failed.
 void PrintListNotStored();
 
