@@ -27,6 +27,7 @@ InterruptHandler::InterruptHandler(const char* message) {
   last_message = message;
   struct sigaction action {};
   action.sa_handler = OnInterrupt;
+  action.sa_flags = SA_RESTART;  // else a write fails, and the stream prints nothing any more
   sigaction(SIGINT, &action, &before_);
 }
 
